@@ -1,0 +1,8 @@
+"""Runs the command line as `python -m heron`."""
+
+import sys
+
+from .cli import main
+
+if __name__ == "__main__":
+    sys.exit(main())

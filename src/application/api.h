@@ -1,0 +1,32 @@
+#pragma once
+
+#include "foundation/callbacks.h"
+#include "runtime/class.h"
+
+namespace heron {
+
+/// The one object through which a front-end reaches the engine.
+class Api {
+ public:
+  void init(const py::Object& host, const py::Object& environment, const py::Object& export_options,
+            const py::Object& checks);
+  void shutdown() const;
+
+  py::Object version() const;
+  py::Object constants() const;
+  py::Object masks() const;
+  py::Object logger() const;
+
+  py::Object host;
+  py::Ref<CallBacks> callbacks = py::Ref<CallBacks>::make();
+
+  template <class V>
+  void members(V& visit) {
+    visit(host);
+    visit(callbacks);
+  }
+};
+
+void expose_api(const py::Scope& module);
+
+}  // namespace heron

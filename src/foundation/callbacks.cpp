@@ -1,0 +1,66 @@
+#include "foundation/callbacks.h"
+
+#include "foundation/logger.h"
+
+namespace heron {
+
+void CallBackList::call(const py::Object& arguments, const py::Object& named) const {
+  for (const py::Object& function : functions.items()) {
+    try {
+      function.apply(arguments, named);
+    } catch (const py::Error& error) {
+      if (!error.matches(PyExc_Exception)) throw;  // an interrupt or an exit is not the function's failure
+      logger::exception(error.value());
+    }
+  }
+}
+
+void CallBackList::add(const py::Object& function) const {
+  if (PyCallable_Check(function.get()) == 0) return;
+  if (py::checked(PySequence_Contains(functions.get(), function.get())) != 0) return;
+  functions.append(function);
+}
+
+void CallBackList::remove(const py::Object& function) const {
+  if (py::checked(PySequence_Contains(functions.get(), function.get())) == 0) return;
+  static const py::Name kRemove("remove");
+  functions.call(kRemove, function);
+}
+
+void CallBacks::clear() const {
+  const auto clear_list = [](const List& list) { list->clear(); };
+  const_cast<CallBacks*>(this)->members(clear_list);
+}
+
+void expose_callbacks(const py::Scope& module) {
+  const py::Scope scope =
+      py::Class<CallBacks>(module, "_CallBacks", "The events of the engine: one list of functions for each.")
+          .sealed()
+          .operation<&CallBacks::clear>("clear", "Empties every list; the list objects stay.")
+          .readonly<&CallBacks::empty_scan_selection>("empty_scan_selection", "A scan found nothing selected.")
+          .readonly<&CallBacks::used_scan_selection>("used_scan_selection",
+                                                     "A scan was to add what the buffer holds already.")
+          .readonly<&CallBacks::empty_scan_result>("empty_scan_result", "A scan found no hierarchy.")
+          .readonly<&CallBacks::lost_export_directory>("lost_export_directory", "An export has no directory.")
+          .readonly<&CallBacks::empty_export_selection>("empty_export_selection", "An export has nothing to write.")
+          .readonly<&CallBacks::export_skipped>("export_skipped", "An export task failed.")
+          .readonly<&CallBacks::export_success>("export_success", "An export wrote its files.")
+          .readonly<&CallBacks::projects_synchronized>("projects_synchronized", "The server's projects are applied.")
+          .readonly<&CallBacks::projects_response_closed>("projects_response_closed",
+                                                          "The server's answer is dealt with.")
+          .readonly<&CallBacks::projects_saved>("projects_saved", "Projects were saved.")
+          .readonly<&CallBacks::buffer_loaded>("buffer_loaded", "The buffer was loaded from the scene.")
+          .readonly<&CallBacks::http_no_response>("http_no_response", "The server did not answer.")
+          .done();
+
+  py::Class<CallBackList>(scope, "List", "The functions registered for one event.")
+      .call<&CallBackList::call>()
+      .operation<&CallBackList::add>("register", {"function"},
+                                     "Appends a function, unless it is not callable or in the list already.")
+      .operation<&CallBackList::remove>("delete", {"function"}, "Removes a function if it is in the list.")
+      .operation<&CallBackList::clear>("clear", "Removes all functions.")
+      .readonly<&CallBackList::functions>("_array", "The functions in the order of their registration.")
+      .done();
+}
+
+}  // namespace heron

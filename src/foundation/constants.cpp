@@ -1,0 +1,74 @@
+#include "foundation/constants.h"
+
+#include <initializer_list>
+
+#include "foundation/text.h"
+
+namespace heron {
+namespace {
+
+struct Entry {
+  const char* name;
+  py::Object value;
+};
+
+py::Object str(std::string_view value) { return to_str(py::text(value)); }
+
+void expose_group(const py::Scope& outer, const char* name, const char* doc, std::initializer_list<Entry> entries) {
+  const py::Scope group = py::make_namespace(outer, name, doc);
+  for (const Entry& entry : entries) group.set(entry.name, entry.value);
+}
+
+}  // namespace
+
+void expose_constants(const py::Scope& module) {
+  using py::to_python;
+  const py::Scope constants = py::make_namespace(module, "Constants", "All enumerations of the system.");
+
+  const py::Scope check = py::make_namespace(constants, "Check", "Constants of checks.");
+  expose_group(check, "Mode", "What a validation looks at.", {{"Selection", to_python(0)}, {"Project", to_python(1)}});
+  expose_group(check, "Category", "Groups of checks, in the order in which they are shown.",
+               {{"Scene", str("scene")},
+                {"Object", str("object")},
+                {"Mesh", str("mesh")},
+                {"MeshNonManifold", str("mesh non-manifold")},
+                {"Mapping", str("mapping")},
+                {"Material", str("material")},
+                {"Lod", str("lod")},
+                {"Project", str("project")}});
+  expose_group(check, "Result", "Outcomes of a check.",
+               {{"Pass", str("pass")}, {"Info", str("info")}, {"Fail", str("fail")}, {"Error", str("error")}});
+
+  const py::Scope exporting = py::make_namespace(constants, "Export", "Constants of the export.");
+  expose_group(exporting, "Format", "File formats.", {{"FBX", str("fbx")}});
+  expose_group(exporting, "Mode", "Where exported files go.",
+               {{"Choose", to_python(0)}, {"Project", to_python(1)}, {"Local", to_python(2)}});
+
+  const py::Scope scene = py::make_namespace(constants, "Scene", "Constants of the scene.");
+  expose_group(scene, "Type", "Types of scene objects, the same in every host.",
+               {{"Ghost", str(constants::kGhost)},
+                {"SceneRoot", str(constants::kSceneRoot)},
+                {"Transform", str("transform")},
+                {"Mesh", str("mesh")},
+                {"Locator", str("locator")},
+                {"LodGroup", str("lodGroup")}});
+
+  const py::Scope plugin = py::make_namespace(constants, "Plugin", "Constants of the host.");
+  expose_group(plugin, "Status", "Outcomes of an operation.",
+               {{"Success", to_python(true)}, {"Failure", to_python(false)}});
+  expose_group(plugin, "Target", "Host applications.",
+               {{"DCC_Maya", str("maya")},
+                {"DCC_3dsMax", str("3dsmax")},
+                {"DCC_Blender", str("blender")},
+                {"Standalone", str("standalone")}});
+
+  const py::Scope name = py::make_namespace(constants, "Name", "Constants of names.");
+  expose_group(name, "Filter", "Filters of a name.",
+               {{"LATIN", str("LATIN")},
+                {"EN_RU", str("EN_RU")},
+                {"EMPTY", str("EMPTY")},
+                {"SPACE", str("SPACE")},
+                {"GHOST", str("GHOST")}});
+}
+
+}  // namespace heron

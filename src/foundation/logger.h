@@ -1,0 +1,16 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// The one door to the log, for the engine's own use; `Logger` is the same for Python.
+namespace logger {
+void warning(const py::Object& message);
+void error(const py::Object& message);
+void exception(const py::Object& message);
+}  // namespace logger
+
+void expose_logger(const py::Scope& module);
+
+}  // namespace heron

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// Text from outside as the system's own text class; any other value comes back as it is.
+py::Object to_str(const py::Object& value);
+
+/// Fills the `{}` of a message template with these values.
+py::Object format(std::string_view pattern, const std::vector<py::Object>& values);
+
+void expose_text(const py::Scope& module);
+
+}  // namespace heron

@@ -1,0 +1,163 @@
+#include "hierarchy/anchor.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "hierarchy/anchor_text.h"
+
+namespace heron {
+namespace {
+
+py::List texts(const std::vector<std::string_view>& pieces) {
+  py::List list;
+  for (const std::string_view piece : pieces) list.append(py::text(piece));
+  return list;
+}
+
+py::List find(const std::string& text) { return texts(anchor_text::find_definitions(text)); }
+
+py::List findall(const std::string& text, bool unpacked) {
+  std::vector<std::string_view> anchors = anchor_text::find_all(text);
+  if (unpacked) {
+    for (std::string_view& anchor : anchors) anchor = anchor.substr(1, anchor.size() - 2);
+  }
+  return texts(anchors);
+}
+
+bool has_definition(const std::string& text) { return anchor_text::has_definition(text); }
+
+py::Object unpack_anchor(const std::string& expression) {
+  const auto [usage, value] = anchor_text::unpack(expression);
+  return py::tuple({py::text(usage), py::text(value)});
+}
+
+bool same_scope(const std::string& scope, const std::string& path) { return anchor_text::same_scope(scope, path); }
+
+std::string merge_begins(const std::string& anchor, const std::string& expr_part, const std::string& expr_source) {
+  return anchor_text::trim_end(anchor, expr_part, expr_source);
+}
+
+std::string merge_ends(const std::string& anchor, const std::string& expr_part, const std::string& expr_source) {
+  return anchor_text::trim_start(anchor, expr_part, expr_source);
+}
+
+/// The pairs themselves come back, in their new order.
+py::List get_scope_sorted(const std::string& path, const py::Object& array) {
+  struct Entry {
+    py::Object pair;
+    Capture capture;
+    std::size_t shared;
+  };
+  std::vector<Entry> entries;
+  for (const py::Object& pair : py::collect(array)) {
+    const std::vector<py::Object> parts = py::collect(pair);
+    if (parts.size() != 2) py::raise_value("get_scope_sorted() takes pairs of a text and a path");
+    Capture capture{py::Utf8(parts[0]).str(), py::Utf8(parts[1]).str()};
+    const std::size_t shared = anchor_text::shared_start(capture.scope, path);
+    entries.push_back({pair, std::move(capture), shared});
+  }
+  // A set has an order of its own on each run; the result must not depend on it.
+  if (PyAnySet_Check(array.get())) {
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry& a, const Entry& b) { return Capture::by_scope(a.capture, b.capture); });
+  }
+  std::stable_sort(entries.begin(), entries.end(),
+                   [](const Entry& a, const Entry& b) { return a.shared < b.shared; });
+  py::List sorted;
+  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) sorted.append(entry->pair);
+  return sorted;
+}
+
+std::size_t count_shared_symbols(const std::string& source, const std::string& target) {
+  const std::size_t shared = anchor_text::shared_start(source, target);
+  return anchor_text::count_characters(std::string_view(source).substr(0, shared));
+}
+
+}  // namespace
+
+Anchor::Session::~Session() noexcept(false) {
+  // While an error is on its way nothing else may be thrown; the map then keeps what it had.
+  if (std::uncaught_exceptions() == 0) anchor_.state->publish();
+}
+
+std::string Anchor::replace_anchors(const std::string& expression, const std::string& path) {
+  return Session(*this)->replace_anchors(expression, path);
+}
+
+std::string Anchor::apply_anchors(const std::string& expression) { return Session(*this)->apply_anchors(expression); }
+
+bool Anchor::match(const std::string& expression, const std::string& name, const std::string& path) {
+  return Session(*this)->match(expression, name, path);
+}
+
+void Anchor::extract_anchors(const std::string& expression, const std::string& name, const std::string& path) {
+  const Session logic(*this);
+  logic->record(logic->captures(expression, name), path);
+}
+
+bool Anchor::has_anchor(const std::string& expression) { return Session(*this)->has_anchor(expression); }
+
+bool Anchor::has_sub_anchor(const std::string& expression) { return Session(*this)->has_sub_anchor(expression); }
+
+void expose_anchor(const py::Scope& hierarchy) {
+  const py::Scope anchor =
+      py::Class<Anchor>(
+          hierarchy, "Anchor",
+          "An extended logic for regular expression.\n\n"
+          "An anchor is the shortest run between \"<\" and the next \">\" of a line. A definition `<name:value>` says\n"
+          "by the expression `value` what may stand at its place in an object's name, and what stood there is\n"
+          "captured. A usage `<name>` stands for the closest capture that is visible from the asking object.")
+          .accessor<&Anchor::get_state>("state", "The `_State` with everything captured so far.")
+          .readonly<&Anchor::state>("_state", "The same.")
+          .operation<&Anchor::replace_anchors>(
+              "replace_anchors", {"expression", "path"},
+              "The expression with every usage replaced, as it is, by the closest capture visible from `path`.\n\n"
+              "Usages without a visible capture are removed. Definitions stay.")
+          .operation<&Anchor::apply_anchors>(
+              "apply_anchors", {"expression"},
+              "The expression with definitions, and usages that are left, replaced by the definitions' values.\n\n"
+              "ValueError if a value with \"^\" or \"$\" at its edge would have to be set in twice.")
+          .operation<&Anchor::match>(
+              "match", {"expression", "name", "path"},
+              "Does the expression match the start of the name of the object at `path`? If so, captures are recorded.\n"
+              "\n"
+              "Raises the error of the regular expressions for an invalid one, ValueError for a definition that\n"
+              "stands twice in the expression; nothing is captured then.")
+          .operation<&Anchor::extract_anchors>(
+              "extract_anchors", {"expression", "name", "path"},
+              "Records, for each definition in the expression, what is left of the name once the parts before and\n"
+              "after it are cut away. An empty rest records nothing.")
+          .operation<&Anchor::has_anchor>("has_anchor", {"expression"},
+                                          "Does a definition of the table stand in the expression?")
+          .operation<&Anchor::has_sub_anchor>("has_sub_anchor", {"expression"},
+                                              "Does a usage of a definition of the table stand in the expression?")
+          .done();
+
+  py::function<&find>(anchor, "find", {"text"}, "The definitions in a text, with brackets, in order; repeats stay.");
+  py::function<&findall>(anchor, "findall", {"text", {"unpacked", false}},
+                         "All anchors of a text in order. unpacked: without their brackets.");
+  py::function<&has_definition>(anchor, "has_definition", {"text"},
+                                "Is this anchor, with or without brackets, a definition: exactly one colon?");
+  py::function<&unpack_anchor>(anchor, "unpack_anchor", {"expression"},
+                               "A definition as the pair of its usage `<name>` and its value.\n\n"
+                               "Brackets inside are dropped. ValueError unless there is exactly one colon.");
+  py::function<&same_scope>(anchor, "same_scope", {"scope", "path"},
+                            "Is a capture made at `scope` visible from `path`: are the parents of `scope` the first\n"
+                            "parents of `path`? The separators \"\\\\\", \"|\" and \"/\" are alike.");
+  py::function<&merge_begins>(anchor, "merge_begins", {"anchor", "expr_part", "expr_source"},
+                              "A value without its final \"$\", if more of `expr_source` follows the anchor.\n\n"
+                              "ValueError if there is a \"$\" and the anchor does not stand in `expr_source` once.");
+  py::function<&merge_ends>(anchor, "merge_ends", {"anchor", "expr_part", "expr_source"},
+                            "A value without its leading \"^\", if something of `expr_source` precedes the anchor.\n\n"
+                            "ValueError if there is a \"^\" and the anchor does not stand in `expr_source` once.");
+  py::function<&get_scope_sorted>(
+      anchor, "get_scope_sorted", {"path", "array"},
+      "The (match, scope) pairs as a list, those whose scope shares the longest start with `path` first.\n\n"
+      "Among equals the later one of `array` comes first; a set counts as sorted by scope and match.");
+  py::function<&count_shared_symbols>(anchor, "count_shared_symbols", {"source", "target"},
+                                      "The number of characters that two texts have in common at their start.");
+
+  expose_anchor_state(anchor);
+}
+
+}  // namespace heron

@@ -1,0 +1,105 @@
+#include "hierarchy/anchor_logic.h"
+
+#include <algorithm>
+
+#include "hierarchy/anchor_text.h"
+
+namespace heron {
+namespace {
+
+bool stands_in(std::string_view piece, std::string_view text) { return text.find(piece) != std::string_view::npos; }
+
+/// The same replacement where a captured text holds the usage itself, and so leaves work for the next capture.
+std::string replace_in_turn(std::string expression, std::string_view usage, std::vector<Capture> captures,
+                            std::string_view path) {
+  std::sort(captures.begin(), captures.end(), Capture::by_scope);
+  sort_by_closeness(captures, path);
+  for (const Capture& capture : captures) {
+    if (capture.text.empty() || !anchor_text::same_scope(capture.scope, path)) continue;
+    expression = anchor_text::replace_all(expression, usage, capture.text);
+  }
+  return expression;
+}
+
+void replace_by_value(std::string& expression, std::string_view anchor, std::string_view value) {
+  if (!stands_in(anchor, expression)) return;
+  std::string part = anchor_text::trim_end(anchor, value, expression);
+  part = anchor_text::trim_start(anchor, part, expression);
+  expression = anchor_text::replace_all(expression, anchor, part);
+}
+
+}  // namespace
+
+std::string AnchorLogic::replace_anchors(std::string_view expression, std::string_view path) {
+  std::string result(expression);
+  for (std::size_t key = 0; key < state_.definitions->size(); ++key) {
+    const std::string& usage = (*state_.definitions)[key].usage;
+    if (!stands_in(usage, result)) continue;
+    index_.follow(state_.last);
+    if (const Capture* capture = index_.closest(key, path)) {
+      result = stands_in(usage, capture->text) ? replace_in_turn(std::move(result), usage, state_.tables()[key], path)
+                                               : anchor_text::replace_all(result, usage, capture->text);
+    }
+    if (stands_in(usage, result)) result = anchor_text::replace_all(result, usage, "");
+  }
+  return result;
+}
+
+std::string AnchorLogic::apply_anchors(std::string_view expression) const {
+  std::string result(expression);
+  for (const Definition& definition : *state_.definitions) {
+    replace_by_value(result, definition.text, definition.value);
+    replace_by_value(result, definition.usage, definition.value);
+  }
+  return result;
+}
+
+bool AnchorLogic::match(std::string_view expression, std::string_view name, std::string_view path) {
+  const std::string known_replaced = replace_anchors(expression, path);
+  if (!matcher_.match(apply_anchors(known_replaced), name)) return false;
+  record(captures(known_replaced, name), path);
+  return true;
+}
+
+std::vector<AnchorLogic::Captured> AnchorLogic::captures(std::string_view expression, std::string_view name) {
+  std::vector<Captured> captured;
+  const std::shared_ptr<const Definitions> definitions = state_.definitions;
+  for (std::size_t key = 0; key < definitions->size(); ++key) {
+    const std::string& text = (*definitions)[key].text;
+    if (!stands_in(text, expression)) continue;
+    // Not a group of the expression: what is left once the parts before and after are cut away.
+    const auto [start, end] = anchor_text::split_at(expression, text);
+    std::string rest(name);
+    if (!start.empty()) rest = cut(start, '^', rest);
+    if (!end.empty()) rest = cut(end, '$', rest);
+    if (!rest.empty()) captured.push_back({key, std::move(rest)});
+  }
+  return captured;
+}
+
+std::string AnchorLogic::cut(std::string_view expression, char edge, const std::string& name) {
+  std::string plain = apply_anchors(expression);
+  if (edge == '^' && !plain.starts_with(edge)) plain.insert(plain.begin(), edge);
+  if (edge == '$' && !plain.ends_with(edge)) plain.push_back(edge);
+  return matcher_.remove_all(plain, name);
+}
+
+void AnchorLogic::record(const std::vector<Captured>& captured, std::string_view path) {
+  for (const auto& [key, text] : captured) {
+    Capture capture{text, std::string(path)};
+    index_.follow(state_.last);
+    if (!index_.contains(key, capture)) state_.add(key, std::move(capture));
+  }
+}
+
+bool AnchorLogic::has_anchor(std::string_view expression) const {
+  return std::any_of(state_.definitions->begin(), state_.definitions->end(),
+                     [&](const Definition& definition) { return stands_in(definition.text, expression); });
+}
+
+bool AnchorLogic::has_sub_anchor(std::string_view expression) const {
+  return std::any_of(state_.definitions->begin(), state_.definitions->end(),
+                     [&](const Definition& definition) { return stands_in(definition.usage, expression); });
+}
+
+}  // namespace heron

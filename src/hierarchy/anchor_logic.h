@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hierarchy/capture_index.h"
+#include "hierarchy/captures.h"
+#include "hierarchy/name_matcher.h"
+
+namespace heron {
+
+/// Expressions with anchors: what a name must look like, given what other names held.
+///
+/// A rule's expression is matched in three steps. Usages are replaced by the closest visible captures; what is left of
+/// anchors is replaced by the definitions' values, which gives a plain expression; and when that matches, what the
+/// name holds at each definition is added to the state.
+class AnchorLogic {
+ public:
+  /// Works on a state and with a matcher of somebody else's.
+  AnchorLogic(AnchorState& state, NameMatcher& matcher) : state_(state), matcher_(matcher) {}
+
+  AnchorState& state() { return state_; }
+
+  /// The expression with every usage replaced by the closest capture visible from `path`, or by nothing.
+  std::string replace_anchors(std::string_view expression, std::string_view path);
+  /// The expression with all definitions and usages replaced by the values: a plain expression.
+  std::string apply_anchors(std::string_view expression) const;
+  /// Does the expression match this name of the object at `path`? If so, its captures are recorded.
+  bool match(std::string_view expression, std::string_view name, std::string_view path);
+
+  /// A text captured for a definition; whose it is, is known where it is recorded.
+  struct Captured {
+    std::size_t key;
+    std::string text;
+  };
+  /// What `name` holds at the definitions of an expression that it matches.
+  std::vector<Captured> captures(std::string_view expression, std::string_view name);
+  void record(const std::vector<Captured>& captured, std::string_view path);
+
+  bool has_anchor(std::string_view expression) const;
+  bool has_sub_anchor(std::string_view expression) const;
+
+  NameMatcher& matcher() { return matcher_; }
+
+ private:
+  std::string cut(std::string_view expression, char edge, const std::string& name);
+
+  AnchorState& state_;
+  NameMatcher& matcher_;
+  CaptureIndex index_;  // of the state's captures, brought up to date when one is looked for
+};
+
+}  // namespace heron

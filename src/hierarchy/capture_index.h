@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "hierarchy/captures.h"
+
+namespace heron {
+
+/// Finds, for a definition and a path, the closest capture that is visible from there.
+///
+/// A capture is visible from a path if its parents are the first parents of the path. So captures stand by the
+/// folder of their object, and a path of depth d has at most d + 1 folders to look into. Inside a folder they stand
+/// in the order of their paths, so that the longest common start is with a neighbour of the path looked for. That is
+/// O(d log n) for a question, where sorting all captures for each object would be quadratic in a layer.
+class CaptureIndex {
+ public:
+  /// Makes the index one of this chain's captures. Costs as many steps as the chain differs from the last one.
+  void follow(const CaptureChain& chain);
+
+  bool contains(std::size_t key, const Capture& capture) const;
+
+  /// The visible capture that shares the longest start with `path`, counted in characters; none if none is visible.
+  /// Among equals the greatest path, then the greatest text: the same on every run.
+  const Capture* closest(std::size_t key, std::string_view path) const;
+
+ private:
+  using Folder = std::uint32_t;
+  static constexpr Folder kTop = 0;
+
+  struct Step {  // from a folder to one in it, by name
+    Folder from;
+    std::string name;
+  };
+  struct StepView {
+    Folder from;
+    std::string_view name;
+  };
+  struct StepHash {
+    using is_transparent = void;
+    std::size_t operator()(const StepView& step) const {
+      return std::hash<std::string_view>()(step.name) * 31 + step.from;
+    }
+    std::size_t operator()(const Step& step) const { return (*this)(StepView{step.from, step.name}); }
+  };
+  struct StepEqual {
+    using is_transparent = void;
+    template <class A, class B>
+    bool operator()(const A& a, const B& b) const {
+      return a.from == b.from && a.name == b.name;
+    }
+  };
+  struct Order {  // by path, then by text
+    using is_transparent = void;
+    struct BeyondStart {  // after every path that begins like this
+      std::string_view start;
+    };
+    bool operator()(const Capture* a, const Capture* b) const {
+      const int order = a->scope.compare(b->scope);
+      return order != 0 ? order < 0 : a->text < b->text;
+    }
+    bool operator()(const Capture* a, std::string_view path) const { return a->scope < path; }
+    bool operator()(const Capture* a, const BeyondStart& b) const {
+      return std::string_view(a->scope).substr(0, b.start.size()) <= b.start;
+    }
+  };
+  using Shelf = std::set<const Capture*, Order>;
+
+  /// Calls `visit` with the folders on the way to a path's object, from the top, as far as they are known. Are all?
+  template <class V>
+  bool walk(std::string_view path, V&& visit) const;
+  Folder make_folder(std::string_view path);
+  static std::uint64_t place(std::size_t key, Folder folder) { return (static_cast<std::uint64_t>(key) << 32U) | folder; }
+  void insert(const CaptureLink& link);
+  void remove(const CaptureLink& link);
+
+  std::vector<CaptureChain> followed_;
+  std::unordered_map<Step, Folder, StepHash, StepEqual> folders_;
+  std::unordered_map<std::uint64_t, Shelf> shelves_;  // by definition and folder
+};
+
+}  // namespace heron

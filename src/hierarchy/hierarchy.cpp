@@ -1,0 +1,162 @@
+#include "hierarchy/hierarchy.h"
+
+#include <algorithm>
+
+#include "foundation/constants.h"
+#include "foundation/text.h"
+#include "hierarchy/hierarchy_run.h"
+#include "scene/operator.h"
+
+namespace heron {
+namespace {
+
+bool holds(const py::Object& container, const py::Object& item) {
+  return py::checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
+}
+
+bool is_optional(const py::Object& scopes) {
+  static const py::Name kIsOptional("is_optional");
+  const std::vector<py::Object> all = py::collect(scopes);
+  return std::all_of(all.begin(), all.end(),
+                     [](const py::Object& scope) { return rule_of(scope).call(kIsOptional).truth(); });
+}
+
+bool is_deadlock(const py::Object& response) {
+  static const py::Name kLocation("location"), kScope("scope");
+  return !response.attr(kLocation).attr(fields::kChildren).truth() &&
+         !response.attr(kScope).attr(fields::kChildren).truth();
+}
+
+}  // namespace
+
+void Hierarchy::init(const py::Object& query_operator, const py::Object& check_classes) {
+  auto fresh_pattern = py::Ref<Pattern>::make();
+  fresh_pattern->init(check_classes);
+  auto fresh_search = py::Ref<Search>::make();
+  fresh_search->init(query_operator);
+  query_op = query_operator;
+  pattern = fresh_pattern;
+  search = fresh_search;
+}
+
+py::List Hierarchy::root_scopes(const py::Object& roots) const {
+  const std::vector<py::Object> paths = py::collect(roots);
+  py::List groups;
+  const py::Object ghost = pattern->get_ghost();
+  if (ghost.is_none()) {
+    groups.append(py::Object::steal(PySequence_List(roots.or_none())));
+    return groups;
+  }
+  const py::Dict by_parent;
+  for (const py::Object& path : paths) {
+    if (!is_ghost_root(ghost, path)) continue;
+    const py::Object parent = query_op.call(host::kGetParent, path);
+    std::optional<py::Object> group = by_parent.find(parent);
+    if (!group) {
+      group = py::List();
+      by_parent.set(parent, *group);
+      groups.append(*group);
+    }
+    py::List(*group).append(path);
+  }
+  return groups;
+}
+
+bool Hierarchy::ghost_scope_match(const py::Object& roots) const {
+  const py::Object ghost = pattern->get_ghost();
+  if (ghost.is_none()) return true;
+  const std::vector<py::Object> paths = py::collect(roots);
+  return std::all_of(paths.begin(), paths.end(), [&](const py::Object& path) { return is_ghost_root(ghost, path); });
+}
+
+bool Hierarchy::is_ghost_root(const py::Object& ghost, const py::Object& path) const {
+  const py::Object parent = query_op.call(host::kGetParent, path);
+  const py::Object rule = rule_of(ghost), types = rule.attr(fields::kTypes);
+  if (!types.truth() || holds(types, py::text(constants::kSceneRoot))) return !parent.truth();
+  if (!parent.truth()) return false;
+  const py::Utf8 regex(rule.attr(fields::kRegex)), parent_path(parent);
+  if (!ReMatcher::shared().match(regex, name_from_path(parent_path))) return false;
+  return holds(types, to_str(query_op.call(host::kGetType, parent)));
+}
+
+py::List Hierarchy::mask(const py::Object& roots) {
+  HierarchyRun run(*this);
+  run.find_anchors();
+  LayerShelf shelf(run.locate(roots));
+  py::List paths;
+  for (const Pairing& pairing : run.runner().mask(shelf)) paths.append(run.path(pairing.object));
+  run.finish();
+  return paths;
+}
+
+bool Hierarchy::is_valid(const py::Object& roots) { return HierarchyRun(*this).is_valid(roots); }
+
+bool Hierarchy::match(const py::Object& roots, const py::Object& scopes) {
+  HierarchyRun run(*this, scopes);
+  const bool matches = run.runner().match(run.locate(roots), run.pattern().plan().top());
+  run.finish();
+  return matches;
+}
+
+void Hierarchy::find_anchors() {
+  const PlannedPattern planned(pattern->get());
+  search->logic->state->reset({planned.plan().definitions, nullptr});
+}
+
+void Hierarchy::run_over_rules(const py::Object& function, const py::Object& scopes) const {
+  const py::Depth depth(" while a pattern is walked");
+  for (const py::Object& scope : py::collect(scopes)) {
+    function(scope.attr(fields::kRule));
+    run_over_rules(function, scope.attr(fields::kChildren));
+  }
+}
+
+void expose_hierarchy(const py::Scope& module) {
+  const py::Scope hierarchy =
+      py::Class<Hierarchy>(module, "_Hierarchy",
+                           "Compare algorithm of a single hierarchy with the specific pattern.\n\n"
+                           "query_operator: the scene's queries, mostly a snapshot. check_classes: the known check\n"
+                           "classes. Not reentrant: RuntimeError for a run inside a run.")
+          .init<&Hierarchy::init>({"query_operator", "check_classes"})
+          .accessor<&Hierarchy::get_pattern>("pattern", "The `Pattern` that is compared with.")
+          .accessor<&Hierarchy::get_search>("search", "The `Search`, with the captures of the last run.")
+          .operation<&Hierarchy::root_scopes>(
+              "root_scopes", {"roots"},
+              "Groups paths into candidate hierarchies, a list of lists.\n\n"
+              "With a ghost, siblings form one and what cannot stand under the ghost drops out; otherwise all do.")
+          .operation<&Hierarchy::ghost_scope_match>(
+              "ghost_scope_match", {"roots"}, "May all these objects stand under the ghost? True without a ghost.")
+          .operation<&Hierarchy::is_ghost_root>(
+              "is_ghost_root", {"ghost", "path"},
+              "May the object be a root under this ghost scope: at the top of the scene if the ghost has no types or\n"
+              "the scene root's, else under a parent of such a type whose name matches the ghost's expression?")
+          .operation<&Hierarchy::mask>(
+              "mask", {"roots"},
+              "The paths among `roots` that the pattern's top layer claims, in the order of its scopes.\n\n"
+              "Forgets all captures first. Errors of expressions pass.")
+          .operation<&Hierarchy::is_valid>(
+              "is_valid", {"roots"},
+              "Do these objects, with all below them, fit the pattern? Forgets all captures first.")
+          .operation<&Hierarchy::find_anchors>(
+              "find_anchors", "Collects the pattern's definitions into a new table without captures.")
+          .operation<&Hierarchy::run_over_rules>("_hierarchy_runner", {"function", "pattern"},
+                                                 "Calls `function` with each rule of a tree, parents first.")
+          .operation<&Hierarchy::match>(
+              "match", {"roots", "pattern"},
+              "Do these objects, with all below them, fit this list of scopes? With the captures as they stand.\n\n"
+              "A layer that does not fit counts as fitting when all its rules are optional.")
+          .readonly<&Hierarchy::query_op>("_query_op", "The scene's queries.")
+          .readonly<&Hierarchy::pattern>("_pattern", "The pattern.")
+          .readonly<&Hierarchy::search>("_search", "The search.")
+          .done();
+
+  py::function<&is_optional>(hierarchy, "_is_optional", {"pattern"}, "Are the rules of all these scopes optional?");
+  py::function<&is_deadlock>(hierarchy, "_is_deadlock", {"response"},
+                             "Has neither the object of a response nor its scope any children?");
+
+  expose_pattern(hierarchy);
+  expose_anchor(hierarchy);
+  expose_search(hierarchy);
+}
+
+}  // namespace heron

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "hierarchy/pattern.h"
+#include "hierarchy/search.h"
+
+namespace heron {
+
+/// Compares whole trees of scene objects with the whole pattern.
+class Hierarchy {
+ public:
+  void init(const py::Object& query_operator, const py::Object& check_classes);
+
+  py::List root_scopes(const py::Object& roots) const;
+  bool ghost_scope_match(const py::Object& roots) const;
+  bool is_ghost_root(const py::Object& ghost, const py::Object& path) const;
+
+  py::List mask(const py::Object& roots);
+  bool is_valid(const py::Object& roots);
+  bool match(const py::Object& roots, const py::Object& scopes);
+  void find_anchors();
+  void run_over_rules(const py::Object& function, const py::Object& scopes) const;
+
+  py::Object get_pattern() const { return pattern; }
+  py::Object get_search() const { return search; }
+
+  py::Object query_op;
+  py::Ref<Pattern> pattern = py::Ref<Pattern>::make();
+  py::Ref<Search> search = py::Ref<Search>::make();
+
+  template <class V>
+  void members(V& visit) {
+    visit(query_op);
+    visit(pattern);
+    visit(search);
+  }
+
+ private:
+  friend class HierarchyRun;
+  bool running_ = false;
+};
+
+void expose_hierarchy(const py::Scope& module);
+
+}  // namespace heron

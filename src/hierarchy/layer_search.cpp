@@ -1,0 +1,86 @@
+#include "hierarchy/layer_search.h"
+
+namespace heron {
+
+std::vector<Pairing> LayerSearch::run(LayerShelf& shelf, const LayerPlan& layer, bool exact) {
+  load(shelf, layer, exact);
+  backup_state();
+  make_guess();
+  if (wrong_guess()) {
+    reset_state();
+    return {};
+  }
+  return response();
+}
+
+void LayerSearch::load(LayerShelf& shelf, const LayerPlan& layer, bool exact) {
+  shelf_ = &shelf;
+  layer_ = &layer;
+  exact_ = exact;
+  guess_.assign(layer.scopes.size(), std::nullopt);
+  shelf.begin_guess();
+}
+
+void LayerSearch::make_guess() {
+  AnchorState shared = logic_.state();
+  for (std::size_t i = 0; i < layer_->scopes.size(); ++i) {
+    const ScopePlan& scope = layer_->scopes[i];
+    std::vector<LayerShelf::Position> taken = take_matching(scope, i, shared);
+    if (static_cast<long long>(taken.size()) < scope.rule->minimum) {
+      reset_state();
+      return;
+    }
+    logic_.state() = shared;
+    for (const LayerShelf::Position position : taken) shelf_->take(position);
+    guess_[scope.slot] = std::move(taken);
+  }
+}
+
+std::vector<LayerShelf::Position> LayerSearch::take_matching(const ScopePlan& scope, std::size_t index,
+                                                             AnchorState& shared) {
+  using Wish = LayerShelf::Wish;
+  std::vector<LayerShelf::Position> taken;
+  const bool fixed = rules_.is_fixed(*scope.rule);
+  const auto visit = [&](LayerShelf::Position position) {
+    if (scope_match(shelf_->object(position), scope)) {
+      // One too many is tested all the same; what it captured goes when `shared` comes back.
+      if (static_cast<long long>(taken.size()) >= scope.rule->maximum) return Wish::kStop;
+      taken.push_back(position);
+      shared = logic_.state();  // holds all of `shared` and what came since: a state only grows within a scope
+      return Wish::kStay;
+    }
+    // A matching name under a refused object is captured again each time.
+    return fixed && !rules_.captures(*scope.rule) ? Wish::kDismiss : Wish::kStay;
+  };
+  if (fixed) {
+    shelf_->walk(index, visit);
+  } else {
+    shelf_->walk_all(visit);
+  }
+  return taken;
+}
+
+bool LayerSearch::scope_match(ObjectId object, const ScopePlan& scope) {
+  if (!rules_.matches(*scope.rule, object)) return false;
+  return !scope.children->scopes.empty() || !objects_.view(object).has_children;
+}
+
+bool LayerSearch::wrong_guess() const {
+  for (const ScopePlan& scope : layer_->scopes) {
+    const auto& taken = guess_[scope.slot];
+    if (!scope.rule->allows(taken ? taken->size() : 0)) return true;
+  }
+  return exact_ && !shelf_->all_taken();
+}
+
+std::vector<Pairing> LayerSearch::response() const {
+  std::vector<Pairing> pairings;
+  for (const ScopePlan& scope : layer_->scopes) {
+    const auto& taken = guess_[scope.slot];
+    if (!taken) continue;
+    for (const LayerShelf::Position position : *taken) pairings.push_back({position, shelf_->object(position), &scope});
+  }
+  return pairings;
+}
+
+}  // namespace heron

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <deque>
+#include <optional>
+
+#include "hierarchy/objects.h"
+#include "runtime/class.h"
+
+namespace heron {
+
+/// Objects as any query object describes them: whatever offers `get_locations` serves.
+class LocationObjects : public Objects {
+ public:
+  explicit LocationObjects(py::Object query) : query_(std::move(query)) {}
+
+  /// The objects at these paths that exist, in order.
+  std::vector<ObjectId> locate(const py::Object& paths);
+
+  const ObjectView& view(ObjectId object) const override { return entries_[object].view; }
+  std::vector<ObjectId> children(ObjectId object) override { return locate(entries_[object].children); }
+
+  const py::Object& location(ObjectId object) const { return entries_[object].location; }
+
+ private:
+  struct Entry {
+    py::Object location, children;
+    py::Utf8 name, path;
+    std::optional<py::Utf8> type;
+    ObjectView view;
+  };
+
+  py::Object query_;
+  std::deque<Entry> entries_;  // the views point into the entries' texts
+};
+
+}  // namespace heron

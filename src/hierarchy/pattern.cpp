@@ -1,0 +1,222 @@
+#include "hierarchy/pattern.h"
+
+#include <limits>
+
+#include "foundation/constants.h"
+#include "foundation/text.h"
+#include "hierarchy/sorter.h"
+#include "runtime/modules.h"
+
+namespace heron {
+namespace {
+
+/// All integers from a minimum to a maximum, as a set that takes no room: a rule may allow a thousand million.
+class Interval {
+ public:
+  static py::Object of(const py::Object& minimum, const py::Object& maximum) {
+    auto interval = py::Ref<Interval>::make();
+    const py::Object range = py::Object::borrow(reinterpret_cast<PyObject*>(&PyRange_Type));
+    const py::Object beyond = py::Object::steal(PyNumber_Add(maximum.get(), py::to_python(1).get()));
+    interval->numbers = range(minimum, beyond);
+    return interval;
+  }
+
+  Py_ssize_t length() const { return numbers.length(); }
+  bool contains(const py::Object& number) const {
+    return py::checked(PySequence_Contains(numbers.get(), number.get())) != 0;
+  }
+  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(numbers.get())); }
+  bool equals(const py::Object& other) const {
+    if (py::is_instance<Interval>(other.get())) return numbers.equals(py::value_of<Interval>(other.get()).numbers);
+    if (PyAnySet_Check(other.get()) == 0 || other.length() != length()) return false;
+    for (const py::Object& number : py::collect(other)) {
+      if (!contains(number)) return false;
+    }
+    return true;
+  }
+  py::Object text() const { return py::text("{" + py::Utf8(py::Object::steal(PyObject_Str(numbers.get()))).str() + "}"); }
+
+  py::Object numbers = py::tuple({});
+
+  template <class V>
+  void members(V& visit) {
+    visit(numbers);
+  }
+};
+
+py::Object copied(const py::Object& value) {
+  static const py::Name kCopy("copy");
+  return value.is_none() ? value : py::modules::copy.call(kCopy, value);
+}
+
+}  // namespace
+
+void PatternRule::init(const py::Object& config, const py::Object& checklist_) {
+  stamp = config.attr(fields::kStamp);
+  name = config.attr(fields::kName);
+  icon = config.attr(fields::kIcon);
+  color = config.attr(fields::kColor);
+  regex = config.attr(fields::kRegex);
+  types = copied(config.attr(fields::kTypes));
+  range = copied(config.attr(fields::kRange));
+  checklist = checklist_;
+}
+
+py::Object PatternRule::get_range() const {
+  return Interval::of(range.attr(fields::kMinimum), range.attr(fields::kMaximum));
+}
+
+bool PatternRule::is_optional() const {
+  return clamped(range.attr(fields::kMinimum)) <= 0 && clamped(range.attr(fields::kMaximum)) >= 0;
+}
+
+bool PatternRule::equals(const py::Object& other) const {
+  if (!py::is_instance<PatternRule>(other.get())) return false;
+  const PatternRule& rule = py::value_of<PatternRule>(other.get());
+  return stamp.equals(rule.stamp) && name.equals(rule.name) && regex.equals(rule.regex) && types.equals(rule.types) &&
+         range.equals(rule.range);
+}
+
+Py_hash_t PatternRule::hash() const { return py::tuple({stamp, name, regex}).hash(); }
+
+py::List Pattern::get() const {
+  const py::Object ghost = get_ghost();
+  return ghost.is_none() ? hierarchy : py::List(ghost.attr(fields::kChildren));
+}
+
+py::Object Pattern::get_ghost() const {
+  static const auto* ghost_name = new py::Object(py::text(constants::kGhost));
+  for (const py::Object& scope : hierarchy.items()) {
+    if (to_str(rule_of(scope).attr(fields::kName)).equals(*ghost_name)) return scope;
+  }
+  return py::Object::none();
+}
+
+void Pattern::set(const py::Object& record) {
+  set_rules(record.attr(fields::kRules));
+  set_hierarchy(record.attr(fields::kPattern), py::Object::none());
+  sorter::sort(get());
+}
+
+void Pattern::set_rules(const py::Object& project_rules) {
+  rules = py::Dict();
+  for (const py::Object& project_rule : py::collect(project_rules)) {
+    auto rule = py::Ref<PatternRule>::make();
+    rule->init(project_rule, py::Object::none());
+    rules.set(project_rule.attr(fields::kStamp), rule);
+  }
+}
+
+void Pattern::set_hierarchy(const py::Object& pattern, const py::Object& root) {
+  const py::Depth depth(" while a pattern is loaded");
+  if (root.is_none()) hierarchy.clear();
+  const py::List target = root.is_none() ? hierarchy : py::List(root);
+  for (const py::Object& node : py::collect(pattern.attr(fields::kChildren))) {
+    const py::List children;
+    set_hierarchy(node, children);
+    auto scope = py::Ref<PatternScope>::make();
+    scope->rule = rules.find(node.attr(fields::kRule).attr(fields::kStamp)).value_or(py::Object::none());
+    scope->children = children;
+    target.append(scope);
+  }
+}
+
+py::Object Pattern::get_checklist(const py::Object& stamp) const {
+  static const py::Name kChecklist("checklist");
+  const std::optional<py::Object> rule = rules.find(stamp);
+  return rule ? rule->attr(kChecklist) : py::Object::none();
+}
+
+bool Pattern::is_verifiable(const py::Object& stamp) const {
+  static const py::Name kIsEmpty("is_empty");
+  const py::Object checklist = get_checklist(stamp);
+  return !checklist.is_none() && !checklist.call(kIsEmpty).truth();
+}
+
+py::Object rule_of(const py::Object& scope) {
+  py::Object rule = scope.attr(fields::kRule);
+  if (rule.is_none()) {
+    py::raise(PyExc_AttributeError, "a node of the pattern has no rule: its stamp is not in the list of rules");
+  }
+  return rule;
+}
+
+long long clamped(const py::Object& number) {
+  const py::Object integer = py::Object::steal(PyNumber_Index(number.get()));
+  int overflow = 0;
+  const long long value = PyLong_AsLongLongAndOverflow(integer.get(), &overflow);
+  if (overflow != 0) return overflow > 0 ? std::numeric_limits<long long>::max() : std::numeric_limits<long long>::min();
+  if (value == -1 && PyErr_Occurred() != nullptr) throw py::Error();
+  return value;
+}
+
+void expose_pattern(const py::Scope& hierarchy) {
+  const py::Scope pattern =
+      py::Class<Pattern>(hierarchy, "Pattern",
+                         "A class to describe hierarchy pattern.\n\n"
+                         "check_classes: the known check classes, from which the rules' checklists are built.")
+          .init<&Pattern::init>({"check_classes"})
+          .operation<&Pattern::get>("get",
+                                    "The scopes that are compared with the scene, as the stored list: those below the\n"
+                                    "ghost, or the top ones if there is no ghost.")
+          .operation<&Pattern::get_ghost>(
+              "get_ghost", "The scope at the top whose rule is named \"ghost\", the first one; None without a ghost.")
+          .operation<&Pattern::has_ghost>("has_ghost", "Is there a ghost?")
+          .operation<&Pattern::set>(
+              "set", {"project_settings_record"},
+              "Rebuilds the pattern from a record's `rules` and `pattern`, and sorts it for the search.\n\n"
+              "AttributeError if a node refers to a rule that is not in the list; RecursionError for a tree that is\n"
+              "too deep.")
+          .operation<&Pattern::set_rules>("_set_rules", {"rules"}, "Replaces the rules by copies of these.")
+          .operation<&Pattern::set_hierarchy>(
+              "_set_hierarchy", {"pattern", {"root", nullptr}},
+              "Appends a scope for each child of a node to `root`, or makes them the whole tree.")
+          .operation<&Pattern::get_checklist>("get_checklist", {"stamp"},
+                                              "The checklist of the rule with this stamp, or None.")
+          .operation<&Pattern::is_verifiable>("is_verifiable", {"stamp"},
+                                              "Has the rule with this stamp a check that is enabled?")
+          .field<&Pattern::check_classes>("check_classes", "The known check classes.")
+          .readonly<&Pattern::rules>("_rules", "Stamp to rule.")
+          .readonly<&Pattern::hierarchy>("_hierarchy", "The top scopes; the same list for the life of the pattern.")
+          .done();
+
+  const py::Scope rule =
+      py::Class<PatternRule>(pattern, "Rule",
+                             "A class to describe an item of the hierarchy pattern.\n\n"
+                             "config: a project's rule, copied: later edits of it do not show here.\n"
+                             "checklist: the checks of this rule, or None. Equal rules have the same stamp, name,\n"
+                             "regex, types and range.")
+          .init<&PatternRule::init>({"config", "checklist"})
+          .equals<&PatternRule::equals>()
+          .hash<&PatternRule::hash>()
+          .operation<&PatternRule::get_range>(
+              "get_range", "All integers from the minimum to the maximum, as a set that takes no room.")
+          .operation<&PatternRule::is_optional>("is_optional", "May a layer go without an object for this rule?")
+          .field<&PatternRule::stamp>("stamp", "Identity of the rule.")
+          .field<&PatternRule::name>("name", "Name of the rule; \"ghost\" is reserved.")
+          .field<&PatternRule::icon>("icon", "Icon for display.")
+          .field<&PatternRule::color>("color", "Colour for display.")
+          .field<&PatternRule::regex>("regex", "Expression for the object's name, with anchors.")
+          .field<&PatternRule::types>("types", "Allowed object types; none means any.")
+          .field<&PatternRule::range>("range", "How many objects of a layer must match: `minimum` to `maximum`.")
+          .field<&PatternRule::checklist>("checklist", "The checks of this rule, or None.")
+          .done();
+
+  py::Class<Interval>(rule, "_Interval", "All integers from a minimum to a maximum, equal to a set of the same.")
+      .length<&Interval::length>()
+      .contains<&Interval::contains>()
+      .iterate<&Interval::iterate>()
+      .equals<&Interval::equals>()
+      .text<&Interval::text>()
+      .done();
+
+  py::Class<PatternScope>(pattern, "Scope", "Connection between a pattern item and its children.")
+      .init<&PatternScope::init>({"rule", "children"})
+      .field<&PatternScope::rule>("rule", "The rule, or None where the record lacks it.")
+      .field<&PatternScope::children>("children", "The scopes below, as a list.")
+      .done();
+
+  expose_sorter(pattern);
+}
+
+}  // namespace heron

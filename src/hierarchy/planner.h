@@ -1,0 +1,29 @@
+#pragma once
+
+#include <unordered_map>
+
+#include "hierarchy/plan.h"
+#include "runtime/class.h"
+
+namespace heron {
+
+/// A list of scopes taken over for one run. The plan's numbers lead back to the objects that it was made from.
+class PlannedPattern {
+ public:
+  /// AttributeError or TypeError for scopes that lack what a scope has, RecursionError for one that is below itself.
+  explicit PlannedPattern(const py::Object& scopes);
+
+  const PatternPlan& plan() const { return plan_; }
+  const py::Object& scope(const ScopePlan& scope) const { return scopes_[scope.number]; }
+  const py::Object& rule(const ScopePlan& scope) const { return rules_[scope.rule->number]; }
+
+ private:
+  const LayerPlan* add_layer(const py::Object& scopes);
+  const RulePlan* add_rule(const py::Object& rule);
+
+  PatternPlan plan_;
+  std::vector<py::Object> scopes_, rules_;
+  std::unordered_map<PyObject*, const RulePlan*> planned_;  // nodes of a pattern share their rules
+};
+
+}  // namespace heron

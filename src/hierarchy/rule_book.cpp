@@ -1,0 +1,44 @@
+#include "hierarchy/rule_book.h"
+
+namespace heron {
+
+bool RuleBook::matches(const RulePlan& rule, ObjectId object) {
+  const ObjectView& view = objects_.view(object);
+  Facts& known = facts(rule);
+  if (!known.fixed) return rule.accepts_type(view.type) && logic_.match(rule.regex, view.name, view.path);
+  if (known.answers.size() <= object) known.answers.resize(object + 1, Answer::kUnknown);
+  if (known.answers[object] == Answer::kUnknown) {
+    const Answer answer = work_out(rule, known, object);
+    known.answers[object] = answer;
+  }
+  if (known.answers[object] == Answer::kRefused) return false;
+  if (const auto found = known.captured.find(object); found != known.captured.end()) {
+    logic_.record(found->second, view.path);
+  }
+  return true;
+}
+
+RuleBook::Answer RuleBook::work_out(const RulePlan& rule, Facts& facts, ObjectId object) {
+  const ObjectView& view = objects_.view(object);
+  if (!rule.accepts_type(view.type)) return Answer::kRefused;
+  if (facts.plain.empty()) facts.plain = logic_.apply_anchors(rule.regex);
+  if (!logic_.matcher().match(facts.plain, view.name)) return Answer::kRefused;
+  if (facts.captures) {
+    std::vector<AnchorLogic::Captured> captured = logic_.captures(rule.regex, view.name);
+    if (!captured.empty()) facts.captured.emplace(object, std::move(captured));
+  }
+  return Answer::kMatched;
+}
+
+RuleBook::Facts& RuleBook::facts(const RulePlan& rule) {
+  if (facts_.size() <= rule.number) facts_.resize(rule.number + 1);
+  Facts& facts = facts_[rule.number];
+  if (!facts.known) {
+    facts.fixed = !logic_.has_sub_anchor(rule.regex);
+    facts.captures = logic_.has_anchor(rule.regex);
+    facts.known = true;
+  }
+  return facts;
+}
+
+}  // namespace heron

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "hierarchy/anchor_logic.h"
+#include "hierarchy/objects.h"
+#include "hierarchy/plan.h"
+
+namespace heron {
+
+/// Asks rules about objects, and remembers the answers that cannot change while the definitions stay the same.
+///
+/// A rule without usages says the same of an object whatever was captured before, and captures the same from it. A
+/// scan looks at an object several times, so such an answer is worked out once.
+class RuleBook {
+ public:
+  RuleBook(AnchorLogic& logic, Objects& objects) : logic_(logic), objects_(objects) {}
+
+  /// Do the type and the name of the object fit the rule? If so, what the name holds is captured.
+  bool matches(const RulePlan& rule, ObjectId object);
+
+  /// Does the rule say the same of an object each time?
+  bool is_fixed(const RulePlan& rule) { return facts(rule).fixed; }
+  /// May a matching name be captured from?
+  bool captures(const RulePlan& rule) { return facts(rule).captures; }
+
+ private:
+  enum class Answer : unsigned char { kUnknown, kRefused, kMatched };
+  struct Facts {
+    bool known = false, fixed = false, captures = false;
+    std::string plain;  // the expression without anchors, once asked for
+    std::vector<Answer> answers;
+    std::unordered_map<ObjectId, std::vector<AnchorLogic::Captured>> captured;
+  };
+
+  Facts& facts(const RulePlan& rule);
+  Answer work_out(const RulePlan& rule, Facts& facts, ObjectId object);
+
+  AnchorLogic& logic_;
+  Objects& objects_;
+  std::vector<Facts> facts_;  // by the rule's number
+};
+
+}  // namespace heron

@@ -1,0 +1,154 @@
+#include "hierarchy/search.h"
+
+#include "hierarchy/pattern.h"
+
+namespace heron {
+
+void Result::init(const py::Object& array_) { array = array_.truth() ? array_ : py::List(); }
+
+Search::Run::Run(Search& owner, const py::Object& roots, const py::Object& scopes, bool exact)
+    : planned(scopes),
+      objects(owner.operator_),
+      shelf(objects.locate(roots)),
+      rules(*Anchor::Session(*owner.logic), objects),
+      search(*Anchor::Session(*owner.logic), objects, rules) {
+  search.load(shelf, planned.plan().top(), exact);
+}
+
+void Search::init(const py::Object& query_operator) { operator_ = query_operator; }
+
+py::Ref<Result> Search::layer(const py::Object& roots, const py::Object& layer_scopes, bool layer_exact) {
+  load_variables(roots, layer_scopes, layer_exact);
+  backup_state();
+  make_guess();
+  if (!wrong_guess()) return create_response(false);
+  reset_state();
+  return create_response(true);
+}
+
+void Search::load_variables(const py::Object& roots, const py::Object& layer_scopes, bool layer_exact) {
+  auto run = std::make_shared<Run>(*this, roots, layer_scopes, layer_exact);
+  run_ = std::move(run);
+  scopes = layer_scopes;
+  exact = layer_exact;
+}
+
+void Search::backup_state() { backup_ = logic->state->clone(); }
+
+void Search::reset_state() { logic->state->apply(backup_); }
+
+void Search::make_guess() {
+  const std::shared_ptr<Run> run = current();
+  const Anchor::Session session(*logic);
+  run->search.set_backup(backup_->native());
+  run->search.make_guess();
+  // Each scope ends in captures put in place, and that brings their hash up to date.
+  if (!run->planned.plan().top().scopes.empty()) logic->state->make_native_hash();
+}
+
+bool Search::scope_match(const py::Object& location, const py::Object& scope) {
+  static const py::Name kName("name"), kPath("path"), kType("type");
+  const py::Object rule = rule_of(scope), types = rule.attr(fields::kTypes), type = location.attr(kType);
+  if (types.truth() && py::checked(PySequence_Contains(types.get(), type.get())) == 0) return false;
+  const py::Utf8 regex(rule.attr(fields::kRegex)), name(location.attr(kName)), path(location.attr(kPath));
+  if (!Anchor::Session(*logic)->match(regex, name, path)) return false;
+  return scope.attr(fields::kChildren).truth() || !location.attr(fields::kChildren).truth();
+}
+
+bool Search::wrong_guess() { return current()->search.wrong_guess(); }
+
+py::Ref<Result> Search::create_response(bool empty) {
+  const std::shared_ptr<Run> run = current();
+  auto result = py::Ref<Result>::make();
+  const py::List array;
+  if (!empty) {
+    for (const Pairing& pairing : run->search.response()) {
+      auto response = py::Ref<Response>::make();
+      response->init(run->objects.location(pairing.object), run->planned.scope(*pairing.scope));
+      array.append(response);
+    }
+  }
+  result->array = array;
+  return result;
+}
+
+py::List Search::locations() const {
+  py::List list;
+  if (run_) {
+    for (const LayerShelf::Position position : run_->shelf.free()) {
+      list.append(run_->objects.location(run_->shelf.object(position)));
+    }
+  }
+  return list;
+}
+
+py::Dict Search::guess() const {
+  py::Dict table;
+  if (!run_) return table;
+  for (const ScopePlan& scope : run_->planned.plan().top().scopes) {
+    const auto& taken = run_->search.taken(scope.slot);
+    if (!taken) continue;
+    const py::List list;
+    for (const LayerShelf::Position position : *taken) {
+      list.append(run_->objects.location(run_->shelf.object(position)));
+    }
+    table.set(run_->planned.rule(scope), list);
+  }
+  return table;
+}
+
+const std::shared_ptr<Search::Run>& Search::current() {
+  if (!run_) load_variables(py::List(), py::List(), true);
+  return run_;
+}
+
+void expose_search(const py::Scope& hierarchy) {
+  const py::Scope search =
+      py::Class<Search>(hierarchy, "Search",
+                        "Compare algorithm of a single hierarchy layer with the pattern layer.\n\n"
+                        "query_operator: offers `get_locations`. The objects are handed out to the scopes in order,\n"
+                        "each taking what it matches up to its maximum; then the guess is judged as a whole. A wrong\n"
+                        "one leaves no trace in the captures, and no other is tried. Equal rules share what they\n"
+                        "take: the later one's takings stand for both.")
+          .init<&Search::init>({"query_operator"})
+          .operation<&Search::layer>(
+              "layer", {"roots", "scopes", {"exact", true}},
+              "Compares objects with scopes.\n\n"
+              "roots: paths of sibling objects. scopes: sibling scopes. exact: every object must be taken.\n"
+              "A `Result` in the order of the scopes; an empty one if the layer does not fit, or holds nothing.\n"
+              "Errors of expressions pass.")
+          .operation<&Search::load_variables>("load_variables", {"roots", "scopes", "exact"}, "Begins a layer.")
+          .operation<&Search::backup_state>("backup_state", "Remembers the captures.")
+          .operation<&Search::reset_state>("reset_state", "Puts the remembered captures back.")
+          .operation<&Search::make_guess>("make_guess", "Hands the objects out to the scopes.")
+          .operation<&Search::scope_match>(
+              "scope_match", {"location", "scope"},
+              "Does this object fit this scope? What its name holds is captured even if only its children are in\n"
+              "the way.")
+          .operation<&Search::wrong_guess>("wrong_guess", "Is a scope short of objects, or an object left over?")
+          .operation<&Search::create_response>("create_response", {{"empty", false}},
+                                               "The guess as a `Result`, or an empty one.")
+          .readonly<&Search::operator_>("_operator", "The query object.")
+          .accessor<&Search::get_logic>("logic", "The `Anchor` of this search; its captures outlive a layer.")
+          .accessor<&Search::backup>("_state", "The captures that `reset_state` puts back.")
+          .accessor<&Search::locations>("_locations", "The objects that no scope has taken.")
+          .readonly<&Search::scopes>("_scopes", "The scopes of the layer.")
+          .readonly<&Search::exact>("_exact", "Must every object be taken?")
+          .accessor<&Search::guess>("_guess", "What each rule took.")
+          .done();
+
+  py::Class<Result>(search, "Result", "What a layer's search found.")
+      .init<&Result::init>({{"array", nullptr}})
+      .operation<&Result::is_empty>("is_empty", "Is there no response?")
+      .iterate<&Result::iterate>()
+      .readonly<&Result::array>("_array", "The responses in order.")
+      .done();
+
+  py::Class<Response>(search, "Response", "One object matched by one scope.")
+      .init<&Response::init>({"location", "scope"})
+      .field<&Response::location>("location", "The object.")
+      .field<&Response::scope>("scope", "The scope that took it.")
+      .done();
+}
+
+}  // namespace heron

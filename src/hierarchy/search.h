@@ -1,0 +1,95 @@
+#pragma once
+
+#include <memory>
+
+#include "hierarchy/anchor.h"
+#include "hierarchy/layer_search.h"
+#include "hierarchy/locations.h"
+#include "hierarchy/planner.h"
+
+namespace heron {
+
+/// One object matched by one scope.
+class Response {
+ public:
+  void init(const py::Object& location_, const py::Object& scope_) {
+    location = location_;
+    scope = scope_;
+  }
+
+  py::Object location, scope;
+
+  template <class V>
+  void members(V& visit) {
+    visit(location);
+    visit(scope);
+  }
+};
+
+/// What a layer's search found; empty if the layer does not fit.
+class Result {
+ public:
+  void init(const py::Object& array_);
+  bool is_empty() const { return !array.truth(); }
+  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(array.or_none())); }
+
+  py::Object array = py::List();
+
+  template <class V>
+  void members(V& visit) {
+    visit(array);
+  }
+};
+
+/// The search of a layer as Python sees it: any query object, any scopes, step by step. The work is LayerSearch's.
+class Search {
+ public:
+  void init(const py::Object& query_operator);
+
+  py::Ref<Result> layer(const py::Object& roots, const py::Object& scopes, bool exact);
+  void load_variables(const py::Object& roots, const py::Object& scopes, bool exact);
+  void backup_state();
+  void reset_state();
+  void make_guess();
+  bool scope_match(const py::Object& location, const py::Object& scope);
+  bool wrong_guess();
+  py::Ref<Result> create_response(bool empty);
+
+  // The state of the last layer, made when it is asked for.
+  py::List locations() const;
+  py::Dict guess() const;
+  py::Object backup() const { return backup_; }
+  py::Object get_logic() const { return logic; }
+
+  py::Object operator_;
+  const py::Ref<Anchor> logic = py::Ref<Anchor>::make();
+  py::Object scopes = py::List();
+  bool exact = true;
+
+  template <class V>
+  void members(V& visit) {
+    visit(operator_);
+    visit(scopes);
+    visit(backup_);
+  }
+
+ private:
+  /// What one layer works with; a new one for each, so that a layer inside a layer cannot pull it away.
+  struct Run {
+    Run(Search& search, const py::Object& roots, const py::Object& scopes, bool exact);
+
+    PlannedPattern planned;
+    LocationObjects objects;
+    LayerShelf shelf;
+    RuleBook rules;
+    LayerSearch search;
+  };
+  const std::shared_ptr<Run>& current();
+
+  py::Ref<State> backup_ = logic->state->clone();
+  std::shared_ptr<Run> run_;
+};
+
+void expose_search(const py::Scope& hierarchy);
+
+}  // namespace heron

@@ -1,0 +1,67 @@
+#include "application/api.h"
+#include "foundation/assertions.h"
+#include "foundation/callbacks.h"
+#include "foundation/constants.h"
+#include "foundation/errors.h"
+#include "foundation/https.h"
+#include "foundation/logger.h"
+#include "foundation/masks.h"
+#include "foundation/naming.h"
+#include "foundation/text.h"
+#include "hierarchy/hierarchy.h"
+#include "projects/rule_tree.h"
+#include "scene/buffer.h"
+#include "scene/operator.h"
+#include "scene/scanner.h"
+#include "scene/type_mapping.h"
+#include "scene/virtual.h"
+#include "settings/check.h"
+
+namespace {
+
+/// What each subsystem offers, in order: a later line may derive from or refer to what an earlier one made.
+void expose(const heron::py::Scope& module) {
+  heron::accept_any_certificate();
+  heron::expose_text(module);
+  heron::expose_constants(module);
+  heron::expose_naming(module);
+  heron::expose_errors(module);
+  heron::expose_assertions(module);
+  heron::expose_logger(module);
+  heron::expose_callbacks(module);
+  heron::expose_masks(module);
+
+  heron::expose_type_mapping(module);
+  const heron::py::Scope scene =
+      heron::py::make_namespace(module, "Scene", "Classes that communicate with the scene open in the host.");
+  heron::expose_operator(scene);
+  heron::expose_virtual(scene);
+  heron::expose_buffer(scene);
+  heron::expose_scanner(scene);
+  heron::expose_hierarchy(module);
+
+  const heron::py::Scope settings = heron::py::make_namespace(module, "_Settings", "The settings of a user.");
+  heron::expose_check(settings);
+
+  const heron::py::Scope projects = heron::py::make_namespace(module, "_Project", "Projects, and what they hold.");
+  const heron::py::Scope project = heron::py::make_namespace(projects, "Settings", "One project.");
+  const heron::py::Scope rule = heron::expose_rule(project);
+  heron::expose_rule_list(rule);
+  heron::expose_rule_tree(rule);
+
+  heron::expose_api(module);
+}
+
+}  // namespace
+
+PyMODINIT_FUNC PyInit_core() {
+  static PyModuleDef definition = {PyModuleDef_HEAD_INIT, "core", "The engine of Heron.", -1, nullptr,
+                                   nullptr,               nullptr, nullptr,               nullptr};
+  return heron::py::detail::guarded(
+      [] {
+        heron::py::Object module = heron::py::Object::steal(PyModule_Create(&definition));
+        expose(heron::py::Scope(module));
+        return module.release();
+      },
+      nullptr);
+}

@@ -1,0 +1,40 @@
+#include "projects/rule_range.h"
+
+namespace heron {
+
+py::Ref<RuleRange> RuleRange::create(const py::Object& least, const py::Object& most) {
+  auto range = py::Ref<RuleRange>::make();
+  range->init(least, most);
+  return range;
+}
+
+void RuleRange::init(const py::Object& least, const py::Object& most) {
+  minimum = least;
+  maximum = most;
+}
+
+bool RuleRange::equals(const py::Object& other) const {
+  if (!py::Ref<RuleRange>::holds(other)) return false;
+  const py::Ref<RuleRange> range(other);
+  return minimum.equals(range->minimum) && maximum.equals(range->maximum);
+}
+
+py::List RuleRange::data() const {
+  py::List data;
+  data.append(minimum);
+  data.append(maximum);
+  return data;
+}
+
+void expose_rule_range(const py::Scope& rule) {
+  py::Class<RuleRange>(rule, "Range", "How many objects may match a rule at one place, both bounds included.")
+      .init<&RuleRange::init>({"minimum", "maximum"})
+      .operation<&RuleRange::copy>("__copy__", "A new range of the same bounds.")
+      .accessor<&RuleRange::data>("data", "The JSON form, a new list of `minimum` and `maximum`.")
+      .field<&RuleRange::minimum>("minimum", "The fewest objects that may match.")
+      .field<&RuleRange::maximum>("maximum", "The most objects that may match.")
+      .equals<&RuleRange::equals>()
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// How many objects may match a rule at one place. The bounds are integers of any size, kept as they came.
+class RuleRange {
+ public:
+  static py::Ref<RuleRange> create(const py::Object& least, const py::Object& most);
+
+  void init(const py::Object& least, const py::Object& most);
+
+  bool equals(const py::Object& other) const;
+  py::Ref<RuleRange> copy() const { return create(minimum, maximum); }
+  py::List data() const;  ///< The JSON form: both bounds.
+
+  py::Object minimum = py::to_python(1);
+  py::Object maximum = py::to_python(1);
+
+  template <class V>
+  void members(V& visit) {
+    visit(minimum);
+    visit(maximum);
+  }
+};
+
+/// Puts `Range` into `Rule`.
+void expose_rule_range(const py::Scope& rule);
+
+}  // namespace heron

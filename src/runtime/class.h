@@ -1,0 +1,484 @@
+#pragma once
+
+#include <array>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "runtime/convert.h"
+#include "runtime/signature.h"
+
+namespace heron::py {
+
+/// Something with a name in which classes stand: the module, or a class.
+class Scope {
+ public:
+  Scope(Object object, std::string module, std::string qualified)
+      : object_(std::move(object)), module_(std::move(module)), qualified_(std::move(qualified)) {}
+  explicit Scope(Object module);
+
+  const Object& object() const { return object_; }
+  const std::string& module() const { return module_; }
+  std::string qualify(const char* name) const { return qualified_.empty() ? name : qualified_ + "." + name; }
+  void set(const char* name, const Object& value) const { object_.set_attr(Name(name), value); }
+
+ private:
+  Object object_;
+  std::string module_, qualified_;
+};
+
+/// The scope of a class that is exposed already.
+template <class T>
+Scope scope_of();
+
+/// A class that only holds others and is never instantiated.
+Scope make_namespace(const Scope& outer, const char* name, const char* doc);
+
+namespace detail {
+
+/// Runs C++ code for the runtime: a C++ exception becomes a Python one.
+template <class F, class R = std::invoke_result_t<F>>
+R guarded(F&& function, std::type_identity_t<R> failed) noexcept {
+  try {
+    return function();
+  } catch (const Error& error) {
+    error.restore();
+  } catch (const std::bad_alloc&) {
+    PyErr_NoMemory();
+  } catch (const std::invalid_argument& error) {
+    PyErr_SetString(PyExc_ValueError, error.what());
+  } catch (const std::exception& error) {
+    PyErr_SetString(PyExc_RuntimeError, error.what());
+  }
+  return failed;
+}
+
+// What a bound C++ function looks like: its class (void for a free one), its result, its arguments.
+template <class F>
+struct Shape;
+template <class R, class C, class... A>
+struct Shape<R (C::*)(A...)> {
+  using Owner = C;
+  using Result = R;
+  using Arguments = std::tuple<std::decay_t<A>...>;
+};
+template <class R, class C, class... A>
+struct Shape<R (C::*)(A...) const> : Shape<R (C::*)(A...)> {};
+template <class R, class... A>
+struct Shape<R (*)(A...)> {
+  using Owner = void;
+  using Result = R;
+  using Arguments = std::tuple<std::decay_t<A>...>;
+};
+template <class R, class C>
+struct Shape<R C::*> {
+  using Owner = C;
+  using Value = R;
+};
+template <auto F>
+using ShapeOf = Shape<decltype(F)>;
+
+/// One argument of a call as its C++ type, or TypeError with the operation's name.
+template <class A>
+A argument(const Signature& signature, const Signature::Bound& bound, std::size_t index) {
+  PyObject* value = bound[index];
+  if (!From<A>::fits(value)) {
+    raise_type(signature.operation() + "() argument '" + signature.parameter(index) + "' must be " +
+               From<A>::wanted() + ", not " + Object::borrow(value).type_name());
+  }
+  return From<A>::from(value);
+}
+
+/// Calls F on the value (none for a free function) with the bound arguments; the result as a Python object.
+template <class T, auto F>
+Object invoke(PyObject* self, const Signature& signature, const Signature::Bound& bound) {
+  using S = ShapeOf<F>;
+  return [&]<std::size_t... I>(std::index_sequence<I...>) {
+    auto call = [&]() -> decltype(auto) {
+      if constexpr (std::is_void_v<typename S::Owner>) {
+        return F(argument<std::tuple_element_t<I, typename S::Arguments>>(signature, bound, I)...);
+      } else {
+        return (value_of<T>(self).*
+                F)(argument<std::tuple_element_t<I, typename S::Arguments>>(signature, bound, I)...);
+      }
+    };
+    if constexpr (std::is_void_v<typename S::Result>) {
+      call();
+      return Object::none();
+    } else {
+      return to_python(call());
+    }
+  }(std::make_index_sequence<std::tuple_size_v<typename S::Arguments>>());
+}
+
+/// An operation, as the runtime calls it. The runtime hands no closure to it, so the signature stands in the
+/// class of the template.
+template <class T, auto F>
+struct Operation {
+  static inline const Signature* signature = nullptr;
+
+  static PyObject* call(PyObject* self, PyObject* const* arguments, Py_ssize_t count, PyObject* names) {
+    return guarded([&] { return invoke<T, F>(self, *signature, signature->bind(arguments, count, names)).release(); },
+                   nullptr);
+  }
+  /// The same with a tuple and a dict, for constructors and for calls of the object itself.
+  static PyObject* call_packed(PyObject* self, PyObject* arguments, PyObject* named) {
+    return guarded([&] { return invoke<T, F>(self, *signature, signature->bind(arguments, named)).release(); },
+                   nullptr);
+  }
+  static int construct(PyObject* self, PyObject* arguments, PyObject* named) {
+    PyObject* result = call_packed(self, arguments, named);
+    Py_DecRef(result);
+    return result != nullptr ? 0 : -1;
+  }
+};
+
+/// An operation of the class itself; F takes the class before the bound arguments.
+template <class T, auto F>
+struct ClassOperation {
+  using Arguments = typename ShapeOf<F>::Arguments;
+  static constexpr std::size_t kBound = std::tuple_size_v<Arguments> - 1;
+  static inline const Signature* signature = nullptr;
+
+  static PyObject* call(PyObject* type, PyObject* const* arguments, Py_ssize_t count, PyObject* names) {
+    return guarded(
+        [&] {
+          const Signature::Bound bound = signature->bind(arguments, count, names);
+          return [&]<std::size_t... I>(std::index_sequence<I...>) {
+            return to_python(F(Object::borrow(type),
+                               argument<std::tuple_element_t<I + 1, Arguments>>(*signature, bound, I)...));
+          }(std::make_index_sequence<kBound>()).release();
+        },
+        nullptr);
+  }
+};
+
+template <class T, auto Get>
+PyObject* get_accessor(PyObject* self, void*) {
+  return guarded([&] { return to_python((value_of<T>(self).*Get)()).release(); }, nullptr);
+}
+
+template <class T, auto Set>
+int set_accessor(PyObject* self, PyObject* value, void* name) {
+  return guarded(
+      [&] {
+        if (value == nullptr) raise(PyExc_AttributeError, std::string(static_cast<const char*>(name)) + " stays");
+        (value_of<T>(self).*Set)(Object::borrow(value));
+        return 0;
+      },
+      -1);
+}
+
+template <class T, auto Field>
+PyObject* get_field(PyObject* self, void*) {
+  return guarded([&] { return to_python(value_of<T>(self).*Field).release(); }, nullptr);
+}
+
+template <class T, auto Field>
+int set_field(PyObject* self, PyObject* value, void* name) {
+  using V = typename ShapeOf<Field>::Value;
+  return guarded(
+      [&] {
+        const std::string field = static_cast<const char*>(name);
+        if (value == nullptr) raise(PyExc_AttributeError, field + " stays");
+        if (!From<V>::fits(value)) {
+          raise_type(field + " must be " + From<V>::wanted() + ", not " + Object::borrow(value).type_name());
+        }
+        value_of<T>(self).*Field = From<V>::from(value);
+        return 0;
+      },
+      -1);
+}
+
+template <class T, auto F>
+PyObject* text_slot(PyObject* self) {
+  return guarded([&] { return to_python((value_of<T>(self).*F)()).release(); }, nullptr);
+}
+
+template <class T, auto F>
+Py_ssize_t length_slot(PyObject* self) {
+  return guarded([&] { return static_cast<Py_ssize_t>((value_of<T>(self).*F)()); }, -1);
+}
+
+template <class T, auto F>
+Py_hash_t hash_slot(PyObject* self) {
+  return guarded(
+      [&] {
+        const auto hash = static_cast<Py_hash_t>((value_of<T>(self).*F)());
+        return hash == -1 ? Py_hash_t{-2} : hash;  // -1 tells the runtime of an error
+      },
+      -1);
+}
+
+template <class T, auto F>
+int contains_slot(PyObject* self, PyObject* item) {
+  return guarded([&] { return (value_of<T>(self).*F)(Object::borrow(item)) ? 1 : 0; }, -1);
+}
+
+template <class T, auto F>
+PyObject* equals_slot(PyObject* self, PyObject* other, int operation) {
+  if (operation != Py_EQ && operation != Py_NE) {
+    Py_IncRef(Py_NotImplemented);
+    return Py_NotImplemented;
+  }
+  return guarded(
+      [&] {
+        const bool equal = (value_of<T>(self).*F)(Object::borrow(other));
+        return to_python(equal == (operation == Py_EQ)).release();
+      },
+      nullptr);
+}
+
+/// `left + right`; the runtime may call with our class on the right only.
+template <class T, auto F>
+PyObject* add_slot(PyObject* left, PyObject* right) {
+  if (!is_instance<T>(left)) {
+    Py_IncRef(Py_NotImplemented);
+    return Py_NotImplemented;
+  }
+  return guarded([&] { return to_python((value_of<T>(left).*F)(Object::borrow(right))).release(); }, nullptr);
+}
+
+template <class T, auto F>
+PyObject* item_slot(PyObject* self, Py_ssize_t index) {
+  return guarded([&] { return to_python((value_of<T>(self).*F)(index)).release(); }, nullptr);
+}
+
+/// What is gathered for a class until its type is made; the part of the builder that needs no template.
+class TypeParts {
+ public:
+  TypeParts(const Scope& outer, const char* name, const char* doc);
+
+  void base(PyTypeObject* type) { base_ = type; }
+  void seal() { sealed_ = true; }
+  void constructor(const Signature& signature, initproc init);
+  void method(const char* name, const Signature& signature, void* function, int kind, const char* doc);
+  void accessor(const char* name, getter get, setter set, const char* doc);
+  void slot(int id, void* function) { slots_.push_back({id, function}); }
+  template <class F>
+  void slot(int id, F* function) {
+    slot(id, reinterpret_cast<void*>(function));
+  }
+  void attribute(const char* name, Object value) { attributes_.emplace_back(name, std::move(value)); }
+
+  /// Decides the layout of the instances, from the base and the C++ value's size, and gives their size.
+  Py_ssize_t lay_out(Layout& layout, std::size_t size, std::size_t alignment, const Layout* shared) const;
+  /// Makes the type and puts it into its scope.
+  PyTypeObject* make(const Layout& layout, Py_ssize_t size);
+
+ private:
+  const Scope& outer_;
+  const char* name_;
+  std::string doc_;
+  PyTypeObject* base_;
+  bool sealed_ = false;
+  bool has_constructor_ = false;
+  std::string signature_ = "()";
+  std::vector<PyMethodDef> methods_;
+  std::vector<PyGetSetDef> accessors_;
+  std::vector<PyType_Slot> slots_;
+  std::vector<std::pair<const char*, Object>> attributes_;
+};
+
+}  // namespace detail
+
+/// Exposes T as a class: a line for each member, then `done`. B is the exposed C++ base class, if there is one.
+template <class T, class B = void>
+class Class {
+ public:
+  Class(const Scope& outer, const char* name, const char* doc) : parts_(outer, name, doc), outer_(outer), name_(name) {
+    if constexpr (!std::is_void_v<B>) {
+      static_assert(std::is_base_of_v<B, T>);
+      parts_.base(TypeOf<B>::type);
+    }
+  }
+
+  /// Derives the class from one of the runtime's own: list, an exception.
+  Class& derives(PyObject* base) {
+    parts_.base(reinterpret_cast<PyTypeObject*>(base));
+    return *this;
+  }
+
+  /// Instances take no attributes beyond the members given here.
+  Class& sealed() {
+    parts_.seal();
+    return *this;
+  }
+
+  template <auto F>
+  Class& init(Parameters parameters) {
+    parts_.constructor(sign<F>(name_, parameters), &detail::Operation<T, F>::construct);
+    return *this;
+  }
+
+  template <auto F>
+  Class& operation(const char* name, Parameters parameters, const char* doc) {
+    parts_.method(name, sign<F>(name, parameters), entry<F>(), 0, doc);
+    return *this;
+  }
+  template <auto F>
+  Class& operation(const char* name, const char* doc) {
+    return operation<F>(name, {}, doc);
+  }
+
+  /// An operation of the class that needs no instance.
+  template <auto F>
+  Class& static_operation(const char* name, Parameters parameters, const char* doc) {
+    parts_.method(name, sign<F>(name, parameters), entry<F>(), METH_STATIC, doc);
+    return *this;
+  }
+
+  /// An operation of the class itself; F takes the class, which may be one derived in Python, first.
+  template <auto F>
+  Class& class_operation(const char* name, Parameters parameters, const char* doc) {
+    using Call = detail::ClassOperation<T, F>;
+    Call::signature = &kept_signature(name, parameters, Call::kBound);
+    parts_.method(name, *Call::signature, reinterpret_cast<void*>(&Call::call), METH_CLASS, doc);
+    return *this;
+  }
+
+  template <auto Get>
+  Class& accessor(const char* name, const char* doc) {
+    parts_.accessor(name, &detail::get_accessor<T, Get>, nullptr, doc);
+    return *this;
+  }
+  template <auto Get, auto Set>
+  Class& accessor(const char* name, const char* doc) {
+    parts_.accessor(name, &detail::get_accessor<T, Get>, &detail::set_accessor<T, Set>, doc);
+    return *this;
+  }
+
+  template <auto Field>
+  Class& field(const char* name, const char* doc) {
+    parts_.accessor(name, &detail::get_field<T, Field>, &detail::set_field<T, Field>, doc);
+    return *this;
+  }
+  /// A field that is only read from Python.
+  template <auto Field>
+  Class& readonly(const char* name, const char* doc) {
+    parts_.accessor(name, &detail::get_field<T, Field>, nullptr, doc);
+    return *this;
+  }
+
+  Class& attribute(const char* name, Object value) {
+    parts_.attribute(name, std::move(value));
+    return *this;
+  }
+
+  // The operations behind Python's operators and built-in functions.
+  template <auto F>
+  Class& length() {
+    parts_.slot(Py_sq_length, &detail::length_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& iterate() {
+    parts_.slot(Py_tp_iter, &detail::text_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& contains() {
+    parts_.slot(Py_sq_contains, &detail::contains_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& item() {
+    parts_.slot(Py_sq_item, &detail::item_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& equals() {
+    parts_.slot(Py_tp_richcompare, &detail::equals_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& hash() {
+    parts_.slot(Py_tp_hash, &detail::hash_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& add() {
+    parts_.slot(Py_nb_add, &detail::add_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& text() {
+    parts_.slot(Py_tp_str, &detail::text_slot<T, F>);
+    return *this;
+  }
+  /// A call of the object itself; F takes the positional arguments as a tuple and the named ones as a dict.
+  template <auto F>
+  Class& call() {
+    sign<F>("__call__", {Parameter::rest("args"), Parameter::keywords("kwargs")});
+    parts_.slot(Py_tp_call, &detail::Operation<T, F>::call_packed);
+    return *this;
+  }
+
+  /// Makes the type. Returns its scope, for classes nested in it.
+  Scope done() {
+    Layout& layout = TypeOf<T>::layout;
+    describe<T>(layout);
+    const Py_ssize_t size = parts_.lay_out(layout, sizeof(T), alignof(T), base_layout());
+    parts_.slot(Py_tp_new, &Lifecycle<T>::create);
+    parts_.slot(Py_tp_traverse, &Lifecycle<T>::traverse);
+    parts_.slot(Py_tp_clear, &Lifecycle<T>::clear);
+    parts_.slot(Py_tp_dealloc, &Lifecycle<T>::drop);
+    TypeOf<T>::type = parts_.make(layout, size);
+    return Scope(Object::borrow(reinterpret_cast<PyObject*>(TypeOf<T>::type)), outer_.module(),
+                 outer_.qualify(name_));
+  }
+
+ private:
+  static const Layout* base_layout() {
+    if constexpr (std::is_void_v<B>) {
+      return nullptr;
+    } else {
+      return &TypeOf<B>::layout;
+    }
+  }
+  template <auto F>
+  static void* entry() {
+    return reinterpret_cast<void*>(&detail::Operation<T, F>::call);
+  }
+  template <auto F>
+  const Signature& sign(const char* name, Parameters parameters) {
+    using Arguments = typename detail::ShapeOf<F>::Arguments;
+    detail::Operation<T, F>::signature = &kept_signature(name, parameters, std::tuple_size_v<Arguments>);
+    return *detail::Operation<T, F>::signature;
+  }
+  static const Signature& kept_signature(const char* name, Parameters parameters, std::size_t size) {
+    auto* signature = new Signature(name, parameters);  // kept for the life of the process, like the type
+    if (signature->size() != size) {
+      raise(PyExc_SystemError, std::string(name) + ": parameters do not fit the function");
+    }
+    return *signature;
+  }
+
+  detail::TypeParts parts_;
+  const Scope& outer_;
+  const char* name_;
+};
+
+namespace detail {
+void add_function(const Scope& module, const char* name, const Signature& signature, void* function,
+                  const char* doc);
+}
+
+/// Exposes a C++ function as a function of the module.
+template <auto F>
+void function(const Scope& module, const char* name, Parameters parameters, const char* doc) {
+  auto* signature = new Signature(name, parameters);  // kept for the life of the process, like the module
+  detail::Operation<void, F>::signature = signature;
+  detail::add_function(module, name, *signature, reinterpret_cast<void*>(&detail::Operation<void, F>::call), doc);
+}
+
+template <class T>
+Scope scope_of() {
+  const Object type = Object::borrow(reinterpret_cast<PyObject*>(TypeOf<T>::type));
+  return Scope(type, Utf8(type.attr(Name("__module__"))).str(), label(TypeOf<T>::type));
+}
+
+}  // namespace heron::py

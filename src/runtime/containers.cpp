@@ -1,0 +1,96 @@
+#include "runtime/containers.h"
+
+#include <string>
+
+namespace heron::py {
+
+List::List(Object list) : Object(std::move(list)) {
+  if (pointer_ == nullptr || !PyList_Check(pointer_)) {
+    raise_type(std::string("list expected, not ") + type_name());
+  }
+}
+
+Object List::at(Py_ssize_t index) const {
+  PyObject* item = PyList_GetItem(pointer_, index);
+  if (item == nullptr) throw Error();
+  return borrow(item);
+}
+
+std::optional<Py_ssize_t> List::find(const Object& object) const {
+  for (Py_ssize_t i = 0; i < size(); ++i) {
+    if (PyList_GetItem(pointer_, i) == object.get()) return i;
+  }
+  return std::nullopt;
+}
+
+void List::set(Py_ssize_t index, const Object& value) const {
+  checked(PyList_SetItem(pointer_, index, borrow(value.or_none()).release()));
+}
+
+void List::extend(const Object& values) const {
+  for (const Object& value : collect(values)) append(value);
+}
+
+void List::clear() const {
+  for (Py_ssize_t size = PyList_Size(pointer_); size > 0; size = PyList_Size(pointer_)) {
+    checked(PyList_SetSlice(pointer_, size - 1, size, nullptr));
+  }
+}
+
+std::vector<Object> List::items() const {
+  std::vector<Object> items;
+  items.reserve(static_cast<std::size_t>(size()));
+  for (Py_ssize_t i = 0; i < PyList_Size(pointer_); ++i) items.push_back(borrow(PyList_GetItem(pointer_, i)));
+  return items;
+}
+
+Dict::Dict(Object dict) : Object(std::move(dict)) {
+  if (pointer_ == nullptr || !PyDict_Check(pointer_)) {
+    raise_type(std::string("dict expected, not ") + type_name());
+  }
+}
+
+std::optional<Object> Dict::find(const Object& key) const {
+  PyObject* value = PyDict_GetItemWithError(pointer_, key.or_none());
+  if (value != nullptr) return borrow(value);
+  if (PyErr_Occurred() != nullptr) throw Error();
+  return std::nullopt;
+}
+
+std::vector<std::pair<Object, Object>> Dict::items() const {
+  std::vector<std::pair<Object, Object>> items;
+  items.reserve(static_cast<std::size_t>(size()));
+  PyObject *key = nullptr, *value = nullptr;
+  for (Py_ssize_t position = 0; PyDict_Next(pointer_, &position, &key, &value) != 0;) {
+    items.emplace_back(borrow(key), borrow(value));
+  }
+  return items;
+}
+
+std::vector<Object> Dict::values() const {
+  std::vector<Object> values;
+  for (auto& [key, value] : items()) values.push_back(std::move(value));
+  return values;
+}
+
+Object tuple(const std::vector<Object>& items) {
+  Object tuple = Object::steal(PyTuple_New(static_cast<Py_ssize_t>(items.size())));
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    checked(PyTuple_SetItem(tuple.get(), static_cast<Py_ssize_t>(i), Object::borrow(items[i].or_none()).release()));
+  }
+  return tuple;
+}
+
+std::vector<Object> collect(const Object& iterable) {
+  const List list(Object::steal(PySequence_List(iterable.or_none())));
+  return list.items();
+}
+
+Object get(const Object& mapping, const Name& key, const Object& otherwise) {
+  static const Name kGet("get");
+  return mapping.call(kGet, Object::borrow(key.get()), otherwise);
+}
+
+Object iterator(const std::vector<Object>& items) { return Object::steal(PyObject_GetIter(tuple(items).get())); }
+
+}  // namespace heron::py

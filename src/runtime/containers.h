@@ -1,0 +1,75 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "runtime/object.h"
+
+namespace heron::py {
+
+/// A Python list.
+class List : public Object {
+ public:
+  List() : Object(steal(PyList_New(0))) {}
+  explicit List(Object list);  ///< TypeError unless it is a list.
+
+  Py_ssize_t size() const { return PyList_Size(pointer_); }
+  bool empty() const { return size() == 0; }
+  Object at(Py_ssize_t index) const;  ///< IndexError past the end.
+  std::optional<Py_ssize_t> find(const Object& object) const;  ///< Where this very object stands first.
+  void set(Py_ssize_t index, const Object& value) const;
+  void append(const Object& value) const { checked(PyList_Append(pointer_, value.or_none())); }
+  void insert(Py_ssize_t index, const Object& value) const {
+    checked(PyList_Insert(pointer_, index, value.or_none()));
+  }
+  void remove_at(Py_ssize_t index) const { checked(PyList_SetSlice(pointer_, index, index + 1, nullptr)); }
+  void extend(const Object& values) const;
+  void clear() const;  ///< Drops the elements one by one from the end; others see the same list empty.
+  List copy() const { return List(steal(PyList_GetSlice(pointer_, 0, PY_SSIZE_T_MAX))); }
+  std::vector<Object> items() const;  ///< The elements as they are now, safe to walk while Python code runs.
+};
+
+/// A Python dict, which keeps the order of insertion.
+class Dict : public Object {
+ public:
+  Dict() : Object(steal(PyDict_New())) {}
+  explicit Dict(Object dict);  ///< TypeError unless it is a dict.
+
+  Py_ssize_t size() const { return PyDict_Size(pointer_); }
+  std::optional<Object> find(const Object& key) const;
+  void set(const Object& key, const Object& value) const {
+    checked(PyDict_SetItem(pointer_, key.get(), value.or_none()));
+  }
+  void set(const Name& key, const Object& value) const {
+    checked(PyDict_SetItem(pointer_, key.get(), value.or_none()));
+  }
+  void remove(const Object& key) const { checked(PyDict_DelItem(pointer_, key.get())); }  ///< KeyError if absent.
+  void clear() const { PyDict_Clear(pointer_); }
+  std::vector<std::pair<Object, Object>> items() const;
+  std::vector<Object> values() const;
+};
+
+/// A Python set. Its order differs from run to run: no result may depend on it.
+class Set : public Object {
+ public:
+  Set() : Object(steal(PySet_New(nullptr))) {}
+
+  bool contains(const Object& value) const { return checked(PySet_Contains(pointer_, value.get())) != 0; }
+  void add(const Object& value) const { checked(PySet_Add(pointer_, value.get())); }
+  void discard(const Object& value) const { checked(PySet_Discard(pointer_, value.get())); }
+  void clear() const { checked(PySet_Clear(pointer_)); }
+};
+
+/// A new tuple of these objects.
+Object tuple(const std::vector<Object>& items);
+
+/// The elements of any iterable, collected first, so that a walk over them may call Python.
+std::vector<Object> collect(const Object& iterable);
+
+/// `mapping.get(key)`, or `mapping.get(key, otherwise)`: by name, so any mapping serves.
+Object get(const Object& mapping, const Name& key, const Object& otherwise = Object::none());
+
+/// A new iterator over a copy of these elements.
+Object iterator(const std::vector<Object>& items);
+
+}  // namespace heron::py

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "runtime/object.h"
+
+namespace heron::py {
+
+/// A module of the runtime's own library, imported at first use and kept.
+class Module {
+ public:
+  constexpr explicit Module(const char* name) : name_(name) {}
+  const Object& get() const;
+  Object attr(const Name& name) const { return get().attr(name); }
+  template <class... A>
+  Object call(const Name& name, const A&... arguments) const {
+    return get().call(name, arguments...);
+  }
+
+ private:
+  const char* name_;
+  mutable const Object* module_ = nullptr;
+};
+
+namespace modules {
+inline const Module copy{"copy"};
+inline const Module logging{"logging"};
+inline const Module re{"re"};
+inline const Module ssl{"ssl"};
+inline const Module threading{"threading"};
+inline const Module uuid{"uuid"};
+}  // namespace modules
+
+}  // namespace heron::py

@@ -1,0 +1,126 @@
+#include "runtime/object.h"
+
+#include <cstring>
+
+namespace heron::py {
+
+PyObject* Name::get() const {
+  if (interned_ == nullptr) {
+    interned_ = PyUnicode_InternFromString(text_);
+    if (interned_ == nullptr) throw Error();
+  }
+  return interned_;
+}
+
+Object Object::steal(PyObject* pointer) {
+  if (pointer == nullptr) throw Error();
+  Object object;
+  object.pointer_ = pointer;
+  return object;
+}
+
+Object Object::borrow(PyObject* pointer) {
+  Object object;
+  object.pointer_ = pointer;
+  Py_IncRef(pointer);
+  return object;
+}
+
+bool Object::truth() const { return pointer_ != nullptr && checked(PyObject_IsTrue(pointer_)) != 0; }
+
+bool Object::equals(const Object& other) const {
+  return checked(PyObject_RichCompareBool(or_none(), other.or_none(), Py_EQ)) != 0;
+}
+
+Py_hash_t Object::hash() const {
+  const Py_hash_t hash = PyObject_Hash(or_none());
+  if (hash == -1) throw Error();
+  return hash;
+}
+
+Py_ssize_t Object::length() const {
+  const Py_ssize_t length = PyObject_Length(or_none());
+  if (length < 0) throw Error();
+  return length;
+}
+
+std::string Object::type_name() const {
+  if (is_none()) return "None";
+  static const Name kName("__name__");
+  const Object name = borrow(reinterpret_cast<PyObject*>(Py_TYPE(pointer_))).attr(kName);
+  const char* text = PyUnicode_AsUTF8AndSize(name.get(), nullptr);
+  if (text == nullptr) PyErr_Clear();
+  return text != nullptr ? text : "object";
+}
+
+Object Object::attr(const Name& name) const { return steal(PyObject_GetAttr(or_none(), name.get())); }
+
+Object Object::attr(const Name& name, const Object& otherwise) const {
+  PyObject* found = PyObject_GetAttr(or_none(), name.get());
+  if (found == nullptr) {
+    if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) throw Error();
+    PyErr_Clear();
+    return otherwise;
+  }
+  return steal(found);
+}
+
+void Object::set_attr(const Name& name, const Object& value) const {
+  checked(PyObject_SetAttr(or_none(), name.get(), value.or_none()));
+}
+
+Object Object::apply(const Object& arguments, const Object& named) const {
+  return steal(PyObject_Call(or_none(), arguments.get(), named.get()));
+}
+
+Error::Error() {
+  PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
+  PyErr_Fetch(&type, &value, &trace);
+  if (type == nullptr) {
+    PyErr_SetString(PyExc_SystemError, "a call failed without an error");
+    PyErr_Fetch(&type, &value, &trace);
+  }
+  PyErr_NormalizeException(&type, &value, &trace);
+  if (trace != nullptr && value != nullptr) PyException_SetTraceback(value, trace);
+  type_ = Object::steal(type);
+  value_ = Object::steal(value);
+  if (trace != nullptr) trace_ = Object::steal(trace);
+}
+
+void Error::restore() const {
+  PyErr_Restore(Object(type_).release(), Object(value_).release(), Object(trace_).release());
+}
+
+bool Error::matches(PyObject* type) const { return PyErr_GivenExceptionMatches(type_.get(), type) != 0; }
+
+void raise(PyObject* type, const std::string& message) {
+  // The message may quote names of any kind, so it is decoded as leniently as text is encoded.
+  PyObject* text =
+      PyUnicode_DecodeUTF8(message.data(), static_cast<Py_ssize_t>(message.size()), "surrogatepass");
+  if (text != nullptr) {
+    PyErr_SetObject(type, text);
+    Py_DecRef(text);
+  }
+  throw Error();
+}
+
+void raise_type(const std::string& message) { raise(PyExc_TypeError, message); }
+void raise_value(const std::string& message) { raise(PyExc_ValueError, message); }
+
+namespace {
+constexpr int kDeepest = 1000;  // what older runtimes allow
+thread_local int depth = 0;
+}  // namespace
+
+Depth::Depth(const char* where) {
+  if (depth == kDeepest) raise(PyExc_RecursionError, std::string("maximum recursion depth exceeded") + where);
+  if (Py_EnterRecursiveCall(where) != 0) throw Error();
+  ++depth;
+}
+
+Depth::~Depth() {
+  --depth;
+  Py_LeaveRecursiveCall();
+}
+
+}  // namespace heron::py

@@ -1,0 +1,117 @@
+#pragma once
+
+#include <concepts>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "runtime/python.h"
+
+namespace heron::py {
+
+/// A text of the source code that is used as a name: made once, interned, and never released.
+class Name {
+ public:
+  constexpr explicit Name(const char* text) : text_(text) {}
+  PyObject* get() const;
+  const char* text() const { return text_; }
+
+ private:
+  const char* text_;
+  mutable PyObject* interned_ = nullptr;
+};
+
+/// An owning reference to a Python object, or to none. Where an object is needed, none stands for Python's None, so
+/// that an instance whose constructor never ran is as safe as any other.
+///
+/// References are counted through functions and not through the inline forms of the headers: those of older
+/// headers make the immortal objects of newer runtimes drift.
+class Object {
+ public:
+  Object() noexcept : pointer_(nullptr) {}
+  Object(const Object& other) : pointer_(other.pointer_) { Py_IncRef(pointer_); }
+  Object(Object&& other) noexcept : pointer_(std::exchange(other.pointer_, nullptr)) {}
+  Object& operator=(Object other) noexcept {
+    std::swap(pointer_, other.pointer_);
+    return *this;
+  }
+  ~Object() { Py_DecRef(pointer_); }
+
+  static Object steal(PyObject* pointer);   ///< Takes a new reference over; none means a pending error: throws it.
+  static Object borrow(PyObject* pointer);  ///< Adds a reference.
+  static Object none() { return borrow(Py_None); }
+
+  PyObject* get() const { return pointer_; }
+  PyObject* or_none() const { return pointer_ != nullptr ? pointer_ : Py_None; }
+  PyObject* release() { return std::exchange(pointer_, nullptr); }
+  explicit operator bool() const { return pointer_ != nullptr; }
+
+  bool is(const Object& other) const { return pointer_ == other.pointer_; }
+  bool is_none() const { return pointer_ == nullptr || pointer_ == Py_None; }
+  bool is_text() const { return pointer_ != nullptr && PyUnicode_Check(pointer_); }
+  bool truth() const;                        ///< What a test in Python says; nothing is false.
+  bool equals(const Object& other) const;    ///< Python's `==`.
+  Py_hash_t hash() const;                    ///< Python's `hash`.
+  Py_ssize_t length() const;                 ///< Python's `len`.
+  std::string type_name() const;             ///< Short name of the type, for messages.
+
+  Object attr(const Name& name) const;
+  Object attr(const Name& name, const Object& otherwise) const;  ///< `otherwise` where there is no such attribute.
+  void set_attr(const Name& name, const Object& value) const;
+
+  /// Calls the object, or its operation of this name, with positional arguments.
+  template <std::convertible_to<Object>... A>
+  Object operator()(const A&... arguments) const {
+    return steal(PyObject_CallFunctionObjArgs(or_none(), static_cast<const Object&>(arguments).or_none()..., nullptr));
+  }
+  template <std::convertible_to<Object>... A>
+  Object call(const Name& name, const A&... arguments) const {
+    return steal(PyObject_CallMethodObjArgs(or_none(), name.get(),
+                                            static_cast<const Object&>(arguments).or_none()..., nullptr));
+  }
+  /// Calls the object with a tuple of arguments and a dict of named ones (or none).
+  Object apply(const Object& arguments, const Object& named = {}) const;
+
+ protected:
+  PyObject* pointer_;
+};
+
+/// A Python exception on its way through C++.
+class Error : public std::exception {
+ public:
+  Error();  ///< Takes over the pending error.
+
+  void restore() const;                     ///< Makes it the pending error again.
+  bool matches(PyObject* type) const;       ///< Is it of this exception class?
+  const Object& value() const { return value_; }
+  const char* what() const noexcept override { return "a Python exception"; }
+
+ private:
+  Object type_, value_, trace_;
+};
+
+/// Raise a Python exception of this class with this message.
+[[noreturn]] void raise(PyObject* type, const std::string& message);
+[[noreturn]] void raise_type(const std::string& message);
+[[noreturn]] void raise_value(const std::string& message);
+
+/// Throws the pending error if a call of the C interface says so by a negative result.
+inline int checked(int result) {
+  if (result < 0) throw Error();
+  return result;
+}
+
+/// Guards a recursion over a structure from outside: RecursionError instead of an overflow of the stack.
+///
+/// The runtime's own guard is not enough: newer runtimes let ten thousand calls pass, which is too many for the
+/// frames of an unoptimised build.
+class Depth {
+ public:
+  explicit Depth(const char* where);
+  ~Depth();
+  Depth(const Depth&) = delete;
+  Depth& operator=(const Depth&) = delete;
+};
+
+}  // namespace heron::py

@@ -1,0 +1,101 @@
+#include "scene/bucket.h"
+
+#include <unordered_set>
+
+#include "foundation/text.h"
+#include "scene/joint.h"
+
+namespace heron {
+namespace {
+
+const py::Name kJoint("joint"), kName("name"), kChecked("checked"), kOpened("opened");
+const py::Name kChildren("children"), kStamp("stamp"), kData("data");
+
+}  // namespace
+
+void DataBucket::init(const py::Object& joint_, const py::Object& name, const py::Object& checked_,
+                      const py::Object& opened_) {
+  joint = joint_;
+  checked = checked_;
+  opened = opened_;
+  name_ = to_str(py::text(""));
+  set_name(name.is_none() ? joint.attr(kName) : name);
+}
+
+void DataBucket::set_name(const py::Object& text) {
+  if (text.is_text()) name_ = to_str(text);
+}
+
+bool DataBucket::equals(const py::Object& other) const {
+  if (!py::is_instance<DataBucket>(other.get())) return false;
+  const DataBucket& bucket = py::value_of<DataBucket>(other.get());
+  return joint.equals(bucket.joint) && name_.equals(bucket.name_) && checked.equals(bucket.checked) &&
+         opened.equals(bucket.opened);
+}
+
+Py_hash_t DataBucket::hash() const { return py::tuple({name_, joint.attr(kStamp), checked, opened}).hash(); }
+
+py::Dict DataBucket::data() const {
+  py::Dict data;
+  data.set(kJoint, joint.attr(kData));
+  data.set(kName, name_);
+  data.set(kChecked, checked);
+  data.set(kOpened, opened);
+  return data;
+}
+
+py::List DataBucket::get_joints(const py::Object& from) const {
+  py::List joints;
+  if (from.is_none()) joints.append(joint);
+  // A hierarchy may be deeper than the stack: the walk keeps one of its own.
+  struct Level {
+    py::Object joint;  // kept, so that no other object can take its place and look like an ancestor
+    std::vector<py::Object> children;
+    std::size_t next = 0;
+  };
+  std::vector<Level> levels;
+  std::unordered_set<PyObject*> above;
+  const auto enter = [&](const py::Object& parent) {
+    if (!above.insert(parent.get()).second) {
+      py::raise(PyExc_RecursionError, "get_joints() found a joint below itself");
+    }
+    levels.push_back({parent, py::collect(parent.attr(kChildren))});
+  };
+  enter(from.is_none() ? joint : from);
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    if (level.next == level.children.size()) {
+      above.erase(level.joint.get());
+      levels.pop_back();
+      continue;
+    }
+    const py::Object child = level.children[level.next++];
+    joints.append(child);
+    enter(child);
+  }
+  return joints;
+}
+
+void expose_bucket(const py::Scope& buffer) {
+  py::Class<DataBucket>(buffer, "DataBucket",
+                        "A scanned hierarchy, with what controls its export and display.\n\n"
+                        "joint: the root. name: for display and export; the joint's name if it is None. checked: takes\n"
+                        "part in validation and export. opened: shown expanded. Equal buckets agree in all four.")
+      .init<&DataBucket::init>({"joint", {"name", nullptr}, {"checked", true}, {"opened", true}})
+      .equals<&DataBucket::equals>()
+      .hash<&DataBucket::hash>()
+      .accessor<&DataBucket::get_name, &DataBucket::set_name>("name",
+                                                              "Name of the bucket; only text can be assigned, anything\n"
+                                                              "else leaves it as it is.")
+      .accessor<&DataBucket::get_name>("_name", "Name of the bucket.")
+      .accessor<&DataBucket::data>("data", "The bucket as it is embedded in the scene, a new map.")
+      .operation<&DataBucket::get_joints>("get_joints", {{"joint", nullptr}},
+                                          "All joints of the bucket, or only those below a joint, parents first.\n\n"
+                                          "RecursionError for a joint that stands below itself.")
+      .field<&DataBucket::joint>("joint", "The root of the hierarchy.")
+      .field<&DataBucket::checked>("checked", "Does the bucket take part in validation and export?")
+      .field<&DataBucket::opened>("opened", "Is the bucket shown expanded?")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// A scanned hierarchy, with what controls its export and display.
+class DataBucket {
+ public:
+  void init(const py::Object& joint, const py::Object& name, const py::Object& checked, const py::Object& opened);
+
+  py::Object get_name() const { return name_; }
+  void set_name(const py::Object& text);
+  bool equals(const py::Object& other) const;
+  Py_hash_t hash() const;
+  py::Dict data() const;
+  /// The bucket's joints, or those below a joint, parents first.
+  py::List get_joints(const py::Object& joint) const;
+
+  py::Object joint, checked = py::to_python(true), opened = py::to_python(true);
+
+  template <class V>
+  void members(V& visit) {
+    visit(joint);
+    visit(checked);
+    visit(opened);
+    visit(name_);
+  }
+
+ private:
+  py::Object name_;
+};
+
+void expose_bucket(const py::Scope& buffer);
+
+}  // namespace heron

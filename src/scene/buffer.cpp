@@ -1,0 +1,326 @@
+#include "scene/buffer.h"
+
+#include <algorithm>
+
+#include "foundation/text.h"
+#include "hierarchy/hierarchy_run.h"
+#include "scene/ancestors.h"
+#include "scene/joint.h"
+
+namespace heron {
+namespace {
+
+const py::Name kJoint("joint"), kName("name"), kChecked("checked"), kOpened("opened"), kData("data");
+const py::Name kChildren("children"), kPath("path"), kIsGhost("is_ghost"), kGetJoints("get_joints");
+const py::Name kStamp("stamp"), kType("type"), kIcon("icon"), kColor("color");
+
+bool is_ghost(const py::Object& joint) { return joint.call(kIsGhost).truth(); }
+
+py::Object replaced(const py::Object& text, const py::Object& source, const py::Object& target) {
+  static const py::Name kReplace("replace");
+  return to_str(text.call(kReplace, source, target));
+}
+
+/// Sorts joints in place by name. Texts are in the order of their characters, which UTF-8 keeps.
+void sort_by_name(const py::List& joints) {
+  struct Entry {
+    py::Utf8 name;
+    py::Object joint;
+  };
+  if (joints.size() < 2) return;
+  std::vector<Entry> entries;
+  for (const py::Object& joint : joints.items()) entries.push_back({py::Utf8(joint.attr(kName)), joint});
+  std::stable_sort(entries.begin(), entries.end(),
+                   [](const Entry& a, const Entry& b) { return a.name.view() < b.name.view(); });
+  for (std::size_t i = 0; i < entries.size(); ++i) joints.set(static_cast<Py_ssize_t>(i), entries[i].joint);
+}
+
+/// Asks a matcher about one group of roots after the other; ours reads its pattern once for all of them.
+class Validity {
+ public:
+  explicit Validity(const py::Object& hierarchy) : hierarchy_(hierarchy) {
+    if (py::Ref<Hierarchy>::holds(hierarchy)) run_.emplace(py::value_of<Hierarchy>(hierarchy.get()));
+  }
+  bool operator()(const py::Object& roots) {
+    static const py::Name kIsValid("is_valid");
+    return run_ ? run_->is_valid(roots) : hierarchy_.call(kIsValid, roots).truth();
+  }
+
+ private:
+  const py::Object hierarchy_;
+  std::optional<HierarchyRun> run_;
+};
+
+bool holds(const py::Object& container, const py::Object& item) {
+  return py::checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
+}
+
+}  // namespace
+
+void Buffer::init(const py::Object& host_, const py::Object& snapshot_, const py::Object& hierarchy_) {
+  buckets = py::List();
+  incompatibles.clear();
+  host = host_;
+  snapshot = snapshot_;
+  hierarchy = hierarchy_;
+}
+
+bool Buffer::contains(const py::Object& bucket) const { return holds(buckets, bucket); }
+
+py::List Buffer::get() const { return buckets.copy(); }
+
+void Buffer::set(const py::Object& data) const {
+  drop(get());
+  buckets.extend(data);
+}
+
+void Buffer::add(const py::Object& data) const { buckets.extend(data); }
+
+void Buffer::remove(const py::Object& item) const {
+  static const py::Name kRemove("remove");
+  buckets.call(kRemove, item);
+}
+
+py::List Buffer::get_checked() const {
+  py::List checked;
+  for (const py::Object& bucket : buckets.items()) {
+    if (bucket.attr(kChecked).truth()) checked.append(bucket);
+  }
+  return checked;
+}
+
+py::List Buffer::get_roots(const py::Object& joint) {
+  py::List roots;
+  if (!is_ghost(joint)) {
+    roots.append(joint.attr(kPath));
+    return roots;
+  }
+  for (const py::Object& child : py::collect(joint.attr(kChildren))) roots.append(child.attr(kPath));
+  return roots;
+}
+
+py::List Buffer::get_path_groups() const {
+  py::List groups;
+  for (const py::Object& bucket : buckets.items()) groups.append(get_roots(bucket.attr(kJoint)));
+  return groups;
+}
+
+void Buffer::load() const { set(decode(host.call(host::kQueryFiledata))); }
+
+void Buffer::update() const {
+  const py::List data = encode(buckets);
+  host.call(host::kEraseFiledata);
+  host.call(host::kEmbedFiledata, data);
+}
+
+void Buffer::erase() const {
+  static const py::Name kOffload("offload");
+  host.call(host::kEraseFiledata);
+  snapshot.call(kOffload);
+  drop(get());
+  incompatibles.clear();
+}
+
+py::List Buffer::encode(const py::Object& data) {
+  py::List encoded;
+  for (const py::Object& bucket : py::collect(data)) encoded.append(bucket.attr(kData));
+  return encoded;
+}
+
+py::List Buffer::decode(const py::Object& data) const {
+  py::List decoded;
+  for (const py::Object& item : py::collect(data)) {
+    auto bucket = py::Ref<DataBucket>::make();
+    bucket->init(decode_joint(py::get(item, kJoint, py::Dict())), py::get(item, kName),
+                 py::get(item, kChecked, py::to_python(true)), py::get(item, kOpened, py::to_python(true)));
+    decoded.append(bucket);
+  }
+  return decoded;
+}
+
+py::Object Buffer::decode_joint(const py::Object& data) const {
+  const py::Depth depth(" while a joint is read");
+  py::List children;
+  for (const py::Object& child : py::collect(py::get(data, kChildren, py::List()))) {
+    children.append(decode_joint(child));
+  }
+  auto joint = py::Ref<DataJoint>::make();
+  joint->init(py::get(data, kStamp), py::get(data, kName), py::get(data, kPath), py::get(data, kType), children,
+              py::get(data, kIcon), py::get(data, kColor));
+  return joint;
+}
+
+void Buffer::rename(const py::Object& source, const py::Object& target) const {
+  const py::Object from = to_str(source), to = to_str(target);
+  for (const py::Object& bucket : buckets.items()) {
+    const py::Object name = bucket.attr(kName);
+    if (holds(name, from)) bucket.set_attr(kName, replaced(name, from, to));
+  }
+}
+
+void Buffer::repath(const py::Object& source, const py::Object& target) const {
+  const py::Object from = to_str(source), to = to_str(target);
+  for (const py::Object& bucket : buckets.items()) {
+    for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
+      const py::Object path = joint.attr(kPath);
+      if (path.is_text() && holds(path, from)) joint.set_attr(kPath, replaced(path, from, to));
+    }
+  }
+}
+
+void Buffer::clear(bool selected) const {
+  if (!selected) {
+    erase();
+    return;
+  }
+  drop(get_checked());
+  update();
+}
+
+void Buffer::drop(const py::Object& array) const {
+  const std::vector<py::Object> leaving = py::collect(array), present = buckets.items();
+  // All leave, in order: each is then the last of the reversed list, and nothing has to move up when it goes.
+  const bool all = std::equal(leaving.begin(), leaving.end(), present.begin(), present.end(),
+                              [](const py::Object& a, const py::Object& b) { return a.is(b); });
+  if (all) py::checked(PyList_Reverse(buckets.get()));
+  for (const py::Object& bucket : leaving) {
+    const Py_ssize_t last = buckets.size() - 1;
+    if (all && last >= 0 && buckets.at(last).is(bucket)) {
+      buckets.remove_at(last);
+    } else {
+      remove(bucket);
+    }
+    for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
+      host.call(host::kPostscriptScanRemove, joint);
+    }
+  }
+}
+
+void Buffer::sort(const py::Object& root) const {
+  const py::Depth depth(" while joints are sorted");
+  if (root.is_none()) {
+    for (const py::Object& bucket : buckets.items()) sort(bucket.attr(kJoint).attr(kChildren));
+    return;
+  }
+  const py::List joints(root);
+  for (const py::Object& joint : joints.items()) sort(joint.attr(kChildren));
+  sort_by_name(joints);
+}
+
+void Buffer::validate() const {
+  static const py::Name kUpload("upload");
+  incompatibles.clear();
+  const std::vector<py::Object> groups = get_path_groups().items();
+  py::List scene_roots;
+  for (const py::Object& group : groups) scene_roots.extend(group);
+  snapshot.call(kUpload, scene_roots);
+  Validity is_valid(hierarchy);
+  for (const py::Object& group : groups) {
+    if (!is_valid(group)) incompatibles.extend(group);
+  }
+}
+
+bool Buffer::is_valid() const {
+  return exists() && ghosts_match() && is_match(py::Object::none()) && incompatibles.empty();
+}
+
+bool Buffer::ghosts_match() const {
+  const std::vector<py::Object> all = buckets.items();
+  return std::all_of(all.begin(), all.end(), [&](const py::Object& bucket) { return ghost_match(bucket); });
+}
+
+bool Buffer::ghost_match(const py::Object& bucket) const {
+  static const py::Name kUpload("upload"), kGhostScopeMatch("ghost_scope_match");
+  const py::Object joint = bucket.attr(kJoint);
+  if (!is_ghost(joint)) return true;
+  const py::List roots = get_roots(joint);
+  py::List scene_roots;
+  for (const py::Object& path : roots.items()) {
+    if (host.call(host::kObjectExists, path).truth()) scene_roots.append(Ancestors(host, path).last());
+  }
+  snapshot.call(kUpload, scene_roots);
+  return hierarchy.call(kGhostScopeMatch, roots).truth();
+}
+
+bool Buffer::is_match(const py::Object& array) const {
+  const py::Depth depth(" while joints are compared with the scene");
+  std::vector<py::Object> joints;
+  if (array.is_none()) {
+    for (const py::Object& bucket : buckets.items()) joints.push_back(bucket.attr(kJoint));
+  } else {
+    joints = py::collect(array);
+  }
+  for (const py::Object& joint : joints) {
+    const py::Object children = joint.attr(kChildren), path = joint.attr(kPath);
+    if (is_ghost(joint)) return is_match(children);  // what stands behind a ghost is not looked at, as decided
+    if (!host.call(host::kObjectExists, path).truth()) return false;
+    const py::Object scene_children = host.call(host::kGetChildren, path);
+    const Py_ssize_t found = scene_children.truth() ? scene_children.length() : 0;
+    if (found != children.length() || !is_match(children)) return false;
+  }
+  return true;
+}
+
+void expose_buffer(const py::Scope& scene) {
+  const py::Scope buffer =
+      py::Class<Buffer>(scene, "_Buffer",
+                        "The hierarchies found in the scene, kept in the scene file.\n\n"
+                        "operator: the host. virtual: the snapshot. hierarchy: the matcher. The buffer changes the\n"
+                        "snapshot freely. Exceptions of the host pass. Joints below themselves, or in a tree that is\n"
+                        "too deep, give RecursionError.")
+          .init<&Buffer::init>({"operator", "virtual", "hierarchy"})
+          .contains<&Buffer::contains>()
+          .operation<&Buffer::get>("get", "A new list of the buckets.")
+          .operation<&Buffer::set>("set", {"data"}, "Replaces the buckets; the old ones leave as by `clear`.")
+          .operation<&Buffer::add>("add", {"data"}, "Appends buckets. Nothing persists.")
+          .operation<&Buffer::remove>("remove", {"item"},
+                                      "Removes the first equal bucket; ValueError if there is none. Nothing persists.")
+          .operation<&Buffer::exists>("exists", "Is there a bucket?")
+          .accessor<&Buffer::get_incompatibles>("incompatibles",
+                                                "The paths of the roots that failed the last `validate`, as the list\n"
+                                                "itself.")
+          .operation<&Buffer::get_checked>("get_checked", "A new list of the buckets that are checked.")
+          .static_operation<&Buffer::get_roots>(
+              "get_roots", {"joint"}, "The paths that a root joint stands for: its own, or a ghost's children's.")
+          .operation<&Buffer::get_path_groups>("get_path_groups", "The roots of each bucket, a list of lists.")
+          .operation<&Buffer::load>("load", "Replaces the buckets by those embedded in the scene.")
+          .operation<&Buffer::update>("update", "Embeds the buckets in the scene, in place of what is there.")
+          .operation<&Buffer::erase>("erase",
+                                     "Drops the buckets, the data embedded in the scene, the snapshot and the\n"
+                                     "incompatible paths.")
+          .static_operation<&Buffer::encode>("encode", {"data"}, "The data of these buckets, as they are embedded.")
+          .operation<&Buffer::decode>("decode", {"data"}, "New buckets from embedded data.")
+          .operation<&Buffer::decode_joint>("_decode", {"data"}, "A new joint, with all below it, from its data.")
+          .operation<&Buffer::rename>("rename", {"source", "target"},
+                                      "Replaces a part of the buckets' names. Nothing persists.")
+          .operation<&Buffer::repath>("repath", {"source", "target"},
+                                      "Replaces a part of the joints' paths. Nothing persists.")
+          .operation<&Buffer::clear>("clear", {{"selected", false}},
+                                     "Erases everything, or drops the checked buckets and embeds the rest.")
+          .operation<&Buffer::drop>("_clear", {"array"}, "Removes these buckets; the host hears of each joint.")
+          .operation<&Buffer::sort>("sort", {{"root", nullptr}},
+                                    "Sorts the children of all joints by name, or a list of joints and all below. The\n"
+                                    "buckets keep their order.")
+          .operation<&Buffer::validate>("validate",
+                                        "Takes a new snapshot and matches each bucket's roots with the pattern; those\n"
+                                        "that fail are in `incompatibles`.")
+          .operation<&Buffer::is_valid>("is_valid",
+                                        "Are there buckets, do they look like the scene, and did the last `validate`\n"
+                                        "find nothing?")
+          .operation<&Buffer::ghosts_match>("ghosts_match", "Does `ghost_match` hold for all buckets?")
+          .operation<&Buffer::ghost_match>("ghost_match", {"bucket"},
+                                           "May the roots of a ghost's bucket still stand under the pattern's ghost?")
+          .operation<&Buffer::is_match>("is_match", {{"_array", nullptr}},
+                                        "Do all objects exist, with as many children as their joints? A ghost's\n"
+                                        "children alone decide for it and for all that follow.")
+          .readonly<&Buffer::buckets>("_data", "The buckets.")
+          .readonly<&Buffer::incompatibles>("_incompatibles", "The incompatible paths.")
+          .readonly<&Buffer::host>("_operator", "The host.")
+          .readonly<&Buffer::snapshot>("_virtual", "The snapshot.")
+          .readonly<&Buffer::hierarchy>("_hierarchy", "The matcher.")
+          .done();
+  expose_joint(buffer);
+  expose_bucket(buffer);
+}
+
+}  // namespace heron

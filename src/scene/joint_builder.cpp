@@ -1,0 +1,75 @@
+#include "scene/joint_builder.h"
+
+#include "foundation/constants.h"
+#include "foundation/text.h"
+#include "scene/joint.h"
+#include "scene/operator.h"
+
+namespace heron {
+
+py::List JointBuilder::build(std::vector<ObjectId> objects, const LayerPlan& top) {
+  // A pattern may be deeper than the stack, so the layers that are under way stand on one of our own.
+  struct Level {
+    std::vector<Pairing> found;
+    py::List joints;
+    std::size_t next = 0;
+  };
+  Runner& runner = run_.runner();
+  std::vector<Level> levels;
+  levels.push_back({runner.layer(std::move(objects), top), {}});
+  py::List built;  // the joints of the layer that was finished last
+  while (true) {
+    Level& level = levels.back();
+    if (level.next < level.found.size()) {
+      const Pairing& pairing = level.found[level.next];
+      if (runner.is_deadlock(pairing)) {
+        level.joints.append(joint(pairing, py::List()));
+        ++level.next;
+      } else {
+        levels.push_back({runner.layer(runner.objects().children(pairing.object), *pairing.scope->children), {}});
+      }
+      continue;
+    }
+    built = level.joints;
+    levels.pop_back();
+    if (levels.empty()) return built;
+    Level& parent = levels.back();
+    parent.joints.append(joint(parent.found[parent.next++], built));
+  }
+}
+
+py::List JointBuilder::under_ghost(const py::List& joints) const {
+  static const auto* type = new py::Object(to_str(py::text(constants::kGhost)));
+  py::List ghosts;
+  if (joints.empty()) return ghosts;
+  static const py::Name kName("name");
+  auto ghost = py::Ref<DataJoint>::make();
+  ghost->init(py::text(""), joints.at(0).attr(kName), py::text("|"), *type, joints, py::text("Ghost"),
+              py::text("none"));
+  ghosts.append(ghost);
+  host_.call(host::kPostscriptScanAppend, ghost);
+  return ghosts;
+}
+
+const JointBuilder::Face& JointBuilder::face(const ScopePlan& scope) {
+  const std::size_t number = scope.rule->number;
+  if (faces_.size() <= number) faces_.resize(number + 1);
+  Face& face = faces_[number];
+  if (!face.stamp) {
+    const py::Object& rule = run_.pattern().rule(scope);
+    face = {to_str(rule.attr(fields::kStamp)), to_str(rule.attr(fields::kName)), rule.attr(fields::kIcon),
+            rule.attr(fields::kColor)};
+  }
+  return face;
+}
+
+py::Object JointBuilder::joint(const Pairing& pairing, const py::List& children) {
+  const Face& common = face(*pairing.scope);
+  auto joint = py::Ref<DataJoint>::make();
+  joint->init(common.stamp, run_.name(pairing.object), run_.path(pairing.object), common.type, children, common.icon,
+              common.color);
+  host_.call(host::kPostscriptScanAppend, joint);
+  return joint;
+}
+
+}  // namespace heron

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <vector>
+
+#include "hierarchy/hierarchy_run.h"
+
+namespace heron {
+
+/// Builds the joints of what a run matches, and tells the host of each.
+class JointBuilder {
+ public:
+  JointBuilder(HierarchyRun& run, const py::Object& host) : run_(run), host_(host) {}
+
+  /// The joints of these objects, matched with a layer of the pattern, with all below them. A joint is complete, its
+  /// children first, when the host hears of it.
+  py::List build(std::vector<ObjectId> objects, const LayerPlan& layer);
+
+  /// The joints under one that stands for their ghost; nothing if there are none.
+  py::List under_ghost(const py::List& joints) const;
+
+ private:
+  struct Face {  // what all joints of a rule have in common
+    py::Object stamp, type, icon, color;
+  };
+  const Face& face(const ScopePlan& scope);
+  py::Object joint(const Pairing& pairing, const py::List& children);
+
+  HierarchyRun& run_;
+  const py::Object& host_;
+  std::vector<Face> faces_;  // by the rule's number
+};
+
+}  // namespace heron

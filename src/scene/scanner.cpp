@@ -1,0 +1,257 @@
+#include "scene/scanner.h"
+
+#include "foundation/constants.h"
+#include "foundation/logger.h"
+#include "foundation/text.h"
+#include "scene/ancestors.h"
+#include "scene/bucket.h"
+#include "scene/joint.h"
+#include "scene/joint_builder.h"
+#include "scene/operator.h"
+
+namespace heron {
+namespace {
+
+const py::Name kGetPathGroups("get_path_groups"), kErase("erase"), kAdd("add"), kSort("sort"), kUpdate("update");
+const py::Name kGet("get"), kRemove("remove"), kGetRoots("get_roots"), kGhostMatch("ghost_match"), kUpload("upload");
+const py::Name kUsedScanSelection("used_scan_selection"), kEmptyScanSelection("empty_scan_selection");
+const py::Name kEmptyScanResult("empty_scan_result");
+const py::Name kJoint("joint"), kName("name");
+
+constexpr bool kSuccess = true, kFailure = false;
+
+bool holds(const py::Object& container, const py::Object& item) {
+  return py::checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
+}
+
+py::Object set_of(const py::Object& items) { return py::Object::steal(PyFrozenSet_New(items.or_none())); }
+
+bool have_common(const py::Object& a, const py::Object& b) {
+  static const py::Name kIsDisjoint("isdisjoint");
+  return !set_of(a).call(kIsDisjoint, b).truth();
+}
+
+void select(const py::Object& host, const py::Object& paths) {
+  host.attr(host::kSelect).apply(py::tuple(py::collect(paths)));
+}
+
+/// What tells buckets apart. Their own hash leaves the path out, so that many of one name would all collide.
+py::Object identity(const py::Object& object) {
+  if (!py::is_instance<DataBucket>(object.get())) return object;
+  const DataBucket& bucket = py::value_of<DataBucket>(object.get());
+  if (!py::is_instance<DataJoint>(bucket.joint.get())) return object;
+  const DataJoint& joint = py::value_of<DataJoint>(bucket.joint.get());
+  return py::tuple(
+      {joint.stamp, joint.name, joint.path, joint.type, bucket.get_name(), bucket.checked, bucket.opened});
+}
+
+py::Object make_bucket(const py::Object& joint) {
+  auto bucket = py::Ref<DataBucket>::make();
+  bucket->init(joint, py::Object::none(), py::to_python(true), py::to_python(true));
+  return bucket;
+}
+
+/// Takes the hierarchies of one candidate group, one after the other, until the pattern claims nothing more.
+void scan_group(HierarchyRun& run, JointBuilder& builder, bool has_ghost, const py::Object& group,
+                const py::List& buckets) {
+  Runner& runner = run.runner();
+  LayerShelf shelf(run.locate(group));
+  for (std::vector<Pairing> claimed = runner.mask(shelf); !claimed.empty(); claimed = runner.mask(shelf)) {
+    std::vector<ObjectId> layer;
+    for (const Pairing& pairing : claimed) {
+      layer.push_back(pairing.object);
+      shelf.remove(pairing.position);
+    }
+    // What the top layer claims may still fail as a whole; then it is dropped.
+    if (!runner.is_valid(layer)) continue;
+    runner.find_anchors();
+    py::List joints = builder.build(std::move(layer), run.pattern().plan().top());
+    if (has_ghost) joints = builder.under_ghost(joints);
+    for (const py::Object& joint : joints.items()) buckets.append(make_bucket(joint));
+  }
+}
+
+}  // namespace
+
+void Scanner::init(const py::Object& api_, const py::Object& host_, const py::Object& snapshot_,
+                   const py::Ref<Hierarchy>& hierarchy_, const py::Object& buffer_, const py::Object& callbacks_) {
+  api = api_;
+  host = host_;
+  snapshot = snapshot_;
+  hierarchy = hierarchy_;
+  buffer = buffer_;
+  callbacks = callbacks_;
+}
+
+bool Scanner::upload_buffer(bool append) const {
+  const py::Object selection = host.call(host::kGetSelection);
+  py::List loaded;
+  for (const py::Object& group : py::collect(buffer.call(kGetPathGroups))) loaded.extend(group);
+  if (append && have_common(selection, loaded)) {
+    fire(kUsedScanSelection);
+    return kFailure;
+  }
+  const bool nothing_selected = !selection.truth();
+  // A scan of nothing shows the user what is loaded already; it stays a failure.
+  if (nothing_selected && !append) select(host, loaded);
+  if (nothing_selected) {
+    fire(kEmptyScanSelection);
+    return kFailure;
+  }
+  py::List result;
+  try {
+    result = search(append);
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_Exception)) throw;  // an interrupt or an exit is not the scan's failure
+    logger::exception(error.value());
+    return kFailure;
+  }
+  select(host, selection);
+  if (result.empty()) {
+    fire(kEmptyScanResult);
+    return kFailure;
+  }
+  buffer.call(kAdd, result);
+  buffer.call(kSort);
+  buffer.call(kUpdate);
+  return kSuccess;
+}
+
+py::List Scanner::search(bool append) const {
+  if (!append) buffer.call(kErase);
+  const py::Object scene_roots = host.call(host::kGetSelectionRoots);
+  snapshot.call(kUpload, scene_roots);
+  return scan(find_scope_roots(scene_roots));
+}
+
+py::Object Scanner::find_scope_roots(const py::Object& scene_roots) const {
+  const py::Object ghost = hierarchy->pattern->get_ghost();
+  if (ghost.is_none()) return scene_roots;
+  const py::Object types = rule_of(ghost).attr(fields::kTypes);
+  if (!types.truth() || holds(types, py::text(constants::kSceneRoot))) return scene_roots;
+  const py::Object roots = set_of(scene_roots);  // asked for every object of the selection
+  py::List result;
+  for (const py::Object& path : py::collect(host.call(host::kGetSelection))) {
+    const py::Object found_root = find_scope_root(path, ghost, roots);
+    if (found_root.truth()) result.append(found_root);
+  }
+  return result;
+}
+
+py::Object Scanner::find_scope_root(const py::Object& path, const py::Object& ghost,
+                                    const py::Object& scene_roots) const {
+  Ancestors ancestors(host, path);
+  for (py::Object candidate = path; ancestors.climb(); candidate = ancestors.path()) {
+    if (!holds(scene_roots, ancestors.path())) continue;
+    return hierarchy->is_ghost_root(ghost, candidate) ? candidate : py::Object::none();
+  }
+  return py::Object::none();
+}
+
+py::List Scanner::scan(const py::Object& roots) const {
+  const bool has_ghost = hierarchy->pattern->has_ghost();
+  const std::vector<py::Object> groups = hierarchy->root_scopes(roots).items();
+  py::List buckets;
+  {
+    HierarchyRun run(*hierarchy);
+    run.find_anchors();
+    JointBuilder builder(run, host);
+    for (const py::Object& group : groups) scan_group(run, builder, has_ghost, group, buckets);
+    run.finish();
+  }
+  return filter(buckets);
+}
+
+py::List Scanner::filter(const py::Object& buckets) const {
+  const py::Object seen = py::Object::steal(PySet_New(nullptr));
+  py::List result;
+  for (const py::Object& bucket : py::collect(buckets)) {
+    const py::Object key = identity(bucket);
+    if (holds(seen, key)) continue;
+    py::checked(PySet_Add(seen.get(), key.get()));
+    result.append(bucket);
+  }
+  return result;
+}
+
+py::List Scanner::load(const py::Object& roots, const py::Object& pattern) const {
+  if (pattern.is_none()) {
+    const bool has_ghost = hierarchy->pattern->has_ghost();
+    HierarchyRun run(*hierarchy);
+    run.find_anchors();
+    JointBuilder builder(run, host);
+    py::List joints = builder.build(run.locate(roots), run.pattern().plan().top());
+    if (has_ghost) joints = builder.under_ghost(joints);
+    run.finish();
+    return joints;
+  }
+  HierarchyRun run(*hierarchy, pattern);
+  const py::List joints = JointBuilder(run, host).build(run.locate(roots), run.pattern().plan().top());
+  run.finish();
+  return joints;
+}
+
+py::Object Scanner::choose_name(const py::Object& data) {
+  const std::vector<py::Object> joints = py::collect(data);
+  return joints.empty() ? py::text("") : joints.front().attr(kName);
+}
+
+void Scanner::reload_buffer() const {
+  for (const py::Object& bucket : py::collect(buffer.call(kGet))) reload_bucket(bucket);
+  buffer.call(kSort);
+  buffer.call(kUpdate);
+}
+
+void Scanner::reload_bucket(const py::Object& bucket) const {
+  if (!buffer.call(kGhostMatch, bucket).truth()) {
+    buffer.call(kRemove, bucket);
+    return;
+  }
+  py::List roots;
+  for (const py::Object& path : py::collect(buffer.call(kGetRoots, bucket.attr(kJoint)))) {
+    if (host.call(host::kObjectExists, path).truth()) roots.append(path);
+  }
+  const py::List result = load(roots, py::Object::none());
+  if (result.empty()) {
+    buffer.call(kRemove, bucket);
+    return;
+  }
+  bucket.set_attr(kJoint, result.at(0));
+}
+
+void expose_scanner(const py::Scope& scene) {
+  py::Class<Scanner>(scene, "_Scanner",
+                     "Finds the hierarchies below the host's selection that match the pattern.\n\n"
+                     "api: the owner. operator: the host. virtual: the snapshot. hierarchy: the matcher. buffer: where\n"
+                     "the found hierarchies go. callbacks: the front-end's events.")
+      .init<&Scanner::init>({"api", "operator", "virtual", "hierarchy", "buffer", "callbacks"})
+      .operation<&Scanner::upload_buffer>(
+          "upload_buffer", {{"append", false}},
+          "Scans below the selection. append: add to the buffer instead of replacing its content.\n\n"
+          "True if something was found; it is then embedded in the scene. False fires `used_scan_selection`,\n"
+          "`empty_scan_selection` or `empty_scan_result`, or logs the exception that ended the scan.")
+      .operation<&Scanner::reload_buffer>("reload_buffer",
+                                          "Matches each bucket's roots again and embeds the outcome. Buckets that match\n"
+                                          "no more leave; the others keep name, checked and opened.")
+      .operation<&Scanner::reload_bucket>("_reload_bucket", {"bucket"}, "Matches one bucket's roots again.")
+      .operation<&Scanner::find_scope_roots>("_find_scope_roots", {"scene_roots"},
+                                             "The paths at which hierarchies can begin.")
+      .operation<&Scanner::find_scope_root>(
+          "_find_scope_root", {"path", "ghost", "scene_roots"},
+          "The ancestor of an object, or itself, just below a scene root, if it can stand under the ghost; else None.")
+      .operation<&Scanner::scan>("_scan", {"roots"}, "New buckets of all hierarchies among these objects.")
+      .operation<&Scanner::filter>("_filter", {"buckets"}, "The buckets without those equal to an earlier one.")
+      .operation<&Scanner::load>("_load", {"roots", {"pattern", nullptr}},
+                                 "New joints of these objects, matched with the pattern, or with a list of scopes and\n"
+                                 "the captures as they stand.")
+      .static_operation<&Scanner::choose_name>("_choose_name", {"data"}, "The first joint's name, or an empty text.")
+      .readonly<&Scanner::api>("_api", "The owner.")
+      .readonly<&Scanner::host>("_op", "The host.")
+      .readonly<&Scanner::snapshot>("_virtual", "The snapshot.")
+      .readonly<&Scanner::hierarchy>("_hierarchy", "The matcher.")
+      .readonly<&Scanner::buffer>("_buffer", "The buffer.")
+      .readonly<&Scanner::callbacks>("_callbacks", "The events.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "hierarchy/hierarchy_run.h"
+#include "runtime/class.h"
+
+namespace heron {
+
+/// Finds the hierarchies below the host's selection that match the pattern, and fills the buffer with them.
+class Scanner {
+ public:
+  void init(const py::Object& api, const py::Object& host, const py::Object& snapshot,
+            const py::Ref<Hierarchy>& hierarchy, const py::Object& buffer, const py::Object& callbacks);
+
+  bool upload_buffer(bool append) const;
+  void reload_buffer() const;
+
+  void reload_bucket(const py::Object& bucket) const;
+  py::Object find_scope_roots(const py::Object& scene_roots) const;
+  py::Object find_scope_root(const py::Object& path, const py::Object& ghost, const py::Object& scene_roots) const;
+  py::List scan(const py::Object& roots) const;
+  py::List filter(const py::Object& buckets) const;
+  py::List load(const py::Object& roots, const py::Object& pattern) const;
+  static py::Object choose_name(const py::Object& data);
+
+  py::Object api, host, snapshot, buffer, callbacks;
+  py::Ref<Hierarchy> hierarchy;
+
+  template <class V>
+  void members(V& visit) {
+    for (py::Object* field : {&api, &host, &snapshot, &buffer, &callbacks}) visit(*field);
+    visit(hierarchy);
+  }
+
+ private:
+  py::List search(bool append) const;
+  void fire(const py::Name& event) const { callbacks.attr(event)(); }
+};
+
+void expose_scanner(const py::Scope& scene);
+
+}  // namespace heron

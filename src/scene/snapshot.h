@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "hierarchy/objects.h"
+
+namespace heron {
+
+/// A copy of a part of the scene: objects numbered densely, found by path.
+///
+/// The matching asks very many questions per object, so none of them may reach the host.
+class Snapshot : public Objects {
+ public:
+  /// The number of the object with this path, if the path was ever mentioned.
+  std::optional<ObjectId> find(std::string_view path) const;
+  /// The number of the object with this path, which is a new one if the path was never mentioned.
+  ObjectId mention(std::string_view path);
+
+  void set_exists(ObjectId object, bool exists) { records_[object].exists = exists; }
+  void describe(ObjectId object, std::string_view name, std::optional<std::string_view> type);
+  void set_children(ObjectId object, std::vector<ObjectId> children);
+
+  std::size_t size() const { return records_.size(); }
+  bool exists(ObjectId object) const { return records_[object].exists; }
+
+  const ObjectView& view(ObjectId object) const override { return records_[object].view; }
+  std::vector<ObjectId> children(ObjectId object) override;
+
+ private:
+  struct Record {
+    ObjectView view;
+    std::vector<ObjectId> children;
+    bool exists = false;
+  };
+
+  std::string_view keep(std::string_view text);
+
+  std::vector<Record> records_;
+  std::unordered_map<std::string_view, ObjectId> ids_;  // the keys are the views' paths
+  // Texts in large blocks: one allocation for a few thousand names.
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  std::size_t block_size_ = 0, left_ = 0;  // of the last block
+};
+
+}  // namespace heron

@@ -1,0 +1,242 @@
+#include "scene/virtual.h"
+
+namespace heron {
+namespace {
+
+/// Copies objects of the host, depth first. A scene may be deeper than the stack, so the walk keeps one of its own;
+/// the host is asked in the same order as by a recursion.
+class Upload {
+ public:
+  Upload(const py::Object& host, SceneCopy& copy) : host_(host), copy_(copy) {}
+
+  void run(const py::Object& roots) {
+    enter(roots, std::nullopt);
+    while (!levels_.empty()) {
+      if (levels_.back().next == levels_.back().paths.size()) {
+        if (const auto parent = levels_.back().parent) progress_[*parent] = Progress::kDone;
+        levels_.pop_back();
+      } else {
+        visit(py::Object(levels_.back().paths[levels_.back().next++]));
+      }
+    }
+  }
+
+ private:
+  enum class Progress : unsigned char { kNone, kBegun, kDone };
+  struct Level {
+    std::optional<ObjectId> parent;
+    std::vector<py::Object> paths;
+    std::size_t next = 0;
+  };
+
+  void enter(const py::Object& paths, std::optional<ObjectId> parent) {
+    std::vector<py::Object> children = py::collect(paths);
+    if (parent) {
+      std::vector<ObjectId> ids;
+      ids.reserve(children.size());
+      for (const py::Object& child : children) ids.push_back(mention(child));
+      copy_.snapshot.set_children(*parent, std::move(ids));
+    }
+    levels_.push_back({parent, std::move(children)});
+  }
+
+  void visit(const py::Object& path) {
+    const ObjectId id = mention(path);
+    // A host may list an object twice; below itself it cannot stand.
+    if (progress_[id] == Progress::kDone) return;
+    if (progress_[id] == Progress::kBegun) {
+      py::raise(PyExc_RecursionError, "upload() found an object below itself: " + py::Utf8(path).str());
+    }
+    const bool exists = host_.call(host::kObjectExists, path).truth();
+    copy_.snapshot.set_exists(id, exists);
+    progress_[id] = Progress::kDone;
+    if (!exists) return;
+    describe(id, path);
+    // Not a reference into `copy_`: the host may upload again while it is asked.
+    const py::Object children = children_of(path);
+    copy_.objects[id].children = children;
+    progress_[id] = Progress::kBegun;
+    enter(children, id);
+  }
+
+  void describe(ObjectId id, const py::Object& path) {
+    const py::Object name = host_.call(host::kNameFromPath, path);
+    copy_.objects[id].name = name;
+    const py::Object type = host_.call(host::kGetType, path);
+    copy_.objects[id].type = type;
+    copy_.objects[id].parent = host_.call(host::kGetParent, path);
+    const py::Utf8 name_bytes{py::Text(name)};
+    if (type.is_text()) {
+      copy_.snapshot.describe(id, name_bytes, py::Utf8(type).view());
+    } else {
+      copy_.snapshot.describe(id, name_bytes, std::nullopt);
+    }
+  }
+
+  py::Object children_of(const py::Object& path) {
+    py::Object children = host_.call(host::kGetChildren, path);
+    return children.truth() ? children : py::List();
+  }
+
+  ObjectId mention(const py::Object& path) {
+    if (!path.is_text()) py::raise_type(std::string("upload() takes paths that are text, not ") + path.type_name());
+    const ObjectId id = copy_.mention(path);
+    if (progress_.size() <= id) progress_.resize(id + 1, Progress::kNone);
+    return id;
+  }
+
+  const py::Object host_;
+  SceneCopy& copy_;
+  std::vector<Progress> progress_;  // by number
+  std::vector<Level> levels_;
+};
+
+}  // namespace
+
+void Location::init(const py::Object& name_, const py::Object& path_, const py::Object& type_,
+                    const py::Object& children_) {
+  name = name_;
+  path = path_;
+  type = type_;
+  children = children_.truth() ? children_ : py::List();
+}
+
+bool Location::equals(const py::Object& other) const {
+  return py::is_instance<Location>(other.get()) && path.equals(py::value_of<Location>(other.get()).path);
+}
+
+ObjectId SceneCopy::mention(const py::Object& path) {
+  const ObjectId id = snapshot.mention(py::Utf8(path));
+  if (objects.size() <= id) {
+    objects.emplace_back();
+    objects[id].path = path;
+  }
+  return id;
+}
+
+void Virtual::offload() { copy_ = std::make_shared<SceneCopy>(); }
+
+void Virtual::upload(const py::Object& roots, bool clear) {
+  if (clear) offload();
+  const std::shared_ptr<SceneCopy> copy = copy_;
+  // Two hold it here: this object and this call. Another one is a run that reads it.
+  if (copy.use_count() > 2) py::raise(PyExc_RuntimeError, "upload() would change the snapshot that a scan reads");
+  Upload(operator_, *copy).run(roots);
+}
+
+bool Virtual::object_exists(const py::Object& path) const {
+  if (path.is_none()) return false;
+  if (!path.is_text()) py::raise_type(std::string("object_exists() takes a text, not ") + path.type_name());
+  const auto id = copy_->snapshot.find(py::Utf8(path));
+  return id && copy_->snapshot.exists(*id);
+}
+
+const SceneCopy::Object* Virtual::find(const char* operation, const py::Object& path) const {
+  if (path.is_none()) return nullptr;
+  if (!path.is_text()) py::raise_type(std::string(operation) + "() takes a text, not " + path.type_name());
+  const auto id = copy_->snapshot.find(py::Utf8(path));
+  return id && copy_->objects[*id].name ? &copy_->objects[*id] : nullptr;
+}
+
+// What an upload that the host interrupted left out is as unknown as what it never looked at.
+
+py::Object Virtual::get_type(const py::Object& path) const {
+  const SceneCopy::Object* object = find("get_type", path);
+  return object != nullptr && object->type ? object->type : py::text("");
+}
+
+py::Object Virtual::get_parent(const py::Object& path) const {
+  const SceneCopy::Object* object = find("get_parent", path);
+  return object != nullptr ? object->parent : py::Object::none();
+}
+
+py::Object Virtual::get_children(const py::Object& path) const {
+  const SceneCopy::Object* object = find("get_children", path);
+  return object != nullptr && object->children ? object->children : py::List();
+}
+
+py::List Virtual::get_locations(const py::Object& roots) const {
+  py::List locations;
+  for (const py::Object& path : py::collect(roots)) {
+    if (!object_exists(path)) continue;
+    const SceneCopy::Object* object = find("get_locations", path);
+    if (object == nullptr) continue;
+    auto location = py::Ref<Location>::make();
+    location->init(object->name, path, object->type, object->children);
+    locations.append(location);
+  }
+  return locations;
+}
+
+template <class G>
+py::Dict Virtual::table(G&& value) const {
+  const py::Dict table;
+  for (ObjectId id = 0; id < copy_->objects.size(); ++id) {
+    if (const py::Object found = value(id)) table.set(copy_->objects[id].path, found);
+  }
+  return table;
+}
+
+py::Dict Virtual::exists_table() const {
+  return table([&](ObjectId id) { return py::to_python(copy_->snapshot.exists(id)); });
+}
+py::Dict Virtual::name_table() const {
+  return table([&](ObjectId id) { return copy_->objects[id].name; });
+}
+py::Dict Virtual::type_table() const {
+  return table([&](ObjectId id) { return copy_->objects[id].type; });
+}
+py::Dict Virtual::parent_table() const {
+  return table([&](ObjectId id) { return copy_->objects[id].parent; });
+}
+py::Dict Virtual::children_table() const {
+  return table([&](ObjectId id) { return copy_->objects[id].children; });
+}
+
+void expose_virtual(const py::Scope& scene) {
+  const py::Scope virtual_scope =
+      py::Class<Virtual, QueryOp>(
+          scene, "_Virtual",
+          "A snapshot of a part of the scene, which answers the queries of the matching without the host.\n\n"
+          "operator: the host to read from. The snapshot shows the scene as it stood at the last `upload`. An upload\n"
+          "calls the host; reading does not, and may happen on any thread.")
+          .init<&Virtual::init>({"operator"})
+          .operation<&Virtual::offload>("offload", "Forgets everything.")
+          .operation<&Virtual::upload>(
+              "upload", {"roots", {"clear", true}},
+              "Copies the objects at these paths and all below them, depth first.\n\n"
+              "roots: the paths. clear: forget what is there before. Each object is asked for once, also if the host\n"
+              "lists it several times. RecursionError if the host says that an object stands below itself; an\n"
+              "exception of the host passes, and what was copied until then stays.")
+          .operation<&Virtual::object_exists>("object_exists", {"path"},
+                                              "Did an object with this path exist? False if it was not looked at.")
+          .operation<&Virtual::get_type>("get_type", {"path"}, "The object's type; an empty text if it is unknown.")
+          .operation<&Virtual::get_parent>("get_parent", {"path"},
+                                           "The parent as the host gave it; None if the object is unknown.")
+          .operation<&Virtual::get_children>(
+              "get_children", {"path"},
+              "The list of children itself, which must not be changed; a new empty list if the object is unknown.")
+          .operation<&Virtual::get_locations>("get_locations", {"roots"},
+                                              "A new list with a `_Location` for each of these paths that exists.")
+          .accessor<&Virtual::exists_table>("_exists", "By path: does the object exist?")
+          .accessor<&Virtual::name_table>("_name", "By path: the short name.")
+          .accessor<&Virtual::type_table>("_type", "By path: the type.")
+          .accessor<&Virtual::parent_table>("_parent", "By path: the parent's path.")
+          .accessor<&Virtual::children_table>("_children", "By path: the list of the children's paths.")
+          .readonly<&Virtual::operator_>("_operator", "The host.")
+          .done();
+
+  py::Class<Location>(virtual_scope, "_Location",
+                      "A short description of the scene object.\n\n"
+                      "Two of them are equal if their paths are.")
+      .init<&Location::init>({"name", "path", "type", "children"})
+      .equals<&Location::equals>()
+      .hash<&Location::hash>()
+      .field<&Location::name>("name", "Short name.")
+      .field<&Location::path>("path", "Path: the identity of the object.")
+      .field<&Location::type>("type", "Type of the object.")
+      .field<&Location::children>("children", "Paths of the children.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,135 @@
+#include "settings/check.h"
+
+#include "runtime/modules.h"
+
+namespace heron {
+namespace {
+
+const py::Name kEnabled("enabled"), kOpened("opened"), kParameters("parameters");
+const py::Name kItems("items"), kDeepCopy("deepcopy");
+
+/// Pairs of a mapping from outside.
+std::vector<std::pair<py::Object, py::Object>> pairs(const py::Object& mapping) {
+  const py::Dict table;
+  py::checked(PyDict_MergeFromSeq2(table.get(), mapping.call(kItems).get(), 1));
+  return table.items();
+}
+
+}  // namespace
+
+py::Ref<StoredCheck> StoredCheck::create(const py::Object& class_id, const py::Object& values) {
+  auto check = py::Ref<StoredCheck>::make();
+  const py::Object no = py::to_python(false);
+  check->init(class_id, py::get(values, kEnabled, no), py::get(values, kOpened, no),
+              py::get(values, kParameters, py::List()));
+  return check;
+}
+
+py::Object StoredCheck::empty(const py::Object& type, const py::Object& class_id) {
+  const py::Object no = py::to_python(false);
+  return type(class_id, no, no, py::List());
+}
+
+void StoredCheck::init(const py::Object& id, const py::Object& is_enabled, const py::Object& is_opened,
+                       const py::Object& blocks) {
+  class_id = id;
+  enabled = is_enabled;
+  opened = is_opened;
+  parameters = blocks;
+}
+
+py::Dict StoredCheck::data() const {
+  py::Dict data;
+  data.set(kEnabled, enabled);
+  data.set(kOpened, opened);
+  data.set(kParameters, py::modules::copy.call(kDeepCopy, parameters));
+  return data;
+}
+
+py::Ref<CheckConfig> CheckConfig::create(const py::Object& table) {
+  auto config = py::Ref<CheckConfig>::make();
+  config->init(table);
+  return config;
+}
+
+py::Object CheckConfig::empty(const py::Object& type) { return type(py::Dict()); }
+
+py::Dict CheckConfig::data() const {
+  py::Dict data;
+  for (const auto& [class_id, check] : enabled()) data.set(class_id, check->data());
+  return data;
+}
+
+bool CheckConfig::equals(const py::Object& other) const {
+  return py::Ref<CheckConfig>::holds(other) && data().equals(py::Ref<CheckConfig>(other)->data());
+}
+
+void CheckConfig::load(const py::Object& stored) {
+  table.clear();
+  for (const auto& [class_id, values] : pairs(stored)) table.set(class_id, StoredCheck::create(class_id, values));
+}
+
+void CheckConfig::mask(const py::Object& class_ids) const {
+  for (const auto& [class_id, check] : table.items()) {
+    if (py::checked(PySequence_Contains(class_ids.get(), class_id.get())) == 0) table.remove(class_id);
+  }
+}
+
+py::Object CheckConfig::get(const py::Object& class_id, bool force) const {
+  if (const auto check = table.find(class_id)) return *check;
+  if (!force) return py::Object::none();
+  const auto check = StoredCheck::create(class_id, py::Dict());
+  table.set(class_id, check);
+  return check;
+}
+
+std::vector<CheckConfig::Entry> CheckConfig::enabled() const {
+  std::vector<Entry> entries;
+  for (auto& [class_id, value] : table.items()) {
+    py::Ref<StoredCheck> check(std::move(value));
+    if (check->enabled.truth()) entries.emplace_back(std::move(class_id), std::move(check));
+  }
+  return entries;
+}
+
+void expose_check(const py::Scope& settings) {
+  const py::Scope scope =
+      py::Class<StoredCheck>(settings, "Check", "The stored state of one check; values are kept as they come.")
+          .init<&StoredCheck::init>({"class_id", "enabled", "opened", "parameters"})
+          .class_operation<&StoredCheck::empty>("empty", {"class_id"},
+                                                "A new state of this check: disabled, folded, without parameters.")
+          .accessor<&StoredCheck::data>("data",
+                                        "The JSON form, a new dict of \"enabled\", \"opened\" and a deep copy of\n"
+                                        "\"parameters\". The id is not part of it.")
+          .field<&StoredCheck::class_id>("class_id", "The id of the check.")
+          .field<&StoredCheck::enabled>("enabled", "Whether the check takes part in a validation.")
+          .field<&StoredCheck::opened>("opened", "Whether the front-end shows the check unfolded.")
+          .field<&StoredCheck::parameters>("parameters", "The data of the check's parameters.")
+          .done();
+
+  py::Class<CheckConfig>(scope, "Config",
+                         "The stored states of checks, by their ids.\n\n"
+                         "Built from the JSON form: a mapping from the id to a mapping with \"enabled\", \"opened\" and\n"
+                         "\"parameters\", each of which may be missing. Two configurations are equal if their enabled\n"
+                         "checks are; the length counts all, and a loop gives each `Check`.")
+      .init<&CheckConfig::init>({"table"})
+      .class_operation<&CheckConfig::empty>("empty", {}, "A new configuration without checks.")
+      .accessor<&CheckConfig::is_empty>("is_empty", "Whether no check is enabled.")
+      .accessor<&CheckConfig::data>("data", "The JSON form, a new dict of the enabled checks. Others are not kept.")
+      .operation<&CheckConfig::load>("_load", {"table"}, "Replaces all states by those of a JSON form.")
+      .operation<&CheckConfig::mask>("mask", {py::Parameter::rest("class_ids")},
+                                     "Removes every check whose id is not among the arguments.")
+      .operation<&CheckConfig::clone>("clone", "A new configuration of the enabled checks.")
+      .operation<&CheckConfig::apply>("apply", {"config"},
+                                      "Replaces all states by the enabled ones of another configuration.")
+      .operation<&CheckConfig::get>("get", {"class_id", {"force", false}},
+                                    "The state of a check, or None.\n\n"
+                                    "With `force` an unknown check gets an empty state, which is added.")
+      .readonly<&CheckConfig::table>("_table", "The states by id.")
+      .equals<&CheckConfig::equals>()
+      .length<&CheckConfig::size>()
+      .iterate<&CheckConfig::iterate>()
+      .done();
+}
+
+}  // namespace heron

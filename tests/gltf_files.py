@@ -1,0 +1,70 @@
+"""Small glTF files and projects for the tests."""
+
+import json
+import struct
+
+
+def document(nodes, **members):
+    """A glTF document whose only scene shows the nodes that no other node lists."""
+    below = {index for node in nodes for index in node.get("children", ())}
+    roots = [index for index in range(len(nodes)) if index not in below]
+    return {"asset": {"version": "2.0"}, "scenes": [{"nodes": roots}], "nodes": nodes, **members}
+
+
+def nodes_of(tree):
+    """Nodes from nested maps of names; a leaf is a mesh, any other node a transform."""
+    nodes = []
+
+    def add(name, below):
+        index = len(nodes)
+        nodes.append({"name": name})
+        if below:
+            nodes[index]["children"] = [add(*item) for item in below.items()]
+        else:
+            nodes[index]["mesh"] = 0
+        return index
+
+    for item in tree.items():
+        add(*item)
+    return nodes
+
+
+def glb(content, *chunks, size=None, version=2):
+    """A `.glb` of a document, or of raw JSON bytes, with further (type, bytes) chunks."""
+    text = content if isinstance(content, bytes) else json.dumps(content).encode()
+    text += b" " * (-len(text) % 4)
+    body = b"".join(
+        struct.pack("<II", len(data), kind) + data for kind, data in ((0x4E4F534A, text), *chunks)
+    )
+    return struct.pack("<4sII", b"glTF", version, size or 12 + len(body)) + body
+
+
+def write(path, content):
+    """Writes bytes as they are and anything else as JSON; returns the path as text."""
+    path.write_bytes(content if isinstance(content, bytes) else json.dumps(content).encode())
+    return str(path)
+
+
+def rule(name, regex, types=(), limits=(1, 1)):
+    """A rule whose stamp is its name."""
+    return {
+        "stamp": name,
+        "name": name,
+        "regex": regex,
+        "types": list(types),
+        "checklist": {},
+        "range": list(limits),
+        "color": "#4390ea",
+        "icon": "",
+    }
+
+
+def pattern(tree):
+    """The nodes of a pattern from nested maps of rule names."""
+    return [{"stamp": name, "children": pattern(below)} for name, below in tree.items()]
+
+
+def project(rules, tree, **members):
+    """A project document with one record."""
+    record = {"rules": rules, "pattern": pattern(tree)}
+    return {"name": "Test", "version": 3, "records": {"5": record}, "selected_record": 5, **members}

@@ -1,0 +1,317 @@
+"""The command line: what it prints, how it ends, what it leaves in the file; and the example."""
+
+import json
+import os
+import subprocess
+import sys
+from io import StringIO
+from pathlib import Path
+
+import core
+import pytest
+from gltf_files import document, glb, nodes_of, project, rule, write
+from heron.cli import main
+from heron.hosts.gltf import GltfScene
+from heron.report import Report
+from rich.console import Console
+
+EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
+STREET = str(EXAMPLES / "street.gltf")
+STREET_PROJECT = str(EXAMPLES / "street.json")
+
+# Two assets stand in the group, the third has lost its body.
+TREE = {
+    "group": {
+        "asset_a": {"asset_a_body": {}},
+        "asset_b": {"asset_b_body": {}, "asset_b_lid": {}},
+        "asset_c": {"asset_c_lid": {}},
+    },
+    "light": {},
+}
+ASSET = [rule("asset", "^<name:asset_[a-z]>$"), rule("body", "^<name>_body$"),
+         rule("lid", "^<name>_lid$", limits=(0, 1))]  # fmt: skip
+GHOST = rule("ghost", "^group$", ["transform"])
+BELOW_GROUP = project([GHOST, *ASSET], {"ghost": {"asset": {"body": {}, "lid": {}}}})
+AT_TOP = project(ASSET, {"asset": {"body": {}, "lid": {}}})
+ANY_TOP = project([rule("any", ".+", limits=(1, 9)), rule("deep", ".+", limits=(0, 9))], {"any": {}})
+
+
+@pytest.fixture
+def scan(tmp_path, capsys):
+    """Runs a scan of a scene and a project given by their content; gives status, output, errors."""
+
+    def run(scene, rules, *arguments):
+        scene_path = tmp_path / "scene.gltf"
+        if scene is not None:
+            write(scene_path, scene)
+        rules_path = write(tmp_path / "rules.json", rules)
+        status = main(["scan", str(scene_path), "--project", rules_path, *arguments])
+        captured = capsys.readouterr()
+        return status, captured.out, captured.err
+
+    return run
+
+
+def scene_of(tree):
+    return document(nodes_of(tree))
+
+
+def names(output):
+    """The names of the hierarchies in JSON output."""
+    return [bucket["name"] for bucket in json.loads(output)]
+
+
+def run_module(*arguments, **environment):
+    """Runs `python -m heron` as a process of its own."""
+    return subprocess.run(
+        [sys.executable, "-m", "heron", *arguments],
+        capture_output=True,
+        env={**os.environ, "PYTHONPATH": os.pathsep.join(sys.path), **environment},
+    )
+
+
+# The example
+
+
+def test_the_example_is_what_its_script_writes(tmp_path):
+    subprocess.run([sys.executable, str(EXAMPLES / "make_street.py"), str(tmp_path)], check=True)
+    for name in ("street.gltf", "street.json"):
+        assert (tmp_path / name).read_bytes() == (EXAMPLES / name).read_bytes()
+
+
+def test_the_example_shows_right_and_wrong_objects(capsys):
+    assert main(["scan", STREET, "--project", STREET_PROJECT]) == 0
+    found, _, refused = capsys.readouterr().out.partition("\nrefused\n")
+    roots = [line.split()[0] for line in found.splitlines() if line and not line.startswith(" ")]
+    assert roots == ["car_red", "car_blue", "car_black", "post_01", "post_02"]
+    assert [line for line in refused.splitlines()[:-1] if line] == [
+        "  /cars/car_green",
+        '    below /cars/car_green: only 3 fit "wheel", which needs 4; '
+        'no rule takes "car_red_wheel_rear_right"',
+        "  /cars/car_yellow",
+        '    below /cars/car_yellow: "body" is missing',
+        "  /cars/car_blue copy",
+        '    fits none of the top rules: "car", "post"',
+        "  /posts/post_03",
+        '    below /posts/post_03: "bulb" is missing',
+    ]
+    tyre = next(line for line in found.splitlines() if "front_left_tyre" in line)
+    path = "/cars/car_red/car_red_wheel_front_left/car_red_wheel_front_left_tyre"
+    assert tyre.split() == ["car_red_wheel_front_left_tyre", "tyre", "mesh", path]
+    assert tyre.startswith("    car_red")
+
+
+# Where a scan looks
+
+
+@pytest.mark.parametrize(
+    ("rules", "arguments", "status", "found"),
+    [
+        (BELOW_GROUP, [], 0, ["asset_a", "asset_b"]),
+        (BELOW_GROUP, ["--select", "/group/asset_b"], 0, ["asset_b"]),
+        (BELOW_GROUP, ["--select", "/group/asset_b/asset_b_lid"], 0, ["asset_b"]),
+        (BELOW_GROUP, ["--select", "/group/asset_b", "--select", "/group/asset_a"], 0,
+         ["asset_b", "asset_a"]),
+        (BELOW_GROUP, ["--select", "/group/asset_c"], 1, []),
+        (BELOW_GROUP, ["--select", "/group"], 1, []),
+        (AT_TOP, [], 1, []),
+        (ANY_TOP, [], 0, ["light"]),
+        (project([rule("ghost", ""), *ANY_TOP["records"]["5"]["rules"]], {"ghost": {"any": {}}}), [], 0,
+         ["light"]),
+        (project([rule("ghost", "", ["sceneRoot"]), *ANY_TOP["records"]["5"]["rules"]],
+                 {"ghost": {"any": {}}}), ["--select", "/light", "/group/asset_a"], 0, ["light"]),
+        (project([], {}), [], 1, []),
+    ],
+)  # fmt: skip
+def test_a_scan_looks_everywhere_or_at_the_selected_objects(scan, rules, arguments, status, found):
+    code, output, errors = scan(scene_of(TREE), rules, "--json", *arguments)
+    assert (code, names(output), errors) == (status, found, "")
+
+
+@pytest.mark.parametrize("tree", [{}, {"light": {}}])
+def test_nothing_to_scan_is_said(scan, tree):
+    status, output, errors = scan(scene_of(tree), BELOW_GROUP)
+    assert (status, errors) == (1, "")
+    assert output.startswith("nothing to scan")
+    assert "0 hierarchies with 0 objects found, 0 objects refused" in output
+
+
+def test_the_selected_record_counts_or_else_the_first_in_the_file(scan):
+    records = {"9": AT_TOP["records"]["5"], "letters": 5, "5": BELOW_GROUP["records"]["5"]}
+    for selected, found in ((5, 2), (9, 0), ("5", 2), (7, 0), (None, 0), ("x", 0)):
+        rules = project([], {}, records=records, selected_record=selected)
+        assert len(names(scan(scene_of(TREE), rules, "--json")[1])) == found
+
+
+# Why an object was refused
+
+
+@pytest.mark.parametrize(
+    ("tree", "reason"),
+    [
+        ({"other": {}}, 'fits none of the top rules: "asset"'),
+        ({"asset_a": {"asset_a_body": {"deep": {}}}},
+         'below /group/asset_a: "body" is missing; no rule takes "asset_a_body"'),
+        ({"asset_a": {"asset_b_body": {}}}, '"body" is missing; no rule takes "asset_b_body"'),
+        ({"asset_a": {"asset_a_body": {}, "x": {}, "y": {}}}, 'no rule takes "x"; no rule takes "y"'),
+    ],
+)  # fmt: skip
+def test_a_refused_object_tells_what_does_not_fit(scan, tree, reason):
+    status, output, _ = scan(scene_of({"group": tree}), BELOW_GROUP)
+    assert status == 1
+    assert reason in output
+
+
+def test_only_the_first_refused_objects_are_listed(scan):
+    tree = {"group": {f"wrong_{number}": {} for number in range(50)}}
+    _, output, _ = scan(scene_of(tree), BELOW_GROUP)
+    assert output.count("fits none") == 20
+    assert "and 30 more" in output
+    assert "50 objects refused" in output
+
+
+# Bad input
+
+
+def broken(**changes):
+    """The rules with one rule changed."""
+    return project([{**ASSET[0], **changes}], {"asset": {}})
+
+
+BAD_PROJECTS = {
+    "not JSON": (b"{", "not JSON"),
+    "byte order mark": (b"\xef\xbb\xbf{}", "not JSON"),
+    "not UTF-8": (b'{"\xff": 1}', "UTF-8"),
+    "array": ([], "not an object"),
+    "no format": ({"records": {"1": {}}}, "no project format"),
+    "another format": ({**AT_TOP, "version": 2}, "format 2"),
+    "no records": ({"version": 3}, '"records"'),
+    "empty records": ({**AT_TOP, "records": {}}, "no records"),
+    "records without times": ({**AT_TOP, "records": {"x": {}, "inf": {}}}, "no records"),
+    "record no object": ({**AT_TOP, "records": {"5": []}}, "record is not an object"),
+    "rules no list": ({**AT_TOP, "records": {"5": {"rules": {}}}}, '"rules"'),
+    "rule no object": ({**AT_TOP, "records": {"5": {"rules": [1]}}}, '"rules"'),
+    "stamp no text": (broken(stamp=1), 'no text "stamp"'),
+    "expression no text": (broken(regex=None), 'no text "regex"'),
+    "types no list": (broken(types="mesh"), '"types"'),
+    "range of one": (broken(range=[1]), '"range"'),
+    "range of texts": (broken(range=["1", "2"]), '"range"'),
+    "checklist no object": (broken(checklist=[]), '"checklist"'),
+    "node without rule": (project(ASSET, {"asset": {"lost": {}}}), 'a node without a rule: "lost"'),
+    "children no list": ({**AT_TOP, "records": {"5": {"rules": ASSET, "pattern": [
+        {"stamp": "asset", "children": {}}]}}}, '"children"'),
+    "invalid expression": (project([rule("asset", "(")], {"asset": {}}), "scan failed: "),
+}  # fmt: skip
+
+
+@pytest.mark.parametrize(("content", "reason"), BAD_PROJECTS.values(), ids=BAD_PROJECTS)
+def test_a_broken_project_is_told_on_standard_error(scan, content, reason):
+    status, output, errors = scan(scene_of(TREE), content)
+    assert (status, output) == (2, "")
+    assert errors.startswith("heron: ")
+    assert reason in errors
+    assert errors.count("\n") == 1
+
+
+def test_bad_files_are_told_on_standard_error(scan, tmp_path):
+    for scene, reason in ((None, "scene.gltf: No such file"), (b"x", "scene.gltf: not JSON")):
+        status, output, errors = scan(scene, BELOW_GROUP)
+        assert (status, output) == (2, "")
+        assert reason in errors
+    for path in (tmp_path, tmp_path / "none.json"):
+        assert main(["scan", STREET, "--project", str(path)]) == 2
+
+
+@pytest.mark.parametrize(
+    ("path", "near"),
+    [
+        ("/group/aset_a", "/group/asset_a"),
+        ("group/asset_a", "/group/asset_a"),
+        ("/grup/asset_a", "/group/asset_a"),
+        ("/grup/none", "/group"),
+        ("/group/asset_a/asset_a_bod", "/group/asset_a/asset_a_body"),
+    ],
+)
+def test_an_unknown_object_is_told_with_the_nearest(scan, path, near):
+    status, output, errors = scan(scene_of(TREE), BELOW_GROUP, "--select", "/group/asset_b", path)
+    assert (status, output) == (2, "")
+    assert f"no object {path}; did you mean {near}" in errors
+    assert "did you mean" not in scan(scene_of(TREE), BELOW_GROUP, "--select", "/zzz")[2]
+
+
+def test_a_wrong_usage_ends_with_status_2(capsys):
+    for arguments in ([], ["scan"], ["scan", STREET], ["bake"]):
+        with pytest.raises(SystemExit) as caught:
+            main(arguments)
+        assert caught.value.code == 2
+        assert "usage: heron" in capsys.readouterr().err
+
+
+# What is kept
+
+
+def test_json_is_what_the_file_keeps_and_append_adds_to_it(scan, tmp_path):
+    path = tmp_path / "scene.gltf"
+    first = scan(scene_of(TREE), BELOW_GROUP, "--json", "--save", "--select", "/group/asset_b")[1]
+    assert json.loads(first) == GltfScene(str(path)).query_filedata()
+    content = path.read_bytes()
+    status, second, _ = scan(None, BELOW_GROUP, "--json", "--append")
+    assert (status, names(second)) == (0, ["asset_b", "asset_a"])
+    assert json.loads(second)[0] == json.loads(first)[0]
+    assert path.read_bytes() == content
+    status, output, _ = scan(None, BELOW_GROUP, "--append", "--save")
+    assert "2 hierarchies with 5 objects found (1 of them from earlier scans)" in output
+    assert GltfScene(str(path)).query_filedata() == json.loads(second)
+    content = path.read_bytes()
+    status, _, errors = scan(None, BELOW_GROUP, "--append", "--select", "/group/asset_a")
+    assert (status, "leave out --append" in errors) == (2, True)
+    assert scan(None, BELOW_GROUP, "--append", "--save")[0] == 1
+    assert scan(None, AT_TOP, "--save")[0] == 1
+    assert path.read_bytes() == content
+
+
+def test_a_glb_is_scanned_and_saved(tmp_path, capsys):
+    scene = write(tmp_path / "scene.glb", glb(scene_of(TREE), (0x004E4942, b"data")))
+    rules = write(tmp_path / "rules.json", BELOW_GROUP)
+    assert main(["scan", scene, "--project", rules, "--json", "--save"]) == 0
+    assert json.loads(capsys.readouterr().out) == GltfScene(scene).query_filedata()
+    assert (tmp_path / "scene.glb").read_bytes().endswith(b"data")
+
+
+# How it looks
+
+
+def test_help_and_version():
+    version = run_module("--version")
+    assert version.stdout.decode().strip() == "heron " + ".".join(map(str, core.version))
+    assert b"scan" in run_module("--help").stdout
+    scan_help = run_module("scan", "--help").stdout.decode()
+    assert all(option in scan_help for option in ("SCENE", "--project", "--select", "exit status"))
+
+
+@pytest.mark.parametrize("encoding", ["utf-8", "ascii"])
+def test_piped_output_is_plain_whatever_the_names(tmp_path, encoding):
+    odd = ["\ud800", "\x1b[31mred", "a\nb", "[bold]x[/bold]", "дом", "名" * 60]
+    scene = write(tmp_path / "scene.gltf", document([{"name": name, "mesh": 0} for name in odd]))
+    rules = write(tmp_path / "rules.json", ANY_TOP)
+    result = run_module("scan", scene, "--project", rules, PYTHONIOENCODING=encoding, COLUMNS="40")
+    assert (result.returncode, result.stderr) == (0, b"")
+    lines = [line.split() for line in result.stdout.decode(encoding).splitlines() if line]
+    shown = ["\\ud800", "\\x1b[31mred", "a\\nb", "[bold]x[_bold]", "дом", "名" * 60]
+    shown = [name.encode(encoding, "backslashreplace").decode(encoding) for name in shown]
+    assert lines[:-1] == [[name, "any", "mesh", f"/{name}"] for name in shown]
+    as_json = run_module("scan", scene, "--project", rules, "--json", PYTHONIOENCODING=encoding)
+    assert [name.replace("/", "_") for name in odd] == names(as_json.stdout)
+    unknown = run_module("scan", scene, "--project", rules, "--select", "/\x1b", PYTHONIOENCODING=encoding)
+    assert b"no object /\\x1b" in unknown.stderr
+
+
+def test_a_terminal_shows_the_colour_of_the_rule(tmp_path):
+    scene = GltfScene(write(tmp_path / "scene.gltf", scene_of(TREE)))
+    joint, bucket = core.Scene._Buffer.DataJoint, core.Scene._Buffer.DataBucket
+    screen = StringIO()
+    report = Report(Console(file=screen, force_terminal=True, color_system="truecolor"))
+    children = [joint(name="odd", color="none"), joint(name="dark", color="#xyz")]
+    buckets = [bucket(joint(name="light", path="/light", color="#4390ea", children=children))]
+    assert report.hierarchies(buckets, scene) == 3
+    assert screen.getvalue().count("\x1b[48;2;67;144;234m") == 1
