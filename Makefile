@@ -58,12 +58,12 @@ lint: lint-python lint-cpp ## Formatting and static checks
 lint-python: $(VENV)/.lint-ready
 	@"$(BIN)/ruff" format --check --quiet $(wildcard python tests bench examples tools)
 	@"$(BIN)/ruff" check --quiet $(wildcard python tests bench examples tools)
-	@cd python && "$(BIN)/mypy" --config-file ../pyproject.toml --no-error-summary -p heron
+	@"$(BIN)/mypy" --no-error-summary -p heron
 
 lint-cpp: $(VENV)/.lint-ready build/dev/build.ninja
 	@find $(wildcard src fuzz) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" --dry-run --Werror
 	@find src -name '*.cpp' | sort \
-	  | xargs -P "$$(nproc)" -n 1 "$(BIN)/clang-tidy" -p build/dev --quiet
+	  | xargs -P "$$(getconf _NPROCESSORS_ONLN)" -n 1 "$(BIN)/clang-tidy" -p build/dev --quiet
 
 format: $(VENV)/.lint-ready ## Bring C++ and Python into their form
 	@find $(wildcard src fuzz) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" -i

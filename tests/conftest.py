@@ -1,10 +1,11 @@
 """What all tests share."""
 
+from hypothesis import HealthCheck, settings
+
 import core
-from hypothesis import settings
 
 # A machine may be slow; that is no fault of the code.
-settings.register_profile("heron", deadline=None)
+settings.register_profile("heron", deadline=None, suppress_health_check=[HealthCheck.too_slow])
 settings.register_profile("sanitized", parent=settings.get_profile("heron"), max_examples=25)
 settings.load_profile("heron")
 

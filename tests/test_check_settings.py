@@ -5,9 +5,10 @@ import weakref
 from types import MappingProxyType
 
 import pytest
-from core import _Settings
 from hypothesis import given
 from hypothesis import strategies as st
+
+from core import _Settings
 
 Check = _Settings.Check
 Config = Check.Config

@@ -7,13 +7,14 @@ import sys
 from io import StringIO
 from pathlib import Path
 
-import core
 import pytest
 from gltf_files import document, glb, nodes_of, project, rule, write
+from rich.console import Console
+
+import core
 from heron.cli import main
 from heron.hosts.gltf import GltfScene
 from heron.report import Report
-from rich.console import Console
 
 EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
 STREET = str(EXAMPLES / "street.gltf")
@@ -61,11 +62,12 @@ def names(output):
     return [bucket["name"] for bucket in json.loads(output)]
 
 
-def run_module(*arguments, **environment):
+def run_module(*arguments, stdout=subprocess.PIPE, **environment):
     """Runs `python -m heron` as a process of its own."""
     return subprocess.run(
         [sys.executable, "-m", "heron", *arguments],
-        capture_output=True,
+        stdout=stdout,
+        stderr=subprocess.PIPE,
         env={**os.environ, "PYTHONPATH": os.pathsep.join(sys.path), **environment},
     )
 
@@ -287,6 +289,15 @@ def test_help_and_version():
     assert b"scan" in run_module("--help").stdout
     scan_help = run_module("scan", "--help").stdout.decode()
     assert all(option in scan_help for option in ("SCENE", "--project", "--select", "exit status"))
+
+
+@pytest.mark.parametrize("arguments", [[], ["--json"]])
+def test_a_reader_may_close_the_pipe(arguments):
+    reader, writer = os.pipe()
+    os.close(reader)
+    result = run_module("scan", STREET, "--project", STREET_PROJECT, *arguments, stdout=writer)
+    os.close(writer)
+    assert (result.returncode, result.stderr) == (0, b"")
 
 
 @pytest.mark.parametrize("encoding", ["utf-8", "ascii"])

@@ -6,14 +6,15 @@ import os
 import stat
 import weakref
 
-import core
 import pytest
 from gltf_files import document, glb, nodes_of, write
-from heron.hosts.gltf import GltfError, GltfScene
-from heron.hosts.gltf_tree import MAX_DEPTH, unique_names
 from hypothesis import given
 from hypothesis import strategies as st
 from pygltflib import GLTF2
+
+import core
+from heron.hosts.gltf import GltfError, GltfScene
+from heron.hosts.gltf_tree import MAX_DEPTH, unique_names
 
 TYPE = core.Constants.Scene.Type
 CAR = document(nodes_of({"car": {"body": {}, "wheel": {}}, "lamp": {}}))

@@ -10,9 +10,10 @@ from collections import UserDict
 from contextlib import contextmanager
 
 import pytest
-from core import Constants, _Project, _Settings, _Str
 from hypothesis import given
 from hypothesis import strategies as st
+
+from core import Constants, _Project, _Settings, _Str
 
 Rule = _Project.Settings.Rule
 Node, Root = Rule.Tree.Node, Rule.Tree.Root
@@ -66,7 +67,8 @@ def logged():
 
 
 def test_a_rule_of_no_data_has_the_defaults():
-    rule = Rule({})
+    rule = Rule(FULL)
+    rule.__init__({})
     data = rule.data
     assert re.fullmatch("[0-9a-f]{16}", data.pop("stamp"))
     assert data == {
@@ -185,11 +187,11 @@ def test_rename_moves_the_name_and_takes_any():
 
 
 def test_sync_names_registers_the_names_anew():
-    rules = make_list("aa")
-    assert rules.names == ["a", "a"]
-    next(iter(rules)).name = "b"
+    rules = make_list("aab")
+    next(rule for rule in rules if rule.name == "b").name = "c"
     rules.sync_names()
-    assert rules._control._names == {"a", "b"}
+    assert rules.names == ["a", "a", "c"]
+    assert rules._control._names == {"a", "c"}
 
 
 def test_rules_are_found_by_stamp_and_removed_by_identity():
@@ -217,8 +219,8 @@ def test_reorder_puts_the_given_first_and_reverses_the_others(names, wanted):
 
 
 def test_reorder_keeps_one_of_the_rules_that_share_a_stamp():
-    rules = make_list("xaxb")
-    first, a, _, b = rules
+    rules = make_list("xabx")
+    first, a, b, _ = rules
     rules.reorder([a])
     assert list(map(id, rules)) == list(map(id, [a, b, first]))
 
@@ -238,7 +240,7 @@ PATTERNS = st.recursive(
 
 
 def without_unknown(nodes, dropped):
-    """The nodes that a list of the rules a and b leaves; the others of which the parent stays go to `dropped`."""
+    """The nodes that a list of the rules a and b leaves; others go to `dropped`, not what is below them."""
     dropped += [node for node in nodes if node["stamp"] not in ("a", "b")]
     return [
         {"stamp": node["stamp"], "children": without_unknown(node.get("children", []), dropped)}

@@ -3,10 +3,13 @@
 from __future__ import annotations
 
 import argparse
+import contextlib
 import json
+import os
 import sys
 import time
-from collections.abc import Sequence
+from collections.abc import Iterator, Sequence
+from typing import NoReturn
 
 from rich.console import Console
 
@@ -90,7 +93,6 @@ def _parser() -> argparse.ArgumentParser:
 
 
 def _scan(options: argparse.Namespace) -> int:
-    report = Report(Console(highlight=False))
     scene = GltfScene(options.scene)
     session = Session(scene, read_record(options.project))
     if options.append:
@@ -112,16 +114,15 @@ def _scan(options: argparse.Namespace) -> int:
             "select others, or leave out --append"
         )
         return BAD_INPUT
-    if options.json:
-        buffer = session.buffer
-        report.raw(json.dumps(buffer.encode(buffer.get()), indent=2))
-    else:
-        _show(report, session, outcome, earlier, seconds)
-    if outcome is not Outcome.FOUND:
-        return NOTHING_FOUND
-    if options.save:
+    if options.save and outcome is Outcome.FOUND:
         scene.save()
-    return FOUND
+    with _reader_may_leave():
+        if options.json:
+            buffer = session.buffer
+            print(json.dumps(buffer.encode(buffer.get()), indent=2))
+        else:
+            _show(Report(_Console(highlight=False)), session, outcome, earlier, seconds)
+    return FOUND if outcome is Outcome.FOUND else NOTHING_FOUND
 
 
 def _show(report: Report, session: Session, outcome: Outcome, earlier: int, seconds: float) -> None:
@@ -144,6 +145,25 @@ def _show(report: Report, session: Session, outcome: Outcome, earlier: int, seco
         f"in {seconds * 1000:.1f} ms",
         "bold",
     )
+
+
+@contextlib.contextmanager
+def _reader_may_leave() -> Iterator[None]:
+    """Ends the output quietly when its reader has closed the pipe, as `head` does."""
+    try:
+        yield
+        sys.stdout.flush()
+    except BrokenPipeError:
+        # What is still in the buffer must not fail once more when the process ends.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+
+
+class _Console(Console):
+    """A console that leaves a closed pipe to `_reader_may_leave`."""
+
+    def on_broken_pipe(self) -> NoReturn:
+        """Keeps the base class from ending the process with a status of its own."""
+        raise BrokenPipeError
 
 
 def _count(number: int, word: str, words: str = "") -> str:

@@ -7,12 +7,13 @@ from collections.abc import Iterator
 from dataclasses import dataclass
 from itertools import islice
 
-import core
 from rich.cells import cell_len
 from rich.console import Console
 from rich.segment import Segment, Segments
 from rich.style import Style
 from rich.text import Text
+
+import core
 
 _COLOR = re.compile(r"#[0-9A-Fa-f]{6}")
 _REFUSED_SHOWN = 20
@@ -74,10 +75,6 @@ class Report:
     def line(self, text: str, style: str = "") -> None:
         """Prints one line."""
         self._print(Text(self._safe(text), style=style))
-
-    def raw(self, text: str) -> None:
-        """Prints text as it is, with no colour and no wrapping."""
-        self._console.out(text, highlight=False)
 
     def _row(self, joint: core.Scene._Buffer.DataJoint, depth: int, operator: core.Scene.Operator) -> _Row:
         cells = (

@@ -4,42 +4,47 @@
 #include "foundation/naming.h"
 
 namespace heron {
+namespace assertions {
 
-void assertions::attribute(const py::Object& name) {
+void attribute(const py::Object& name) {
   if (!name.is_text()) py::raise_type("Wrong Type for Attribute Name");
-  if (!name.truth()) py::raise_value("Empty Attribute Name");
   const py::Text text(name);
-  if (!naming::is_attribute(text)) errors::wrong_attribute_name(name);
-  if (naming::is_private(text)) errors::private_attribute_name(name);
+  if (text.length() == 0) py::raise_value("Empty Attribute Name");
+  if (!naming::is_attribute(text)) errors::raise<errors::WrongAttributeName>(text);
+  if (naming::is_private(text)) errors::raise<errors::PrivateAttributeName>(text);
 }
 
-// Text is Unicode already and passes as it is, so cleaning only has to reach every value: a document that holds itself
-// or is too deep is refused here, before anything is written.
-py::Object assertions::clean(const py::Object& data) {
+// All text is Unicode, in which form it is written too, so there is nothing to replace. What is left is the walk: a
+// document that holds itself, or is too deep, is refused here, before its file is opened and thereby emptied.
+py::Object clean(const py::Object& data) {
   const py::Depth depth(" while a document is cleaned");
   if (PyDict_Check(data.or_none())) {
-    const py::Dict map(data);
-    for (const auto& [key, value] : map.items()) map.set(key, clean(value));
+    for (const py::Object& value : py::Dict(data).values()) clean(value);
   } else if (PyList_Check(data.or_none())) {
-    const py::List list(data);
-    for (Py_ssize_t i = 0; i < list.size(); ++i) list.set(i, clean(list.at(i)));
+    for (const py::Object& value : py::List(data).items()) clean(value);
   }
   return data;
 }
 
-void expose_assertions(const py::Scope& module) {
-  const py::Scope scope = py::make_namespace(module, "_Assert", "Tests that guard the borders of the library.");
+}  // namespace assertions
+
+py::Scope expose_assertions(const py::Scope& module) {
+  const py::Scope scope = py::make_namespace(module, "_Assert", "The tests at the borders of the system.");
+
   const py::Scope parameters = py::make_namespace(scope, "Parameters", "Tests of parameters.");
-  const py::Scope input = py::make_namespace(parameters, "Input", "Tests of inputs.");
-  const py::Scope json = py::make_namespace(scope, "Json", "Tests of documents.");
+  const py::Scope input = py::make_namespace(parameters, "Input", "Tests of the inputs of parameters.");
   py::function<&assertions::attribute>(
       input, "attribute", {"name"},
-      "Refuses a name that an input's attribute cannot have.\n\n"
-      "TypeError if it is no text, ValueError if it is empty, `Error.WrongAttributeName` for other characters than\n"
-      "letters, digits and low lines or a digit first, `Error.PrivateAttributeName` for two low lines first.");
+      "Refuses what cannot be the attribute name of an input.\n\n"
+      "TypeError unless it is text, ValueError for the empty text, Error.WrongAttributeName unless it is an\n"
+      "identifier of ASCII letters, digits and low lines, Error.PrivateAttributeName for two low lines first.");
+
+  const py::Scope json = py::make_namespace(scope, "Json", "Tests of documents.");
   py::function<&assertions::clean>(json, "clean", {"data"},
-                                   "The document itself, its values made ready for JSON in place.\n\n"
+                                   "The document itself, its texts in maps and lists of any depth made ready to be\n"
+                                   "written, in place.\n\n"
                                    "RecursionError for a document that holds itself or is too deep.");
+  return scope;
 }
 
 }  // namespace heron

@@ -4,12 +4,18 @@
 
 namespace heron {
 
-/// The tests that guard the borders of the library.
+/// The tests at the borders of the system.
 namespace assertions {
-void attribute(const py::Object& name);           ///< Raises for a name that an input's attribute cannot have.
-py::Object clean(const py::Object& data);         ///< A document made ready for JSON, in place.
+
+/// Refuses a name that an input of parameters cannot have: TypeError, ValueError, or an error of `errors`.
+void attribute(const py::Object& name);
+
+/// The document itself, made ready to be written as JSON. RecursionError if it holds itself or is too deep.
+py::Object clean(const py::Object& data);
+
 }  // namespace assertions
 
-void expose_assertions(const py::Scope& module);
+/// Returns the scope `_Assert`, for the tests that stand with what they test.
+py::Scope expose_assertions(const py::Scope& module);
 
 }  // namespace heron

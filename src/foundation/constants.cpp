@@ -37,7 +37,10 @@ void expose_constants(const py::Scope& module) {
                 {"Lod", str("lod")},
                 {"Project", str("project")}});
   expose_group(check, "Result", "Outcomes of a check.",
-               {{"Pass", str("pass")}, {"Info", str("info")}, {"Fail", str("fail")}, {"Error", str("error")}});
+               {{"Pass", str("pass")},
+                {"Info", str(constants::kInfo)},
+                {"Fail", str(constants::kFail)},
+                {"Error", str("error")}});
 
   const py::Scope exporting = py::make_namespace(constants, "Export", "Constants of the export.");
   expose_group(exporting, "Format", "File formats.", {{"FBX", str("fbx")}});
@@ -48,10 +51,10 @@ void expose_constants(const py::Scope& module) {
   expose_group(scene, "Type", "Types of scene objects, the same in every host.",
                {{"Ghost", str(constants::kGhost)},
                 {"SceneRoot", str(constants::kSceneRoot)},
-                {"Transform", str("transform")},
-                {"Mesh", str("mesh")},
-                {"Locator", str("locator")},
-                {"LodGroup", str("lodGroup")}});
+                {"Transform", str(constants::kTransform)},
+                {"Mesh", str(constants::kMesh)},
+                {"Locator", str(constants::kLocator)},
+                {"LodGroup", str(constants::kLodGroup)}});
 
   const py::Scope plugin = py::make_namespace(constants, "Plugin", "Constants of the host.");
   expose_group(plugin, "Status", "Outcomes of an operation.",

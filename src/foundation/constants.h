@@ -4,10 +4,16 @@
 
 namespace heron {
 
-/// Texts of `Constants` that the engine itself compares with.
+/// Texts of `Constants` that the engine itself uses.
 namespace constants {
 inline constexpr std::string_view kGhost = "ghost";
 inline constexpr std::string_view kSceneRoot = "sceneRoot";
+inline constexpr std::string_view kTransform = "transform";
+inline constexpr std::string_view kMesh = "mesh";
+inline constexpr std::string_view kLocator = "locator";
+inline constexpr std::string_view kLodGroup = "lodGroup";
+inline constexpr std::string_view kInfo = "info";
+inline constexpr std::string_view kFail = "fail";
 }  // namespace constants
 
 void expose_constants(const py::Scope& module);

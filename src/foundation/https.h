@@ -2,7 +2,7 @@
 
 namespace heron {
 
-/// Has HTTPS connections of the process accept any certificate: studios' own servers sign theirs themselves.
+/// Has the HTTPS connections of the whole process accept any certificate.
 void accept_any_certificate();
 
 }  // namespace heron

@@ -2,158 +2,137 @@
 
 #include <initializer_list>
 
-#include "foundation/text.h"
+#include "foundation/constants.h"
 
 namespace heron {
 namespace {
 
-/// One choice: a list of constants with a label.
-class MaskItem {
- public:
-  void init(const py::Object& elements, const py::Object& name_, const py::Object& attr_, bool mapped_) {
-    py::List(py::object_of(*this)).extend(elements);
-    name = to_str(name_);
-    attr = to_str(attr_);
-    mapped = mapped_;
-  }
+using namespace constants;
+using Item = py::Ref<MaskItem>;
 
-  py::Object get_name() const { return name; }
-  py::Object get_attr() const { return attr; }
-  bool is_mapped() const { return mapped; }
+enum class Elements { kPlain, kTypes };
 
-  py::Object name = py::text(""), attr = py::text("");
-  bool mapped = false;
-
-  template <class V>
-  void members(V& visit) {
-    visit(name);
-    visit(attr);
-  }
-};
-
-/// A list of choices, each also a member under its name.
-class MaskSet {
- public:
-  void init(const py::Object& items) { fill(py::collect(items)); }
-
- protected:
-  void fill(const std::vector<py::Object>& items) {
-    const py::Object self = py::object_of(*this);
-    const py::List list(self);
-    for (const py::Object& item : items) {
-      static const py::Name kAttr("attr");
-      const py::Object attr = item.attr(kAttr);
-      list.append(item);
-      if (attr.truth()) py::checked(PyObject_SetAttr(self.get(), attr.get(), item.get()));
-    }
-  }
-};
-
-struct Choice {
-  std::initializer_list<const char*> elements;
-  const char* name;
-  const char* attr;
-  bool mapped;
-};
-
-py::Object make_item(const Choice& choice) {
-  std::vector<py::Object> elements;
-  for (const char* element : choice.elements) elements.push_back(to_str(py::text(element)));
-  auto item = py::Ref<MaskItem>::make();
-  item->init(py::tuple(elements), py::text(choice.name), py::text(choice.attr), choice.mapped);
-  return item;
+Item item(Elements elements, const char* name, const char* attr, std::initializer_list<std::string_view> texts) {
+  const Item made = Item::make();
+  std::vector<py::Object> list;
+  for (const std::string_view text : texts) list.push_back(to_str(py::text(text)));
+  made->init(py::tuple(list), py::Text(py::text(name)), py::Text(py::text(attr)), elements == Elements::kTypes);
+  return made;
 }
 
-class GhostMask : public MaskSet {
- public:
-  void init() {
-    fill({make_item({{"sceneRoot"}, "scene root", "SceneRoot", true}),
-          make_item({{"transform"}, "group", "Transform", true}),
-          make_item({{"locator"}, "locator", "Locator", true}),
-          make_item({{"locator", "transform"}, "group or locator", "TransformLocator", true})});
+bool has_all(const py::Object& mapping, const MaskItem& item) {
+  static const py::Name kExist("exist");
+  for (const py::Object& type : item.elements().items()) {
+    if (!mapping.call(kExist, type).truth()) return false;
   }
-};
-
-class TypeMask : public MaskSet {
- public:
-  void init() {
-    fill({make_item({{"locator", "transform"}, "Loc. or Group", "TransformLocator", true}),
-          make_item({{"locator"}, "Locator", "Locator", true}),
-          make_item({{"transform"}, "Group", "Transform", true}),
-          make_item({{"lodGroup"}, "LOD Group", "LodGroup", true}),
-          make_item({{"mesh"}, "Mesh", "Mesh", true}),
-          make_item({{}, "Any", "Any", false})});
-  }
-};
-
-class ResultMask : public MaskSet {
- public:
-  void init() {
-    fill({make_item({{"fail"}, "Fail", "Fail", false}),
-          make_item({{"fail", "info"}, "Fail & Info", "FailInfo", false})});
-  }
-};
-
-/// Takes the choices out of the list that the host cannot produce. They stay members of the set.
-void remove_unknown(const py::List& set, const py::Object& mapping) {
-  static const py::Name kMapped("mapped"), kExist("exist");
-  for (Py_ssize_t i = set.size() - 1; i >= 0; --i) {
-    const py::Object item = set.at(i);
-    if (!item.attr(kMapped).truth()) continue;
-    for (const py::Object& element : py::collect(item)) {
-      if (!mapping.call(kExist, element).truth()) {
-        set.remove_at(i);
-        break;
-      }
-    }
-  }
+  return true;
 }
 
 template <class S>
-py::Object make_set(const py::Object& mapping) {
-  const py::Object set = py::Object::borrow(reinterpret_cast<PyObject*>(py::TypeOf<S>::type))();
-  remove_unknown(py::List(set), mapping);
+py::Ref<S> filtered(const py::Object& mapping) {
+  const auto set = py::Ref<S>::make();
+  set->init();
+  set->filter(mapping);
   return set;
 }
 
 }  // namespace
 
+void MaskItem::init(const py::Object& texts, const py::Text& label, const py::Text& member, bool types) {
+  elements().clear();
+  elements().extend(texts);
+  name = to_str(label);
+  attr = to_str(member);
+  mapped = types;
+}
+
+void MaskSet::init(const py::Object& given) {
+  items().clear();
+  for (const py::Object& object : py::collect(given)) {
+    if (!Item::holds(object)) py::raise_type(std::string("_Set() takes items, not ") + object.type_name());
+    const Item item(object);
+    items().append(item);
+    if (item->attr.truth()) py::checked(PyObject_SetAttr(items().get(), item->attr.get(), item.get()));
+  }
+}
+
+void MaskSet::filter(const py::Object& mapping) const {
+  const std::vector<py::Object> all = items().items();
+  items().clear();
+  for (const py::Object& object : all) {
+    const Item item(object);
+    if (!item->mapped || has_all(mapping, *item)) items().append(item);
+  }
+}
+
+void GhostMask::init() {
+  using enum Elements;
+  MaskSet::init(py::tuple({
+      item(kTypes, "scene root", "SceneRoot", {kSceneRoot}),
+      item(kTypes, "group", "Transform", {kTransform}),
+      item(kTypes, "locator", "Locator", {kLocator}),
+      item(kTypes, "group or locator", "TransformLocator", {kLocator, kTransform}),
+  }));
+}
+
+void TypeMask::init() {
+  using enum Elements;
+  MaskSet::init(py::tuple({
+      item(kTypes, "Loc. or Group", "TransformLocator", {kLocator, kTransform}),
+      item(kTypes, "Locator", "Locator", {kLocator}),
+      item(kTypes, "Group", "Transform", {kTransform}),
+      item(kTypes, "LOD Group", "LodGroup", {kLodGroup}),
+      item(kTypes, "Mesh", "Mesh", {kMesh}),
+      item(kPlain, "Any", "Any", {}),  // a rule without types takes any
+  }));
+}
+
+void ResultMask::init() {
+  using enum Elements;
+  MaskSet::init(py::tuple({
+      item(kPlain, "Fail", "Fail", {kFail}),
+      item(kPlain, "Fail & Info", "FailInfo", {kFail, kInfo}),
+  }));
+}
+
 void Mask::init(const py::Object& type_mapping) {
+  static const py::Name kGhostSet("Ghost"), kTypeSet("Type"), kResultSet("Result");
   mapping = type_mapping;
-  ghost = make_set<GhostMask>(type_mapping);
-  type = make_set<TypeMask>(type_mapping);
-  result = make_set<ResultMask>(type_mapping);
+  // Attributes and no fields: in the class these names are those of the sets' own classes.
+  const py::Object self = py::object_of(*this);
+  self.set_attr(kGhostSet, filtered<GhostMask>(mapping));
+  self.set_attr(kTypeSet, filtered<TypeMask>(mapping));
+  self.set_attr(kResultSet, filtered<ResultMask>(mapping));
 }
 
 void expose_masks(const py::Scope& module) {
-  PyObject* list = reinterpret_cast<PyObject*>(&PyList_Type);
-  const py::Scope mask =
+  using py::Parameter;
+  const py::Scope scope =
       py::Class<Mask>(module, "Mask",
                       "Groups of constants for assign or filter purpose in user interface.\n\n"
-                      "type_mapping: tells by `exist` which types the host can produce.")
+                      "`Ghost`, `Type` and `Result` of an instance are the sets of these names, without the items\n"
+                      "whose types `type_mapping.exist` does not know.")
           .init<&Mask::init>({"type_mapping"})
-          .readonly<&Mask::mapping>("_mapping", "Tells which types the host can produce.")
+          .readonly<&Mask::mapping>("_mapping", "The types that the host has.")
           .done();
-
-  py::Class<MaskItem>(mask, "Item", "One choice: a list of constants with a label.")
-      .derives(list)
-      .init<&MaskItem::init>({py::Parameter::rest("elements"), py::Parameter::named("name", ""),
-                              py::Parameter::named("attr", ""), py::Parameter::named("mapped", false)})
-      .accessor<&MaskItem::get_name>("name", "The label for the user.")
-      .accessor<&MaskItem::get_attr>("attr", "The name of the member in the set.")
-      .accessor<&MaskItem::is_mapped>("mapped", "Are the elements scene types, which the host must produce?")
+  py::Class<MaskItem>(scope, "Item", "A choice: a list of constants, with a label for the user.")
+      .derives(reinterpret_cast<PyObject*>(&PyList_Type))
+      .init<&MaskItem::init>({Parameter::rest("elements"), Parameter::named("name", ""), Parameter::named("attr", ""),
+                              Parameter::named("mapped", false)})
+      .readonly<&MaskItem::name>("name", "The label for the user.")
+      .readonly<&MaskItem::attr>("attr", "Under what name the item is a member of its set; empty for none.")
+      .readonly<&MaskItem::mapped>("mapped", "True if the elements are scene types, which the host must have.")
       .readonly<&MaskItem::name>("_name", "The label for the user.")
-      .readonly<&MaskItem::attr>("_attr", "The name of the member in the set.")
-      .readonly<&MaskItem::mapped>("_mapped", "Are the elements scene types?")
+      .readonly<&MaskItem::attr>("_attr", "Under what name the item is a member of its set.")
+      .readonly<&MaskItem::mapped>("_mapped", "True if the elements are scene types.")
       .done();
-
-  py::Class<MaskSet>(mask, "_Set", "A list of choices, each also a member under its `attr`.")
-      .derives(list)
-      .init<&MaskSet::init>({py::Parameter::rest("items")})
+  py::Class<MaskSet>(scope, "_Set", "The choices of a filter: a list of items, each also a member named by `attr`.")
+      .derives(reinterpret_cast<PyObject*>(&PyList_Type))
+      .init<&MaskSet::init>({Parameter::rest("items")})
       .done();
-  py::Class<GhostMask, MaskSet>(mask, "Ghost", "The choices for the ghost rule.").init<&GhostMask::init>({}).done();
-  py::Class<TypeMask, MaskSet>(mask, "Type", "The choices for a rule's types.").init<&TypeMask::init>({}).done();
-  py::Class<ResultMask, MaskSet>(mask, "Result", "The choices for showing results.")
+  py::Class<GhostMask, MaskSet>(scope, "Ghost", "The choices for the ghost rule.").init<&GhostMask::init>({}).done();
+  py::Class<TypeMask, MaskSet>(scope, "Type", "The choices for the types of a rule.").init<&TypeMask::init>({}).done();
+  py::Class<ResultMask, MaskSet>(scope, "Result", "The choices for the results to be shown.")
       .init<&ResultMask::init>({})
       .done();
 }

@@ -2,107 +2,161 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string>
 
 #include "foundation/constants.h"
 #include "foundation/text.h"
-#include "runtime/modules.h"
 
 namespace heron {
 namespace {
 
-const py::Name kLower("lower"), kStrip("strip"), kTitle("title"), kReplace("replace"), kTranslate("translate");
-const py::Name kSplit("split"), kIsDecimal("isdecimal"), kMatch("match"), kSubstitute("sub");
+const py::Name kLower("lower"), kStrip("strip"), kTitle("title"), kReplace("replace"), kSplit("split");
+const py::Name kIsAlpha("isalpha"), kIsDecimal("isdecimal");
 
-bool matches(const char* expression, const py::Object& text) {
-  return !py::modules::re.call(kMatch, py::text(expression), text).is_none();
-}
+constexpr bool is_digit(char32_t c) { return c >= U'0' && c <= U'9'; }
+constexpr bool is_latin(char32_t c) { return (c >= U'a' && c <= U'z') || (c >= U'A' && c <= U'Z'); }
+constexpr bool is_word(char32_t c) { return is_latin(c) || is_digit(c) || c == U'_'; }
 
-/// Code point to text. What has no entry stays, and falls away later with all that is not ASCII.
-const py::Dict& transliteration() {
-  struct Entry {
-    int code;
-    const char* text;
-  };
-  static constexpr std::array<Entry, 30> kTable = {{
-      {1072, "a"}, {1074, "b"}, {1075, "g"}, {1076, "d"}, {1077, "e"},  {1079, "z"},  {1080, "i"},  {1081, "i"},
-      {1082, "k"}, {1083, "l"}, {1084, "m"}, {1085, "n"}, {1086, "o"},  {1087, "p"},  {1088, "r"},  {1089, "s"},
-      {1090, "t"}, {1091, "u"}, {1092, "f"}, {45, "_"},   {1094, "ts"}, {1095, "ch"}, {1096, "sh"}, {1097, "sh"},
-      {1099, "y"}, {1100, ""},  {1103, "ia"}, {1105, "io"}, {95, " "},  {46, " "},
-  }};
-  static const auto* table = [] {
-    auto* made = new py::Dict;
-    for (const Entry& entry : kTable) made->set(py::to_python(entry.code), py::text(entry.text));
-    return made;
-  }();
-  return *table;
-}
+/// A range of code points, both bounds included.
+struct Range {
+  Py_ssize_t first, last;
+};
+constexpr std::array kLatin = {Range{32, 126}};
+constexpr std::array kEnRu = {Range{32, 126}, Range{1025, 1025}, Range{1040, 1103}, Range{1105, 1105}};
 
-/// The first code point of a text in UTF-8, and the number of bytes it takes.
-std::pair<std::uint32_t, std::size_t> first_character(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(text[i])); };
-  const auto rest = [&](std::size_t i) { return byte(i) & 0x3FU; };
-  if (byte(0) < 0x80U) return {byte(0), 1};
-  if (byte(0) < 0xE0U) return {(byte(0) & 0x1FU) << 6U | rest(1), 2};
-  if (byte(0) < 0xF0U) return {(byte(0) & 0x0FU) << 12U | rest(1) << 6U | rest(2), 3};
-  return {(byte(0) & 0x07U) << 18U | rest(1) << 12U | rest(2) << 6U | rest(3), 4};
-}
-
-/// The characters whose code points `allowed` says yes to.
-template <class A>
-py::Object keep_characters(const py::Text& text, A&& allowed) {
-  const py::Utf8 bytes(text);
-  std::string kept;
-  for (std::string_view left = bytes; !left.empty();) {
-    const auto [code, size] = first_character(left);
-    if (allowed(code)) kept.append(left, 0, size);
-    left.remove_prefix(size);
-  }
+py::Object keep(const py::Text& text, std::span<const Range> ranges) {
+  std::u32string kept = py::characters(text);
+  std::erase_if(kept, [ranges](char32_t c) {
+    const auto code = static_cast<Py_ssize_t>(c);
+    return std::ranges::none_of(ranges, [code](Range r) { return r.first <= code && code <= r.last; });
+  });
   return to_str(py::text(kept));
 }
 
-bool is_printable_ascii(std::uint32_t code) { return code >= 32 && code <= 126; }
-bool is_russian(std::uint32_t code) { return code == 1025 || (code >= 1040 && code <= 1103) || code == 1105; }
+Py_ssize_t code_point(const py::Object& value) {
+  if (!PyLong_Check(value.get())) py::raise_type("_char_filter() takes pairs of code points");
+  return PyNumber_AsSsize_t(value.get(), nullptr);  // a number beyond all code points is cut to fit
+}
 
 py::Object char_filter(const py::Text& text, const py::Object& chars) {
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> ranges;
+  std::vector<Range> ranges;
   for (const py::Object& pair : py::collect(chars)) {
     const std::vector<py::Object> bounds = py::collect(pair);
-    if (bounds.size() != 2) py::raise_value("_char_filter() takes pairs of code points");
-    const auto bound = [](const py::Object& number) {
-      const Py_ssize_t value = PyNumber_AsSsize_t(number.get(), nullptr);
-      if (value == -1 && PyErr_Occurred() != nullptr) throw py::Error();
-      return static_cast<std::uint32_t>(std::clamp<Py_ssize_t>(value, 0, 0x7FFFFFFF));
-    };
-    ranges.emplace_back(bound(bounds[0]), bound(bounds[1]));
+    if (bounds.size() != 2) py::raise_type("_char_filter() takes pairs of code points");
+    ranges.push_back({code_point(bounds[0]), code_point(bounds[1])});
   }
-  return keep_characters(text, [&](std::uint32_t code) {
-    return std::any_of(ranges.begin(), ranges.end(),
-                       [&](const auto& range) { return range.first <= code && code <= range.second; });
-  });
+  return keep(text, ranges);
+}
+
+struct Transliteration {
+  char32_t character;
+  std::u32string_view ascii;
+};
+
+/// What lower-case characters are written as in ASCII; one without an entry stays. The names of existing files
+/// were made with this table, so its oddities are kept and no entry may be added.
+constexpr Transliteration kTransliterations[] = {
+    {U'а', U"a"}, {U'в', U"b"},  {U'г', U"g"},  {U'д', U"d"},  {U'е', U"e"},  {U'з', U"z"},
+    {U'и', U"i"}, {U'й', U"i"},  {U'к', U"k"},  {U'л', U"l"},  {U'м', U"m"},  {U'н', U"n"},
+    {U'о', U"o"}, {U'п', U"p"},  {U'р', U"r"},  {U'с', U"s"},  {U'т', U"t"},  {U'у', U"u"},
+    {U'ф', U"f"}, {U'ц', U"ts"}, {U'ч', U"ch"}, {U'ш', U"sh"}, {U'щ', U"sh"}, {U'ы', U"y"},
+    {U'ь', U""},  {U'я', U"ia"}, {U'ё', U"io"}, {U'-', U"_"},  {U'_', U" "},  {U'.', U" "},
+};
+
+std::u32string transliterated(const std::u32string& text) {
+  std::u32string result;
+  for (const char32_t c : text) {
+    const auto* entry = std::ranges::find(kTransliterations, c, &Transliteration::character);
+    if (entry != std::end(kTransliterations)) {
+      result += entry->ascii;
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+py::Object single(char32_t c) { return py::text(std::u32string_view(&c, 1)); }
+
+bool is_letter(char32_t c) { return c < 128 ? is_latin(c) : single(c).call(kIsAlpha).truth(); }
+
+/// A lower-case text with a capital at the head of each run of letters. The runtime's own `title` would begin a
+/// word after a letter of a script without capitals, too.
+std::u32string title_case(const std::u32string& text) {
+  std::u32string result;
+  bool in_word = false;
+  for (const char32_t c : text) {
+    const bool letter = is_letter(c);
+    if (letter && !in_word) {
+      result += py::characters(single(c).call(kTitle));
+    } else {
+      result += c;
+    }
+    in_word = letter;
+  }
+  return result;
+}
+
+// The numbers at the ends of names are counted as texts of ASCII digits, as a name may carry more digits than the
+// runtime converts to a number.
+
+std::string number_of(const py::Object& digits) {
+  const py::Object integer = py::Object::borrow(reinterpret_cast<PyObject*>(&PyLong_Type));
+  std::string number;
+  for (const char32_t c : py::characters(digits)) {
+    const Py_ssize_t value =
+        is_digit(c) ? static_cast<Py_ssize_t>(c - U'0') : PyLong_AsSsize_t(integer(single(c)).get());
+    if (value != 0 || !number.empty()) number += static_cast<char>('0' + value);
+  }
+  return number.empty() ? "0" : number;
+}
+
+std::string successor(std::string number) {
+  std::size_t end = number.size();
+  while (end > 0 && number[end - 1] == '9') number[--end] = '0';
+  if (end == 0) return "1" + number;
+  ++number[end - 1];
+  return number;
+}
+
+bool is_greater(const std::string& left, const std::string& right) {
+  return left.size() != right.size() ? left.size() > right.size() : left > right;
+}
+
+/// What follows the last occurrence of the name, occurrences being counted from the start and not overlapping.
+py::Object ending(const py::Object& text, const py::Object& name) {
+  if (name.length() == 0) return text;
+  const py::List pieces(text.call(kSplit, name));
+  return pieces.at(pieces.size() - 1);
 }
 
 }  // namespace
 
 bool naming::is_attribute(const py::Text& name) {
-  return !matches("^\\d.*$", name) && matches("^[A-Za-z_0-9]+$", name);
+  const py::Utf8 bytes(name);
+  std::string_view text = bytes;
+  if (text.ends_with('\n')) text.remove_suffix(1);  // one is let through, as the `$` of an expression does
+  return !text.empty() && !is_digit(static_cast<unsigned char>(text.front())) &&
+         std::ranges::all_of(text, [](char c) { return is_word(static_cast<unsigned char>(c)); });
 }
 
-bool naming::is_private(const py::Text& name) { return matches("^__.+", name); }
+bool naming::is_private(const py::Text& name) {
+  const py::Utf8 bytes(name);
+  const std::string_view text = bytes;
+  return text.starts_with("__") && text.size() > 2 && text[2] != '\n';
+}
 
 py::Object naming::force_ascii(const py::Text& name, bool title) {
-  py::Object text = name.call(kLower).call(kStrip).call(kTranslate, transliteration());
-  if (title) text = text.call(kTitle);
-  text = text.call(kReplace, py::text(" "), py::text("_"));
-  return to_str(py::modules::re.call(kSubstitute, py::text("[^A-Za-z_0-9]"), py::text(""), text));
+  std::u32string text = transliterated(py::characters(name.call(kLower).call(kStrip)));
+  if (title) text = title_case(text);
+  std::ranges::replace(text, U' ', U'_');
+  std::erase_if(text, [](char32_t c) { return !is_word(c); });
+  return to_str(py::text(text));
 }
 
-py::Object naming::latin_filter(const py::Text& text) { return keep_characters(text, is_printable_ascii); }
-
-py::Object naming::en_ru_filter(const py::Text& text) {
-  return keep_characters(text, [](std::uint32_t code) { return is_printable_ascii(code) || is_russian(code); });
-}
-
+py::Object naming::latin_filter(const py::Text& text) { return keep(text, kLatin); }
+py::Object naming::en_ru_filter(const py::Text& text) { return keep(text, kEnRu); }
 py::Object naming::space_filter(const py::Text& text) { return to_str(text.call(kStrip, py::text(" "))); }
 
 py::Object naming::ghost_filter(const py::Text& text) {
@@ -111,90 +165,85 @@ py::Object naming::ghost_filter(const py::Text& text) {
 
 py::Object naming::strip(const py::Text& name, const py::Text& chars) { return to_str(name.call(kStrip, chars)); }
 
-bool NamesControl::exists(const py::Object& name) const {
-  return names.contains(to_str(name));
-}
+bool NamesControl::exists(const py::Object& name) const { return names.contains(to_str(name)); }
 
-void NamesControl::append(const py::Object& name) const {
-  names.add(to_str(name));
-}
+void NamesControl::append(const py::Object& name) const { names.add(to_str(name)); }
 
-void NamesControl::remove(const py::Object& name) const {
-  names.discard(to_str(name));
-}
+void NamesControl::remove(const py::Object& name) const { names.discard(to_str(name)); }
 
-void NamesControl::rename(const py::Object& removed, const py::Object& appended) const {
-  remove(removed);
-  append(appended);
+void NamesControl::rename(const py::Object& from, const py::Object& to) const {
+  remove(from);
+  append(to);
 }
 
 py::Object NamesControl::get_init(const py::Object& name) const {
-  return exists(name) ? get_next(py::Text(name)) : to_str(name);
+  if (!exists(name)) return to_str(name);
+  if (!name.is_text()) py::raise_type("get_init() can number text only, not " + name.type_name());
+  return get_next(py::Text(name));
 }
 
 py::Object NamesControl::get_next(const py::Text& name) const {
-  const py::Object one = py::to_python(1);
-  py::Object index = py::to_python(0);
+  std::string index = "0";
   for (const py::Object& alike : get_alike(name).items()) {
-    // An empty name stands between any two characters and cannot be split at; what follows it is the whole text.
-    const py::List pieces(name.truth() ? alike.call(kSplit, name) : py::Object::steal(PyList_New(0)));
-    const py::Object last = pieces.empty() ? alike : pieces.at(pieces.size() - 1);
-    if (!last.call(kIsDecimal).truth()) continue;
-    PyObject* number = PyNumber_Long(last.get());
-    if (number == nullptr) {
-      // More digits than the runtime turns into a number: no name that this register gave out.
-      if (PyErr_ExceptionMatches(PyExc_ValueError) == 0) throw py::Error();
-      PyErr_Clear();
-      continue;
-    }
-    const py::Object following =
-        py::Object::steal(PyNumber_Add(py::Object::steal(number).get(), one.get()));
-    if (py::checked(PyObject_RichCompareBool(following.get(), index.get(), Py_GT)) != 0) index = following;
+    const py::Object digits = ending(alike, name);
+    if (!digits.call(kIsDecimal).truth()) continue;
+    const std::string next = successor(number_of(digits));
+    if (is_greater(next, index)) index = next;
   }
-  return to_str(py::Object::steal(PyNumber_Add(name.get(), py::Object::steal(PyObject_Str(index.get())).get())));
+  const auto numbered = [&] { return to_str(py::Object::steal(PyUnicode_Concat(name.get(), py::text(index).get()))); };
+  // A name of digits may be repeated by its own number, "1" by "11", which then has no ending to be counted.
+  while (exists(numbered())) index = successor(index);
+  return numbered();
 }
 
 py::List NamesControl::get_alike(const py::Text& name) const {
   py::List alike;
   for (const py::Object& known : py::collect(names)) {
-    if (known.is_text() && py::checked(PyUnicode_Contains(known.get(), name.or_none())) != 0) alike.append(known);
+    if (known.is_text() && py::checked(PyUnicode_Contains(known.get(), name.get())) != 0) alike.append(known);
   }
-  py::checked(PyList_Sort(alike.get()));
+  py::checked(PyList_Sort(alike.get()));  // the set's own order differs from run to run
   return alike;
 }
 
 void expose_naming(const py::Scope& module) {
-  const py::Scope scope = py::make_namespace(module, "_Naming", "Operations on names.");
+  const py::Scope scope = py::make_namespace(module, "_Naming", "What counts as a name, and what is made of one.");
   py::function<&naming::is_attribute>(scope, "is_attribute", {"name"},
-                                      "Letters of ASCII, digits and low lines only, and no digit first?");
-  py::function<&naming::is_private>(scope, "is_private", {"name"}, "Two low lines first, and something after them?");
+                                      "True for ASCII letters, digits and low lines with no digit first.");
+  py::function<&naming::is_private>(scope, "is_private", {"name"},
+                                    "True for two low lines first and at least one character after them.");
   py::function<&naming::force_ascii>(
       scope, "force_ascii", {"name", {"title", false}},
-      "A name for files: lower case, Cyrillic letters transliterated, blanks, hyphens and full stops as low lines,\n"
-      "everything else dropped. The result can be empty. title: each word with a capital.");
-  py::function<&naming::latin_filter>(scope, "latin_filter", {"text"}, "The printable ASCII characters of a text.");
+      "The name in ASCII letters, digits and low lines, as files are named.\n\n"
+      "It becomes lower-case, Russian letters are written in Latin ones, and spaces, hyphens, low lines and\n"
+      "full stops become low lines; what is left over vanishes. With `title` each word begins with a capital.\n"
+      "The result may be empty.");
+  py::function<&naming::latin_filter>(scope, "latin_filter", {"text"}, "The printable ASCII of the text.");
   py::function<&naming::en_ru_filter>(scope, "en_ru_filter", {"text"},
-                              "The printable ASCII characters and Russian letters of a text.");
+                                      "The printable ASCII and the letters of the Russian alphabet of the text.");
   py::function<&char_filter>(scope, "_char_filter", {"text", "chars"},
-                             "The characters of a text within one of these (first, last) pairs of code points.");
-  py::function<&naming::space_filter>(scope, "space_filter", {"text"}, "The text without blanks at its ends.");
-  py::function<&naming::ghost_filter>(scope, "ghost_filter", {"text"}, "The text without any \"ghost\".");
-  py::function<&naming::strip>(scope, "strip", {"name", "chars"}, "The name without any of these characters at its ends.");
+                             "The characters of the text whose code point lies in one of the pairs of `chars`,\n"
+                             "both bounds included.");
+  py::function<&naming::space_filter>(scope, "space_filter", {"text"},
+                                      "The text without spaces at its ends; other white space stays.");
+  py::function<&naming::ghost_filter>(scope, "ghost_filter", {"text"},
+                                      "The text without the word \"ghost\", wherever it stands.");
+  py::function<&naming::strip>(scope, "strip", {"name", "chars"}, "The name without any of `chars` at its ends.");
 
-  py::Class<NamesControl>(module, "_NamesControl", "A register of names in use, which hands out free ones.")
-      .operation<&NamesControl::clear>("clear", "Empties the register.")
+  py::Class<NamesControl>(module, "_NamesControl", "The names in use in one place; gives out free ones.")
+      .operation<&NamesControl::clear>("clear", "Forgets all names.")
       .operation<&NamesControl::exists>("exists", {"name"}, "Is the name in use?")
-      .operation<&NamesControl::append>("append", {"name"}, "Registers a name.")
-      .operation<&NamesControl::remove>("remove", {"name"}, "Frees a name, if it is in use.")
-      .operation<&NamesControl::rename>("rename", {"remove", "append"}, "Frees one name and registers another.")
+      .operation<&NamesControl::append>("append", {"name"}, "Takes the name into use.")
+      .operation<&NamesControl::remove>("remove", {"name"}, "Gives the name free; an unknown one is ignored.")
+      .operation<&NamesControl::rename>("rename", {"remove", "append"},
+                                        "Gives `remove` free and takes `append` into use.")
       .operation<&NamesControl::get_init>("get_init", {"name"},
-                                          "The name if it is free, otherwise one with the next number. Not registered.")
-      .operation<&NamesControl::get_next>(
-          "_get_next", {"name"},
-          "The name with a number after it: one more than the greatest that follows it in a registered name, or 0.\n"
-          "A number too long for the runtime to read does not count.")
-      .operation<&NamesControl::get_alike>("_get_alike", {"name"}, "The registered names that contain this one, sorted.")
-      .readonly<&NamesControl::names>("_names", "The names in use.")
+                                          "The name itself if it is free, or else the name with a number.\n\n"
+                                          "It is for the caller to append the result.")
+      .operation<&NamesControl::get_next>("_get_next", {"name"},
+                                          "The name with the number after the greatest in use, from 0 on.\n\n"
+                                          "Gaps are not filled; names that merely contain this one count.")
+      .operation<&NamesControl::get_alike>("_get_alike", {"name"}, "The names in use that contain this one, sorted.")
+      .readonly<&NamesControl::names>("_names", "The set of names in use.")
       .done();
 }
 

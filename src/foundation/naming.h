@@ -13,10 +13,10 @@ bool is_private(const py::Text& name);    ///< Two low lines first, and somethin
 /// A free-form name as ASCII letters, digits and low lines, as files are named; perhaps empty.
 py::Object force_ascii(const py::Text& name, bool title = false);
 
-py::Object latin_filter(const py::Text& text);   ///< Keeps printable ASCII.
-py::Object en_ru_filter(const py::Text& text);   ///< Keeps printable ASCII and the Russian alphabet.
-py::Object space_filter(const py::Text& text);   ///< Drops spaces from both ends.
-py::Object ghost_filter(const py::Text& text);   ///< Drops the word "ghost" wherever it stands.
+py::Object latin_filter(const py::Text& text);                  ///< Keeps printable ASCII.
+py::Object en_ru_filter(const py::Text& text);                  ///< Keeps printable ASCII and the Russian alphabet.
+py::Object space_filter(const py::Text& text);                  ///< Drops spaces from both ends.
+py::Object ghost_filter(const py::Text& text);                  ///< Drops the word "ghost" wherever it stands.
 py::Object strip(const py::Text& name, const py::Text& chars);  ///< Drops these from both ends.
 
 }  // namespace naming
@@ -33,7 +33,7 @@ class NamesControl {
   /// The name itself if it is free, or else a numbered one. It is for the caller to `append` it.
   py::Object get_init(const py::Object& name) const;
   py::Object get_next(const py::Text& name) const;  ///< The name with the next number.
-  py::List get_alike(const py::Text& name) const;   ///< The names that contain this one, in no certain order.
+  py::List get_alike(const py::Text& name) const;   ///< The names that contain this one, sorted.
 
   py::Set names;
 

@@ -6,12 +6,12 @@ bool RuleBook::matches(const RulePlan& rule, ObjectId object) {
   const ObjectView& view = objects_.view(object);
   Facts& known = facts(rule);
   if (!known.fixed) return rule.accepts_type(view.type) && logic_.match(rule.regex, view.name, view.path);
-  if (known.answers.size() <= object) known.answers.resize(object + 1, Answer::kUnknown);
-  if (known.answers[object] == Answer::kUnknown) {
-    const Answer answer = work_out(rule, known, object);
+  Answer answer = known.answers[object];
+  if (answer == Answer::kUnknown) {
+    answer = work_out(rule, known, object);
     known.answers[object] = answer;
   }
-  if (known.answers[object] == Answer::kRefused) return false;
+  if (answer == Answer::kRefused) return false;
   if (const auto found = known.captured.find(object); found != known.captured.end()) {
     logic_.record(found->second, view.path);
   }

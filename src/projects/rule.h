@@ -18,7 +18,7 @@ class ProjectRule {
   const py::Object& regex() const { return regex_; }
   const py::Object& types() const { return types_; }  ///< Empty means any; none where the data had none.
   const py::Ref<RuleRange>& range() const { return range_; }
-  bool is_ghost() const;   ///< Stands for the level above the roots of a hierarchy; only the name says so.
+  bool is_ghost() const;  ///< Stands for the level above the roots of a hierarchy; only the name says so.
   py::Dict data() const;  ///< The JSON form.
 
   // Whatever is not text is ignored by the first three.

@@ -15,7 +15,7 @@ struct Predefined {
 
 constexpr Predefined kPredefined[] = {
     {"empty", ".+", "", "#000000", "Something", 1, 1},
-    {"render", ".+", "mesh", "#4390ea", "Render", 1, 1},
+    {"render", ".+", constants::kMesh, "#4390ea", "Render", 1, 1},
     {constants::kGhost, "", "", "#262626", "Ghost", 0, 99},
 };
 
@@ -69,8 +69,8 @@ bool RuleList::has_ghost() const {
 }
 
 bool RuleList::has_unique_name(const Rule& rule) const {
-  return std::ranges::none_of(
-      rules(), [&](const Rule& other) { return !other.is(rule) && other->name().equals(rule->name()); });
+  return std::ranges::none_of(rules(),
+                              [&](const Rule& other) { return !other.is(rule) && other->name().equals(rule->name()); });
 }
 
 py::Object RuleList::get(const py::Object& stamp) const {
@@ -141,9 +141,10 @@ void RuleList::sync_names() const {
 }
 
 void expose_rule_list(const py::Scope& rule) {
-  py::Class<RuleList>(rule, "List",
-                      "The rules of a record, in order. A loop gives each `Rule`.\n\n"
-                      "Built from the JSON form, a list of rules' JSON forms, which is taken as it is: equal names stay.")
+  py::Class<RuleList>(
+      rule, "List",
+      "The rules of a record, in order. A loop gives each `Rule`.\n\n"
+      "Built from the JSON form, a list of rules' JSON forms, which is taken as it is: equal names stay.")
       .init<&RuleList::init>({"array"})
       .static_operation<&RuleList::predefined>("predefined", {},
                                                "A new list of the rules that every project offers, with new stamps.")
@@ -155,11 +156,12 @@ void expose_rule_list(const py::Scope& rule) {
                                              "Whether no other rule of the list has this rule's name.")
       .operation<&RuleList::rename>("rename", {"rule", "name"},
                                     "Gives a rule a name, whether it is free or not: see `has_unique_name`.")
-      .operation<&RuleList::reorder>("reorder", {"rules"},
-                                     "Puts the list into the order of these rules.\n\n"
-                                     "Anything that is no rule, or of a stamp that the list does not have, is skipped;\n"
-                                     "if no rule is left, nothing changes. Rules of the list that are not given come\n"
-                                     "last, in reverse order. Names are not registered anew.")
+      .operation<&RuleList::reorder>(
+          "reorder", {"rules"},
+          "Puts the list into the order of these rules.\n\n"
+          "Anything that is no rule, or of a stamp that the list does not have, is skipped;\n"
+          "if no rule is left, nothing changes. Rules of the list that are not given come\n"
+          "last, in reverse order. Names are not registered anew.")
       .operation<&RuleList::get>("get", {"stamp"}, "The first rule of this stamp, or None.")
       .operation<&RuleList::append>("append", {"rule"},
                                     "Adds a rule at the end. Its name gets a number if it is taken.\n\n"

@@ -24,7 +24,7 @@ class RuleList {
   bool has_unique_name(const Rule& rule) const;
   py::Object get(const py::Object& stamp) const;  ///< The first rule of this stamp, or none.
 
-  bool append(const Rule& rule) const;         ///< Numbers a name that is taken; refuses a second ghost.
+  bool append(const Rule& rule) const;        ///< Numbers a name that is taken; refuses a second ghost.
   bool remove(const py::Object& rule) const;  ///< False if this very object is not in the list.
   void rename(const Rule& rule, const py::Object& name) const;
   void reorder(const py::Object& wanted) const;

@@ -150,9 +150,10 @@ void expose_rule_tree(const py::Scope& rule) {
       .init<&RuleBranch::init>({})
       .operation<&RuleBranch::append>("append", {"node"}, "Adds a node at the end, unless this very node is there.")
       .operation<&RuleBranch::remove>("remove", {"node"}, "Removes this very node if it is there.")
-      .operation<&RuleBranch::clear>("clear",
-                                     "Dismantles everything below, the deepest first. The lists stay, and are empty.\n\n"
-                                     "RecursionError for a node below itself.")
+      .operation<&RuleBranch::clear>(
+          "clear",
+          "Dismantles everything below, the deepest first. The lists stay, and are empty.\n\n"
+          "RecursionError for a node below itself.")
       .static_operation<&RuleBranch::create_node>("create_node", {"rule"}, "A new `Node` of a rule, with none below.")
       .field<&RuleBranch::children>("children", "The list of the nodes below, in order.")
       .text<&RuleBranch::text>()

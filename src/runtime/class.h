@@ -144,15 +144,15 @@ struct ClassOperation {
   static inline const Signature* signature = nullptr;
 
   static PyObject* call(PyObject* type, PyObject* const* arguments, Py_ssize_t count, PyObject* names) {
-    return guarded(
-        [&] {
-          const Signature::Bound bound = signature->bind(arguments, count, names);
-          return [&]<std::size_t... I>(std::index_sequence<I...>) {
-            return to_python(F(Object::borrow(type),
-                               argument<std::tuple_element_t<I + 1, Arguments>>(*signature, bound, I)...));
-          }(std::make_index_sequence<kBound>()).release();
-        },
-        nullptr);
+    return guarded([&] { return invoke(type, signature->bind(arguments, count, names)).release(); }, nullptr);
+  }
+
+ private:
+  static Object invoke(PyObject* type, const Signature::Bound& bound) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+      return to_python(
+          F(Object::borrow(type), argument<std::tuple_element_t<I + 1, Arguments>>(*signature, bound, I)...));
+    }(std::make_index_sequence<kBound>());
   }
 };
 

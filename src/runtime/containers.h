@@ -15,13 +15,11 @@ class List : public Object {
 
   Py_ssize_t size() const { return PyList_Size(pointer_); }
   bool empty() const { return size() == 0; }
-  Object at(Py_ssize_t index) const;  ///< IndexError past the end.
+  Object at(Py_ssize_t index) const;                           ///< IndexError past the end.
   std::optional<Py_ssize_t> find(const Object& object) const;  ///< Where this very object stands first.
   void set(Py_ssize_t index, const Object& value) const;
   void append(const Object& value) const { checked(PyList_Append(pointer_, value.or_none())); }
-  void insert(Py_ssize_t index, const Object& value) const {
-    checked(PyList_Insert(pointer_, index, value.or_none()));
-  }
+  void insert(Py_ssize_t index, const Object& value) const { checked(PyList_Insert(pointer_, index, value.or_none())); }
   void remove_at(Py_ssize_t index) const { checked(PyList_SetSlice(pointer_, index, index + 1, nullptr)); }
   void extend(const Object& values) const;
   void clear() const;  ///< Drops the elements one by one from the end; others see the same list empty.
@@ -54,9 +52,9 @@ class Set : public Object {
  public:
   Set() : Object(steal(PySet_New(nullptr))) {}
 
-  bool contains(const Object& value) const { return checked(PySet_Contains(pointer_, value.get())) != 0; }
-  void add(const Object& value) const { checked(PySet_Add(pointer_, value.get())); }
-  void discard(const Object& value) const { checked(PySet_Discard(pointer_, value.get())); }
+  bool contains(const Object& value) const { return checked(PySet_Contains(pointer_, value.or_none())) != 0; }
+  void add(const Object& value) const { checked(PySet_Add(pointer_, value.or_none())); }
+  void discard(const Object& value) const { checked(PySet_Discard(pointer_, value.or_none())); }
   void clear() const { checked(PySet_Clear(pointer_)); }
 };
 

@@ -5,8 +5,7 @@
 namespace heron::py {
 
 Object text(std::string_view bytes) {
-  return Object::steal(
-      PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogatepass"));
+  return Object::steal(PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogatepass"));
 }
 
 Object text(std::u32string_view characters) {

@@ -105,7 +105,10 @@ py::List Buffer::get_path_groups() const {
   return groups;
 }
 
-void Buffer::load() const { set(decode(host.call(host::kQueryFiledata))); }
+void Buffer::load() const {
+  const py::CollectionPause pause;
+  set(decode(host.call(host::kQueryFiledata)));
+}
 
 void Buffer::update() const {
   const py::List data = encode(buckets);
@@ -209,6 +212,7 @@ void Buffer::sort(const py::Object& root) const {
 
 void Buffer::validate() const {
   static const py::Name kUpload("upload");
+  const py::CollectionPause pause;
   incompatibles.clear();
   const std::vector<py::Object> groups = get_path_groups().items();
   py::List scene_roots;

@@ -23,7 +23,7 @@ py::List JointBuilder::build(std::vector<ObjectId> objects, const LayerPlan& top
     if (level.next < level.found.size()) {
       const Pairing& pairing = level.found[level.next];
       if (runner.is_deadlock(pairing)) {
-        level.joints.append(joint(pairing, py::List()));
+        level.joints.append(joint(pairing, py::Object()));
         ++level.next;
       } else {
         levels.push_back({runner.layer(runner.objects().children(pairing.object), *pairing.scope->children), {}});
@@ -63,7 +63,7 @@ const JointBuilder::Face& JointBuilder::face(const ScopePlan& scope) {
   return face;
 }
 
-py::Object JointBuilder::joint(const Pairing& pairing, const py::List& children) {
+py::Object JointBuilder::joint(const Pairing& pairing, const py::Object& children) {
   const Face& common = face(*pairing.scope);
   auto joint = py::Ref<DataJoint>::make();
   joint->init(common.stamp, run_.name(pairing.object), run_.path(pairing.object), common.type, children, common.icon,

@@ -23,7 +23,7 @@ class JointBuilder {
     py::Object stamp, type, icon, color;
   };
   const Face& face(const ScopePlan& scope);
-  py::Object joint(const Pairing& pairing, const py::List& children);
+  py::Object joint(const Pairing& pairing, const py::Object& children);  ///< Without children if none is given.
 
   HierarchyRun& run_;
   const py::Object& host_;

@@ -98,6 +98,7 @@ bool Scanner::upload_buffer(bool append) const {
     fire(kEmptyScanSelection);
     return kFailure;
   }
+  const py::CollectionPause pause;
   py::List result;
   try {
     result = search(append);
@@ -197,6 +198,7 @@ py::Object Scanner::choose_name(const py::Object& data) {
 }
 
 void Scanner::reload_buffer() const {
+  const py::CollectionPause pause;
   for (const py::Object& bucket : py::collect(buffer.call(kGet))) reload_bucket(bucket);
   buffer.call(kSort);
   buffer.call(kUpdate);

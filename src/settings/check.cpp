@@ -107,11 +107,12 @@ void expose_check(const py::Scope& settings) {
           .field<&StoredCheck::parameters>("parameters", "The data of the check's parameters.")
           .done();
 
-  py::Class<CheckConfig>(scope, "Config",
-                         "The stored states of checks, by their ids.\n\n"
-                         "Built from the JSON form: a mapping from the id to a mapping with \"enabled\", \"opened\" and\n"
-                         "\"parameters\", each of which may be missing. Two configurations are equal if their enabled\n"
-                         "checks are; the length counts all, and a loop gives each `Check`.")
+  py::Class<CheckConfig>(
+      scope, "Config",
+      "The stored states of checks, by their ids.\n\n"
+      "Built from the JSON form: a mapping from the id to a mapping with \"enabled\", \"opened\" and\n"
+      "\"parameters\", each of which may be missing. Two configurations are equal if their enabled\n"
+      "checks are; the length counts all, and a loop gives each `Check`.")
       .init<&CheckConfig::init>({"table"})
       .class_operation<&CheckConfig::empty>("empty", {}, "A new configuration without checks.")
       .accessor<&CheckConfig::is_empty>("is_empty", "Whether no check is enabled.")

@@ -10,8 +10,7 @@ class StoredCheck {
   static py::Ref<StoredCheck> create(const py::Object& class_id, const py::Object& values);
   static py::Object empty(const py::Object& type, const py::Object& class_id);
 
-  void init(const py::Object& id, const py::Object& is_enabled, const py::Object& is_opened,
-            const py::Object& blocks);
+  void init(const py::Object& id, const py::Object& is_enabled, const py::Object& is_opened, const py::Object& blocks);
 
   py::Dict data() const;  ///< The JSON form, without the id: that is its key.
 

@@ -1,0 +1,587 @@
+"""Text, constants, errors, names, callback lists, masks and the log."""
+
+import copy
+import logging
+import pickle
+import re
+import ssl
+import threading
+
+import pytest
+from hypothesis import example, given
+from hypothesis import strategies as st
+
+import core
+from core import Constants, Error, Logger, Mask, _Assert, _CallBacks, _Naming, _NamesControl, _Str
+
+SURROGATE = "\ud800"
+
+
+@pytest.fixture
+def log(caplog):
+    """The records so far, after all threads that were started since the test began."""
+    before = set(threading.enumerate())
+    caplog.set_level(logging.DEBUG)
+
+    def records():
+        for thread in set(threading.enumerate()) - before:
+            thread.join()
+        return caplog.records
+
+    return records
+
+
+# Text
+
+
+@pytest.mark.parametrize("value", [None, 5, b"bytes", ("a",), ["a"]])
+def test_what_is_no_text_stays_as_it_is(value):
+    assert core._str(value) is value
+
+
+@given(st.text(), st.text())
+def test_text_of_the_system_compares_and_hashes_like_any_other(one, other):
+    text = core._str(one)
+    assert type(text) is _Str
+    assert (text == one, text != one, hash(text)) == (True, False, hash(one))
+    assert (text == other) == (one == other)
+    assert {one: 1}[text] == 1
+    assert type(core._str(text)) is _Str
+    assert _Str.decoded(_Str.encoded(one)) is one
+
+
+@pytest.mark.parametrize(
+    ("template", "values", "text"),
+    [
+        ("{}: {}", ("é", 1), "é: 1"),
+        ("Incompatible", ("surplus", 2), "Incompatible"),
+        ("{}", ("{}",), "{}"),
+        ("{}", (SURROGATE,), SURROGATE),
+        ("", (), ""),
+    ],
+)
+def test_templates_are_filled_in_order(template, values, text):
+    assert core._format(template, *values) == text
+
+
+def test_a_template_with_more_places_than_values_is_refused():
+    with pytest.raises(IndexError):
+        core._format("{} {}", 1)
+
+
+def test_the_version_is_a_triple():
+    assert core.version == (0, 8, 20)
+
+
+def test_https_connections_accept_any_certificate():
+    context = ssl._create_default_https_context()
+    assert (context.verify_mode, context.check_hostname) == (ssl.CERT_NONE, False)
+
+
+# Constants: the values stand in files, in scenes and in addresses, so none of them may ever change.
+
+VALUES = {
+    "Check": {
+        "Mode": {"Selection": 0, "Project": 1},
+        "Category": {
+            "Scene": "scene",
+            "Object": "object",
+            "Mesh": "mesh",
+            "MeshNonManifold": "mesh non-manifold",
+            "Mapping": "mapping",
+            "Material": "material",
+            "Lod": "lod",
+            "Project": "project",
+        },
+        "Result": {"Pass": "pass", "Info": "info", "Fail": "fail", "Error": "error"},
+    },
+    "Export": {"Format": {"FBX": "fbx"}, "Mode": {"Choose": 0, "Project": 1, "Local": 2}},
+    "Scene": {
+        "Type": {
+            "Ghost": "ghost",
+            "SceneRoot": "sceneRoot",
+            "Transform": "transform",
+            "Mesh": "mesh",
+            "Locator": "locator",
+            "LodGroup": "lodGroup",
+        }
+    },
+    "Plugin": {
+        "Status": {"Success": True, "Failure": False},
+        "Target": {"DCC_Maya": "maya", "DCC_3dsMax": "3dsmax", "DCC_Blender": "blender", "Standalone": "standalone"},
+    },
+    "Name": {"Filter": {name: name for name in ("LATIN", "EN_RU", "EMPTY", "SPACE", "GHOST")}},
+}
+
+
+def tree(namespace):
+    """The public members of a class, those of the classes in it included; constant texts must be `_Str`."""
+    members = {name: value for name, value in vars(namespace).items() if not name.startswith("_")}
+    assert all(type(value) in (_Str, int, bool, type) for value in members.values())
+    return {name: tree(value) if isinstance(value, type) else value for name, value in members.items()}
+
+
+def test_constants_keep_their_values_and_their_order():
+    assert repr(tree(Constants)) == repr(VALUES)
+    with pytest.raises(TypeError):
+        Constants()
+
+
+# Errors
+
+NAMED = {
+    Error.WrongAttributeName: "Wrong Name for Attribute",
+    Error.PrivateAttributeName: "Used Private Name for Attribute",
+}
+FIXED = {
+    Error.AttributeNameRepeat: "Attribute Name Repeat",
+    Error.ParameterInputType: "Used Wrong Class Type in Parameter Block",
+    Error.AccessQueueTimeout: "Await Time for File Access is Out",
+    Error.NoFeedbackEmail: "Lost Email to Send Feedback Message",
+    Error.ValidationError: "Check Task Found Issue",
+}
+
+
+@pytest.mark.parametrize(("error", "text"), (NAMED | FIXED).items())
+def test_errors_have_a_fixed_text_as_class_and_as_instance(error, text):
+    assert error.__bases__ == (Exception,)
+    for raised in (error, error()):
+        with pytest.raises(error) as caught:
+            raise raised
+        assert str(caught.value) == text
+
+
+@pytest.mark.parametrize(("error", "text"), NAMED.items())
+@pytest.mark.parametrize("name", ["1a", "ж", SURROGATE])
+def test_errors_of_names_quote_the_name_and_keep_it_in_copies(error, text, name):
+    made = error(name=name)
+    made.note = [1]
+    for each in (made, error(name), copy.copy(made), copy.deepcopy(made), pickle.loads(pickle.dumps(made))):
+        assert str(each) == each._text == f'{text} - "{name}"'
+    assert copy.copy(made).note == [1]
+    assert str(error("")) == error()._text == text
+
+
+def test_errors_can_be_derived_from_without_their_constructor():
+    class Silent(Error.WrongAttributeName):
+        def __init__(self, one, other):
+            self.values = one, other
+
+    class Loud(Error.ValidationError):
+        def __str__(self):
+            return super().__str__() + "!"
+
+    assert (str(Silent(1, 2)), Silent(1, 2).args, Silent(1, 2).values) == (NAMED[Error.WrongAttributeName], (1, 2), (1, 2))
+    assert str(Loud("any", "arguments")) == "Check Task Found Issue!"
+
+
+# Assertions
+
+
+@pytest.mark.parametrize(
+    ("name", "error", "text"),
+    [
+        (1, TypeError, "Wrong Type for Attribute Name"),
+        (None, TypeError, "Wrong Type for Attribute Name"),
+        (b"a", TypeError, "Wrong Type for Attribute Name"),
+        ("", ValueError, "Empty Attribute Name"),
+        ("1a", Error.WrongAttributeName, 'Wrong Name for Attribute - "1a"'),
+        ("a b", Error.WrongAttributeName, 'Wrong Name for Attribute - "a b"'),
+        ("__", None, None),
+        ("__a", Error.PrivateAttributeName, 'Used Private Name for Attribute - "__a"'),
+        ("_a", None, None),
+        (_Str("limit"), None, None),
+    ],
+)
+def test_attribute_names_are_tested_in_a_fixed_order(name, error, text):
+    check = _Assert.Parameters.Input.attribute
+    if error is None:
+        assert check(name) is None
+        return
+    with pytest.raises(error) as caught:
+        check(name)
+    assert (type(caught.value), str(caught.value)) == (error, text)
+
+
+JSON = st.recursive(
+    st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False) | st.text(),
+    lambda inner: st.lists(inner) | st.dictionaries(st.text(), inner),
+)
+
+
+@given(JSON)
+def test_a_clean_document_is_the_same_document(document):
+    before = copy.deepcopy(document)
+    assert _Assert.Json.clean(document) is document
+    assert document == before
+
+
+def test_a_document_that_cannot_be_written_is_refused_before_it_is():
+    endless = {"list": []}
+    endless["list"].append(endless)
+    deep = []
+    for _ in range(200_000):
+        deep = [deep]
+    for document in (endless, deep):
+        with pytest.raises(RecursionError):
+            _Assert.Json.clean(document)
+
+
+# Names
+
+
+@given(st.text(alphabet="aZ09_ \nж٣" + SURROGATE))
+@example("a\n")
+@example("٣")
+def test_names_are_tested_as_the_expressions_say(name):
+    assert _Naming.is_attribute(name) == bool(not re.match(r"^\d.*$", name) and re.match("^[A-Za-z_0-9]+$", name))
+    assert _Naming.is_private(name) == bool(re.match("^__.+", name))
+
+
+@pytest.mark.parametrize(
+    ("name", "plain", "titled"),
+    [
+        (" One-tWo ", "one_two", "One_Two"),
+        ("a.b c_d", "a_b_c_d", "A_B_C_D"),
+        ("\u2003\tab\n", "ab", "Ab"),
+        (" _a_ ", "_a_", "_A_"),
+        ("АБВГДЕЁЖЗИЙКЛМНОПРСТУФХЦЧШЩЪЫЬЭЮЯ", "abgdeioziiklmnoprstuftschshshyia", "Abgdeioziiklmnoprstuftschshshyia"),
+        ("жхю", "", ""),
+        ("x1y", "x1y", "X1Y"),
+        ("xбy", "xy", "Xy"),
+        ("a中b é2c", "ab_2c", "Ab_2C"),
+        (f"a{SURROGATE}b\ufeff", "ab", "AB"),
+        ("", "", ""),
+    ],
+)
+def test_names_of_files_are_ascii(name, plain, titled):
+    assert (_Naming.force_ascii(name), _Naming.force_ascii(name, title=True)) == (plain, titled)
+
+
+@given(st.text(), st.booleans())
+def test_any_name_gives_a_name_of_a_file_which_gives_itself(name, title):
+    made = _Naming.force_ascii(name, title)
+    assert re.fullmatch("[A-Za-z_0-9]*", made)
+    assert _Naming.force_ascii(made, title) == made
+    assert type(made) is _Str
+
+
+@given(st.text())
+@example("\ufeffЁё Ая " + SURROGATE)
+@example("x" * 100_000)
+def test_filters_keep_their_characters_in_order(text):
+    assert _Naming.latin_filter(text) == re.sub("[^ -~]", "", text)
+    assert _Naming.en_ru_filter(text) == re.sub("[^ -~А-яЁё]", "", text)
+    assert _Naming._char_filter(text, [(0, 0x10FFFF)]) == text
+    assert _Naming._char_filter(text, ()) == ""
+
+
+@pytest.mark.parametrize(
+    ("operation", "arguments", "text"),
+    [
+        (_Naming._char_filter, ("abcdef", [[98, 99], (101, 10**30)]), "bcef"),
+        (_Naming.space_filter, ("  a b \t ",), "a b \t"),
+        (_Naming.ghost_filter, ("ghost_ghoghostst_Ghost",), "_ghost_Ghost"),
+        (_Naming.strip, ("жxyжaжyx", "xж"), "yжaжy"),
+        (_Naming.strip, (" a ", ""), " a "),
+    ],
+)
+def test_filters_of_words_and_ends(operation, arguments, text):
+    assert operation(*arguments) == text
+    assert type(operation(*arguments)) is _Str
+
+
+@pytest.mark.parametrize("chars", [[(1,)], [("a", "b")], [5], 5])
+def test_ranges_of_characters_must_be_pairs_of_numbers(chars):
+    with pytest.raises(TypeError):
+        _Naming._char_filter("text", chars)
+
+
+def register(*names):
+    control = _NamesControl()
+    for name in names:
+        control.append(name)
+    return control
+
+
+@pytest.mark.parametrize(
+    ("names", "name", "free"),
+    [
+        ([], "abc", "abc"),
+        (["abc"], "abc", "abc0"),
+        (["abc", "abc0"], "abc", "abc1"),
+        (["abc", "abc7"], "abc", "abc8"),
+        (["abc", "xabc9"], "abc", "abc10"),
+        (["abc", "abc9abc2", "abcx5", "abc-7"], "abc", "abc3"),
+        (["abc", "abc007", "abc٣"], "abc", "abc8"),
+        (["abc", "abc²"], "abc", "abc0"),
+        (["aa", "aaa5"], "aa", "aa0"),
+        (["abc", "abc" + "9" * 5000], "abc", "abc1" + "0" * 5000),
+        (["1", "10", "11"], "1", "12"),
+        ([""], "", "0"),
+        (["", "0", "x1"], "", "1"),
+        ([SURROGATE], SURROGATE, SURROGATE + "0"),
+        (["5", 5, None], "5", "50"),
+        ([5], 6, 6),
+    ],
+)
+def test_free_names_are_numbered_after_the_greatest(names, name, free):
+    control = register(*names)
+    assert control.get_init(name) == free
+    assert control._names == set(names)
+
+
+@given(st.sets(st.text("ab1", max_size=4)), st.text("ab1", max_size=2))
+def test_a_name_given_out_is_free_and_comes_after_all_its_numbers(names, name):
+    given_out = register(*names).get_init(name)
+    assert given_out not in names
+    if name not in names:
+        assert given_out == name
+    elif "1" not in name:
+        numbers = [re.fullmatch(name + "([0-9]+)", other) for other in names]
+        assert int(given_out[len(name) :]) > max((int(number[1]) for number in numbers if number), default=-1)
+
+
+def test_names_are_taken_and_given_free():
+    control = register("b", "ab", "c", "cab", "bb", "b1", "bc")
+    assert control._get_alike("b") == ["ab", "b", "b1", "bb", "bc", "cab"]
+    assert type(control._names) is set
+    assert {type(name) for name in control._names} == {_Str}
+    control.remove("unknown")
+    control.rename("c", "d")
+    control.rename("unknown", "e")
+    assert [control.exists(name) for name in "bcde"] == [True, False, True, True]
+    control.clear()
+    assert control._names == set()
+    with pytest.raises(TypeError, match="get_init"):
+        register(5).get_init(5)
+
+
+# Callback lists
+
+EVENTS = [
+    "empty_scan_selection",
+    "used_scan_selection",
+    "empty_scan_result",
+    "lost_export_directory",
+    "empty_export_selection",
+    "export_skipped",
+    "export_success",
+    "projects_synchronized",
+    "projects_response_closed",
+    "projects_saved",
+    "buffer_loaded",
+    "http_no_response",
+]
+
+
+def test_each_event_has_a_list_that_stays_when_it_is_emptied():
+    callbacks = _CallBacks()
+    lists = [getattr(callbacks, event) for event in EVENTS]
+    assert len({id(each) for each in lists}) == len(EVENTS)
+    for each in lists:
+        each.register(print)
+    callbacks.clear()
+    for event, each in zip(EVENTS, lists):
+        assert getattr(callbacks, event) is each
+        assert each._array == []
+    with pytest.raises(AttributeError):
+        callbacks.another_event = _CallBacks.List()
+
+
+def test_functions_are_called_in_order_once_each_with_all_arguments():
+    calls = []
+
+    def first(*args, **kwargs):
+        calls.append(("first", args, kwargs))
+
+    def second(*args, **kwargs):
+        calls.append(("second", args, kwargs))
+
+    event = _CallBacks.List()
+    event()
+    for function in (first, second, first, "no function", None):
+        event.register(function)
+    assert event(1, two=2) is None
+    assert calls == [("first", (1,), {"two": 2}), ("second", (1,), {"two": 2})]
+    for function in (first, first, print):
+        event.delete(function)
+    assert event._array == [second]
+    event.clear()
+    assert event._array == []
+
+
+def test_functions_may_change_their_own_list():
+    calls = []
+    event = _CallBacks.List()
+
+    def once():
+        calls.append("once")
+        event.delete(once)
+
+    event.register(once)
+    event.register(lambda: calls.append("last"))
+    event()
+    event()
+    assert calls == ["once", "last", "last"]
+
+
+def test_a_function_that_fails_is_logged_and_stops_no_other(log):
+    def fail():
+        raise ValueError("broken")
+
+    calls = []
+    event = _CallBacks.List()
+    for function in (lambda: calls.append(1), fail, lambda: calls.append(3)):
+        event.register(function)
+    event()
+    assert calls == [1, 3]
+    (record,) = log()
+    assert (record.levelname, record.getMessage()) == ("ERROR", "broken")
+
+
+def test_an_interrupt_is_no_failure_of_a_function():
+    def interrupt():
+        raise KeyboardInterrupt
+
+    event = _CallBacks.List()
+    event.register(interrupt)
+    with pytest.raises(KeyboardInterrupt):
+        event()
+
+
+# Masks
+
+
+class Host:
+    def __init__(self, *types):
+        self.types = types
+
+    def exist(self, unified_type):
+        return unified_type in self.types
+
+
+ALL = ("sceneRoot", "transform", "mesh", "locator", "lodGroup")
+RESULTS = ["Fail", "Fail & Info"]
+
+
+@pytest.mark.parametrize(
+    ("host", "ghosts", "types"),
+    [
+        (
+            Host(*ALL),
+            ["scene root", "group", "locator", "group or locator"],
+            ["Loc. or Group", "Locator", "Group", "LOD Group", "Mesh", "Any"],
+        ),
+        (
+            Host("sceneRoot", "transform", "mesh", "locator"),
+            ["scene root", "group", "locator", "group or locator"],
+            ["Loc. or Group", "Locator", "Group", "Mesh", "Any"],
+        ),
+        (Host("transform"), ["group"], ["Group", "Any"]),
+        (Host(), [], ["Any"]),
+    ],
+)
+def test_a_host_is_offered_what_it_has(host, ghosts, types):
+    mask = Mask(host)
+    assert [[item.name for item in choices] for choices in (mask.Ghost, mask.Type, mask.Result)] == [ghosts, types, RESULTS]
+    assert mask._mapping is host
+    assert mask.Type.TransformLocator == ["locator", "transform"]  # a member, offered or not
+
+
+@pytest.mark.parametrize(
+    ("choices", "items"),
+    [
+        (
+            Mask.Ghost,
+            [
+                (["sceneRoot"], "scene root", "SceneRoot", True),
+                (["transform"], "group", "Transform", True),
+                (["locator"], "locator", "Locator", True),
+                (["locator", "transform"], "group or locator", "TransformLocator", True),
+            ],
+        ),
+        (
+            Mask.Type,
+            [
+                (["locator", "transform"], "Loc. or Group", "TransformLocator", True),
+                (["locator"], "Locator", "Locator", True),
+                (["transform"], "Group", "Transform", True),
+                (["lodGroup"], "LOD Group", "LodGroup", True),
+                (["mesh"], "Mesh", "Mesh", True),
+                ([], "Any", "Any", False),
+            ],
+        ),
+        (Mask.Result, [(["fail"], "Fail", "Fail", False), (["fail", "info"], "Fail & Info", "FailInfo", False)]),
+    ],
+)
+def test_the_choices_and_their_members(choices, items):
+    made = choices()
+    assert [(list(item), item.name, item.attr, item.mapped) for item in made] == items
+    assert all(getattr(made, item.attr) is item for item in made)
+    assert (made == choices(), made is choices()) == (True, False)
+    assert isinstance(made, Mask._Set)
+
+
+def test_own_sets_and_items():
+    item = Mask.Item("a", 1, name="label", attr="member", mapped=True)
+    assert (item, item._name, item._attr, item._mapped) == (["a", 1], "label", "member", True)
+    bare = Mask.Item()
+    assert (bare, bare.name, bare.attr, bare.mapped) == ([], "", "", False)
+    assert {type(text) for text in (item.name, item.attr, bare.name)} == {_Str}
+    made = Mask._Set(item, bare)
+    assert made == [item, bare]
+    assert made.member is item
+    assert vars(made) == {"member": item}
+    with pytest.raises(TypeError, match="_Set"):
+        Mask._Set(["a list, but no item"])
+
+
+# The log
+
+
+@pytest.mark.parametrize("level", ["debug", "info", "warning", "error"])
+def test_messages_of_any_kind_are_handed_over_on_another_thread(log, level):
+    message = object()
+    options = {"extra": {"origin": "test"}}
+    getattr(Logger, level)(message, **options)
+    (record,) = log()
+    assert (record.levelname, record.msg, record.origin) == (level.upper(), message, "test")
+    assert record.thread != threading.get_ident()
+    assert options == {"extra": {"origin": "test"}}
+
+
+@pytest.mark.parametrize(
+    ("message", "logged"), [("\n\nfirst\nsecond \n", "first\nsecond "), ("\n", ""), (5, 5), (None, None), (SURROGATE, SURROGATE)]
+)
+def test_an_exception_is_logged_by_its_message_alone(log, message, logged):
+    try:
+        raise ValueError("not part of the record")
+    except ValueError:
+        Logger.exception(message, exc_info=True)
+    (record,) = log()
+    assert (record.levelname, record.msg) == ("ERROR", logged)
+    assert not record.exc_info
+
+
+def test_no_error_carries_exception_information(log):
+    Logger.error("x", exc_info=True)
+    (record,) = log()
+    assert not record.exc_info
+
+
+def test_the_log_is_the_root_logger_of_the_runtime():
+    assert Logger._root is logging.getLogger()
+
+
+def test_a_call_is_not_waited_for():
+    go, done = threading.Event(), threading.Event()
+
+    def work(text, number):
+        if go.wait(60) and (text, number) == ("a", 1):
+            done.set()
+
+    assert Logger._call(work, ("a",), {"number": 1}) is None
+    assert not done.is_set()
+    go.set()
+    assert done.wait(60)

@@ -1,0 +1,226 @@
+"""What holds for every class of the module: calls, subclasses, references, collection, names."""
+
+import gc
+import inspect
+import pickle
+import weakref
+
+import pytest
+
+import core
+from core import Error, Mask, _CallBacks, _Naming, _NamesControl
+
+
+def classes(scope=core):
+    """All classes of the module, each with those nested in it."""
+    for value in vars(scope).values():
+        if isinstance(value, type) and value.__module__ == "core":
+            yield value
+            yield from classes(value)
+
+
+ALL = list(classes())
+NAMES = [each.__qualname__ for each in ALL]
+
+
+# Calls
+
+
+@pytest.mark.parametrize(
+    ("operation", "call"),
+    [
+        ("exists", lambda: _NamesControl().exists()),
+        ("exists", lambda: _NamesControl().exists("a", "b")),
+        ("exists", lambda: _NamesControl().exists("a", other=1)),
+        ("exists", lambda: _NamesControl().exists("a", **{"\ud800": 1})),
+        ("rename", lambda: _NamesControl().rename("a", remove="b")),
+        ("rename", lambda: _NamesControl().rename(append="b")),
+        ("clear", lambda: _NamesControl().clear(1)),
+        ("force_ascii", lambda: _Naming.force_ascii(5)),
+        ("force_ascii", lambda: _Naming.force_ascii(None)),
+        ("strip", lambda: _Naming.strip("a", chars=None)),
+        ("_NamesControl", lambda: _NamesControl(1)),
+        ("_NamesControl", lambda: _NamesControl(name=1)),
+        ("Mask", lambda: Mask()),
+        ("Item", lambda: Mask.Item("a", name=5)),
+        ("Item", lambda: Mask.Item(label="a")),
+        ("WrongAttributeName", lambda: Error.WrongAttributeName(1)),
+        ("exception", lambda: core.Logger.exception()),
+    ],
+)
+def test_wrong_arguments_are_refused_with_the_name_of_the_operation(operation, call):
+    with pytest.raises(TypeError) as caught:
+        call()
+    assert str(caught.value).startswith(operation + "() ")
+
+
+def test_arguments_go_by_position_and_by_name():
+    control = _NamesControl()
+    control.append("a")
+    control.rename(append="b", remove="a")
+    control.rename("b", append="c")
+    control.rename(**{"".join(["re", "move"]): "c", "".join(["app", "end"]): "d"})  # names that are not interned
+    assert control._names == {"d"}
+
+
+@pytest.mark.parametrize(
+    ("target", "text"),
+    [
+        (_Naming.force_ascii, "(name, title=False)"),
+        (_NamesControl.rename, "(self, /, remove, append)"),
+        (_NamesControl().rename, "(remove, append)"),
+        (_NamesControl, "()"),
+        (Mask.Item, "(*elements, name='', attr='', mapped=False)"),
+        (Error.WrongAttributeName, "(name='')"),
+        (core.Logger.info, "(message, **kwargs)"),
+    ],
+)
+def test_signatures_can_be_read(target, text):
+    assert str(inspect.signature(target)) == text
+
+
+# Classes
+
+
+@pytest.mark.parametrize("each", ALL, ids=NAMES)
+def test_classes_are_found_by_their_names_and_documented(each):
+    assert pickle.loads(pickle.dumps(each)) is each
+    assert each.__doc__
+    members = [value for name, value in vars(each).items() if not name.startswith("__")]
+    assert all(inspect.getdoc(value) for value in members if inspect.isroutine(value) or inspect.isdatadescriptor(value))
+
+
+def bare(each):
+    """An instance of a subclass that never calls the constructor of its base."""
+
+    class Bare(each):
+        __abstractmethods__ = frozenset()
+
+        def __new__(cls):
+            return each.__new__(cls)
+
+        def __init__(self):
+            self.own = [self]
+
+    return Bare()
+
+
+BASES = [each for each in ALL if each.__flags__ & (1 << 10) and each is not core._Str]  # those with the flag BASETYPE
+
+
+@pytest.mark.parametrize("each", BASES, ids=[each.__qualname__ for each in BASES])
+def test_instances_are_valid_without_their_constructor_and_collected_with_their_cycles(each):
+    instance = bare(each)
+    assert instance.own == [instance]
+    for name in dir(each):
+        try:  # what there is to read may be refused, but must not bring the process down
+            getattr(instance, name)
+        except Exception:  # noqa: BLE001
+            continue
+    str(instance)
+    repr(instance)
+    alive = weakref.ref(instance)
+    del instance
+    gc.collect()
+    assert alive() is None
+
+
+def cycle_of_members():
+    event = _CallBacks.List()
+    event.register(event)
+    return event
+
+
+def cycle_of_elements():
+    item = Mask.Item()
+    item.append(item)
+    return item
+
+
+def cycle_of_attributes():
+    error = Error.ValidationError()
+    error.itself = error
+    return error
+
+
+def cycle_of_error_arguments():
+    error = Error.ValidationError([])
+    error.args[0].append(error)
+    return error
+
+
+def cycle_of_callers():
+    class Host:
+        def exist(self, _):
+            return True
+
+    host = Host()
+    host.mask = Mask(host)
+    return host.mask
+
+
+@pytest.mark.parametrize(
+    "cycle", [cycle_of_members, cycle_of_elements, cycle_of_attributes, cycle_of_error_arguments, cycle_of_callers]
+)
+def test_cycles_are_collected(cycle):
+    made = cycle()
+    alive = weakref.ref(made)
+    assert alive() is made
+    gc.collect()
+    assert alive() is made
+    del made
+    gc.collect()
+    assert alive() is None
+
+
+def chained_list(before):
+    event = _CallBacks.List()
+    event.register(before)
+    return event
+
+
+def chained_item(before):
+    return Mask.Item(before)
+
+
+def chained_error(before):
+    error = Error.ValidationError()
+    error.before = before
+    return error
+
+
+def chained_subclass(before):
+    class Own(_NamesControl):
+        pass
+
+    own = Own()
+    own.before = before
+    return own
+
+
+@pytest.mark.parametrize(
+    ("link", "length"),
+    [(chained_list, 200_000), (chained_item, 200_000), (chained_error, 200_000), (chained_subclass, 5_000)],
+)
+def test_long_chains_are_dropped_without_an_overflow(link, length):
+    first = chain = link(print)
+    alive = weakref.ref(first)
+    del first
+    for _ in range(length):
+        chain = link(chain)
+    assert alive() is not None
+    del chain
+    assert alive() is None
+
+
+def test_sealed_classes_take_no_further_attributes():
+    with pytest.raises(AttributeError):
+        _CallBacks().other = 1
+    with pytest.raises(AttributeError):
+        _CallBacks().export_success = 1
+
+
+def test_namespaces_are_never_instantiated():
+    for namespace in (core.Constants, core.Constants.Scene.Type, core._Naming, core.Logger, core._Assert, core.Error):
+        with pytest.raises(TypeError):
+            namespace()
