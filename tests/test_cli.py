@@ -153,7 +153,9 @@ def test_the_selected_record_counts_or_else_the_first_in_the_file(scan):
     [
         ({"other": {}}, 'fits none of the top rules: "asset"'),
         ({"asset_a": {"asset_a_body": {"deep": {}}}},
-         'below /group/asset_a: "body" is missing; no rule takes "asset_a_body"'),
+         'below /group/asset_a: "body" is missing; "asset_a_body" must have nothing below it'),
+        ({"asset_a": {"asset_a_body": {}, "asset_a_lid": {}, "asset_a_lid_2": {}}},
+         'no rule takes "asset_a_lid_2"'),
         ({"asset_a": {"asset_b_body": {}}}, '"body" is missing; no rule takes "asset_b_body"'),
         ({"asset_a": {"asset_a_body": {}, "x": {}, "y": {}}}, 'no rule takes "x"; no rule takes "y"'),
     ],
@@ -162,6 +164,14 @@ def test_a_refused_object_tells_what_does_not_fit(scan, tree, reason):
     status, output, _ = scan(scene_of({"group": tree}), BELOW_GROUP)
     assert status == 1
     assert reason in output
+
+
+def test_a_faulty_expression_that_the_scan_never_reached_is_told(scan):
+    rules = project([rule("asset", "^asset$"), rule("body", "^body$"), rule("lid", "(")],
+                    {"asset": {"body": {}, "lid": {}}})  # fmt: skip
+    status, output, errors = scan(scene_of({"asset": {"lid": {}}}), rules)
+    assert (status, errors) == (1, "")
+    assert "a rule has a faulty expression: missing )" in output
 
 
 def test_only_the_first_refused_objects_are_listed(scan):
@@ -178,6 +188,14 @@ def test_only_the_first_refused_objects_are_listed(scan):
 def broken(**changes):
     """The rules with one rule changed."""
     return project([{**ASSET[0], **changes}], {"asset": {}})
+
+
+def nested(levels):
+    """A pattern of one rule below itself."""
+    tree = {}
+    for _ in range(levels):
+        tree = {"any": tree}
+    return project([rule("any", "^a$")], tree)
 
 
 BAD_PROJECTS = {
@@ -202,6 +220,7 @@ BAD_PROJECTS = {
     "node without rule": (project(ASSET, {"asset": {"lost": {}}}), 'a node without a rule: "lost"'),
     "children no list": ({**AT_TOP, "records": {"5": {"rules": ASSET, "pattern": [
         {"stamp": "asset", "children": {}}]}}}, '"children"'),
+    "deep pattern": (nested(201), "levels deep"),
     "invalid expression": (project([rule("asset", "(")], {"asset": {}}), "scan failed: "),
 }  # fmt: skip
 
@@ -270,6 +289,13 @@ def test_json_is_what_the_file_keeps_and_append_adds_to_it(scan, tmp_path):
     assert scan(None, BELOW_GROUP, "--append", "--save")[0] == 1
     assert scan(None, AT_TOP, "--save")[0] == 1
     assert path.read_bytes() == content
+
+
+def test_the_deepest_pattern_finds_shows_and_keeps_its_hierarchy(scan):
+    scene = document([{"name": "a", "children": [index + 1]} for index in range(199)] + [{"name": "a"}])
+    assert names(scan(scene, nested(200), "--json", "--save")[1]) == ["a"]
+    status, output, _ = scan(None, nested(200), "--append")
+    assert (status, "1 hierarchy with 200 objects found (1 of them from earlier" in output) == (1, True)
 
 
 def test_a_glb_is_scanned_and_saved(tmp_path, capsys):

@@ -37,7 +37,7 @@ class Diagnosis:
 
     def _fits_top(self, path: str, top: list[core._Hierarchy.Pattern.Scope]) -> bool:
         state = self._search.logic.state.clone()
-        fits = not self._search.layer([path], _optional(top)).is_empty()
+        fits = not self._search.layer([path], _optional(top, childless=False)).is_empty()
         self._search.logic.state.apply(state)
         return fits
 
@@ -59,25 +59,35 @@ class Diagnosis:
 
     def _layer_fault(self, paths: list[str], scopes: list[core._Hierarchy.Pattern.Scope], owner: str) -> str:
         taken: dict[str, int] = {}
-        left_over = dict.fromkeys(paths)
+        left_over = dict.fromkeys(paths, "no rule takes {}")
         for response in self._search.layer(paths, _optional(scopes), exact=False):
             stamp = response.scope.rule.stamp
             taken[stamp] = taken.get(stamp, 0) + 1
             left_over.pop(response.location.path, None)
+        leaves = _optional([scope for scope in scopes if not scope.children], childless=False)
+        for response in self._search.layer(list(left_over), leaves, exact=False):
+            if response.location.children:
+                left_over[response.location.path] = "{} must have nothing below it"
         faults = [_shortage(scope.rule, taken.get(scope.rule.stamp, 0)) for scope in scopes]
-        faults += [f'no rule takes "{core.Scene.Operator.name_from_path(path)}"' for path in left_over]
+        faults += [fault.format(f'"{_short_name(path)}"') for path, fault in left_over.items()]
         where = f"below {owner}: " if owner else ""
         return where + "; ".join(filter(None, faults))
 
 
-def _optional(scopes: list[core._Hierarchy.Pattern.Scope]) -> list[core._Hierarchy.Pattern.Scope]:
-    """The same scopes with a minimum of 0."""
+_short_name = core.Scene.Operator.name_from_path
+
+
+def _optional(
+    scopes: list[core._Hierarchy.Pattern.Scope], childless: bool = True
+) -> list[core._Hierarchy.Pattern.Scope]:
+    """The same scopes with a minimum of 0; with `childless` false, leaves take objects with children too."""
     pattern = core._Hierarchy.Pattern
     result = []
     for scope in scopes:
         config = SimpleNamespace(**{name: getattr(scope.rule, name) for name in _COPIED})
         config.range = core._Project.Settings.Rule.Range(0, scope.rule.range.maximum)
-        result.append(pattern.Scope(pattern.Rule(config, None), scope.children))
+        children = scope.children if childless else scope.children or scopes
+        result.append(pattern.Scope(pattern.Rule(config, None), children))
     return result
 
 

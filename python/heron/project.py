@@ -10,6 +10,8 @@ import core
 from .files import FileError, Json, parse_object, read_bytes
 
 FORMAT_VERSION = 3
+# The result of a scan is as deep as the pattern, and JSON writers follow its levels by recursion.
+MAX_PATTERN_DEPTH = 200
 
 
 class ProjectError(FileError):
@@ -105,10 +107,13 @@ def _rule_fault(rule: Json) -> str | None:
 
 
 def _check_nodes(path: str, pattern: list[Json], stamps: set[str]) -> None:
-    stack = list(pattern)
+    stack = [(node, 1) for node in pattern]
     while stack:
-        node = stack.pop()
+        node, depth = stack.pop()
+        if depth > MAX_PATTERN_DEPTH:
+            raise ProjectError(path, f"the pattern is more than {MAX_PATTERN_DEPTH} levels deep")
         stamp = node.get("stamp")
         if not isinstance(stamp, str) or stamp not in stamps:
             raise ProjectError(path, f'the pattern has a node without a rule: "{stamp}"')
-        stack.extend(_list(path, node, "children", f'the node "{stamp}"'))
+        below = _list(path, node, "children", f'the node "{stamp}"')
+        stack.extend((child, depth + 1) for child in below)

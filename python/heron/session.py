@@ -36,9 +36,10 @@ class Session:
         self._hierarchy = core._Hierarchy(self._virtual, None)
         self._hierarchy.pattern.set(record)
         self.buffer = core.Scene._Buffer(operator, self._virtual, self._hierarchy)
-        callbacks = core._CallBacks()
+        api = core.Api(operator, None)
+        callbacks = api.callbacks
         self._scanner = core.Scene._Scanner(
-            None, operator, self._virtual, self._hierarchy, self.buffer, callbacks
+            api, operator, self._virtual, self._hierarchy, self.buffer, callbacks
         )
         self._outcome = Outcome.FAILED
         for event, outcome in (

@@ -190,10 +190,7 @@ py::Object NamesControl::get_next(const py::Text& name) const {
     const std::string next = successor(number_of(digits));
     if (is_greater(next, index)) index = next;
   }
-  const auto numbered = [&] { return to_str(py::Object::steal(PyUnicode_Concat(name.get(), py::text(index).get()))); };
-  // A name of digits may be repeated by its own number, "1" by "11", which then has no ending to be counted.
-  while (exists(numbered())) index = successor(index);
-  return numbered();
+  return to_str(py::Object::steal(PyUnicode_Concat(name.get(), py::text(index).get())));
 }
 
 py::List NamesControl::get_alike(const py::Text& name) const {

@@ -21,6 +21,15 @@ class LocationObjects : public Objects {
 
   const py::Object& location(ObjectId object) const { return entries_[object].location; }
 
+  template <class V>
+  void members(V& visit) {
+    visit(query_);
+    for (Entry& entry : entries_) {
+      visit(entry.location);
+      visit(entry.children);
+    }
+  }
+
  private:
   struct Entry {
     py::Object location, children;

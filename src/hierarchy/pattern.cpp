@@ -1,5 +1,6 @@
 #include "hierarchy/pattern.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "foundation/constants.h"
@@ -28,13 +29,21 @@ class Interval {
   py::Object iterate() const { return py::Object::steal(PyObject_GetIter(numbers.get())); }
   bool equals(const py::Object& other) const {
     if (py::is_instance<Interval>(other.get())) return numbers.equals(py::value_of<Interval>(other.get()).numbers);
-    if (PyAnySet_Check(other.get()) == 0 || other.length() != length()) return false;
-    for (const py::Object& number : py::collect(other)) {
-      if (!contains(number)) return false;
-    }
-    return true;
+    if (PyAnySet_Check(other.get()) == 0) return false;
+    const std::vector<py::Object> wanted = py::collect(other);
+    const bool all = std::all_of(wanted.begin(), wanted.end(), [&](const py::Object& n) { return contains(n); });
+    return all && wanted.size() == count();
   }
   py::Object text() const { return py::text("{" + py::Utf8(py::Object::steal(PyObject_Str(numbers.get()))).str() + "}"); }
+
+  /// The number of integers; as many as the machine can count where there are more.
+  std::size_t count() const {
+    const Py_ssize_t length = PyObject_Length(numbers.get());
+    if (length >= 0) return static_cast<std::size_t>(length);
+    if (PyErr_ExceptionMatches(PyExc_OverflowError) == 0) throw py::Error();
+    PyErr_Clear();
+    return std::numeric_limits<std::size_t>::max();
+  }
 
   py::Object numbers = py::tuple({});
 

@@ -17,6 +17,12 @@ class PlannedPattern {
   const py::Object& scope(const ScopePlan& scope) const { return scopes_[scope.number]; }
   const py::Object& rule(const ScopePlan& scope) const { return rules_[scope.rule->number]; }
 
+  template <class V>
+  void members(V& visit) {
+    visit(scopes_);
+    visit(rules_);
+  }
+
  private:
   const LayerPlan* add_layer(const py::Object& scopes);
   const RulePlan* add_rule(const py::Object& rule);

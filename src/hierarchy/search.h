@@ -71,6 +71,10 @@ class Search {
     visit(operator_);
     visit(scopes);
     visit(backup_);
+    if (run_) {
+      run_->planned.members(visit);
+      run_->objects.members(visit);
+    }
   }
 
  private:

@@ -73,8 +73,14 @@ class Ref : public Object {
     return Ref(steal(new_instance(TypeOf<T>::type, nullptr, TypeOf<T>::layout)));
   }
 
-  T* operator->() const { return &value_of<T>(pointer_); }
-  T& operator*() const { return value_of<T>(pointer_); }
+  /// The value. RuntimeError where there is none: a subclass has not called the constructor of its base.
+  T* operator->() const { return &**this; }
+  T& operator*() const {
+    if (pointer_ == nullptr) {
+      raise(PyExc_RuntimeError, "a " + label(TypeOf<T>::type) + " is missing: a constructor has not run");
+    }
+    return value_of<T>(pointer_);
+  }
 };
 
 // Garbage collection. A class that holds references offers them once, by

@@ -5,6 +5,9 @@ from __future__ import annotations
 import json
 from typing import Any, TypeGuard
 
+# No scan makes deeper data, and JSON writers follow the levels by recursion.
+MAX_JOINT_DEPTH = 200
+
 _JOINT_TEXTS = ("stamp", "type", "name", "path", "icon", "color")
 
 
@@ -19,7 +22,10 @@ def plain(data: list[dict[str, Any]]) -> list[dict[str, Any]]:
 
 
 def is_filedata(value: object) -> TypeGuard[list[dict[str, Any]]]:
-    """Whether `value` is a list of bucket maps as the engine embeds them. Absent keys are fine."""
+    """Whether `value` is a list of bucket maps as the engine embeds them.
+
+    Absent keys are fine, joints deeper than `MAX_JOINT_DEPTH` are not.
+    """
     return isinstance(value, list) and all(map(_is_bucket, value))
 
 
@@ -34,15 +40,15 @@ def _is_bucket(value: object) -> bool:
 
 
 def _is_joint_tree(root: object) -> bool:
-    stack = [root]
+    stack = [(root, 1)]
     while stack:
-        joint = stack.pop()
-        if not isinstance(joint, dict):
+        joint, depth = stack.pop()
+        if not isinstance(joint, dict) or depth > MAX_JOINT_DEPTH:
             return False
         children = joint.get("children", [])
         if not isinstance(children, list) or not all(_is_text(joint.get(key)) for key in _JOINT_TEXTS):
             return False
-        stack.extend(children)
+        stack.extend((child, depth + 1) for child in children)
     return True
 
 
