@@ -23,10 +23,10 @@ USUAL = [
 ]
 PIECES = [
     *("<n:[ab]+>", "<n:[a-z]>", "<m:.>", "<m:[ab]*>", "<n:^[ab]+>", "<n:[ab]+$>", "<m:^a$>", "<m:x|y>", "<n:b>"),
-    *("<:a>", "<<n:[ab]>", "<n:(>", "<n>", "<m>", "<n><n>", "<>", "<k>", "<a:x:y>", "[<n>b]"),
+    *("<:a>", "<<n:[ab]>", "<n:(>", "<n>", "<m>", "<n><n>", "<>", "<k>", "<a:x:y>", "(?:<n>|b)"),
     *("", "a", "[ab]+", ".", "_", "_x", "_[xy]", "\\w*", "(", "a|b"),
 ]
-RANGES = [(1, 1), (0, 1), (1, 2), (1, 5), (0, 5), (0, 9), (0, 0), (0, 2), (2, 3), (2, 1)]
+RANGES = [(0, 0), (0, 2), (2, 3), *3 * [(1, 1), (0, 1), (1, 2)], *7 * [(1, 5), (0, 5), (0, 9)], (2, 1)]
 
 
 @cache
@@ -62,10 +62,10 @@ class Maker:
         return made
 
     def layer(self, depth):
-        some = [self.rule() for _ in range(self.random.randint(not depth, 3))]
+        some = [self.rule() for _ in range(self.random.choice([1, 1, 2, 2, 3]))]
         if some and self.chance(10):
             some.append(self.random.choice(some))  # equal rules
-        return [node(one, *(self.layer(depth + 1) if depth < self.depth and self.chance(60) else ())) for one in some]
+        return [node(one, *(self.layer(depth + 1) if depth < self.depth and self.chance(70) else ())) for one in some]
 
     def pattern(self):
         top = self.layer(0)

@@ -48,14 +48,16 @@ py::Object Api::logger() const {
 }
 
 void expose_api(const py::Scope& module) {
-  py::Class<Api>(module, "Api",
-                 "A common class to have access to all program components.\n\n"
-                 "operator: the host, a `Scene.Operator`. environment: where the host keeps its files. export_options:\n"
-                 "the exporters. checks: the root module of an embedded set of checks. A front-end builds one and calls\n"
-                 "`shutdown` at the end. Exceptions of the host pass.")
+  py::Class<Api>(
+      module, "Api",
+      "A common class to have access to all program components.\n\n"
+      "operator: the host, a `Scene.Operator`. environment: where the host keeps its files. export_options:\n"
+      "the exporters. checks: the root module of an embedded set of checks. A front-end builds one and calls\n"
+      "`shutdown` at the end. Exceptions of the host pass.")
       .init<&Api::init>({"operator", "environment", {"export_options", nullptr}, {"checks", nullptr}})
-      .operation<&Api::shutdown>("shutdown", "Removes what is registered in the host, and the front-end's functions.\n\n"
-                                             "Writes nothing.")
+      .operation<&Api::shutdown>("shutdown",
+                                 "Removes what is registered in the host, and the front-end's functions.\n\n"
+                                 "Writes nothing.")
       .accessor<&Api::version>("version", "The version of the library: major, minor, patch.")
       .accessor<&Api::constants>("constants", "The enumerations, `Constants`.")
       .accessor<&Api::masks>("masks", "A new `Mask` of the types that the host can produce now.")

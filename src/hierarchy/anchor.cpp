@@ -61,8 +61,7 @@ py::List get_scope_sorted(const std::string& path, const py::Object& array) {
     std::sort(entries.begin(), entries.end(),
               [](const Entry& a, const Entry& b) { return Capture::by_scope(a.capture, b.capture); });
   }
-  std::stable_sort(entries.begin(), entries.end(),
-                   [](const Entry& a, const Entry& b) { return a.shared < b.shared; });
+  std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.shared < b.shared; });
   py::List sorted;
   for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) sorted.append(entry->pair);
   return sorted;

@@ -7,9 +7,7 @@ namespace {
 
 const py::Name kItems("items");
 
-py::Object as_tuple(const Capture& capture) {
-  return py::tuple({py::text(capture.text), py::text(capture.scope)});
-}
+py::Object as_tuple(const Capture& capture) { return py::tuple({py::text(capture.text), py::text(capture.scope)}); }
 
 Capture as_capture(const py::Object& pair) {
   const std::vector<py::Object> parts = py::collect(pair);

@@ -47,9 +47,9 @@ class State {
   static py::Dict table(const AnchorState& state);
 
   AnchorState content_;
-  py::Object opened_;                    // the map that Python holds, if it asked for one
-  std::optional<AnchorState> hashed_;    // the content as it stood when the hash was last taken
-  std::optional<Py_hash_t> hash_;        // of that content, once asked for
+  py::Object opened_;                  // the map that Python holds, if it asked for one
+  std::optional<AnchorState> hashed_;  // the content as it stood when the hash was last taken
+  std::optional<Py_hash_t> hash_;      // of that content, once asked for
 };
 
 void expose_anchor_state(const py::Scope& anchor);

@@ -87,10 +87,10 @@ CaptureIndex::Folder CaptureIndex::make_folder(std::string_view path) {
   Folder folder = kTop;
   for (const std::string_view name : anchor_text::parents(path)) {
     const auto step = folders_.find(StepView{folder, name});
-    folder = step != folders_.end()
-                 ? step->second
-                 : folders_.emplace(Step{folder, std::string(name)}, static_cast<Folder>(folders_.size() + 1))
-                       .first->second;
+    folder =
+        step != folders_.end()
+            ? step->second
+            : folders_.emplace(Step{folder, std::string(name)}, static_cast<Folder>(folders_.size() + 1)).first->second;
   }
   return folder;
 }

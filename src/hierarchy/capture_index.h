@@ -75,7 +75,9 @@ class CaptureIndex {
   template <class V>
   bool walk(std::string_view path, V&& visit) const;
   Folder make_folder(std::string_view path);
-  static std::uint64_t place(std::size_t key, Folder folder) { return (static_cast<std::uint64_t>(key) << 32U) | folder; }
+  static std::uint64_t place(std::size_t key, Folder folder) {
+    return (static_cast<std::uint64_t>(key) << 32U) | folder;
+  }
   void insert(const CaptureLink& link);
   void remove(const CaptureLink& link);
 

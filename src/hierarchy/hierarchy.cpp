@@ -35,8 +35,8 @@ void Hierarchy::init(const py::Object& query_operator, const py::Object& check_c
   auto fresh_search = py::Ref<Search>::make();
   fresh_search->init(query_operator);
   query_op = query_operator;
-  pattern = fresh_pattern;
-  search = fresh_search;
+  pattern = std::move(fresh_pattern);
+  search = std::move(fresh_search);
 }
 
 py::List Hierarchy::root_scopes(const py::Object& roots) const {
@@ -137,8 +137,8 @@ void expose_hierarchy(const py::Scope& module) {
           .operation<&Hierarchy::is_valid>(
               "is_valid", {"roots"},
               "Do these objects, with all below them, fit the pattern? Forgets all captures first.")
-          .operation<&Hierarchy::find_anchors>(
-              "find_anchors", "Collects the pattern's definitions into a new table without captures.")
+          .operation<&Hierarchy::find_anchors>("find_anchors",
+                                               "Collects the pattern's definitions into a new table without captures.")
           .operation<&Hierarchy::run_over_rules>("_hierarchy_runner", {"function", "pattern"},
                                                  "Calls `function` with each rule of a tree, parents first.")
           .operation<&Hierarchy::match>(

@@ -50,10 +50,10 @@ class LayerShelf {
   Position next_left(Position position);  // the first one from here on that is not gone
 
   std::vector<ObjectId> objects_;
-  std::vector<Position> next_;         // itself, or a later position if gone
-  std::vector<std::uint32_t> taken_;   // the last guess that took the object
+  std::vector<Position> next_;        // itself, or a later position if gone
+  std::vector<std::uint32_t> taken_;  // the last guess that took the object
   std::uint32_t guess_ = 1;
-  std::vector<Cursor> cursors_;        // by scope
+  std::vector<Cursor> cursors_;  // by scope
 };
 
 inline void LayerShelf::remove(Position position) {

@@ -34,7 +34,9 @@ class Interval {
     const bool all = std::all_of(wanted.begin(), wanted.end(), [&](const py::Object& n) { return contains(n); });
     return all && wanted.size() == count();
   }
-  py::Object text() const { return py::text("{" + py::Utf8(py::Object::steal(PyObject_Str(numbers.get()))).str() + "}"); }
+  py::Object text() const {
+    return py::text("{" + py::Utf8(py::Object::steal(PyObject_Str(numbers.get()))).str() + "}");
+  }
 
   /// The number of integers; as many as the machine can count where there are more.
   std::size_t count() const {
@@ -154,7 +156,8 @@ long long clamped(const py::Object& number) {
   const py::Object integer = py::Object::steal(PyNumber_Index(number.get()));
   int overflow = 0;
   const long long value = PyLong_AsLongLongAndOverflow(integer.get(), &overflow);
-  if (overflow != 0) return overflow > 0 ? std::numeric_limits<long long>::max() : std::numeric_limits<long long>::min();
+  if (overflow != 0)
+    return overflow > 0 ? std::numeric_limits<long long>::max() : std::numeric_limits<long long>::min();
   if (value == -1 && PyErr_Occurred() != nullptr) throw py::Error();
   return value;
 }

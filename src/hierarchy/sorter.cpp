@@ -51,7 +51,8 @@ const Unit& unit_of(const py::Object& object) { return *py::Ref<Unit>(object); }
 template <class P>
 Py_ssize_t count_until(const Order& order, P&& stops) {
   const std::vector<py::Object> units = order.array.items();
-  const auto end = std::find_if(units.begin(), units.end(), [&](const py::Object& unit) { return stops(unit_of(unit)); });
+  const auto end =
+      std::find_if(units.begin(), units.end(), [&](const py::Object& unit) { return stops(unit_of(unit)); });
   return end - units.begin();
 }
 

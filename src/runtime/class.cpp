@@ -26,8 +26,7 @@ const char* documentation(const std::string& name, const std::string& signature,
   return keep_text(name + signature + "\n--\n\n" + doc);
 }
 
-PyMethodDef describe_method(const char* name, const Signature& signature, void* function, int kind,
-                            const char* doc) {
+PyMethodDef describe_method(const char* name, const Signature& signature, void* function, int kind, const char* doc) {
   const char* first = kind == METH_STATIC ? "" : "$self";
   return {name, reinterpret_cast<PyCFunction>(function), METH_FASTCALL | METH_KEYWORDS | kind,
           documentation(name, signature.text(first), doc)};
@@ -135,8 +134,7 @@ PyTypeObject* TypeParts::make(const Layout& layout, Py_ssize_t size) {
   return reinterpret_cast<PyTypeObject*>(type.release());
 }
 
-void add_function(const Scope& module, const char* name, const Signature& signature, void* function,
-                  const char* doc) {
+void add_function(const Scope& module, const char* name, const Signature& signature, void* function, const char* doc) {
   PyMethodDef* method = keep(describe_method(name, signature, function, METH_STATIC, doc));
   method->ml_flags &= ~METH_STATIC;
   const Object module_name = text(module.module());

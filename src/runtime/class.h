@@ -86,8 +86,8 @@ template <class A>
 A argument(const Signature& signature, const Signature::Bound& bound, std::size_t index) {
   PyObject* value = bound[index];
   if (!From<A>::fits(value)) {
-    raise_type(signature.operation() + "() argument '" + signature.parameter(index) + "' must be " +
-               From<A>::wanted() + ", not " + Object::borrow(value).type_name());
+    raise_type(signature.operation() + "() argument '" + signature.parameter(index) + "' must be " + From<A>::wanted() +
+               ", not " + Object::borrow(value).type_name());
   }
   return From<A>::from(value);
 }
@@ -101,8 +101,7 @@ Object invoke(PyObject* self, const Signature& signature, const Signature::Bound
       if constexpr (std::is_void_v<typename S::Owner>) {
         return F(argument<std::tuple_element_t<I, typename S::Arguments>>(signature, bound, I)...);
       } else {
-        return (value_of<T>(self).*
-                F)(argument<std::tuple_element_t<I, typename S::Arguments>>(signature, bound, I)...);
+        return (value_of<T>(self).*F)(argument<std::tuple_element_t<I, typename S::Arguments>>(signature, bound, I)...);
       }
     };
     if constexpr (std::is_void_v<typename S::Result>) {
@@ -427,8 +426,7 @@ class Class {
     parts_.slot(Py_tp_clear, &Lifecycle<T>::clear);
     parts_.slot(Py_tp_dealloc, &Lifecycle<T>::drop);
     TypeOf<T>::type = parts_.make(layout, size);
-    return Scope(Object::borrow(reinterpret_cast<PyObject*>(TypeOf<T>::type)), outer_.module(),
-                 outer_.qualify(name_));
+    return Scope(Object::borrow(reinterpret_cast<PyObject*>(TypeOf<T>::type)), outer_.module(), outer_.qualify(name_));
   }
 
  private:
@@ -463,8 +461,7 @@ class Class {
 };
 
 namespace detail {
-void add_function(const Scope& module, const char* name, const Signature& signature, void* function,
-                  const char* doc);
+void add_function(const Scope& module, const char* name, const Signature& signature, void* function, const char* doc);
 }
 
 /// Exposes a C++ function as a function of the module.

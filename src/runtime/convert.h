@@ -82,14 +82,12 @@ template <class T>
 struct From<Ref<T>> {
   static bool fits(PyObject* object) { return is_instance<T>(object); }
   static Ref<T> from(PyObject* object) { return Ref<T>(Object::borrow(object)); }
-  static std::string wanted() {
-    return "a " + label(TypeOf<T>::type);
-  }
+  static std::string wanted() { return "a " + label(TypeOf<T>::type); }
 };
 
 // C++ to Python.
 
-inline Object to_python(Object object) { return object ? object : Object::none(); }
+inline Object to_python(const Object& object) { return object ? object : Object::none(); }
 template <std::same_as<bool> B>
 Object to_python(B value) {
   return Object::borrow(value ? Py_True : Py_False);

@@ -69,9 +69,7 @@ class Ref : public Object {
   static bool holds(const Object& object) { return is_instance<T>(object.get()); }
   static Ref of(const T& value) { return Ref(object_of(value)); }
   /// A new instance, its fields at their C++ defaults.
-  static Ref make() {
-    return Ref(steal(new_instance(TypeOf<T>::type, nullptr, TypeOf<T>::layout)));
-  }
+  static Ref make() { return Ref(steal(new_instance(TypeOf<T>::type, nullptr, TypeOf<T>::layout))); }
 
   /// The value. RuntimeError where there is none: a subclass has not called the constructor of its base.
   T* operator->() const { return &**this; }

@@ -95,8 +95,7 @@ bool Error::matches(PyObject* type) const { return PyErr_GivenExceptionMatches(t
 
 void raise(PyObject* type, const std::string& message) {
   // The message may quote names of any kind, so it is decoded as leniently as text is encoded.
-  PyObject* text =
-      PyUnicode_DecodeUTF8(message.data(), static_cast<Py_ssize_t>(message.size()), "surrogatepass");
+  PyObject* text = PyUnicode_DecodeUTF8(message.data(), static_cast<Py_ssize_t>(message.size()), "surrogatepass");
   if (text != nullptr) {
     PyErr_SetObject(type, text);
     Py_DecRef(text);

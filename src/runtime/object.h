@@ -50,11 +50,11 @@ class Object {
   bool is(const Object& other) const { return pointer_ == other.pointer_; }
   bool is_none() const { return pointer_ == nullptr || pointer_ == Py_None; }
   bool is_text() const { return pointer_ != nullptr && PyUnicode_Check(pointer_); }
-  bool truth() const;                        ///< What a test in Python says; nothing is false.
-  bool equals(const Object& other) const;    ///< Python's `==`.
-  Py_hash_t hash() const;                    ///< Python's `hash`.
-  Py_ssize_t length() const;                 ///< Python's `len`.
-  std::string type_name() const;             ///< Short name of the type, for messages.
+  bool truth() const;                      ///< What a test in Python says; nothing is false.
+  bool equals(const Object& other) const;  ///< Python's `==`.
+  Py_hash_t hash() const;                  ///< Python's `hash`.
+  Py_ssize_t length() const;               ///< Python's `len`.
+  std::string type_name() const;           ///< Short name of the type, for messages.
 
   Object attr(const Name& name) const;
   Object attr(const Name& name, const Object& otherwise) const;  ///< `otherwise` where there is no such attribute.
@@ -67,8 +67,8 @@ class Object {
   }
   template <std::convertible_to<Object>... A>
   Object call(const Name& name, const A&... arguments) const {
-    return steal(PyObject_CallMethodObjArgs(or_none(), name.get(),
-                                            static_cast<const Object&>(arguments).or_none()..., nullptr));
+    return steal(
+        PyObject_CallMethodObjArgs(or_none(), name.get(), static_cast<const Object&>(arguments).or_none()..., nullptr));
   }
   /// Calls the object with a tuple of arguments and a dict of named ones (or none).
   Object apply(const Object& arguments, const Object& named = {}) const;
@@ -82,8 +82,8 @@ class Error : public std::exception {
  public:
   Error();  ///< Takes over the pending error.
 
-  void restore() const;                     ///< Makes it the pending error again.
-  bool matches(PyObject* type) const;       ///< Is it of this exception class?
+  void restore() const;                ///< Makes it the pending error again.
+  bool matches(PyObject* type) const;  ///< Is it of this exception class?
   const Object& value() const { return value_; }
   const char* what() const noexcept override { return "a Python exception"; }
 

@@ -33,10 +33,18 @@ Signature::Signature(std::string operation, Parameters parameters)
     names_.push_back(Object::steal(PyUnicode_InternFromString(parameter.name())));
     defaults_.push_back(parameter.default_text().empty() ? Object() : evaluate(parameter.default_text()));
     switch (parameter.kind()) {
-      case Parameter::Kind::kPlain: ++positional_; break;
-      case Parameter::Kind::kRest: rest_at_ = i; takes_rest_ = true; break;
-      case Parameter::Kind::kKeywords: keywords_at_ = i; break;
-      case Parameter::Kind::kNamed: break;
+      case Parameter::Kind::kPlain:
+        ++positional_;
+        break;
+      case Parameter::Kind::kRest:
+        rest_at_ = i;
+        takes_rest_ = true;
+        break;
+      case Parameter::Kind::kKeywords:
+        keywords_at_ = i;
+        break;
+      case Parameter::Kind::kNamed:
+        break;
     }
   }
 }
@@ -118,7 +126,7 @@ std::string Signature::text(const char* first) const {
   std::string text = first;
   for (const Parameter& parameter : parameters_) {
     if (!text.empty()) text += ", ";
-    if (parameter.kind() == Parameter::Kind::kRest) text += "*";
+    if (parameter.kind() == Parameter::Kind::kRest) text += '*';
     if (parameter.kind() == Parameter::Kind::kKeywords) text += "**";
     text += parameter.name();
     if (!parameter.default_text().empty()) text += "=" + parameter.default_text();

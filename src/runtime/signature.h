@@ -101,8 +101,8 @@ class Signature {
   std::vector<Object> defaults_;  // none for a required parameter
   std::size_t positional_ = 0;    // how many may be given by position
   bool takes_rest_ = false;
-  std::size_t keywords_at_;       // position of `**`, or size()
-  std::size_t rest_at_;           // position of `*`, or size()
+  std::size_t keywords_at_;  // position of `**`, or size()
+  std::size_t rest_at_;      // position of `*`, or size()
 };
 
 }  // namespace heron::py

@@ -77,16 +77,18 @@ py::List DataBucket::get_joints(const py::Object& from) const {
 }
 
 void expose_bucket(const py::Scope& buffer) {
-  py::Class<DataBucket>(buffer, "DataBucket",
-                        "A scanned hierarchy, with what controls its export and display.\n\n"
-                        "joint: the root. name: for display and export; the joint's name if it is None. checked: takes\n"
-                        "part in validation and export. opened: shown expanded. Equal buckets agree in all four.")
+  py::Class<DataBucket>(
+      buffer, "DataBucket",
+      "A scanned hierarchy, with what controls its export and display.\n\n"
+      "joint: the root. name: for display and export; the joint's name if it is None. checked: takes\n"
+      "part in validation and export. opened: shown expanded. Equal buckets agree in all four.")
       .init<&DataBucket::init>({"joint", {"name", nullptr}, {"checked", true}, {"opened", true}})
       .equals<&DataBucket::equals>()
       .hash<&DataBucket::hash>()
-      .accessor<&DataBucket::get_name, &DataBucket::set_name>("name",
-                                                              "Name of the bucket; only text can be assigned, anything\n"
-                                                              "else leaves it as it is.")
+      .accessor<&DataBucket::get_name, &DataBucket::set_name>(
+          "name",
+          "Name of the bucket; only text can be assigned, anything\n"
+          "else leaves it as it is.")
       .accessor<&DataBucket::get_name>("_name", "Name of the bucket.")
       .accessor<&DataBucket::data>("data", "The bucket as it is embedded in the scene, a new map.")
       .operation<&DataBucket::get_joints>("get_joints", {{"joint", nullptr}},

@@ -13,10 +13,10 @@ class Buffer {
 
   // The list.
   bool contains(const py::Object& bucket) const;
-  py::List get() const;                           ///< A copy, so that a loop over it may remove.
-  void set(const py::Object& data) const;         ///< The old buckets leave as in `clear`.
-  void add(const py::Object& data) const;         ///< Appends; neither clears nor persists.
-  void remove(const py::Object& item) const;      ///< Tells nobody and persists nothing.
+  py::List get() const;                       ///< A copy, so that a loop over it may remove.
+  void set(const py::Object& data) const;     ///< The old buckets leave as in `clear`.
+  void add(const py::Object& data) const;     ///< Appends; neither clears nor persists.
+  void remove(const py::Object& item) const;  ///< Tells nobody and persists nothing.
   bool exists() const { return !buckets.empty(); }
   py::List get_checked() const;
   static py::List get_roots(const py::Object& joint);  ///< The paths that a root joint stands for.

@@ -56,11 +56,12 @@ py::Dict DataJoint::data() const {
 }
 
 void expose_joint(const py::Scope& buffer) {
-  py::Class<DataJoint>(buffer, "DataJoint",
-                       "One item of a scanned hierarchy.\n\n"
-                       "stamp: the matched rule's. name, path: of the object. type: the matched rule's name; \"ghost\"\n"
-                       "for a joint that stands for no object but holds a group of roots. children: a list of joints.\n"
-                       "icon, color: for display. Equal joints have the same stamp, name, path and type.")
+  py::Class<DataJoint>(
+      buffer, "DataJoint",
+      "One item of a scanned hierarchy.\n\n"
+      "stamp: the matched rule's. name, path: of the object. type: the matched rule's name; \"ghost\"\n"
+      "for a joint that stands for no object but holds a group of roots. children: a list of joints.\n"
+      "icon, color: for display. Equal joints have the same stamp, name, path and type.")
       .init<&DataJoint::init>({{"stamp", ""},
                                {"name", ""},
                                {"path", "|"},

@@ -25,7 +25,7 @@ void Operator::init() {
   static const py::Name kTypeMapping("TYPE_MAPPING");
   auto fresh = py::Ref<TypeMapping>::make();
   fresh->init(py::object_of(*this).attr(kTypeMapping));
-  mapping = fresh;
+  mapping = std::move(fresh);
 }
 
 void Operator::get_selection() const { not_implemented("get_selection"); }
@@ -87,8 +87,8 @@ void expose_operator(const py::Scope& scene) {
       .static_operation<&Operator::selection_manager>(
           "selection_manager", {},
           "A new scope object, with enter and exit, after which the selection is what it was before.")
-      .operation<&Operator::register_scene_opened_callback>(
-          "register_scene_opened_callback", {"function"}, "Has the host call `function` whenever a scene was opened.")
+      .operation<&Operator::register_scene_opened_callback>("register_scene_opened_callback", {"function"},
+                                                            "Has the host call `function` whenever a scene was opened.")
       .operation<&Operator::register_shutdown_callback>("register_shutdown_callback", {"function"},
                                                         "Has the host call `function` when it closes.")
       .operation<&Operator::delete_callbacks>("delete_callbacks", "Removes everything registered above.")

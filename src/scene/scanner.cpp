@@ -41,8 +41,7 @@ py::Object identity(const py::Object& object) {
   const DataBucket& bucket = py::value_of<DataBucket>(object.get());
   if (!py::is_instance<DataJoint>(bucket.joint.get())) return object;
   const DataJoint& joint = py::value_of<DataJoint>(bucket.joint.get());
-  return py::tuple(
-      {joint.stamp, joint.name, joint.path, joint.type, bucket.get_name(), bucket.checked, bucket.opened});
+  return py::tuple({joint.stamp, joint.name, joint.path, joint.type, bucket.get_name(), bucket.checked, bucket.opened});
 }
 
 py::Object make_bucket(const py::Object& joint) {
@@ -222,19 +221,21 @@ void Scanner::reload_bucket(const py::Object& bucket) const {
 }
 
 void expose_scanner(const py::Scope& scene) {
-  py::Class<Scanner>(scene, "_Scanner",
-                     "Finds the hierarchies below the host's selection that match the pattern.\n\n"
-                     "api: the owner. operator: the host. virtual: the snapshot. hierarchy: the matcher. buffer: where\n"
-                     "the found hierarchies go. callbacks: the front-end's events.")
+  py::Class<Scanner>(
+      scene, "_Scanner",
+      "Finds the hierarchies below the host's selection that match the pattern.\n\n"
+      "api: the owner. operator: the host. virtual: the snapshot. hierarchy: the matcher. buffer: where\n"
+      "the found hierarchies go. callbacks: the front-end's events.")
       .init<&Scanner::init>({"api", "operator", "virtual", "hierarchy", "buffer", "callbacks"})
       .operation<&Scanner::upload_buffer>(
           "upload_buffer", {{"append", false}},
           "Scans below the selection. append: add to the buffer instead of replacing its content.\n\n"
           "True if something was found; it is then embedded in the scene. False fires `used_scan_selection`,\n"
           "`empty_scan_selection` or `empty_scan_result`, or logs the exception that ended the scan.")
-      .operation<&Scanner::reload_buffer>("reload_buffer",
-                                          "Matches each bucket's roots again and embeds the outcome. Buckets that match\n"
-                                          "no more leave; the others keep name, checked and opened.")
+      .operation<&Scanner::reload_buffer>(
+          "reload_buffer",
+          "Matches each bucket's roots again and embeds the outcome. Buckets that match\n"
+          "no more leave; the others keep name, checked and opened.")
       .operation<&Scanner::reload_bucket>("_reload_bucket", {"bucket"}, "Matches one bucket's roots again.")
       .operation<&Scanner::find_scope_roots>("_find_scope_roots", {"scene_roots"},
                                              "The paths at which hierarchies can begin.")

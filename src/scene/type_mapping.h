@@ -12,7 +12,7 @@ class TypeMapping {
   py::Object get(const py::Object& name) const;
   bool exist(const py::Object& name) const;
 
-  py::Dict table;  ///< Host type to system type.
+  py::Dict table;                                            ///< Host type to system type.
   py::Object types = py::Object::steal(PySet_New(nullptr));  ///< The system types that the host can produce.
 
   template <class V>

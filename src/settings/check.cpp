@@ -78,7 +78,7 @@ void CheckConfig::mask(const py::Object& class_ids) const {
 py::Object CheckConfig::get(const py::Object& class_id, bool force) const {
   if (const auto check = table.find(class_id)) return *check;
   if (!force) return py::Object::none();
-  const auto check = StoredCheck::create(class_id, py::Dict());
+  auto check = StoredCheck::create(class_id, py::Dict());
   table.set(class_id, check);
   return check;
 }
