@@ -1,44 +1,17 @@
-"""The matching alone, written plainly in Python: what the engine's answers and its speed are measured against.
+"""The matching alone, written plainly in Python: what answers and speed of the engine are measured against.
 
-Nothing here is clever on purpose: tables are dicts, captures are sets, and every copy is a copy. Where the engine is
-free to choose an order, the choice made here is the engine's.
+Nothing here is clever on purpose: tables are dicts, captures are sets, and every copy is a copy. Where the
+engine is free to choose an order, the choice made here is the engine's.
 """
 
 import re
-from dataclasses import dataclass, field
+from collections import namedtuple
 
 GHOST, SCENE_ROOT = "ghost", "sceneRoot"
 
-
-@dataclass(frozen=True)
-class Rule:
-    """How many objects of one layer must look like what; equality leaves the display data out."""
-
-    stamp: str
-    name: str
-    regex: str
-    types: tuple = ()
-    minimum: int = 1
-    maximum: int = 1
-    icon: str = field(default="", compare=False)
-    color: str = field(default="#000000", compare=False)
-
-    def allows(self, count):
-        return self.minimum <= count <= self.maximum
-
-
-@dataclass
-class Scope:
-    """A rule at one place of the pattern."""
-
-    rule: Rule
-    children: list
-
-
-def all_rules(scopes):
-    for scope in scopes:
-        yield scope.rule
-        yield from all_rules(scope.children)
+Rule = namedtuple("Rule", "stamp name regex types minimum maximum")  # equal rules share what they take
+Scope = namedtuple("Scope", "rule children icon color")
+Location = namedtuple("Location", "name path type parent children")
 
 
 def plain_scopes(scopes):
@@ -46,25 +19,9 @@ def plain_scopes(scopes):
     result = []
     for scope in scopes:
         r = scope.rule
-        rule = Rule(
-            r.stamp, r.name, r.regex, tuple(r.types or ()), r.range.minimum, r.range.maximum, r.icon, r.color
-        )
-        result.append(Scope(rule, plain_scopes(scope.children)))
+        rule = Rule(r.stamp, r.name, r.regex, tuple(r.types or ()), r.range.minimum, r.range.maximum)
+        result.append(Scope(rule, plain_scopes(scope.children), r.icon, r.color))
     return result
-
-
-@dataclass(eq=False)
-class Location:
-    """An object of the scene; two of one path are the same."""
-
-    name: str
-    path: str
-    type: str
-    parent: str
-    children: list
-
-    def __eq__(self, other):
-        return self.path == other.path
 
 
 def take_snapshot(host, roots):
@@ -79,6 +36,16 @@ def take_snapshot(host, roots):
             snapshot[path] = Location(name, path, kind, parent, children)
             waiting.extend(children)
     return snapshot
+
+
+def all_rules(scopes):
+    for scope in scopes:
+        yield scope.rule
+        yield from all_rules(scope.children)
+
+
+def allows(rule, count):
+    return rule.minimum <= count <= rule.maximum
 
 
 def split_definition(anchor):
@@ -109,8 +76,8 @@ def count_shared(source, target):
 
 
 def by_closeness(path, captures):
-    """The closest first; among equals the one with the greatest path, then with the greatest text."""
-    pairs = sorted(captures, key=lambda pair: (pair[1], pair[0]))
+    """The closest first; among equals the one with the first path, then with the first text."""
+    pairs = sorted(captures, key=lambda pair: (pair[1], pair[0]), reverse=True)
     pairs.sort(key=lambda pair: count_shared(pair[1], path))
     return pairs[::-1]
 
@@ -217,7 +184,7 @@ class Matching:
             self.anchors.table = {key: set(captures) for key, captures in shared.items()}
             for location in taken:
                 left.remove(location)
-        short = any(not scope.rule.allows(len(guess.get(scope.rule, ()))) for scope in scopes)
+        short = any(not allows(scope.rule, len(guess.get(scope.rule, ()))) for scope in scopes)
         if short or (exact and left):
             self.anchors.table = backup
             return []
@@ -226,7 +193,7 @@ class Matching:
     def match(self, paths, scopes):
         result = self.layer(paths, scopes)
         if not result:
-            return all(scope.rule.allows(0) for scope in scopes)
+            return all(allows(scope.rule, 0) for scope in scopes)
         return all(
             self.match(location.children, scope.children)
             for location, scope in result
@@ -287,14 +254,12 @@ class Matching:
                     for joint in self.load(claimed):
                         buckets.append({"joint": joint, "name": joint["name"], "checked": True, "opened": True})
                 claimed = self.mask(group)
-        seen, result = set(), []
+        first = {}  # of buckets with equal roots
         for bucket in buckets:
             key = tuple(bucket["joint"][name] for name in ("stamp", "name", "path", "type"))
-            if key not in seen:
-                seen.add(key)
-                result.append(bucket)
-        sort_joints([bucket["joint"] for bucket in result])
-        return result
+            first.setdefault(key, bucket)
+        sort_joints([bucket["joint"] for bucket in first.values()])
+        return list(first.values())
 
     def load(self, paths):
         self.find_anchors()
@@ -305,17 +270,16 @@ class Matching:
 
     def load_layer(self, paths, scopes):
         joints = []
-        for location, scope in self.layer(paths, scopes):
-            below, rule = self.load_layer(location.children, scope.children), scope.rule
-            name, path = location.name, location.path
-            joints.append(self.joint(rule.stamp, rule.name, name, path, below, rule.icon, rule.color))
+        for found, scope in self.layer(paths, scopes):
+            below = self.load_layer(found.children, scope.children)
+            stamp, kind = scope.rule.stamp, scope.rule.name
+            joints.append(self.joint(stamp, kind, found.name, found.path, below, scope.icon, scope.color))
         return joints
 
     def joint(self, stamp, kind, name, path, children, icon, color):
-        joint = {"stamp": stamp, "type": kind, "name": name, "path": path}
-        joint |= {"children": children, "icon": icon, "color": color}
         self.hooks.append(path)
-        return joint
+        joint = {"stamp": stamp, "type": kind, "name": name, "path": path}
+        return {**joint, "children": children, "icon": icon, "color": color}
 
 
 def sort_joints(joints):

@@ -4,6 +4,7 @@ import logging
 import threading
 from collections import Counter
 from contextlib import contextmanager
+from functools import partial, wraps
 from types import SimpleNamespace
 
 import core
@@ -11,61 +12,64 @@ import core
 Rule = core._Project.Settings.Rule
 
 
-class DictHost(core.Scene.Operator):
-    """Holds path to (parent, type). Counts the calls of its operations, and raises where it is told to.
+def counted(operation):
+    """An operation of the host below that is counted, and fails where the test wants it to."""
 
-    What follows a "#" in a path is no part of the name, so that siblings can have the same one.
-    """
+    @wraps(operation)
+    def call(host, *arguments):
+        name = operation.__name__
+        host.calls[name] += 1
+        host.before(name)
+        if name in host.failures:
+            raise host.failures[name]
+        return operation(host, *arguments)
+
+    return call
+
+
+class DictHost(core.Scene.Operator):
+    """Holds path to (parent, type). What follows a "#" in a path is no part of the name."""
 
     TYPE_MAPPING = {"xform": "transform", "loc": "locator"}
 
-    def __init__(self, objects=()):
+    def __init__(self):
         super().__init__()
-        self.objects, self.children = {}, {}
-        self.selection, self.data = [], []
+        self.objects, self.children, self.selection, self.data = {}, {}, [], []
         self.appended, self.removed, self.selected = [], [], []
         self.calls, self.failures = Counter(), {}
-        self.before = lambda operation, *arguments: None  # what a test does inside a call
-        for path, parent, kind in objects:
-            self.put(path, parent, kind)
+        self.before = lambda operation: None  # what a test does inside a call
 
     def put(self, path, parent=None, kind="transform"):
         self.objects[path] = (parent, kind)
         if parent:
             self.children.setdefault(parent, []).append(path)
 
-    def called(self, operation, *arguments):
-        self.calls[operation] += 1
-        self.before(operation, *arguments)
-        if operation in self.failures:
-            raise self.failures[operation]
-
+    @counted
     def object_exists(self, path):
-        self.called("object_exists", path)
         return path in self.objects
 
+    @counted
     def get_type(self, path):
-        self.called("get_type", path)
         return self.objects[path][1]
 
+    @counted
     def get_parent(self, path):
-        self.called("get_parent", path)
         return self.objects[path][0] if path in self.objects else None
 
+    @counted
     def get_children(self, path):
-        self.called("get_children", path)
         return self.children.get(path)
 
+    @counted
     def name_from_path(self, path):
-        self.called("name_from_path", path)
         return core.Scene.Operator.name_from_path(path).split("#")[0]
 
+    @counted
     def get_selection(self):
-        self.called("get_selection")
         return list(self.selection)
 
+    @counted
     def get_selection_roots(self):
-        self.called("get_selection_roots")
         roots = []
         for path in self.selection:
             while self.objects[path][0]:
@@ -74,35 +78,35 @@ class DictHost(core.Scene.Operator):
                 roots.append(path)
         return roots
 
+    @counted
     def select(self, *paths):
-        self.called("select", *paths)
-        self.selected.append(list(paths))
         self.selection = list(paths)
+        self.selected.append(self.selection)
 
+    @counted
     def query_filedata(self):
-        self.called("query_filedata")
         return self.data
 
+    @counted
     def embed_filedata(self, data):
-        self.called("embed_filedata", data)
         self.data = data
 
+    @counted
     def erase_filedata(self):
-        self.called("erase_filedata")
         self.data = []
 
+    @counted
     def postscript_scan_append(self, joint):
-        self.called("postscript_scan_append", joint)
         self.appended.append(joint.path)
 
+    @counted
     def postscript_scan_remove(self, joint):
-        self.called("postscript_scan_remove", joint)
         self.removed.append(joint.path)
 
 
 def scene(tree, parent="", into=None):
     """A host of nested dicts of names; a "name:type" has another type than transform."""
-    host = into or DictHost()
+    host = DictHost() if into is None else into
     for key, below in tree.items():
         name, _, kind = key.partition(":")
         path = f"{parent}/{name}"
@@ -138,11 +142,10 @@ def session(host, *nodes):
     buffer = core.Scene._Buffer(host, virtual, hierarchy)
     events, callbacks = [], core._CallBacks()
     for name in ("empty_scan_selection", "used_scan_selection", "empty_scan_result"):
-        getattr(callbacks, name).register(lambda name=name: events.append(name))
+        getattr(callbacks, name).register(partial(events.append, name))
     scanner = core.Scene._Scanner(None, host, virtual, hierarchy, buffer, callbacks)
-    return SimpleNamespace(
-        host=host, virtual=virtual, hierarchy=hierarchy, buffer=buffer, scanner=scanner, events=events
-    )
+    parts = {"virtual": virtual, "hierarchy": hierarchy, "buffer": buffer, "scanner": scanner}
+    return SimpleNamespace(host=host, events=events, **parts)
 
 
 @contextmanager

@@ -3,18 +3,25 @@
 import re
 from functools import cache
 from random import Random
-from types import SimpleNamespace
 
 import plain_scan
 import pytest
-from hosts import DictHost, node, rule, scene, session
+from hosts import DictHost, logged, node, rule, scene, session
 from hypothesis import event, given, settings
 from hypothesis import strategies as st
 
-import core
-
 STEMS = ["a", "b", "ab"]
-NAMES = [*(f"{stem}_{end}" for stem in STEMS for end in "xy"), *STEMS, "", "a_x_y", "._x", "^a", "grp", "b\n", "\udc80_x"]
+NAMES = [
+    *(f"{stem}_{end}" for stem in STEMS for end in "xy"),
+    *STEMS,
+    "",
+    "a_x_y",
+    "._x",
+    "^a",
+    "grp",
+    "b\n",
+    "\udc80_x",
+]
 TYPES = ["transform", "locator"]
 # Expressions as projects have them, beside those of random pieces.
 USUAL = [
@@ -22,7 +29,17 @@ USUAL = [
     *("^<n:[ab]+>", "^<n>", "^<n:a><m:b?>_", "^<m:<n>>_", "^<n:[ab]+>_<n>?", "^<n>$|^<n>_", "^<n:[ab]*>$"),
 ]
 PIECES = [
-    *("<n:[ab]+>", "<n:[a-z]>", "<m:.>", "<m:[ab]*>", "<n:^[ab]+>", "<n:[ab]+$>", "<m:^a$>", "<m:x|y>", "<n:b>"),
+    *(
+        "<n:[ab]+>",
+        "<n:[a-z]>",
+        "<m:.>",
+        "<m:[ab]*>",
+        "<n:^[ab]+>",
+        "<n:[ab]+$>",
+        "<m:^a$>",
+        "<m:x|y>",
+        "<n:b>",
+    ),
     *("<:a>", "<<n:[ab]>", "<n:(>", "<n>", "<m>", "<n><n>", "<>", "<k>", "<a:x:y>", "(?:<n>|b)"),
     *("", "a", "[ab]+", ".", "_", "_x", "_[xy]", "\\w*", "(", "a|b"),
 ]
@@ -62,19 +79,20 @@ class Maker:
         return made
 
     def layer(self, depth):
-        some = [self.rule() for _ in range(self.random.choice([1, 1, 2, 2, 3]))]
-        if some and self.chance(10):
-            some.append(self.random.choice(some))  # equal rules
+        some = [self.rule() for _ in range(self.random.choice([1, 1, 1, 2, 2, 3]))]
+        if some and self.chance(10) and (depth or not self.has_ghost):
+            some.append(self.random.choice(some))  # equal rules; not where objects can come twice
         return [node(one, *(self.layer(depth + 1) if depth < self.depth and self.chance(70) else ())) for one in some]
 
     def pattern(self):
+        self.has_ghost = self.chance(30)
         top = self.layer(0)
-        if self.chance(60):
+        if not self.has_ghost:
             self.grow_groups(top, "")
             return top
-        ghost = rule("ghost", self.random.choice(["^grp", "", "^<n:a>", "a"]))
+        ghost = rule("ghost", self.random.choice(["^grp", "^grp", "", "^<n:a>", "p$"]))
         ghost.types = self.random.choice([[], ["sceneRoot", "locator"], ["transform"], ["transform"]])
-        self.grow_groups(top, "" if self.chance(30) else self.put("", "grp", ghost))
+        self.grow_groups(top, "" if self.chance(30) else self.put("", self.random.choice(["grp", "grp_a"]), ghost))
         return [node(self.rule()), node(ghost, *top)] if self.chance(20) else [node(ghost, *top)]
 
     def put(self, parent, name, rule):
@@ -89,7 +107,9 @@ class Maker:
             self.grow(top, parent, self.random.choice(STEMS))
         paths = list(self.host.objects)
         roots = [path for path in paths if not self.host.objects[path][0]]
-        self.host.selection = roots if self.chance(70) else self.random.sample(paths, self.random.randint(0, len(paths)))
+        self.host.selection = (
+            roots if self.chance(70) else self.random.sample(paths, self.random.randint(0, len(paths)))
+        )
         self.random.shuffle(self.host.selection)
 
     def grow(self, layer, parent, stem):
@@ -107,7 +127,8 @@ class Maker:
             siblings.append("/lost")  # listed, and not there
 
 
-cases = st.tuples(st.integers(0, 2), st.integers(0, 2**32))
+many = settings(max_examples=15 * settings().max_examples)
+cases = st.tuples(st.sampled_from([1, 0, 2, 3]), st.integers(0, 2**32))
 
 
 def outcome(function, *arguments):
@@ -153,7 +174,7 @@ class Both:
             assert list(self.captures().items()) == list(self.plain.anchors.table.items())
 
 
-@settings(max_examples=700)
+@many
 @given(cases)
 def test_a_scan_agrees(case):
     both = Both.made(*case)
@@ -162,8 +183,9 @@ def test_a_scan_agrees(case):
     expected = outcome(lambda: plain.scan(plain.begin_at(selection, both.roots)))
     if isinstance(expected, type):
         event("error")
-        scanner = both.engine.scanner
-        assert outcome(lambda: scanner._scan(scanner._find_scope_roots(both.roots))) is expected
+        with logged() as messages:
+            assert both.engine.scanner.upload_buffer() is False
+        assert [type(message) for message in messages] == [expected]
         return
     event("hierarchies" if expected else "nothing")
     event("levels" if any(bucket["joint"]["children"] for bucket in expected) else "flat")
@@ -171,12 +193,10 @@ def test_a_scan_agrees(case):
     assert host.data == expected
     assert host.appended == plain.hooks
     assert host.selection == selection
-    assert both.engine.events == (
-        [] if expected else ["empty_scan_result" if selection else "empty_scan_selection"]
-    )
+    assert both.engine.events == ([] if expected else ["empty_scan_result" if selection else "empty_scan_selection"])
 
 
-@settings(max_examples=700)
+@many
 @given(cases)
 def test_matching_agrees(case):
     both = Both.made(*case)
@@ -193,7 +213,7 @@ def test_matching_agrees(case):
         both.agree(outcome(hierarchy.match, claimed, scopes), outcome(plain.match, claimed, top))
 
 
-@settings(max_examples=700)
+@many
 @given(cases, st.lists(st.booleans(), min_size=2, max_size=4))
 def test_layers_agree(case, exacts):
     both = Both.made(*case)
@@ -202,7 +222,10 @@ def test_layers_agree(case, exacts):
     plain.find_anchors()
     level, scopes, top = both.roots, both.hierarchy.pattern.get(), plain.top
     for exact in exacts:  # one level after the other, with the captures of those before
-        engine, expected = outcome(search.layer, level, scopes, exact), outcome(plain.layer, level, top, exact)
+        engine, expected = (
+            outcome(search.layer, level, scopes, exact),
+            outcome(plain.layer, level, top, exact),
+        )
         both.agree(pairs(engine), pairs(expected))
         if isinstance(expected, type) or not expected:
             return
@@ -219,28 +242,6 @@ def test_equal_rules_share_what_they_take():
     both.engine.virtual.upload(paths)
     found = pairs(search.layer(paths, both.hierarchy.pattern.get()))
     assert [path for path, _ in found] == ["/b"]  # what stands for both is what the later one found: nothing
-
-
-def test_captures_of_a_refused_object_reach_later_ones():
-    # The name of "a_x" fits, only its child is in the way; what was captured from it counts for what follows.
-    host = scene({"r": {"a_x": {"child": None}, "b_x": None, "a_y": None}})
-    wanted = node(rule("r", "^r$"), node(rule("x", "^<n:[ab]>_x", 0, 3)), node(rule("y", "^<n>_y", 1, 1)))
-    engine = session(host, wanted)
-    engine.virtual.upload(["/r"])
-    engine.hierarchy.find_anchors()
-    level, scopes = host.children["/r"], engine.hierarchy.pattern.get()[0].children
-    found = engine.hierarchy.search.layer(level, scopes, exact=False)
-    assert [(r.location.name, r.scope.rule.name) for r in found] == [("b_x", "x"), ("a_y", "y")]
-    captures = engine.hierarchy.search.logic.state.expressions
-    assert captures == {"<n:[ab]>": {("a", "/r/a_x"), ("b", "/r/b_x")}}
-
-
-def test_a_failure_below_does_not_undo_what_stands_above():
-    host = scene({"a": {"b": None}})
-    engine = session(host, node(rule("a", "^<n:a>"), node(rule("c", "^<m:c>"))))
-    engine.virtual.upload(["/a"])
-    assert engine.hierarchy.is_valid(["/a"]) is False
-    assert engine.hierarchy.search.logic.state.expressions == {"<n:a>": {("a", "/a")}, "<m:c>": set()}
 
 
 # Growth, told by counts of calls.
@@ -287,11 +288,6 @@ def test_expressions_grow_with_the_assets_only(compiled):
 
 
 def test_a_range_of_a_thousand_million_costs_nothing():
-    wide = rule("any", ".", 0, 1_000_000_000)
-    engine = session(scene({"a": None}), node(wide))
+    engine = session(scene({"a": None}), node(rule("any", ".", 0, 1_000_000_000)))
     engine.virtual.upload(["/a"])
     assert engine.hierarchy.mask(["/a"]) == ["/a"]
-    config = SimpleNamespace(**{name: getattr(wide, name) for name in ("stamp", "name", "icon", "color", "regex")})
-    config.types, config.range = (), SimpleNamespace(minimum=0, maximum=10**30)
-    numbers = core._Hierarchy.Pattern.Rule(config, None).get_range()
-    assert 10**29 in numbers and -1 not in numbers and numbers != {0, 1}

@@ -84,8 +84,9 @@ def test_what_is_no_text_is_ignored(field):
 def test_types_are_kept_as_they_come():
     rule, types = Rule({}), ["no such type"]
     rule.types = types
-    rule.types = type("Broken", (str,), {"__str__": lambda self: 5})("mesh")
     assert rule.types is rule._types is types
+    rule.types = type("Odd", (str,), {"__str__": lambda self: 5})("mesh")
+    assert rule.types == "mesh" and type(rule.types).__name__ == "_Str"
 
 
 def test_a_range_has_two_bounds_of_any_size():

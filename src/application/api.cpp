@@ -22,7 +22,7 @@ void Api::init(const py::Object& host_, const py::Object&, const py::Object&, co
 void Api::shutdown() const {
   static const py::Name kDeleteCallbacks("delete_callbacks");
   host.call(kDeleteCallbacks);
-  callbacks->clear();
+  py::Ref<CallBacks>(callbacks)->clear();
 }
 
 py::Object Api::version() const {

@@ -5,6 +5,7 @@
 namespace heron {
 
 void CallBackList::call(const py::Object& arguments, const py::Object& named) const {
+  const py::Depth depth(" while an event is reported");  // a function may report the event again
   for (const py::Object& function : functions.items()) {
     try {
       function.apply(arguments, named);

@@ -38,8 +38,9 @@ void error(const py::Object& message, const py::Dict& kwargs) {
 }
 
 void exception(const py::Object& message, const py::Dict& kwargs) {
-  const py::Object strip = message.attr(kStrip, py::Object());
-  error(strip ? strip(py::text("\n")) : message, kwargs);
+  static const py::Object* strip = new py::Object(
+      py::Object::borrow(reinterpret_cast<PyObject*>(&PyUnicode_Type)).attr(kStrip));  // never a subclass's own
+  error(message.is_text() ? (*strip)(message, py::text("\n")) : message, kwargs);
 }
 
 }  // namespace

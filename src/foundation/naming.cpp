@@ -172,8 +172,10 @@ void NamesControl::append(const py::Object& name) const { names.add(to_str(name)
 void NamesControl::remove(const py::Object& name) const { names.discard(to_str(name)); }
 
 void NamesControl::rename(const py::Object& from, const py::Object& to) const {
+  const py::Object name = to_str(to);
+  name.hash();  // what cannot be kept is refused before anything goes
   remove(from);
-  append(to);
+  names.add(name);
 }
 
 py::Object NamesControl::get_init(const py::Object& name) const {

@@ -23,7 +23,7 @@ PyObject* same(PyObject*, PyObject* value) {
   return value;
 }
 
-py::Object format_values(const py::Object& pattern, const py::Object& arguments) {
+py::Object format_values(const py::Text& pattern, const py::Object& arguments) {
   std::vector<py::Object> values;
   for (const py::Object& value : py::collect(arguments)) values.push_back(to_str(value));
   return to_str(pattern).attr(kFormat).apply(py::tuple(values));
@@ -52,11 +52,13 @@ void expose_str_class(const py::Scope& module) {
 
 py::Object to_str(const py::Object& value) {
   if (!value.is_text() || Py_TYPE(value.get()) == str_type) return value;
-  return py::Object::borrow(reinterpret_cast<PyObject*>(str_type))(value);
+  // The characters themselves, whatever a subclass's `__str__` makes of them.
+  const py::Object plain = py::Object::steal(PyUnicode_FromObject(value.get()));
+  return py::Object::borrow(reinterpret_cast<PyObject*>(str_type))(plain);
 }
 
 py::Object format(std::string_view pattern, const std::vector<py::Object>& values) {
-  return format_values(py::text(pattern), py::tuple(values));
+  return format_values(py::Text(py::text(pattern)), py::tuple(values));
 }
 
 void expose_text(const py::Scope& module) {

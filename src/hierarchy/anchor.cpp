@@ -42,7 +42,7 @@ std::string merge_ends(const std::string& anchor, const std::string& expr_part, 
 }
 
 /// The pairs themselves come back, in their new order.
-py::List get_scope_sorted(const std::string& path, const py::Object& array) {
+py::List get_scope_sorted(const std::string& path, const py::Iterable& array) {
   struct Entry {
     py::Object pair;
     Capture capture;
@@ -59,7 +59,7 @@ py::List get_scope_sorted(const std::string& path, const py::Object& array) {
   // A set has an order of its own on each run; the result must not depend on it.
   if (PyAnySet_Check(array.get())) {
     std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return Capture::by_scope(a.capture, b.capture); });
+              [](const Entry& a, const Entry& b) { return Capture::backwards(a.capture, b.capture); });
   }
   std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.shared < b.shared; });
   py::List sorted;
@@ -152,7 +152,7 @@ void expose_anchor(const py::Scope& hierarchy) {
   py::function<&get_scope_sorted>(
       anchor, "get_scope_sorted", {"path", "array"},
       "The (match, scope) pairs as a list, those whose scope shares the longest start with `path` first.\n\n"
-      "Among equals the later one of `array` comes first; a set counts as sorted by scope and match.");
+      "Among equals the later one of `array` comes first; a set counts as sorted backwards, by scope and match.");
   py::function<&count_shared_symbols>(anchor, "count_shared_symbols", {"source", "target"},
                                       "The number of characters that two texts have in common at their start.");
 

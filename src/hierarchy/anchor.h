@@ -37,9 +37,13 @@ class Anchor {
     py::Object owner_;  // the work may run Python code that lets go of the anchor
   };
 
-  // Not offered to the garbage collector, which might drop it before the logic that works on it; a state refers to
-  // nothing but its own map.
+  // Offered to the garbage collector to look at but not to drop: the logic works on it.
   const py::Ref<State> state = py::Ref<State>::make();
+
+  template <class V>
+  void members(V& visit) {
+    if constexpr (std::is_same_v<V, py::Traverse>) visit(state);
+  }
 
  private:
   AnchorLogic logic_{state->content(), ReMatcher::shared()};

@@ -12,7 +12,7 @@ bool stands_in(std::string_view piece, std::string_view text) { return text.find
 /// The same replacement where a captured text holds the usage itself, and so leaves work for the next capture.
 std::string replace_in_turn(std::string expression, std::string_view usage, std::vector<Capture> captures,
                             std::string_view path) {
-  std::sort(captures.begin(), captures.end(), Capture::by_scope);
+  std::sort(captures.begin(), captures.end(), Capture::backwards);
   sort_by_closeness(captures, path);
   for (const Capture& capture : captures) {
     if (capture.text.empty() || !anchor_text::same_scope(capture.scope, path)) continue;
@@ -33,7 +33,7 @@ void replace_by_value(std::string& expression, std::string_view anchor, std::str
 std::string AnchorLogic::replace_anchors(std::string_view expression, std::string_view path) {
   std::string result(expression);
   for (std::size_t key = 0; key < state_.definitions->size(); ++key) {
-    const std::string& usage = (*state_.definitions)[key].usage;
+    const std::string& usage = (*state_.definitions)[key].usage();
     if (!stands_in(usage, result)) continue;
     index_.follow(state_.last);
     if (const Capture* capture = index_.closest(key, path)) {
@@ -48,8 +48,8 @@ std::string AnchorLogic::replace_anchors(std::string_view expression, std::strin
 std::string AnchorLogic::apply_anchors(std::string_view expression) const {
   std::string result(expression);
   for (const Definition& definition : *state_.definitions) {
-    replace_by_value(result, definition.text, definition.value);
-    replace_by_value(result, definition.usage, definition.value);
+    replace_by_value(result, definition.text(), definition.value());
+    replace_by_value(result, definition.usage(), definition.value());
   }
   return result;
 }
@@ -61,18 +61,17 @@ bool AnchorLogic::match(std::string_view expression, std::string_view name, std:
   return true;
 }
 
-std::vector<AnchorLogic::Captured> AnchorLogic::captures(std::string_view expression, std::string_view name) {
-  std::vector<Captured> captured;
-  const std::shared_ptr<const Definitions> definitions = state_.definitions;
-  for (std::size_t key = 0; key < definitions->size(); ++key) {
-    const std::string& text = (*definitions)[key].text;
+AnchorLogic::CapturedTexts AnchorLogic::captures(std::string_view expression, std::string_view name) {
+  CapturedTexts captured{state_.definitions, {}};
+  for (std::size_t key = 0; key < captured.definitions->size(); ++key) {
+    const std::string& text = (*captured.definitions)[key].text();
     if (!stands_in(text, expression)) continue;
     // Not a group of the expression: what is left once the parts before and after are cut away.
     const auto [start, end] = anchor_text::split_at(expression, text);
     std::string rest(name);
     if (!start.empty()) rest = cut(start, '^', rest);
     if (!end.empty()) rest = cut(end, '$', rest);
-    if (!rest.empty()) captured.push_back({key, std::move(rest)});
+    if (!rest.empty()) captured.texts.push_back({key, std::move(rest)});
   }
   return captured;
 }
@@ -84,22 +83,26 @@ std::string AnchorLogic::cut(std::string_view expression, char edge, const std::
   return matcher_.remove_all(plain, name);
 }
 
-void AnchorLogic::record(const std::vector<Captured>& captured, std::string_view path) {
-  for (const auto& [key, text] : captured) {
+void AnchorLogic::record(const CapturedTexts& captured, std::string_view path) {
+  for (const auto& [key, text] : captured.texts) {
+    // An expression may run Python code, and that may give the state another table.
+    const bool same = captured.definitions == state_.definitions;
+    const std::optional<std::size_t> known = same ? key : state_.definitions->find((*captured.definitions)[key].text());
+    if (!known) continue;
     Capture capture{text, std::string(path)};
     index_.follow(state_.last);
-    if (!index_.contains(key, capture)) state_.add(key, std::move(capture));
+    if (!index_.contains(*known, capture)) state_.add(*known, std::move(capture));
   }
 }
 
 bool AnchorLogic::has_anchor(std::string_view expression) const {
   return std::any_of(state_.definitions->begin(), state_.definitions->end(),
-                     [&](const Definition& definition) { return stands_in(definition.text, expression); });
+                     [&](const Definition& definition) { return stands_in(definition.text(), expression); });
 }
 
 bool AnchorLogic::has_sub_anchor(std::string_view expression) const {
   return std::any_of(state_.definitions->begin(), state_.definitions->end(),
-                     [&](const Definition& definition) { return stands_in(definition.usage, expression); });
+                     [&](const Definition& definition) { return stands_in(definition.usage(), expression); });
 }
 
 }  // namespace heron

@@ -34,9 +34,15 @@ class AnchorLogic {
     std::size_t key;
     std::string text;
   };
+  /// Texts captured while these definitions were looked for.
+  struct CapturedTexts {
+    std::shared_ptr<const Definitions> definitions;
+    std::vector<Captured> texts;
+  };
   /// What `name` holds at the definitions of an expression that it matches.
-  std::vector<Captured> captures(std::string_view expression, std::string_view name);
-  void record(const std::vector<Captured>& captured, std::string_view path);
+  CapturedTexts captures(std::string_view expression, std::string_view name);
+  /// Adds captures to the state; those of a definition that the state knows no more are dropped.
+  void record(const CapturedTexts& captured, std::string_view path);
 
   bool has_anchor(std::string_view expression) const;
   bool has_sub_anchor(std::string_view expression) const;

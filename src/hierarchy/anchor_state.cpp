@@ -31,7 +31,7 @@ Py_hash_t hash_of(const AnchorState& state) {
   for (std::size_t key = 0; key < tables.size(); ++key) {
     std::vector<py::Object> pairs;
     for (const Capture& capture : tables[key]) pairs.push_back(as_tuple(capture));
-    entries.push_back(py::tuple({py::text((*state.definitions)[key].text), py::tuple(pairs)}));
+    entries.push_back(py::tuple({py::text((*state.definitions)[key].text()), py::tuple(pairs)}));
   }
   return py::tuple(entries).hash();
 }
@@ -53,10 +53,10 @@ py::Object State::add(const py::Object& other) {
   const AnchorState& right = py::value_of<State>(other.get()).native();
   const std::vector<std::vector<Capture>> tables = right.tables(), known = sum.tables();
   auto definitions = std::make_shared<Definitions>(*sum.definitions);
-  for (const Definition& definition : *right.definitions) definitions->add(definition.text);
+  for (const Definition& definition : *right.definitions) definitions->add(definition.text());
   sum.definitions = definitions;
   for (std::size_t i = 0; i < tables.size(); ++i) {
-    const std::size_t key = definitions->add((*right.definitions)[i].text);
+    const std::size_t key = definitions->add((*right.definitions)[i].text());
     add_captures(sum, key, tables[i], key < known.size() ? known[key] : std::vector<Capture>());
   }
   return of(std::move(sum));
@@ -151,7 +151,7 @@ py::Dict State::table(const AnchorState& state) {
   for (std::size_t key = 0; key < captures.size(); ++key) {
     const py::Object set = py::Object::steal(PySet_New(nullptr));
     for (const Capture& capture : captures[key]) py::checked(PySet_Add(set.get(), as_tuple(capture).get()));
-    table.set(py::text((*state.definitions)[key].text), set);
+    table.set(py::text((*state.definitions)[key].text()), set);
   }
   return table;
 }

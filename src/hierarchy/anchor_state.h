@@ -32,6 +32,8 @@ class State {
   /// Makes the map, if somebody holds it, show what the native operations did.
   void publish();
   void reset(AnchorState content);
+  /// Lets go of the map that Python holds, as an assignment of another table does.
+  void detach() { opened_ = py::Object(); }
   /// Takes the hash of the native content, whatever the map says.
   void make_native_hash();
 

@@ -61,7 +61,7 @@ const Capture* CaptureIndex::closest(std::size_t key, std::string_view path) con
   const Capture* best = nullptr;
   std::size_t best_shared = 0;
   const auto consider = [&](const Capture* capture, std::size_t shared) {
-    if (best == nullptr || shared > best_shared || (shared == best_shared && Order()(best, capture))) {
+    if (best == nullptr || shared > best_shared || (shared == best_shared && Order()(capture, best))) {
       best = capture;
       best_shared = shared;
     }
@@ -76,8 +76,7 @@ const Capture* CaptureIndex::closest(std::size_t key, std::string_view path) con
     if (next != shelf.begin()) {
       shared = std::max(shared, anchor_text::shared_start((*std::prev(next))->scope, path));
     }
-    const auto beyond = shelf.lower_bound(Order::BeyondStart{path.substr(0, shared)});
-    consider(*std::prev(beyond), shared);
+    consider(*shelf.lower_bound(path.substr(0, shared)), shared);
   };
   walk(path, look_into);  // further down than it gets, nothing was captured
   return best;

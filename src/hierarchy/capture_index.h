@@ -26,7 +26,8 @@ class CaptureIndex {
   bool contains(std::size_t key, const Capture& capture) const;
 
   /// The visible capture that shares the longest start with `path`, counted in characters; none if none is visible.
-  /// Among equals the greatest path, then the greatest text: the same on every run.
+  /// Among equals the first path, then the first text: the same on every run, and an object's own ancestor comes
+  /// before others whose paths only begin like it.
   const Capture* closest(std::size_t key, std::string_view path) const;
 
  private:
@@ -57,17 +58,11 @@ class CaptureIndex {
   };
   struct Order {  // by path, then by text
     using is_transparent = void;
-    struct BeyondStart {  // after every path that begins like this
-      std::string_view start;
-    };
     bool operator()(const Capture* a, const Capture* b) const {
       const int order = a->scope.compare(b->scope);
       return order != 0 ? order < 0 : a->text < b->text;
     }
     bool operator()(const Capture* a, std::string_view path) const { return a->scope < path; }
-    bool operator()(const Capture* a, const BeyondStart& b) const {
-      return std::string_view(a->scope).substr(0, b.start.size()) <= b.start;
-    }
   };
   using Shelf = std::set<const Capture*, Order>;
 

@@ -6,12 +6,24 @@
 
 namespace heron {
 
+Definition::Definition(std::string_view text) : text_(text) {
+  if (anchor_text::has_definition(text)) unpacked_ = anchor_text::unpack(text);
+}
+
+const anchor_text::Unpacked& Definition::unpacked() const {
+  if (!unpacked_) anchor_text::unpack(text_);  // throws what is wrong with it
+  return *unpacked_;
+}
+
 std::size_t Definitions::add(std::string_view text) {
   const auto [found, added] = keys_.try_emplace(std::string(text), all_.size());
-  if (added) {
-    auto [usage, value] = anchor_text::unpack(text);
-    all_.push_back({std::string(text), std::move(usage), std::move(value)});
-  }
+  if (added) all_.emplace_back(text);
+  return found->second;
+}
+
+std::optional<std::size_t> Definitions::find(const std::string& text) const {
+  const auto found = keys_.find(text);
+  if (found == keys_.end()) return std::nullopt;
   return found->second;
 }
 
@@ -31,7 +43,7 @@ CaptureLink::~CaptureLink() {
 std::vector<std::vector<Capture>> AnchorState::tables() const {
   std::vector<std::vector<Capture>> tables(definitions->size());
   for (const CaptureLink* link = last.get(); link != nullptr; link = link->before.get()) {
-    tables[link->key].push_back(link->capture);
+    if (link->key < tables.size()) tables[link->key].push_back(link->capture);
   }
   for (auto& table : tables) std::sort(table.begin(), table.end());
   return tables;

@@ -2,24 +2,39 @@
 
 #include <compare>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "hierarchy/anchor_text.h"
+
 namespace heron {
 
 /// A definition anchor of the pattern, taken apart once.
-struct Definition {
-  std::string text;   ///< `<name:value>` as it stands in expressions: the key of the table
-  std::string usage;  ///< `<name>`
-  std::string value;
+class Definition {
+ public:
+  explicit Definition(std::string_view text);
+
+  /// `<name:value>` as it stands in expressions: the key of the table. A table made in Python may have other keys.
+  const std::string& text() const { return text_; }
+  const std::string& usage() const { return unpacked().usage; }  ///< `<name>`
+  const std::string& value() const { return unpacked().value; }
+
+ private:
+  /// std::invalid_argument for a key that is no definition: it can be kept, but not matched with.
+  const anchor_text::Unpacked& unpacked() const;
+
+  std::string text_;
+  std::optional<anchor_text::Unpacked> unpacked_;
 };
 
 /// The definition anchors of a pattern, in the order in which they are looked for. Never changes once shared.
 class Definitions {
  public:
   std::size_t add(std::string_view text);  ///< The number of this definition, new or known.
+  std::optional<std::size_t> find(const std::string& text) const;
   std::size_t size() const { return all_.size(); }
   const Definition& operator[](std::size_t key) const { return all_[key]; }
   auto begin() const { return all_.begin(); }
@@ -34,9 +49,9 @@ class Definitions {
 struct Capture {
   std::string text, scope;
   auto operator<=>(const Capture&) const = default;
-  /// Another order, in which the captures of one path stand together.
-  static bool by_scope(const Capture& a, const Capture& b) {
-    return a.scope != b.scope ? a.scope < b.scope : a.text < b.text;
+  /// The order that a set of captures counts as having, so that of equally close ones the first path wins.
+  static bool backwards(const Capture& a, const Capture& b) {
+    return a.scope != b.scope ? a.scope > b.scope : a.text > b.text;
   }
 };
 

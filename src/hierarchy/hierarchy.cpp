@@ -14,7 +14,7 @@ bool holds(const py::Object& container, const py::Object& item) {
   return py::checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
 }
 
-bool is_optional(const py::Object& scopes) {
+bool is_optional(const py::Iterable& scopes) {
   static const py::Name kIsOptional("is_optional");
   const std::vector<py::Object> all = py::collect(scopes);
   return std::all_of(all.begin(), all.end(),
@@ -30,6 +30,7 @@ bool is_deadlock(const py::Object& response) {
 }  // namespace
 
 void Hierarchy::init(const py::Object& query_operator, const py::Object& check_classes) {
+  if (running_) py::raise(PyExc_RuntimeError, "_Hierarchy cannot be set up anew while it is matching");
   auto fresh_pattern = py::Ref<Pattern>::make();
   fresh_pattern->init(check_classes);
   auto fresh_search = py::Ref<Search>::make();
@@ -39,12 +40,14 @@ void Hierarchy::init(const py::Object& query_operator, const py::Object& check_c
   search = std::move(fresh_search);
 }
 
-py::List Hierarchy::root_scopes(const py::Object& roots) const {
+py::List Hierarchy::root_scopes(const py::Iterable& roots) const {
   const std::vector<py::Object> paths = py::collect(roots);
   py::List groups;
-  const py::Object ghost = pattern->get_ghost();
+  const py::Object ghost = py::Ref<Pattern>(pattern)->get_ghost();
   if (ghost.is_none()) {
-    groups.append(py::Object::steal(PySequence_List(roots.or_none())));
+    const py::List group;
+    for (const py::Object& path : paths) group.append(path);
+    groups.append(group);
     return groups;
   }
   const py::Dict by_parent;
@@ -62,8 +65,8 @@ py::List Hierarchy::root_scopes(const py::Object& roots) const {
   return groups;
 }
 
-bool Hierarchy::ghost_scope_match(const py::Object& roots) const {
-  const py::Object ghost = pattern->get_ghost();
+bool Hierarchy::ghost_scope_match(const py::Iterable& roots) const {
+  const py::Object ghost = py::Ref<Pattern>(pattern)->get_ghost();
   if (ghost.is_none()) return true;
   const std::vector<py::Object> paths = py::collect(roots);
   return std::all_of(paths.begin(), paths.end(), [&](const py::Object& path) { return is_ghost_root(ghost, path); });
@@ -79,7 +82,7 @@ bool Hierarchy::is_ghost_root(const py::Object& ghost, const py::Object& path) c
   return holds(types, to_str(query_op.call(host::kGetType, parent)));
 }
 
-py::List Hierarchy::mask(const py::Object& roots) {
+py::List Hierarchy::mask(const py::Iterable& roots) {
   HierarchyRun run(*this);
   run.find_anchors();
   LayerShelf shelf(run.locate(roots));
@@ -89,25 +92,25 @@ py::List Hierarchy::mask(const py::Object& roots) {
   return paths;
 }
 
-bool Hierarchy::is_valid(const py::Object& roots) { return HierarchyRun(*this).is_valid(roots); }
+bool Hierarchy::is_valid(const py::Iterable& roots) { return HierarchyRun(*this).is_valid(roots); }
 
-bool Hierarchy::match(const py::Object& roots, const py::Object& scopes) {
+bool Hierarchy::match(const py::Iterable& roots, const py::Iterable& scopes) {
   HierarchyRun run(*this, scopes);
-  const bool matches = run.runner().match(run.locate(roots), run.pattern().plan().top());
+  const bool matches = run.runner().match(run.locate(roots), run.pattern().plan().top()).has_value();
   run.finish();
   return matches;
 }
 
 void Hierarchy::find_anchors() {
-  const PlannedPattern planned(pattern->get());
-  search->logic->state->reset({planned.plan().definitions, nullptr});
+  const py::Ref<Search> held = search;
+  held->logic->state->reset({collect_definitions(py::Ref<Pattern>(pattern)->get()), nullptr});
 }
 
-void Hierarchy::run_over_rules(const py::Object& function, const py::Object& scopes) const {
+void Hierarchy::run_over_rules(const py::Object& function, const py::Iterable& scopes) const {
   const py::Depth depth(" while a pattern is walked");
   for (const py::Object& scope : py::collect(scopes)) {
     function(scope.attr(fields::kRule));
-    run_over_rules(function, scope.attr(fields::kChildren));
+    run_over_rules(function, py::Iterable(scope.attr(fields::kChildren)));
   }
 }
 

@@ -10,15 +10,15 @@ class Hierarchy {
  public:
   void init(const py::Object& query_operator, const py::Object& check_classes);
 
-  py::List root_scopes(const py::Object& roots) const;
-  bool ghost_scope_match(const py::Object& roots) const;
+  py::List root_scopes(const py::Iterable& roots) const;
+  bool ghost_scope_match(const py::Iterable& roots) const;
   bool is_ghost_root(const py::Object& ghost, const py::Object& path) const;
 
-  py::List mask(const py::Object& roots);
-  bool is_valid(const py::Object& roots);
-  bool match(const py::Object& roots, const py::Object& scopes);
+  py::List mask(const py::Iterable& roots);
+  bool is_valid(const py::Iterable& roots);
+  bool match(const py::Iterable& roots, const py::Iterable& scopes);
   void find_anchors();
-  void run_over_rules(const py::Object& function, const py::Object& scopes) const;
+  void run_over_rules(const py::Object& function, const py::Iterable& scopes) const;
 
   py::Object get_pattern() const { return pattern; }
   py::Object get_search() const { return search; }

@@ -9,24 +9,31 @@ HierarchyRun::Claim::Claim(Hierarchy& hierarchy) : hierarchy_(py::Ref<Hierarchy>
 
 HierarchyRun::HierarchyRun(Hierarchy& hierarchy, const py::Object& scopes)
     : claim_(hierarchy),
+      search_(hierarchy.search),
+      anchor_(search_->logic),
       planned_(scopes),
       copy_(snapshot_of(hierarchy.query_op)),
       locations_(hierarchy.query_op),
-      runner_(hierarchy.search->logic->logic(), objects(), planned_.plan()) {
+      runner_(anchor_->logic(), objects(), planned_.plan()) {
   state().native();
+  if (!planned_.plan().top().scopes.empty()) state().detach();
 }
 
 std::shared_ptr<SceneCopy> HierarchyRun::snapshot_of(const py::Object& query) {
   // Exactly our own snapshot: a subclass may answer otherwise.
-  return Py_TYPE(query.or_none()) == py::TypeOf<Virtual>::type ? py::value_of<Virtual>(query.get()).copy() : nullptr;
+  if (Py_TYPE(query.or_none()) != py::TypeOf<Virtual>::type) return nullptr;
+  std::shared_ptr<SceneCopy> copy = py::value_of<Virtual>(query.get()).copy();
+  if (copy->uploads > 0) py::raise(PyExc_RuntimeError, "_Hierarchy cannot match while the snapshot is taken");
+  return copy;
 }
 
 std::vector<ObjectId> HierarchyRun::locate(const py::Object& paths) {
   if (!copy_) return locations_.locate(paths);
   std::vector<ObjectId> found;
   for (const py::Object& path : py::collect(paths)) {
+    if (path.is_none()) continue;  // stands for no object
     const auto id = copy_->snapshot.find(py::Utf8(path));
-    if (id && copy_->snapshot.exists(*id)) found.push_back(*id);
+    if (id && copy_->snapshot.is_found(*id)) found.push_back(*id);
   }
   return found;
 }
@@ -45,15 +52,17 @@ void HierarchyRun::find_anchors() { state().reset({planned_.plan().definitions, 
 
 bool HierarchyRun::is_valid(const py::Object& roots) {
   find_anchors();
-  const bool valid = runner_.is_valid(locate(roots));
+  const bool valid = runner_.match_whole(locate(roots)).has_value();
   finish();
   return valid;
 }
 
 void HierarchyRun::finish() {
-  // Each scope of a layer ends in captures put in place, and that brings their hash up to date.
-  if (!planned_.plan().top().scopes.empty()) state().make_native_hash();
-  state().publish();
+  if (runner_.search().applied()) {
+    state().detach();
+    state().make_native_hash();
+  }
+  search_->set_backup(runner_.search().backup());
 }
 
 }  // namespace heron

@@ -12,7 +12,7 @@ namespace heron {
 /// hierarchy's search. RuntimeError while another run of the same hierarchy is under way.
 class HierarchyRun {
  public:
-  explicit HierarchyRun(Hierarchy& hierarchy) : HierarchyRun(hierarchy, hierarchy.pattern->get()) {}
+  explicit HierarchyRun(Hierarchy& hierarchy) : HierarchyRun(hierarchy, py::Ref<Pattern>(hierarchy.pattern)->get()) {}
   HierarchyRun(Hierarchy& hierarchy, const py::Object& scopes);
 
   Runner& runner() { return runner_; }
@@ -46,9 +46,11 @@ class HierarchyRun {
 
   static std::shared_ptr<SceneCopy> snapshot_of(const py::Object& query);
   Objects& objects() { return copy_ ? static_cast<Objects&>(copy_->snapshot) : locations_; }
-  State& state() const { return *claim_->search->logic->state; }
+  State& state() const { return *anchor_->state; }
 
   const Claim claim_;
+  const py::Ref<Search> search_;
+  const py::Ref<Anchor> anchor_;
   const PlannedPattern planned_;
   const std::shared_ptr<SceneCopy> copy_;  // the snapshot, where that is what the hierarchy asks
   LocationObjects locations_;              // any other query object

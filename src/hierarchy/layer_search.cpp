@@ -30,7 +30,7 @@ void LayerSearch::make_guess() {
       reset_state();
       return;
     }
-    logic_.state() = shared;
+    put_back(shared);
     for (const LayerShelf::Position position : taken) shelf_->take(position);
     guess_[scope.slot] = std::move(taken);
   }
@@ -62,7 +62,7 @@ std::vector<LayerShelf::Position> LayerSearch::take_matching(const ScopePlan& sc
 
 bool LayerSearch::scope_match(ObjectId object, const ScopePlan& scope) {
   if (!rules_.matches(*scope.rule, object)) return false;
-  return !scope.children->scopes.empty() || !objects_.view(object).has_children;
+  return !scope.leaf || !objects_.view(object).has_children;
 }
 
 bool LayerSearch::wrong_guess() const {

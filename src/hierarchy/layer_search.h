@@ -32,7 +32,7 @@ class LayerSearch {
   // The same step by step.
   void load(LayerShelf& shelf, const LayerPlan& layer, bool exact);
   void backup_state() { backup_ = logic_.state(); }
-  void reset_state() { logic_.state() = backup_; }
+  void reset_state() { put_back(backup_); }
   void make_guess();
   bool wrong_guess() const;
   std::vector<Pairing> response() const;
@@ -40,12 +40,18 @@ class LayerSearch {
   /// Does this object fit this scope? What its name holds is captured even if it fails only by having children.
   bool scope_match(ObjectId object, const ScopePlan& scope);
 
+  /// Were captures put in place of the working ones since this was made?
+  bool applied() const { return applied_; }
   const AnchorState& backup() const { return backup_; }
   void set_backup(AnchorState state) { backup_ = std::move(state); }
   /// What the scopes of this slot took; none if they were not reached.
   const std::optional<std::vector<LayerShelf::Position>>& taken(std::size_t slot) const { return guess_[slot]; }
 
  private:
+  void put_back(const AnchorState& state) {
+    logic_.state() = state;
+    applied_ = true;
+  }
   std::vector<LayerShelf::Position> take_matching(const ScopePlan& scope, std::size_t index, AnchorState& shared);
 
   AnchorLogic& logic_;
@@ -53,7 +59,7 @@ class LayerSearch {
   RuleBook& rules_;
   LayerShelf* shelf_ = nullptr;
   const LayerPlan* layer_ = nullptr;
-  bool exact_ = true;
+  bool exact_ = true, applied_ = false;
   AnchorState backup_;
   std::vector<std::optional<std::vector<LayerShelf::Position>>> guess_;  // by slot
 };

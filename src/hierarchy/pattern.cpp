@@ -24,7 +24,18 @@ class Interval {
 
   Py_ssize_t length() const { return numbers.length(); }
   bool contains(const py::Object& number) const {
-    return py::checked(PySequence_Contains(numbers.get(), number.get())) != 0;
+    // Asked for anything but an integer, a range would be walked from end to end.
+    py::Object integer = number;
+    if (PyFloat_Check(number.get()) != 0) {
+      static const py::Name kIsInteger("is_integer");
+      if (!number.call(kIsInteger).truth()) return false;
+      integer = py::Object::steal(PyNumber_Long(number.get()));
+    } else if (PyIndex_Check(number.get()) != 0) {
+      integer = py::Object::steal(PyNumber_Index(number.get()));
+    } else {
+      return false;
+    }
+    return py::checked(PySequence_Contains(numbers.get(), integer.get())) != 0;
   }
   py::Object iterate() const { return py::Object::steal(PyObject_GetIter(numbers.get())); }
   bool equals(const py::Object& other) const {
@@ -104,18 +115,19 @@ py::Object Pattern::get_ghost() const {
 }
 
 void Pattern::set(const py::Object& record) {
-  set_rules(record.attr(fields::kRules));
+  set_rules(py::Iterable(record.attr(fields::kRules)));
   set_hierarchy(record.attr(fields::kPattern), py::Object::none());
   sorter::sort(get());
 }
 
-void Pattern::set_rules(const py::Object& project_rules) {
-  rules = py::Dict();
+void Pattern::set_rules(const py::Iterable& project_rules) {
+  const py::Dict fresh;
   for (const py::Object& project_rule : py::collect(project_rules)) {
     auto rule = py::Ref<PatternRule>::make();
     rule->init(project_rule, py::Object::none());
-    rules.set(project_rule.attr(fields::kStamp), rule);
+    fresh.set(project_rule.attr(fields::kStamp), rule);
   }
+  rules = fresh;
 }
 
 void Pattern::set_hierarchy(const py::Object& pattern, const py::Object& root) {
@@ -126,7 +138,7 @@ void Pattern::set_hierarchy(const py::Object& pattern, const py::Object& root) {
     const py::List children;
     set_hierarchy(node, children);
     auto scope = py::Ref<PatternScope>::make();
-    scope->rule = rules.find(node.attr(fields::kRule).attr(fields::kStamp)).value_or(py::Object::none());
+    scope->rule = py::Dict(rules).find(node.attr(fields::kRule).attr(fields::kStamp)).value_or(py::Object::none());
     scope->children = children;
     target.append(scope);
   }
@@ -134,7 +146,7 @@ void Pattern::set_hierarchy(const py::Object& pattern, const py::Object& root) {
 
 py::Object Pattern::get_checklist(const py::Object& stamp) const {
   static const py::Name kChecklist("checklist");
-  const std::optional<py::Object> rule = rules.find(stamp);
+  const std::optional<py::Object> rule = py::Dict(rules).find(stamp);
   return rule ? rule->attr(kChecklist) : py::Object::none();
 }
 

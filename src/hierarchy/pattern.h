@@ -50,7 +50,7 @@ class Pattern {
   bool has_ghost() const { return !get_ghost().is_none(); }
 
   void set(const py::Object& record);
-  void set_rules(const py::Object& rules_);
+  void set_rules(const py::Iterable& rules_);
   void set_hierarchy(const py::Object& pattern, const py::Object& root);
 
   py::Object get_checklist(const py::Object& stamp) const;

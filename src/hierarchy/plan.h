@@ -37,7 +37,8 @@ struct RulePlan {
 /// A rule at one place of the pattern, with what may stand below it.
 struct ScopePlan {
   const RulePlan* rule;
-  const LayerPlan* children;
+  const LayerPlan* children;  ///< None in the plan of a single layer.
+  bool leaf;                  ///< May nothing stand below it?
   std::size_t slot;    ///< Position in the layer of the first scope with an equal rule: they share what they take.
   std::size_t number;  ///< Position in the plan.
 };

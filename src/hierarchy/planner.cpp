@@ -15,33 +15,43 @@ std::vector<std::string> type_texts(const py::Object& types) {
   return texts;
 }
 
-}  // namespace
-
-PlannedPattern::PlannedPattern(const py::Object& scopes) {
-  auto definitions = std::make_shared<Definitions>();
-  plan_.definitions = definitions;
-  add_layer(scopes);
-  for (const RulePlan& rule : plan_.rules) {
-    for (const std::string_view anchor : anchor_text::find_definitions(rule.regex)) definitions->add(anchor);
+void collect(const py::Object& scopes, Definitions& definitions) {
+  const py::Depth depth(" while a pattern is read");
+  for (const py::Object& scope : py::collect(scopes)) {
+    const py::Utf8 regex(rule_of(scope).attr(fields::kRegex));
+    for (const std::string_view anchor : anchor_text::find_definitions(regex)) definitions.add(anchor);
+    collect(scope.attr(fields::kChildren), definitions);
   }
 }
 
-// Layers are numbered as a walk with parents before children meets them, and with them the rules: the order of the
-// definitions follows from it.
-const LayerPlan* PlannedPattern::add_layer(const py::Object& scopes) {
+}  // namespace
+
+std::shared_ptr<const Definitions> collect_definitions(const py::Object& scopes) {
+  auto definitions = std::make_shared<Definitions>();
+  collect(scopes, *definitions);
+  return definitions;
+}
+
+PlannedPattern::PlannedPattern(const py::Object& scopes, bool whole) {
+  if (whole) plan_.definitions = collect_definitions(scopes);
+  add_layer(scopes, whole);
+}
+
+const LayerPlan* PlannedPattern::add_layer(const py::Object& scopes, bool whole) {
   const py::Depth depth(" while a pattern is read");
   LayerPlan& layer = plan_.layers.emplace_back();
   const py::Dict slots;  // rule to the first position of an equal rule
   for (const py::Object& scope : py::collect(scopes)) {
-    const py::Object rule = rule_of(scope);
+    const py::Object rule = rule_of(scope), children = scope.attr(fields::kChildren);
     const std::size_t position = layer.scopes.size();
     const py::Object slot = slots.find(rule).value_or(py::to_python(position));
     slots.set(rule, slot);
     const RulePlan* planned = add_rule(rule);
     const std::size_t number = scopes_.size();
     scopes_.push_back(scope);
-    const LayerPlan* children = add_layer(scope.attr(fields::kChildren));
-    layer.scopes.push_back({planned, children, static_cast<std::size_t>(PyLong_AsSsize_t(slot.get())), number});
+    const LayerPlan* below = whole ? add_layer(children, whole) : nullptr;
+    const auto first = static_cast<std::size_t>(PyLong_AsSsize_t(slot.get()));
+    layer.scopes.push_back({planned, below, !children.truth(), first, number});
   }
   return &layer;
 }

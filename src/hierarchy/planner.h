@@ -11,7 +11,9 @@ namespace heron {
 class PlannedPattern {
  public:
   /// AttributeError or TypeError for scopes that lack what a scope has, RecursionError for one that is below itself.
-  explicit PlannedPattern(const py::Object& scopes);
+  explicit PlannedPattern(const py::Object& scopes) : PlannedPattern(scopes, true) {}
+  /// Only the scopes themselves, not what stands below them.
+  static PlannedPattern layer(const py::Object& scopes) { return PlannedPattern(scopes, false); }
 
   const PatternPlan& plan() const { return plan_; }
   const py::Object& scope(const ScopePlan& scope) const { return scopes_[scope.number]; }
@@ -24,12 +26,16 @@ class PlannedPattern {
   }
 
  private:
-  const LayerPlan* add_layer(const py::Object& scopes);
+  PlannedPattern(const py::Object& scopes, bool whole);
+  const LayerPlan* add_layer(const py::Object& scopes, bool whole);
   const RulePlan* add_rule(const py::Object& rule);
 
   PatternPlan plan_;
   std::vector<py::Object> scopes_, rules_;
   std::unordered_map<PyObject*, const RulePlan*> planned_;  // nodes of a pattern share their rules
 };
+
+/// The definitions in the rules of a list of scopes and of all below them, parents before children.
+std::shared_ptr<const Definitions> collect_definitions(const py::Object& scopes);
 
 }  // namespace heron

@@ -24,13 +24,17 @@ RuleBook::Answer RuleBook::work_out(const RulePlan& rule, Facts& facts, ObjectId
   if (facts.plain.empty()) facts.plain = logic_.apply_anchors(rule.regex);
   if (!logic_.matcher().match(facts.plain, view.name)) return Answer::kRefused;
   if (facts.captures) {
-    std::vector<AnchorLogic::Captured> captured = logic_.captures(rule.regex, view.name);
-    if (!captured.empty()) facts.captured.emplace(object, std::move(captured));
+    AnchorLogic::CapturedTexts captured = logic_.captures(rule.regex, view.name);
+    if (!captured.texts.empty()) facts.captured.emplace(object, std::move(captured));
   }
   return Answer::kMatched;
 }
 
 RuleBook::Facts& RuleBook::facts(const RulePlan& rule) {
+  if (definitions_ != logic_.state().definitions) {
+    definitions_ = logic_.state().definitions;
+    facts_.clear();
+  }
   if (facts_.size() <= rule.number) facts_.resize(rule.number + 1);
   Facts& facts = facts_[rule.number];
   if (!facts.known) {

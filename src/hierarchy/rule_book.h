@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <deque>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -50,7 +51,7 @@ class RuleBook {
     bool known = false, fixed = false, captures = false;
     std::string plain;  // the expression without anchors, once asked for
     PagedTable<Answer> answers;
-    std::unordered_map<ObjectId, std::vector<AnchorLogic::Captured>> captured;
+    std::unordered_map<ObjectId, AnchorLogic::CapturedTexts> captured;
   };
 
   Facts& facts(const RulePlan& rule);
@@ -58,7 +59,8 @@ class RuleBook {
 
   AnchorLogic& logic_;
   Objects& objects_;
-  std::vector<Facts> facts_;  // by the rule's number
+  std::shared_ptr<const Definitions> definitions_;  // those that the facts hold for
+  std::deque<Facts> facts_;                         // by the rule's number
 };
 
 }  // namespace heron

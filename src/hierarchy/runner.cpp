@@ -2,40 +2,40 @@
 
 namespace heron {
 
-std::vector<Pairing> Runner::layer(std::vector<ObjectId> objects, const LayerPlan& layer) {
-  LayerShelf shelf(std::move(objects));
-  return search_.run(shelf, layer, true);
-}
-
-bool Runner::match(std::vector<ObjectId> objects, const LayerPlan& top) {
-  // A pattern may be deeper than the stack, so what is left to do stands on one of our own: what was found in a
-  // layer, and how far its subtrees are done.
+std::optional<MatchTree> Runner::walk(std::vector<ObjectId> siblings, const LayerPlan& top, bool strict) {
+  // A pattern may be deeper than the stack, so the layers that are under way stand on one of our own.
   struct Level {
-    std::vector<Pairing> found;
-    std::size_t next = 0;
+    std::size_t layer, next;
   };
+  MatchTree tree;
   std::vector<Level> levels;
-  const auto enter = [&](std::vector<ObjectId> siblings, const LayerPlan& scopes) {
-    std::vector<Pairing> found = layer(std::move(siblings), scopes);
-    if (found.empty()) return scopes.optional();
-    levels.push_back({std::move(found)});
+  const auto enter = [&](std::vector<ObjectId> objects, const LayerPlan& scopes) {
+    LayerShelf shelf(std::move(objects));
+    const std::vector<Pairing> found = search_.run(shelf, scopes, true);
+    if (found.empty()) return !strict || scopes.optional();
+    levels.push_back({tree.layers.size(), 0});
+    std::vector<MatchTree::Node>& layer = tree.layers.emplace_back();
+    layer.reserve(found.size());
+    for (const Pairing& pairing : found) layer.push_back({pairing});
     return true;
   };
-  if (!enter(std::move(objects), top)) return false;
+  if (!enter(std::move(siblings), top)) return std::nullopt;
   while (!levels.empty()) {
-    Level& level = levels.back();
-    if (level.next == level.found.size()) {
+    const std::size_t layer = levels.back().layer, position = levels.back().next++;
+    if (position == tree.layers[layer].size()) {
       levels.pop_back();
       continue;
     }
-    const Pairing pairing = level.found[level.next++];
+    const Pairing pairing = tree.layers[layer][position].pairing;
     if (is_deadlock(pairing)) continue;
-    if (!enter(objects_.children(pairing.object), *pairing.scope->children)) return false;
+    const std::size_t below = tree.layers.size();
+    if (!enter(objects_.children(pairing.object), *pairing.scope->children)) return std::nullopt;
+    if (tree.layers.size() > below) tree.layers[layer][position].below = below;
   }
-  return true;
+  return tree;
 }
 
-bool Runner::is_valid(std::vector<ObjectId> objects) {
+std::optional<MatchTree> Runner::match_whole(std::vector<ObjectId> objects) {
   find_anchors();
   return match(std::move(objects), plan_.top());
 }

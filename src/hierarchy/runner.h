@@ -1,11 +1,23 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "hierarchy/layer_search.h"
 
 namespace heron {
+
+/// What a run found: its layers, each object of one with the layer found below it.
+struct MatchTree {
+  static constexpr std::size_t kNothing = static_cast<std::size_t>(-1);
+
+  struct Node {
+    Pairing pairing;
+    std::size_t below = kNothing;  ///< Position of a layer.
+  };
+  std::vector<std::vector<Node>> layers;  ///< The first is the top; none if it is empty.
+};
 
 /// Compares whole trees of objects with a whole pattern, layer by layer.
 class Runner {
@@ -16,25 +28,31 @@ class Runner {
   /// Drops all captures; the definitions are the pattern's.
   void find_anchors() { logic_.state() = {plan_.definitions, nullptr}; }
 
-  /// What each scope of a layer takes of these objects, all of which must be taken.
-  std::vector<Pairing> layer(std::vector<ObjectId> objects, const LayerPlan& layer);
-
-  /// Do the objects, with all below them, fit the layer? Captures stand as they are found.
-  bool match(std::vector<ObjectId> objects, const LayerPlan& layer);
-  /// The same against the pattern's top, without any captures before.
-  bool is_valid(std::vector<ObjectId> objects);
+  /// The objects, with all below them, if they fit the layer. Captures stand as they are found.
+  std::optional<MatchTree> match(std::vector<ObjectId> objects, const LayerPlan& layer) {
+    return walk(std::move(objects), layer, true);
+  }
+  /// What fits of the objects and all below them: where a layer does not fit, nothing stands.
+  MatchTree find(std::vector<ObjectId> objects, const LayerPlan& layer) {
+    return *walk(std::move(objects), layer, false);
+  }
+  /// `match` with the pattern's top, without any captures before.
+  std::optional<MatchTree> match_whole(std::vector<ObjectId> objects);
   /// What the pattern's top layer takes of a shelf, without any captures before.
   std::vector<Pairing> mask(LayerShelf& shelf);
 
   /// Is there nothing below the object and nothing wanted below it?
   bool is_deadlock(const Pairing& pairing) const {
-    return !objects_.view(pairing.object).has_children && pairing.scope->children->scopes.empty();
+    return !objects_.view(pairing.object).has_children && pairing.scope->leaf;
   }
 
+  const LayerSearch& search() const { return search_; }
   Objects& objects() { return objects_; }
   const PatternPlan& plan() const { return plan_; }
 
  private:
+  std::optional<MatchTree> walk(std::vector<ObjectId> objects, const LayerPlan& top, bool strict);
+
   AnchorLogic& logic_;
   Objects& objects_;
   const PatternPlan& plan_;

@@ -7,17 +7,17 @@ namespace heron {
 void Result::init(const py::Object& array_) { array = array_.truth() ? array_ : py::List(); }
 
 Search::Run::Run(Search& owner, const py::Object& roots, const py::Object& scopes, bool exact)
-    : planned(scopes),
+    : planned(PlannedPattern::layer(scopes)),
       objects(owner.operator_),
       shelf(objects.locate(roots)),
-      rules(*Anchor::Session(*owner.logic), objects),
-      search(*Anchor::Session(*owner.logic), objects, rules) {
+      rules(owner.logic->logic(), objects),
+      search(owner.logic->logic(), objects, rules) {
   search.load(shelf, planned.plan().top(), exact);
 }
 
 void Search::init(const py::Object& query_operator) { operator_ = query_operator; }
 
-py::Ref<Result> Search::layer(const py::Object& roots, const py::Object& layer_scopes, bool layer_exact) {
+py::Ref<Result> Search::layer(const py::Iterable& roots, const py::Iterable& layer_scopes, bool layer_exact) {
   load_variables(roots, layer_scopes, layer_exact);
   backup_state();
   make_guess();
@@ -26,7 +26,7 @@ py::Ref<Result> Search::layer(const py::Object& roots, const py::Object& layer_s
   return create_response(true);
 }
 
-void Search::load_variables(const py::Object& roots, const py::Object& layer_scopes, bool layer_exact) {
+void Search::load_variables(const py::Iterable& roots, const py::Iterable& layer_scopes, bool layer_exact) {
   auto run = std::make_shared<Run>(*this, roots, layer_scopes, layer_exact);
   run_ = std::move(run);
   scopes = layer_scopes;
@@ -39,17 +39,24 @@ void Search::reset_state() { logic->state->apply(backup_); }
 
 void Search::make_guess() {
   const std::shared_ptr<Run> run = current();
-  const Anchor::Session session(*logic);
+  if (run->guessing) py::raise(PyExc_RuntimeError, "make_guess() cannot guess while it is guessing");
+  const struct Guessing {
+    explicit Guessing(bool& flag_) : flag(flag_) { flag = true; }
+    ~Guessing() { flag = false; }
+    bool& flag;
+  } guessing(run->guessing);
+  State& state = *logic->state;
   run->search.set_backup(backup_->native());
+  state.native();
+  if (!run->planned.plan().top().scopes.empty()) state.detach();
   run->search.make_guess();
-  // Each scope ends in captures put in place, and that brings their hash up to date.
-  if (!run->planned.plan().top().scopes.empty()) logic->state->make_native_hash();
+  if (run->search.applied()) state.make_native_hash();
 }
 
 bool Search::scope_match(const py::Object& location, const py::Object& scope) {
   static const py::Name kName("name"), kPath("path"), kType("type");
-  const py::Object rule = rule_of(scope), types = rule.attr(fields::kTypes), type = location.attr(kType);
-  if (types.truth() && py::checked(PySequence_Contains(types.get(), type.get())) == 0) return false;
+  const py::Object rule = rule_of(scope), types = rule.attr(fields::kTypes);
+  if (types.truth() && py::checked(PySequence_Contains(types.get(), location.attr(kType).get())) == 0) return false;
   const py::Utf8 regex(rule.attr(fields::kRegex)), name(location.attr(kName)), path(location.attr(kPath));
   if (!Anchor::Session(*logic)->match(regex, name, path)) return false;
   return scope.attr(fields::kChildren).truth() || !location.attr(fields::kChildren).truth();

@@ -46,8 +46,8 @@ class Search {
  public:
   void init(const py::Object& query_operator);
 
-  py::Ref<Result> layer(const py::Object& roots, const py::Object& scopes, bool exact);
-  void load_variables(const py::Object& roots, const py::Object& scopes, bool exact);
+  py::Ref<Result> layer(const py::Iterable& roots, const py::Iterable& scopes, bool exact);
+  void load_variables(const py::Iterable& roots, const py::Iterable& scopes, bool exact);
   void backup_state();
   void reset_state();
   void make_guess();
@@ -59,15 +59,18 @@ class Search {
   py::List locations() const;
   py::Dict guess() const;
   py::Object backup() const { return backup_; }
+  void set_backup(const AnchorState& state) { backup_ = State::of(state); }
   py::Object get_logic() const { return logic; }
 
   py::Object operator_;
+  // Offered to the garbage collector to look at but not to drop: the runs work on it.
   const py::Ref<Anchor> logic = py::Ref<Anchor>::make();
   py::Object scopes = py::List();
   bool exact = true;
 
   template <class V>
   void members(V& visit) {
+    if constexpr (std::is_same_v<V, py::Traverse>) visit(logic);
     visit(operator_);
     visit(scopes);
     visit(backup_);
@@ -81,6 +84,8 @@ class Search {
   /// What one layer works with; a new one for each, so that a layer inside a layer cannot pull it away.
   struct Run {
     Run(Search& search, const py::Object& roots, const py::Object& scopes, bool exact);
+
+    bool guessing = false;
 
     PlannedPattern planned;
     LocationObjects objects;

@@ -23,7 +23,7 @@ T* keep_table(std::vector<T> table) {
 
 /// The runtime reads the signature of an operation from the head of its documentation.
 const char* documentation(const std::string& name, const std::string& signature, const char* doc) {
-  return keep_text(name + signature + "\n--\n\n" + doc);
+  return keep_text(signature.empty() ? doc : name + signature + "\n--\n\n" + doc);
 }
 
 PyMethodDef describe_method(const char* name, const Signature& signature, void* function, int kind, const char* doc) {
@@ -40,6 +40,13 @@ Py_ssize_t type_number(PyTypeObject* type, const char* name) {
 Py_ssize_t aligned(Py_ssize_t offset, std::size_t alignment) {
   const auto step = static_cast<Py_ssize_t>(alignment);
   return (offset + step - 1) / step * step;
+}
+
+/// What a class without a constructor of its own takes: what its base takes, or nothing to tell if that does not.
+std::string inherited_signature(PyTypeObject* base) {
+  if (base == &PyBaseObject_Type) return "()";
+  const Object signature = Object::borrow(reinterpret_cast<PyObject*>(base)).attr(Name("__text_signature__"));
+  return signature.is_none() ? "" : Utf8(signature).str();
 }
 
 /// The constructor of a class that has none: `object` itself would let any arguments pass.
@@ -124,7 +131,8 @@ PyTypeObject* TypeParts::make(const Layout& layout, Py_ssize_t size) {
   slot(Py_tp_members, keep_table(std::move(members)));
   slot(Py_tp_methods, keep_table(std::move(methods_)));
   slot(Py_tp_getset, keep_table(std::move(accessors_)));
-  slot(Py_tp_doc, const_cast<char*>(documentation(name_, signature_, doc_.c_str())));
+  const std::string signature = has_constructor_ ? signature_ : inherited_signature(base_);
+  slot(Py_tp_doc, const_cast<char*>(documentation(name_, signature, doc_.c_str())));
   slots_.push_back({0, nullptr});
   PyType_Spec spec{keep_text(outer_.module() + "." + name_), static_cast<int>(size), 0,
                    Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC, slots_.data()};

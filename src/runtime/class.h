@@ -44,14 +44,8 @@ template <class F, class R = std::invoke_result_t<F>>
 R guarded(F&& function, std::type_identity_t<R> failed) noexcept {
   try {
     return function();
-  } catch (const Error& error) {
-    error.restore();
-  } catch (const std::bad_alloc&) {
-    PyErr_NoMemory();
-  } catch (const std::invalid_argument& error) {
-    PyErr_SetString(PyExc_ValueError, error.what());
-  } catch (const std::exception& error) {
-    PyErr_SetString(PyExc_RuntimeError, error.what());
+  } catch (...) {
+    current_error().restore();
   }
   return failed;
 }
@@ -275,7 +269,7 @@ class TypeParts {
   PyTypeObject* base_;
   bool sealed_ = false;
   bool has_constructor_ = false;
-  std::string signature_ = "()";
+  std::string signature_;
   std::vector<PyMethodDef> methods_;
   std::vector<PyGetSetDef> accessors_;
   std::vector<PyType_Slot> slots_;

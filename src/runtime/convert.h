@@ -20,6 +20,19 @@ class Text : public Object {
   }
 };
 
+/// Anything that can be walked over, as an argument: anything else is refused.
+class Iterable : public Object {
+ public:
+  Iterable() = default;
+  Iterable(const List& list) : Object(list) {}  // NOLINT(google-explicit-constructor): a list always is one
+  explicit Iterable(Object object) : Object(std::move(object)) {
+    if (!fits(pointer_)) raise_type(std::string("something to walk over expected, not ") + type_name());
+  }
+  static bool fits(PyObject* object) {
+    return PySequence_Check(object) != 0 || PyType_GetSlot(Py_TYPE(object), Py_tp_iter) != nullptr;
+  }
+};
+
 // Python to C++. `accepts` says what is wanted where a value does not fit; `from` takes a value that fits.
 
 template <class T>
@@ -37,6 +50,13 @@ struct From<Text> {
   static bool fits(PyObject* object) { return PyUnicode_Check(object); }
   static Text from(PyObject* object) { return Text(Object::borrow(object)); }
   static std::string wanted() { return "text"; }
+};
+
+template <>
+struct From<Iterable> {
+  static bool fits(PyObject* object) { return Iterable::fits(object); }
+  static Iterable from(PyObject* object) { return Iterable(Object::borrow(object)); }
+  static std::string wanted() { return "something to walk over"; }
 };
 
 template <>

@@ -18,11 +18,9 @@ F native(const Layout& layout, int slot) {
   return reinterpret_cast<F>(PyType_GetSlot(layout.native_base, slot));
 }
 
-void drop_now(PyObject* self, const Layout& layout) {
+/// Frees an object whose own parts are gone already, or were never made.
+void free_instance(PyObject* self, const Layout& layout) {
   PyTypeObject* type = Py_TYPE(self);
-  if (layout.weak_at != 0) PyObject_ClearWeakRefs(self);
-  layout.destroy(&at<char>(self, layout.value_at));
-  if (layout.dict_at != 0) Py_DecRef(std::exchange(at<PyObject*>(self, layout.dict_at), nullptr));
   if (is_plain(layout)) {
     reinterpret_cast<freefunc>(PyType_GetSlot(type, Py_tp_free))(self);
   } else {
@@ -32,6 +30,13 @@ void drop_now(PyObject* self, const Layout& layout) {
     native<destructor>(layout, Py_tp_dealloc)(self);
   }
   Py_DecRef(reinterpret_cast<PyObject*>(type));
+}
+
+void drop_now(PyObject* self, const Layout& layout) {
+  if (layout.weak_at != 0) PyObject_ClearWeakRefs(self);
+  layout.destroy(&at<char>(self, layout.value_at));
+  if (layout.dict_at != 0) Py_DecRef(std::exchange(at<PyObject*>(self, layout.dict_at), nullptr));
+  free_instance(self, layout);
 }
 
 struct PutOff {
@@ -50,9 +55,17 @@ PyObject* new_instance(PyTypeObject* type, PyObject* arguments, const Layout& la
   // object.__new__ refuses abstract classes; it takes no arguments where a class has a constructor.
   static PyObject* const nothing = PyTuple_New(0);
   if (is_plain(layout) || arguments == nullptr) arguments = nothing;
-  Object self = Object::steal(native<newfunc>(layout, Py_tp_new)(type, arguments, nullptr));
-  layout.construct(&at<char>(self.get(), layout.value_at));
-  return self.release();
+  PyObject* self = native<newfunc>(layout, Py_tp_new)(type, arguments, nullptr);
+  if (self == nullptr) throw Error();
+  PyObject_GC_UnTrack(self);  // the collector must not walk over a value that is half made
+  try {
+    layout.construct(&at<char>(self, layout.value_at));
+  } catch (...) {
+    free_instance(self, layout);
+    throw;
+  }
+  PyObject_GC_Track(self);
+  return self;
 }
 
 int traverse_instance(PyObject* self, visitproc visit, void* argument, const Layout& layout) {

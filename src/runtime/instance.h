@@ -36,7 +36,8 @@ struct TypeOf {
 
 template <class T>
 T& value_of(PyObject* object) {
-  return *reinterpret_cast<T*>(reinterpret_cast<char*>(object) + TypeOf<T>::layout.value_at);
+  void* place = reinterpret_cast<char*>(object) + TypeOf<T>::layout.value_at;
+  return *static_cast<T*>(place);
 }
 
 /// The Python object in which this value lives. The value must be an exposed one, not a C++ temporary.
@@ -153,8 +154,8 @@ struct Lifecycle {
   static PyObject* create(PyTypeObject* type, PyObject* arguments, PyObject*) {
     try {
       return new_instance(type, arguments, TypeOf<T>::layout);
-    } catch (const Error& error) {
-      error.restore();
+    } catch (...) {
+      current_error().restore();
       return nullptr;
     }
   }

@@ -1,5 +1,8 @@
 #include "runtime/object.h"
 
+#include <new>
+#include <stdexcept>
+
 #include <cstring>
 
 namespace heron::py {
@@ -26,20 +29,28 @@ Object Object::borrow(PyObject* pointer) {
   return object;
 }
 
-bool Object::truth() const { return pointer_ != nullptr && checked(PyObject_IsTrue(pointer_)) != 0; }
+// Each holds what it works on: Python code that runs meanwhile may let go of the place that this reference stands in.
+
+bool Object::truth() const {
+  const Object held(*this);
+  return held.pointer_ != nullptr && checked(PyObject_IsTrue(held.pointer_)) != 0;
+}
 
 bool Object::equals(const Object& other) const {
-  return checked(PyObject_RichCompareBool(or_none(), other.or_none(), Py_EQ)) != 0;
+  const Object left(*this), right(other);
+  return checked(PyObject_RichCompareBool(left.or_none(), right.or_none(), Py_EQ)) != 0;
 }
 
 Py_hash_t Object::hash() const {
-  const Py_hash_t hash = PyObject_Hash(or_none());
+  const Object held(*this);
+  const Py_hash_t hash = PyObject_Hash(held.or_none());
   if (hash == -1) throw Error();
   return hash;
 }
 
 Py_ssize_t Object::length() const {
-  const Py_ssize_t length = PyObject_Length(or_none());
+  const Object held(*this);
+  const Py_ssize_t length = PyObject_Length(held.or_none());
   if (length < 0) throw Error();
   return length;
 }
@@ -53,7 +64,10 @@ std::string Object::type_name() const {
   return text != nullptr ? text : "object";
 }
 
-Object Object::attr(const Name& name) const { return steal(PyObject_GetAttr(or_none(), name.get())); }
+Object Object::attr(const Name& name) const {
+  const Object held(*this);
+  return steal(PyObject_GetAttr(held.or_none(), name.get()));
+}
 
 Object Object::attr(const Name& name, const Object& otherwise) const {
   PyObject* found = PyObject_GetAttr(or_none(), name.get());
@@ -93,6 +107,23 @@ void Error::restore() const {
 
 bool Error::matches(PyObject* type) const { return PyErr_GivenExceptionMatches(type_.get(), type) != 0; }
 
+Error current_error() {
+  try {
+    throw;
+  } catch (const Error& error) {
+    return error;
+  } catch (const std::bad_alloc&) {
+    PyErr_NoMemory();
+  } catch (const std::invalid_argument& error) {
+    PyErr_SetString(PyExc_ValueError, error.what());
+  } catch (const std::out_of_range& error) {
+    PyErr_SetString(PyExc_KeyError, error.what());
+  } catch (const std::exception& error) {
+    PyErr_SetString(PyExc_RuntimeError, error.what());
+  }
+  return Error();
+}
+
 void raise(PyObject* type, const std::string& message) {
   // The message may quote names of any kind, so it is decoded as leniently as text is encoded.
   PyObject* text = PyUnicode_DecodeUTF8(message.data(), static_cast<Py_ssize_t>(message.size()), "surrogatepass");
@@ -107,7 +138,7 @@ void raise_type(const std::string& message) { raise(PyExc_TypeError, message); }
 void raise_value(const std::string& message) { raise(PyExc_ValueError, message); }
 
 namespace {
-constexpr int kDeepest = 1000;  // what older runtimes allow
+constexpr int kDeepest = 500;  // fits the stack of a small thread
 thread_local int depth = 0;
 }  // namespace
 

@@ -63,12 +63,15 @@ class Object {
   /// Calls the object, or its operation of this name, with positional arguments.
   template <std::convertible_to<Object>... A>
   Object operator()(const A&... arguments) const {
-    return steal(PyObject_CallFunctionObjArgs(or_none(), static_cast<const Object&>(arguments).or_none()..., nullptr));
+    const Object held(*this);
+    return steal(
+        PyObject_CallFunctionObjArgs(held.or_none(), static_cast<const Object&>(arguments).or_none()..., nullptr));
   }
   template <std::convertible_to<Object>... A>
   Object call(const Name& name, const A&... arguments) const {
-    return steal(
-        PyObject_CallMethodObjArgs(or_none(), name.get(), static_cast<const Object&>(arguments).or_none()..., nullptr));
+    const Object held(*this);
+    return steal(PyObject_CallMethodObjArgs(held.or_none(), name.get(),
+                                            static_cast<const Object&>(arguments).or_none()..., nullptr));
   }
   /// Calls the object with a tuple of arguments and a dict of named ones (or none).
   Object apply(const Object& arguments, const Object& named = {}) const;
@@ -90,6 +93,9 @@ class Error : public std::exception {
  private:
   Object type_, value_, trace_;
 };
+
+/// The C++ exception that is being handled, whatever it is, as a Python one. For use in a catch clause.
+Error current_error();
 
 /// Raise a Python exception of this class with this message.
 [[noreturn]] void raise(PyObject* type, const std::string& message);

@@ -38,10 +38,10 @@ void sort_by_name(const py::List& joints) {
 /// Asks a matcher about one group of roots after the other; ours reads its pattern once for all of them.
 class Validity {
  public:
-  explicit Validity(const py::Object& hierarchy) : hierarchy_(hierarchy) {
-    if (py::Ref<Hierarchy>::holds(hierarchy)) run_.emplace(py::value_of<Hierarchy>(hierarchy.get()));
-  }
+  explicit Validity(const py::Object& hierarchy) : hierarchy_(hierarchy) {}
   bool operator()(const py::Object& roots) {
+    const bool ours = Py_TYPE(hierarchy_.or_none()) == py::TypeOf<Hierarchy>::type;  // a subclass may answer otherwise
+    if (ours && !run_) run_.emplace(py::value_of<Hierarchy>(hierarchy_.get()));
     static const py::Name kIsValid("is_valid");
     return run_ ? run_->is_valid(roots) : hierarchy_.call(kIsValid, roots).truth();
   }
@@ -69,12 +69,12 @@ bool Buffer::contains(const py::Object& bucket) const { return holds(buckets, bu
 
 py::List Buffer::get() const { return buckets.copy(); }
 
-void Buffer::set(const py::Object& data) const {
+void Buffer::set(const py::Iterable& data) const {
   drop(get());
   buckets.extend(data);
 }
 
-void Buffer::add(const py::Object& data) const { buckets.extend(data); }
+void Buffer::add(const py::Iterable& data) const { buckets.extend(data); }
 
 void Buffer::remove(const py::Object& item) const {
   static const py::Name kRemove("remove");
@@ -107,7 +107,7 @@ py::List Buffer::get_path_groups() const {
 
 void Buffer::load() const {
   const py::CollectionPause pause;
-  set(decode(host.call(host::kQueryFiledata)));
+  set(decode(py::Iterable(host.call(host::kQueryFiledata))));
 }
 
 void Buffer::update() const {
@@ -124,13 +124,13 @@ void Buffer::erase() const {
   incompatibles.clear();
 }
 
-py::List Buffer::encode(const py::Object& data) {
+py::List Buffer::encode(const py::Iterable& data) {
   py::List encoded;
   for (const py::Object& bucket : py::collect(data)) encoded.append(bucket.attr(kData));
   return encoded;
 }
 
-py::List Buffer::decode(const py::Object& data) const {
+py::List Buffer::decode(const py::Iterable& data) const {
   py::List decoded;
   for (const py::Object& item : py::collect(data)) {
     auto bucket = py::Ref<DataBucket>::make();
@@ -180,16 +180,11 @@ void Buffer::clear(bool selected) const {
   update();
 }
 
-void Buffer::drop(const py::Object& array) const {
-  const std::vector<py::Object> leaving = py::collect(array), present = buckets.items();
-  // All leave, in order: each is then the last of the reversed list, and nothing has to move up when it goes.
-  const bool all = std::equal(leaving.begin(), leaving.end(), present.begin(), present.end(),
-                              [](const py::Object& a, const py::Object& b) { return a.is(b); });
-  if (all) py::checked(PyList_Reverse(buckets.get()));
-  for (const py::Object& bucket : leaving) {
-    const Py_ssize_t last = buckets.size() - 1;
-    if (all && last >= 0 && buckets.at(last).is(bucket)) {
-      buckets.remove_at(last);
+void Buffer::drop(const py::Iterable& array) const {
+  for (const py::Object& bucket : py::collect(array)) {
+    // Mostly all leave, in order: the first one needs no search.
+    if (!buckets.empty() && buckets.at(0).is(bucket)) {
+      buckets.remove_at(0);
     } else {
       remove(bucket);
     }

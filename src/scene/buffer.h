@@ -14,8 +14,8 @@ class Buffer {
   // The list.
   bool contains(const py::Object& bucket) const;
   py::List get() const;                       ///< A copy, so that a loop over it may remove.
-  void set(const py::Object& data) const;     ///< The old buckets leave as in `clear`.
-  void add(const py::Object& data) const;     ///< Appends; neither clears nor persists.
+  void set(const py::Iterable& data) const;   ///< The old buckets leave as in `clear`.
+  void add(const py::Iterable& data) const;   ///< Appends; neither clears nor persists.
   void remove(const py::Object& item) const;  ///< Tells nobody and persists nothing.
   bool exists() const { return !buckets.empty(); }
   py::List get_checked() const;
@@ -27,15 +27,15 @@ class Buffer {
   void load() const;
   void update() const;  ///< Persists: the host forgets the old data first.
   void erase() const;
-  static py::List encode(const py::Object& data);
-  py::List decode(const py::Object& data) const;
+  static py::List encode(const py::Iterable& data);
+  py::List decode(const py::Iterable& data) const;
   py::Object decode_joint(const py::Object& data) const;
 
   // Edits; only a partial `clear` persists.
   void rename(const py::Object& source, const py::Object& target) const;
   void repath(const py::Object& source, const py::Object& target) const;
   void clear(bool selected) const;
-  void drop(const py::Object& array) const;
+  void drop(const py::Iterable& array) const;
   void sort(const py::Object& root) const;
 
   // Does the scene still look like this?

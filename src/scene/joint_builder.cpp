@@ -7,34 +7,33 @@
 
 namespace heron {
 
-py::List JointBuilder::build(std::vector<ObjectId> objects, const LayerPlan& top) {
-  // A pattern may be deeper than the stack, so the layers that are under way stand on one of our own.
+py::List JointBuilder::build(const MatchTree& tree) {
+  // A hierarchy may be deeper than the stack, so the layers that are under way stand on one of our own.
   struct Level {
-    std::vector<Pairing> found;
+    const std::vector<MatchTree::Node>* layer;
     py::List joints;
     std::size_t next = 0;
   };
-  Runner& runner = run_.runner();
+  if (tree.layers.empty()) return {};
   std::vector<Level> levels;
-  levels.push_back({runner.layer(std::move(objects), top), {}});
-  py::List built;  // the joints of the layer that was finished last
+  levels.push_back({&tree.layers.front(), {}});
   while (true) {
     Level& level = levels.back();
-    if (level.next < level.found.size()) {
-      const Pairing& pairing = level.found[level.next];
-      if (runner.is_deadlock(pairing)) {
-        level.joints.append(joint(pairing, py::Object()));
+    if (level.next < level.layer->size()) {
+      const MatchTree::Node& node = (*level.layer)[level.next];
+      if (node.below == MatchTree::kNothing) {
+        level.joints.append(joint(node.pairing, py::Object()));
         ++level.next;
       } else {
-        levels.push_back({runner.layer(runner.objects().children(pairing.object), *pairing.scope->children), {}});
+        levels.push_back({&tree.layers[node.below], {}});
       }
       continue;
     }
-    built = level.joints;
+    const py::List built = level.joints;
     levels.pop_back();
     if (levels.empty()) return built;
     Level& parent = levels.back();
-    parent.joints.append(joint(parent.found[parent.next++], built));
+    parent.joints.append(joint((*parent.layer)[parent.next++].pairing, built));
   }
 }
 

@@ -11,9 +11,8 @@ class JointBuilder {
  public:
   JointBuilder(HierarchyRun& run, const py::Object& host) : run_(run), host_(host) {}
 
-  /// The joints of these objects, matched with a layer of the pattern, with all below them. A joint is complete, its
-  /// children first, when the host hears of it.
-  py::List build(std::vector<ObjectId> objects, const LayerPlan& layer);
+  /// The joints of what was matched. A joint is complete, its children first, when the host hears of it.
+  py::List build(const MatchTree& tree);
 
   /// The joints under one that stands for their ghost; nothing if there are none.
   py::List under_ghost(const py::List& joints) const;

@@ -76,9 +76,14 @@ void expose_operator(const py::Scope& scene) {
       "\"|\" and \"/\" separate its pieces. All operations are called on the thread that owns the host's scene.")
       .init<&Operator::init>({})
       .attribute("TYPE_MAPPING", py::Dict())
+      .readonly<&Operator::mapping>("_type_mapping", "The host's `TypeMapping`.")
       .accessor<&Operator::type_mapping>("type_mapping", "The host's `TypeMapping`, made of `TYPE_MAPPING`.")
       .operation<&Operator::map_type>("map_type", {"name"},
                                       "The system's type for a host type, or None. Concrete: for `get_type`.")
+      .operation<&Operator::object_exists>("object_exists", {"path"}, "Does an object with this path exist now?")
+      .operation<&Operator::get_type>("get_type", {"path"}, "The object's type; see `map_type`.")
+      .operation<&Operator::get_parent>("get_parent", {"path"}, "The parent's path, or a false value at the top.")
+      .operation<&Operator::get_children>("get_children", {"path"}, "The paths of the direct children, in order.")
       .operation<&Operator::get_selection>("get_selection", "The paths of the selected objects, as a list.")
       .operation<&Operator::get_selection_roots>(
           "get_selection_roots", "The top-most ancestors of the selected objects, each once, as a list of paths.")
@@ -116,10 +121,6 @@ void expose_operator(const py::Scope& scene) {
                                                     "Called for each joint that a scan built, children first.")
       .operation<&Operator::postscript_scan_remove>("postscript_scan_remove", {"joint"},
                                                     "Called for each joint that leaves the buffer when it is cleared.")
-      .operation<&Operator::object_exists>("object_exists", {"path"}, "Does an object with this path exist now?")
-      .operation<&Operator::get_type>("get_type", {"path"}, "The object's type; see `map_type`.")
-      .operation<&Operator::get_parent>("get_parent", {"path"}, "The parent's path, or a false value at the top.")
-      .operation<&Operator::get_children>("get_children", {"path"}, "The paths of the direct children, in order.")
       .done();
   py::function<&short_name>(py::scope_of<Operator>(), "name_from_path", {"path"},
                             "The short name of an object: what stands behind the last \"|\" or \"/\" of its path.");

@@ -62,9 +62,9 @@ void scan_group(HierarchyRun& run, JointBuilder& builder, bool has_ghost, const 
       shelf.remove(pairing.position);
     }
     // What the top layer claims may still fail as a whole; then it is dropped.
-    if (!runner.is_valid(layer)) continue;
-    runner.find_anchors();
-    py::List joints = builder.build(std::move(layer), run.pattern().plan().top());
+    const std::optional<MatchTree> tree = runner.match_whole(std::move(layer));
+    if (!tree) continue;
+    py::List joints = builder.build(*tree);
     if (has_ghost) joints = builder.under_ghost(joints);
     for (const py::Object& joint : joints.items()) buckets.append(make_bucket(joint));
   }
@@ -101,7 +101,8 @@ bool Scanner::upload_buffer(bool append) const {
   py::List result;
   try {
     result = search(append);
-  } catch (const py::Error& error) {
+  } catch (...) {
+    const py::Error error = py::current_error();
     if (!error.matches(PyExc_Exception)) throw;  // an interrupt or an exit is not the scan's failure
     logger::exception(error.value());
     return kFailure;
@@ -121,7 +122,7 @@ py::List Scanner::search(bool append) const {
   if (!append) buffer.call(kErase);
   const py::Object scene_roots = host.call(host::kGetSelectionRoots);
   snapshot.call(kUpload, scene_roots);
-  return scan(find_scope_roots(scene_roots));
+  return scan(py::Iterable(find_scope_roots(scene_roots)));
 }
 
 py::Object Scanner::find_scope_roots(const py::Object& scene_roots) const {
@@ -148,11 +149,11 @@ py::Object Scanner::find_scope_root(const py::Object& path, const py::Object& gh
   return py::Object::none();
 }
 
-py::List Scanner::scan(const py::Object& roots) const {
+py::List Scanner::scan(const py::Iterable& roots) const {
   const bool has_ghost = hierarchy->pattern->has_ghost();
   const std::vector<py::Object> groups = hierarchy->root_scopes(roots).items();
   py::List buckets;
-  {
+  if (!groups.empty()) {
     HierarchyRun run(*hierarchy);
     run.find_anchors();
     JointBuilder builder(run, host);
@@ -162,7 +163,7 @@ py::List Scanner::scan(const py::Object& roots) const {
   return filter(buckets);
 }
 
-py::List Scanner::filter(const py::Object& buckets) const {
+py::List Scanner::filter(const py::Iterable& buckets) const {
   const py::Object seen = py::Object::steal(PySet_New(nullptr));
   py::List result;
   for (const py::Object& bucket : py::collect(buckets)) {
@@ -174,24 +175,25 @@ py::List Scanner::filter(const py::Object& buckets) const {
   return result;
 }
 
-py::List Scanner::load(const py::Object& roots, const py::Object& pattern) const {
+py::List Scanner::load(const py::Iterable& roots, const py::Object& pattern) const {
   if (pattern.is_none()) {
     const bool has_ghost = hierarchy->pattern->has_ghost();
     HierarchyRun run(*hierarchy);
     run.find_anchors();
     JointBuilder builder(run, host);
-    py::List joints = builder.build(run.locate(roots), run.pattern().plan().top());
+    py::List joints = builder.build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
     if (has_ghost) joints = builder.under_ghost(joints);
     run.finish();
     return joints;
   }
   HierarchyRun run(*hierarchy, pattern);
-  const py::List joints = JointBuilder(run, host).build(run.locate(roots), run.pattern().plan().top());
+  const py::List joints =
+      JointBuilder(run, host).build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
   run.finish();
   return joints;
 }
 
-py::Object Scanner::choose_name(const py::Object& data) {
+py::Object Scanner::choose_name(const py::Iterable& data) {
   const std::vector<py::Object> joints = py::collect(data);
   return joints.empty() ? py::text("") : joints.front().attr(kName);
 }

@@ -17,10 +17,10 @@ class Scanner {
   void reload_bucket(const py::Object& bucket) const;
   py::Object find_scope_roots(const py::Object& scene_roots) const;
   py::Object find_scope_root(const py::Object& path, const py::Object& ghost, const py::Object& scene_roots) const;
-  py::List scan(const py::Object& roots) const;
-  py::List filter(const py::Object& buckets) const;
-  py::List load(const py::Object& roots, const py::Object& pattern) const;
-  static py::Object choose_name(const py::Object& data);
+  py::List scan(const py::Iterable& roots) const;
+  py::List filter(const py::Iterable& buckets) const;
+  py::List load(const py::Iterable& roots, const py::Object& pattern) const;
+  static py::Object choose_name(const py::Iterable& data);
 
   py::Object api, host, snapshot, buffer, callbacks;
   py::Ref<Hierarchy> hierarchy;

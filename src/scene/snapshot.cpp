@@ -1,8 +1,20 @@
 #include "scene/snapshot.h"
 
 #include <algorithm>
+#include <stdexcept>
+#include <string>
 
 namespace heron {
+
+Snapshot::Snapshot(const Snapshot& other) : records_(other.records_) {
+  for (ObjectId id = 0; id < records_.size(); ++id) {
+    ObjectView& view = records_[id].view;
+    view.path = keep(view.path);
+    view.name = keep(view.name);
+    if (view.type.data() != nullptr) view.type = keep(view.type);
+    ids_.emplace(view.path, id);
+  }
+}
 
 std::optional<ObjectId> Snapshot::find(std::string_view path) const {
   const auto found = ids_.find(path);
@@ -27,16 +39,31 @@ void Snapshot::describe(ObjectId object, std::string_view name, std::optional<st
   view.type = type ? keep(*type) : std::string_view();
 }
 
+void Snapshot::set_exists(ObjectId object, bool exists) {
+  records_[object].exists = exists;
+  records_[object].complete = false;
+}
+
+bool Snapshot::is_found(ObjectId object) const {
+  const Record& record = records_[object];
+  if (record.exists && !record.complete) {
+    throw std::out_of_range("the snapshot lacks a part of " + std::string(record.view.path) +
+                            ": its upload was interrupted");
+  }
+  return record.exists;
+}
+
 void Snapshot::set_children(ObjectId object, std::vector<ObjectId> children) {
   records_[object].view.has_children = !children.empty();
   records_[object].children = std::move(children);
+  records_[object].complete = true;  // the children are copied last
 }
 
 std::vector<ObjectId> Snapshot::children(ObjectId object) {
   std::vector<ObjectId> existing;
   existing.reserve(records_[object].children.size());
   std::copy_if(records_[object].children.begin(), records_[object].children.end(), std::back_inserter(existing),
-               [&](ObjectId child) { return exists(child); });
+               [&](ObjectId child) { return is_found(child); });
   return existing;
 }
 

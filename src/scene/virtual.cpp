@@ -7,7 +7,10 @@ namespace {
 /// the host is asked in the same order as by a recursion.
 class Upload {
  public:
-  Upload(const py::Object& host, SceneCopy& copy) : host_(host), copy_(copy) {}
+  Upload(const py::Object& host, SceneCopy& copy) : host_(host), copy_(copy) { ++copy_.uploads; }
+  ~Upload() { --copy_.uploads; }
+  Upload(const Upload&) = delete;
+  Upload& operator=(const Upload&) = delete;
 
   void run(const py::Object& roots) {
     enter(roots, std::nullopt);
@@ -31,6 +34,7 @@ class Upload {
 
   void enter(const py::Object& paths, std::optional<ObjectId> parent) {
     std::vector<py::Object> children = py::collect(paths);
+    std::erase_if(children, [](const py::Object& path) { return path.is_none(); });  // stands for no object
     if (parent) {
       std::vector<ObjectId> ids;
       ids.reserve(children.size());
@@ -49,6 +53,7 @@ class Upload {
     }
     const bool exists = host_.call(host::kObjectExists, path).truth();
     copy_.snapshot.set_exists(id, exists);
+    if (!std::exchange(copy_.objects[id].visited, true)) copy_.visited.push_back(id);
     progress_[id] = Progress::kDone;
     if (!exists) return;
     describe(id, path);
@@ -116,53 +121,55 @@ ObjectId SceneCopy::mention(const py::Object& path) {
 
 void Virtual::offload() { copy_ = std::make_shared<SceneCopy>(); }
 
-void Virtual::upload(const py::Object& roots, bool clear) {
-  if (clear) offload();
+void Virtual::upload(const py::Iterable& roots, bool clear) {
+  if (clear) {
+    offload();
+  } else if (copy_->uploads == 0 && copy_.use_count() > 1) {
+    copy_ = std::make_shared<SceneCopy>(*copy_);  // a run reads the old one
+  }
   const std::shared_ptr<SceneCopy> copy = copy_;
-  // Two hold it here: this object and this call. Another one is a run that reads it.
-  if (copy.use_count() > 2) py::raise(PyExc_RuntimeError, "upload() would change the snapshot that a scan reads");
   Upload(operator_, *copy).run(roots);
 }
 
-bool Virtual::object_exists(const py::Object& path) const {
-  if (path.is_none()) return false;
-  if (!path.is_text()) py::raise_type(std::string("object_exists() takes a text, not ") + path.type_name());
-  const auto id = copy_->snapshot.find(py::Utf8(path));
-  return id && copy_->snapshot.exists(*id);
+std::optional<ObjectId> Virtual::find(const SceneCopy& copy, const char* operation, const py::Object& path) {
+  if (path.is_none()) return std::nullopt;
+  if (!path.is_text()) py::raise_type(std::string(operation) + "() takes a text, not " + path.type_name());
+  return copy.snapshot.find(py::Utf8(path));
 }
 
-const SceneCopy::Object* Virtual::find(const char* operation, const py::Object& path) const {
-  if (path.is_none()) return nullptr;
-  if (!path.is_text()) py::raise_type(std::string(operation) + "() takes a text, not " + path.type_name());
-  const auto id = copy_->snapshot.find(py::Utf8(path));
-  return id && copy_->objects[*id].name ? &copy_->objects[*id] : nullptr;
+SceneCopy::Object Virtual::read(const char* operation, const py::Object& path) const {
+  const auto id = find(*copy_, operation, path);
+  return id ? copy_->objects[*id] : SceneCopy::Object();
+}
+
+bool Virtual::object_exists(const py::Object& path) const {
+  const auto id = find(*copy_, "object_exists", path);
+  return id && copy_->snapshot.exists(*id);
 }
 
 // What an upload that the host interrupted left out is as unknown as what it never looked at.
 
 py::Object Virtual::get_type(const py::Object& path) const {
-  const SceneCopy::Object* object = find("get_type", path);
-  return object != nullptr && object->type ? object->type : py::text("");
+  const SceneCopy::Object object = read("get_type", path);
+  return object.type ? object.type : py::text("");
 }
 
-py::Object Virtual::get_parent(const py::Object& path) const {
-  const SceneCopy::Object* object = find("get_parent", path);
-  return object != nullptr ? object->parent : py::Object::none();
-}
+py::Object Virtual::get_parent(const py::Object& path) const { return read("get_parent", path).parent; }
 
 py::Object Virtual::get_children(const py::Object& path) const {
-  const SceneCopy::Object* object = find("get_children", path);
-  return object != nullptr && object->children ? object->children : py::List();
+  const SceneCopy::Object object = read("get_children", path);
+  return object.children ? object.children : py::List();
 }
 
-py::List Virtual::get_locations(const py::Object& roots) const {
+py::List Virtual::get_locations(const py::Iterable& roots) const {
   py::List locations;
   for (const py::Object& path : py::collect(roots)) {
-    if (!object_exists(path)) continue;
-    const SceneCopy::Object* object = find("get_locations", path);
-    if (object == nullptr) continue;
+    const std::shared_ptr<SceneCopy> copy = copy_;
+    const auto id = find(*copy, "get_locations", path);
+    if (!id || !copy->snapshot.is_found(*id)) continue;
+    const SceneCopy::Object object = copy->objects[*id];
     auto location = py::Ref<Location>::make();
-    location->init(object->name, path, object->type, object->children);
+    location->init(object.name, path, object.type, object.children);
     locations.append(location);
   }
   return locations;
@@ -171,26 +178,30 @@ py::List Virtual::get_locations(const py::Object& roots) const {
 template <class G>
 py::Dict Virtual::table(G&& value) const {
   const py::Dict table;
-  for (ObjectId id = 0; id < copy_->objects.size(); ++id) {
-    if (const py::Object found = value(id)) table.set(copy_->objects[id].path, found);
+  const std::shared_ptr<SceneCopy> copy = copy_;
+  for (const ObjectId id : std::vector<ObjectId>(copy->visited)) {
+    const SceneCopy::Object object = copy->objects[id];
+    if (const py::Object found = value(object, *copy, id)) table.set(object.path, found);
   }
   return table;
 }
 
 py::Dict Virtual::exists_table() const {
-  return table([&](ObjectId id) { return py::to_python(copy_->snapshot.exists(id)); });
+  return table([](const SceneCopy::Object&, const SceneCopy& copy, ObjectId id) {
+    return py::to_python(copy.snapshot.exists(id));
+  });
 }
 py::Dict Virtual::name_table() const {
-  return table([&](ObjectId id) { return copy_->objects[id].name; });
+  return table([](const SceneCopy::Object& object, auto&&...) { return object.name; });
 }
 py::Dict Virtual::type_table() const {
-  return table([&](ObjectId id) { return copy_->objects[id].type; });
+  return table([](const SceneCopy::Object& object, auto&&...) { return object.type; });
 }
 py::Dict Virtual::parent_table() const {
-  return table([&](ObjectId id) { return copy_->objects[id].parent; });
+  return table([](const SceneCopy::Object& object, auto&&...) { return object.parent; });
 }
 py::Dict Virtual::children_table() const {
-  return table([&](ObjectId id) { return copy_->objects[id].children; });
+  return table([](const SceneCopy::Object& object, auto&&...) { return object.children; });
 }
 
 void expose_virtual(const py::Scope& scene) {
@@ -207,7 +218,8 @@ void expose_virtual(const py::Scope& scene) {
               "Copies the objects at these paths and all below them, depth first.\n\n"
               "roots: the paths. clear: forget what is there before. Each object is asked for once, also if the host\n"
               "lists it several times. RecursionError if the host says that an object stands below itself; an\n"
-              "exception of the host passes, and what was copied until then stays.")
+              "exception of the host passes, and what was copied until then stays; an object that was not copied as\n"
+              "a whole gives KeyError when it is to be matched.")
           .operation<&Virtual::object_exists>("object_exists", {"path"},
                                               "Did an object with this path exist? False if it was not looked at.")
           .operation<&Virtual::get_type>("get_type", {"path"}, "The object's type; an empty text if it is unknown.")

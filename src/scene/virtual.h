@@ -33,10 +33,13 @@ class Location {
 struct SceneCopy {
   struct Object {
     py::Object path, name, type, parent, children;
+    bool visited = false;
   };
 
   Snapshot snapshot;
-  std::vector<Object> objects;  // by the snapshot's numbers
+  std::vector<Object> objects;    // by the snapshot's numbers
+  std::vector<ObjectId> visited;  // in the order in which the host was asked
+  int uploads = 0;                // under way
 
   ObjectId mention(const py::Object& path);
 };
@@ -47,12 +50,12 @@ class Virtual : public QueryOp {
   void init(const py::Object& host) { operator_ = host; }
 
   void offload();
-  void upload(const py::Object& roots, bool clear);
+  void upload(const py::Iterable& roots, bool clear);
   bool object_exists(const py::Object& path) const;
   py::Object get_type(const py::Object& path) const;
   py::Object get_parent(const py::Object& path) const;
   py::Object get_children(const py::Object& path) const;
-  py::List get_locations(const py::Object& roots) const;
+  py::List get_locations(const py::Iterable& roots) const;
 
   const std::shared_ptr<SceneCopy>& copy() const { return copy_; }
 
@@ -78,7 +81,9 @@ class Virtual : public QueryOp {
   }
 
  private:
-  const SceneCopy::Object* find(const char* operation, const py::Object& path) const;
+  static std::optional<ObjectId> find(const SceneCopy& copy, const char* operation, const py::Object& path);
+  /// By value: calling Python may replace the copy.
+  SceneCopy::Object read(const char* operation, const py::Object& path) const;
   template <class G>
   py::Dict table(G&& value) const;
 

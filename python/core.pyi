@@ -1,0 +1,1422 @@
+"""The engine of Heron.
+
+Names that begin with a low line are the engine's own: a front-end or a host is handed their instances,
+and reads them, but seldom makes one.
+"""
+
+import logging
+from abc import abstractmethod
+from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
+from contextlib import AbstractContextManager
+from types import ModuleType, SimpleNamespace
+from typing import (
+    Any,
+    ClassVar,
+    Final,
+    Literal,
+    Protocol,
+    SupportsIndex,
+    TypeAlias,
+    TypeVar,
+    final,
+    overload,
+    type_check_only,
+)
+
+from typing_extensions import Self, disjoint_base
+
+_T = TypeVar("_T")
+
+# A value of a document: what JSON can hold, as the runtime's own types.
+_JsonMap: TypeAlias = dict[str, Any]
+_JsonList: TypeAlias = list[dict[str, Any]]
+
+# What an anchor captured: the text, and the path of the object in whose name it stood.
+_Capture: TypeAlias = tuple[str, str]
+_Captures: TypeAlias = dict[str, set[_Capture]]
+
+version: Final[tuple[int, int, int]]
+_TYPE_STRING: Final[type[str]]
+_ENCODING: Final[str]
+
+class _Str(str):
+    """Text of the system: a str that can be told from others."""
+
+    def __new__(cls, value: object) -> Self: ...
+    @staticmethod
+    def encoded(value: _T) -> _T: ...
+    @staticmethod
+    def decoded(value: _T) -> _T: ...
+
+@overload
+def _str(value: str) -> _Str: ...
+@overload
+def _str(value: _T) -> _T: ...
+def _format(template: str, *args: object) -> str: ...
+
+@final
+class Constants:
+    """All enumerations of the system."""
+
+    @final
+    class Check:
+        """Constants of checks."""
+
+        @final
+        class Mode:
+            """What a validation looks at."""
+
+            Selection: Final = 0
+            Project: Final = 1
+
+        @final
+        class Category:
+            """Groups of checks, in the order in which they are shown."""
+
+            Scene: Final[_Str]
+            Object: Final[_Str]
+            Mesh: Final[_Str]
+            MeshNonManifold: Final[_Str]
+            Mapping: Final[_Str]
+            Material: Final[_Str]
+            Lod: Final[_Str]
+            Project: Final[_Str]
+
+        @final
+        class Result:
+            """Outcomes of a check."""
+
+            Pass: Final[_Str]
+            Info: Final[_Str]
+            Fail: Final[_Str]
+            Error: Final[_Str]
+
+    @final
+    class Export:
+        """Constants of the export."""
+
+        @final
+        class Format:
+            """File formats."""
+
+            FBX: Final[_Str]
+
+        @final
+        class Mode:
+            """Where exported files go."""
+
+            Choose: Final = 0
+            Project: Final = 1
+            Local: Final = 2
+
+    @final
+    class Scene:
+        """Constants of the scene."""
+
+        @final
+        class Type:
+            """Types of scene objects, the same in every host."""
+
+            Ghost: Final[_Str]
+            SceneRoot: Final[_Str]
+            Transform: Final[_Str]
+            Mesh: Final[_Str]
+            Locator: Final[_Str]
+            LodGroup: Final[_Str]
+
+    @final
+    class Plugin:
+        """Constants of the host."""
+
+        @final
+        class Status:
+            """Outcomes of an operation."""
+
+            Success: Final = True
+            Failure: Final = False
+
+        @final
+        class Target:
+            """Host applications."""
+
+            DCC_Maya: Final[_Str]
+            DCC_3dsMax: Final[_Str]
+            DCC_Blender: Final[_Str]
+            Standalone: Final[_Str]
+
+    @final
+    class Name:
+        """Constants of names."""
+
+        @final
+        class Filter:
+            """Filters of a name."""
+
+            LATIN: Final[_Str]
+            EN_RU: Final[_Str]
+            EMPTY: Final[_Str]
+            SPACE: Final[_Str]
+            GHOST: Final[_Str]
+
+@final
+class _Naming:
+    @staticmethod
+    def is_attribute(name: str) -> bool: ...
+    @staticmethod
+    def is_private(name: str) -> bool: ...
+    @staticmethod
+    def force_ascii(name: str, title: bool = False) -> str: ...
+    @staticmethod
+    def latin_filter(text: str) -> str: ...
+    @staticmethod
+    def en_ru_filter(text: str) -> str: ...
+    @staticmethod
+    def _char_filter(text: str, chars: Iterable[Sequence[int]]) -> str: ...
+    @staticmethod
+    def space_filter(text: str) -> str: ...
+    @staticmethod
+    def ghost_filter(text: str) -> str: ...
+    @staticmethod
+    def strip(name: str, chars: str) -> str: ...
+
+@disjoint_base
+class _NamesControl:
+    @property
+    def _names(self) -> set[str]: ...
+    def clear(self) -> None: ...
+    def exists(self, name: str) -> bool: ...
+    def append(self, name: str) -> None: ...
+    def remove(self, name: str) -> None: ...
+    def rename(self, remove: str, append: str) -> None: ...
+    def get_init(self, name: str) -> str: ...
+    def _get_next(self, name: str) -> str: ...
+    def _get_alike(self, name: str) -> list[str]: ...
+
+@final
+class Error:
+    """The exceptions of the system."""
+
+    @disjoint_base
+    class WrongAttributeName(Exception):
+        """An attribute name that is no identifier."""
+
+        def __init__(self, name: str = "") -> None: ...
+        @property
+        def _text(self) -> str: ...
+
+    @disjoint_base
+    class PrivateAttributeName(Exception):
+        """An attribute name that begins with two low lines."""
+
+        def __init__(self, name: str = "") -> None: ...
+        @property
+        def _text(self) -> str: ...
+
+    @disjoint_base
+    class AttributeNameRepeat(Exception):
+        """Two inputs have one attribute name."""
+
+    @disjoint_base
+    class ParameterInputType(Exception):
+        """A parameter block holds what is no input."""
+
+    @disjoint_base
+    class AccessQueueTimeout(Exception):
+        """A document stayed in use for too long."""
+
+    @disjoint_base
+    class NoFeedbackEmail(Exception):
+        """There is no address to send feedback to."""
+
+    @disjoint_base
+    class ValidationError(Exception):
+        """An issue found while the validation runs. A check raises it to report a finding."""
+
+@final
+class _Assert:
+    @final
+    class Parameters:
+        @final
+        class Input:
+            @staticmethod
+            def attribute(name: object) -> None: ...
+
+    @final
+    class Json:
+        @staticmethod
+        def clean(data: _T) -> _T: ...
+
+@final
+class Logger:
+    """The one door to the log: the root logger, with no handler, level or format of its own.
+
+    `message` may be any object; `kwargs` go to the logger. Records are handed over on threads of their own.
+    """
+
+    _root: ClassVar[logging.Logger]
+    @staticmethod
+    def debug(message: object, **kwargs: Any) -> None:
+        """Logs at level debug."""
+
+    @staticmethod
+    def info(message: object, **kwargs: Any) -> None:
+        """Logs at level info."""
+
+    @staticmethod
+    def warning(message: object, **kwargs: Any) -> None:
+        """Logs at level warning."""
+
+    @staticmethod
+    def error(message: object, **kwargs: Any) -> None:
+        """Logs at level error, never with exception information."""
+
+    @staticmethod
+    def exception(message: object, **kwargs: Any) -> None:
+        """Logs a caught exception at level error, without the traceback."""
+
+    @staticmethod
+    def _call(function: Callable[..., object], args: Iterable[Any], kwargs: Mapping[str, Any]) -> None: ...
+
+@disjoint_base
+class _CallBacks:
+    """The events of the engine: one list of functions for each. Read from `Api.callbacks`."""
+
+    def clear(self) -> None:
+        """Empties every list; the list objects stay."""
+
+    @property
+    def empty_scan_selection(self) -> _CallBacks.List:
+        """A scan found nothing selected."""
+
+    @property
+    def used_scan_selection(self) -> _CallBacks.List:
+        """A scan was to add what the buffer holds already."""
+
+    @property
+    def empty_scan_result(self) -> _CallBacks.List:
+        """A scan found no hierarchy."""
+
+    @property
+    def lost_export_directory(self) -> _CallBacks.List:
+        """An export has no directory."""
+
+    @property
+    def empty_export_selection(self) -> _CallBacks.List:
+        """An export has nothing to write."""
+
+    @property
+    def export_skipped(self) -> _CallBacks.List:
+        """An export task failed."""
+
+    @property
+    def export_success(self) -> _CallBacks.List:
+        """An export wrote its files."""
+
+    @property
+    def projects_synchronized(self) -> _CallBacks.List:
+        """The server's projects are applied."""
+
+    @property
+    def projects_response_closed(self) -> _CallBacks.List:
+        """The server's answer is dealt with."""
+
+    @property
+    def projects_saved(self) -> _CallBacks.List:
+        """Projects were saved."""
+
+    @property
+    def buffer_loaded(self) -> _CallBacks.List:
+        """The buffer was loaded from the scene."""
+
+    @property
+    def http_no_response(self) -> _CallBacks.List:
+        """The server did not answer."""
+
+    @disjoint_base
+    class List:
+        """The functions registered for one event. A call calls them all; one that raises is logged."""
+
+        @property
+        def _array(self) -> list[Callable[..., object]]: ...
+        def __call__(self, *args: Any, **kwargs: Any) -> None: ...
+        def register(self, function: Callable[..., object]) -> None:
+            """Appends a function, unless it is not callable or in the list already."""
+
+        def delete(self, function: Callable[..., object]) -> None:
+            """Removes a function if it is in the list."""
+
+        def clear(self) -> None:
+            """Removes all functions."""
+
+@disjoint_base
+class Mask:
+    """Groups of constants for assign or filter purpose in user interface.
+
+    `Ghost`, `Type` and `Result` of an instance are the sets of these names, without the items whose types
+    the host does not have. `Api.masks` is typed so; of a `Mask` made elsewhere, checkers see the classes.
+    """
+
+    def __init__(self, type_mapping: TypeMapping) -> None: ...
+    @property
+    def _mapping(self) -> TypeMapping: ...
+    @disjoint_base
+    class Item(list[str]):
+        """A choice: a list of constants, with a label for the user."""
+
+        def __init__(self, *elements: str, name: str = "", attr: str = "", mapped: bool = False) -> None: ...
+        @property
+        def name(self) -> str:
+            """The label for the user."""
+
+        @property
+        def attr(self) -> str:
+            """Under what name the item is a member of its set; empty for none."""
+
+        @property
+        def mapped(self) -> bool:
+            """True if the elements are scene types, which the host must have."""
+
+        @property
+        def _name(self) -> str: ...
+        @property
+        def _attr(self) -> str: ...
+        @property
+        def _mapped(self) -> bool: ...
+
+    @disjoint_base
+    class _Set(list[Mask.Item]):
+        """The choices of a filter: a list of items, each also a member named by `attr`."""
+
+        def __init__(self, *items: Mask.Item) -> None: ...
+
+    class Ghost(_Set):
+        """The choices for the ghost rule."""
+
+        SceneRoot: Mask.Item
+        Transform: Mask.Item
+        Locator: Mask.Item
+        TransformLocator: Mask.Item
+        def __init__(self) -> None: ...
+
+    class Type(_Set):
+        """The choices for the types of a rule."""
+
+        TransformLocator: Mask.Item
+        Locator: Mask.Item
+        Transform: Mask.Item
+        LodGroup: Mask.Item
+        Mesh: Mask.Item
+        Any: Mask.Item
+        def __init__(self) -> None: ...
+
+    class Result(_Set):
+        """The choices for the results to be shown."""
+
+        Fail: Mask.Item
+        FailInfo: Mask.Item
+        def __init__(self) -> None: ...
+
+@type_check_only
+class _Masks(Mask):
+    Ghost: Mask.Ghost  # type: ignore[assignment]
+    Type: Mask.Type  # type: ignore[assignment]
+    Result: Mask.Result  # type: ignore[assignment]
+
+@disjoint_base
+class TypeMapping:
+    """Translates the object types of one host into those of `Constants.Scene.Type`."""
+
+    def __init__(self, table: Mapping[str, str]) -> None:
+        """table: a map of the host's type names to the system's."""
+
+    @property
+    def _table(self) -> dict[str, _Str]: ...
+    @property
+    def _types(self) -> set[_Str]: ...
+    def get(self, name: str) -> _Str | None:
+        """The system type of a host type, or None if it has none."""
+
+    def exist(self, name: str) -> bool:
+        """Can the host produce this system type?"""
+
+@final
+class Scene:
+    """Classes that communicate with the scene open in the host."""
+
+    @disjoint_base
+    class _QueryOp:
+        """An abstract class to get hierarchy info from the scene."""
+
+        @abstractmethod
+        def object_exists(self, path: str) -> bool:
+            """Does an object with this path exist now?"""
+
+        @abstractmethod
+        def get_type(self, path: str) -> str | None:
+            """The object's type, one of the texts of `Constants.Scene.Type`; None for one of no such type."""
+
+        @abstractmethod
+        def get_parent(self, path: str) -> str | None:
+            """The parent's path; None or an empty text at the top of the scene."""
+
+        @abstractmethod
+        def get_children(self, path: str) -> list[str] | None:
+            """The paths of the direct children in the order of matching; None or an empty list for a leaf."""
+
+    class Operator(_QueryOp):
+        """An abstract class to communicate with the scene.
+
+        A host integration derives its own class from it, sets `TYPE_MAPPING`, and implements every abstract
+        operation; each raises NotImplementedError here. A path is a text that is unique for each object; "|"
+        and "/" separate its pieces. All operations are called on the thread that owns the host's scene. A
+        constructor of a derived class calls this one's.
+        """
+
+        TYPE_MAPPING: ClassVar[Mapping[str, str]]
+        def __init__(self) -> None: ...
+        @property
+        def type_mapping(self) -> TypeMapping:
+            """The host's `TypeMapping`, made of `TYPE_MAPPING`."""
+
+        @property
+        def _type_mapping(self) -> TypeMapping: ...
+        def map_type(self, name: str) -> _Str | None:
+            """The system's type for a host type, or None. For `get_type`."""
+
+        @abstractmethod
+        def object_exists(self, path: str) -> bool:
+            """Does an object with this path exist now?"""
+
+        @abstractmethod
+        def get_type(self, path: str) -> str | None:
+            """The object's type; see `map_type`."""
+
+        @abstractmethod
+        def get_parent(self, path: str) -> str | None:
+            """The parent's path; None or an empty text at the top of the scene."""
+
+        @abstractmethod
+        def get_children(self, path: str) -> list[str] | None:
+            """The paths of the direct children, in order; None or nothing for a leaf."""
+
+        @abstractmethod
+        def get_selection(self) -> list[str]:
+            """The paths of the selected objects."""
+
+        @abstractmethod
+        def get_selection_roots(self) -> list[str]:
+            """The top-most ancestors of the selected objects, each once."""
+
+        @abstractmethod
+        def select(self, *paths: str) -> object:
+            """Selects exactly these objects; without paths, none."""
+
+        @staticmethod
+        @abstractmethod
+        def selection_manager() -> AbstractContextManager[object, bool | None]:
+            """A new scope object, after which the selection is what it was before."""
+
+        @abstractmethod
+        def register_scene_opened_callback(self, function: Callable[[], object]) -> object:
+            """Has the host call `function` whenever a scene was opened."""
+
+        @abstractmethod
+        def register_shutdown_callback(self, function: Callable[[], object]) -> object:
+            """Has the host call `function` when it closes."""
+
+        @abstractmethod
+        def delete_callbacks(self) -> object:
+            """Removes everything registered above."""
+
+        @abstractmethod
+        def export(
+            self,
+            roots: list[str],
+            file_path: str,
+            type: str,
+            args: Any,
+            automatic_uv: bool = False,
+            triangulate: bool = False,
+            reset_xforms: bool = False,
+        ) -> object:
+            """Writes the hierarchies below `roots` into one file; raises if it cannot."""
+
+        @abstractmethod
+        def get_current_file(self) -> str:
+            """The path of the open scene file; empty if it was never saved."""
+
+        @abstractmethod
+        def directory_dialog(self, starting: str = "~", caption: str = "") -> str | None:
+            """Lets the user choose a directory; None or an empty text on cancel."""
+
+        @abstractmethod
+        def file_dialog(self, starting: str = "~", caption: str = "", file_filter: str = "") -> str | None:
+            """Lets the user choose a file; None or an empty text on cancel."""
+
+        @abstractmethod
+        def query_filedata(self) -> _JsonList:
+            """What the last `embed_filedata` stored; an empty list if the scene has none."""
+
+        @abstractmethod
+        def embed_filedata(self, data: _JsonList) -> object:
+            """Stores a list of plain maps in the open scene."""
+
+        @abstractmethod
+        def erase_filedata(self) -> object:
+            """Removes the stored data, if there is any."""
+
+        @abstractmethod
+        def postscript_scan_append(self, joint: Scene._Buffer.DataJoint) -> object:
+            """Called for each joint that a scan built, children first."""
+
+        @abstractmethod
+        def postscript_scan_remove(self, joint: Scene._Buffer.DataJoint) -> object:
+            """Called for each joint that leaves the buffer when it is cleared."""
+
+        @staticmethod
+        def name_from_path(path: str) -> str:
+            """The short name of an object: what stands behind the last "|" or "/" of its path."""
+
+    @disjoint_base
+    class _Virtual(_QueryOp):
+        """A snapshot of a part of the scene, which answers the queries of the matching without the host."""
+
+        def __init__(self, operator: Scene.Operator) -> None: ...
+        @property
+        def _operator(self) -> Scene.Operator: ...
+        @property
+        def _exists(self) -> dict[str, bool]: ...
+        @property
+        def _name(self) -> dict[str, str]: ...
+        @property
+        def _type(self) -> dict[str, str | None]: ...
+        @property
+        def _parent(self) -> dict[str, str | None]: ...
+        @property
+        def _children(self) -> dict[str, list[str]]: ...
+        def offload(self) -> None:
+            """Forgets everything."""
+
+        def upload(self, roots: Iterable[str], clear: bool = True) -> None:
+            """Copies the objects at these paths and all below them; `clear` forgets what is there before."""
+
+        def object_exists(self, path: str | None) -> bool: ...
+        def get_type(self, path: str | None) -> str | None: ...
+        def get_parent(self, path: str | None) -> str | None: ...
+        def get_children(self, path: str | None) -> list[str]: ...
+        def get_locations(self, roots: Iterable[str]) -> list[Scene._Virtual._Location]:
+            """A new list of those of these objects that exist."""
+
+        @disjoint_base
+        class _Location:
+            """A short description of the scene object."""
+
+            name: str
+            path: str
+            type: str | None
+            children: list[str]
+            def __init__(
+                self, name: str, path: str, type: str | None, children: list[str] | None
+            ) -> None: ...
+            def __eq__(self, other: object, /) -> bool: ...
+            def __hash__(self) -> int: ...
+
+    @disjoint_base
+    class _Buffer:
+        """The hierarchies found in the scene, kept in the scene file."""
+
+        def __init__(
+            self, operator: Scene.Operator, virtual: Scene._Virtual, hierarchy: _Hierarchy
+        ) -> None: ...
+        @property
+        def _data(self) -> list[Scene._Buffer.DataBucket]: ...
+        @property
+        def _incompatibles(self) -> list[str]: ...
+        @property
+        def _operator(self) -> Scene.Operator: ...
+        @property
+        def _virtual(self) -> Scene._Virtual: ...
+        @property
+        def _hierarchy(self) -> _Hierarchy: ...
+        def __contains__(self, key: object, /) -> bool: ...
+        @property
+        def incompatibles(self) -> list[str]:
+            """The paths of the roots that failed the last `validate`, as the list itself."""
+
+        def get(self) -> list[Scene._Buffer.DataBucket]:
+            """A new list of the buckets."""
+
+        def set(self, data: Iterable[Scene._Buffer.DataBucket]) -> None:
+            """Replaces the buckets; the old ones leave as by `clear`."""
+
+        def add(self, data: Iterable[Scene._Buffer.DataBucket]) -> None:
+            """Appends buckets. Nothing persists."""
+
+        def remove(self, item: Scene._Buffer.DataBucket) -> None:
+            """Removes the first equal bucket; ValueError if there is none. Nothing persists."""
+
+        def exists(self) -> bool:
+            """Is there a bucket?"""
+
+        def get_checked(self) -> list[Scene._Buffer.DataBucket]:
+            """A new list of the buckets that are checked."""
+
+        @staticmethod
+        def get_roots(joint: Scene._Buffer.DataJoint) -> list[str]:
+            """The paths that a root joint stands for: its own, or a ghost's children's."""
+
+        def get_path_groups(self) -> list[list[str]]:
+            """The roots of each bucket."""
+
+        def load(self) -> None:
+            """Replaces the buckets by those embedded in the scene."""
+
+        def update(self) -> None:
+            """Embeds the buckets in the scene, in place of what is there."""
+
+        def erase(self) -> None:
+            """Drops the buckets, the data embedded in the scene, the snapshot and the incompatible paths."""
+
+        @staticmethod
+        def encode(data: Iterable[Scene._Buffer.DataBucket]) -> _JsonList:
+            """The data of these buckets, as they are embedded."""
+
+        def decode(self, data: Iterable[Mapping[str, Any]]) -> list[Scene._Buffer.DataBucket]:
+            """New buckets from embedded data."""
+
+        def _decode(self, data: Mapping[str, Any]) -> Scene._Buffer.DataJoint: ...
+        def rename(self, source: str, target: str) -> None:
+            """Replaces a part of the buckets' names. Nothing persists."""
+
+        def repath(self, source: str, target: str) -> None:
+            """Replaces a part of the joints' paths. Nothing persists."""
+
+        def clear(self, selected: bool = False) -> None:
+            """Erases everything, or drops the checked buckets and embeds the rest."""
+
+        def _clear(self, array: Iterable[Scene._Buffer.DataBucket]) -> None: ...
+        def sort(self, root: list[Scene._Buffer.DataJoint] | None = None) -> None:
+            """Sorts the children of all joints by name, or a list of joints and all below."""
+
+        def validate(self) -> None:
+            """Matches each bucket's roots with the pattern anew; those that fail are in `incompatibles`."""
+
+        def is_valid(self) -> bool:
+            """Are there buckets, do they look like the scene, and did the last `validate` find nothing?"""
+
+        def ghosts_match(self) -> bool:
+            """Does `ghost_match` hold for all buckets?"""
+
+        def ghost_match(self, bucket: Scene._Buffer.DataBucket) -> bool:
+            """May the roots of a ghost's bucket still stand under the pattern's ghost?"""
+
+        def is_match(self, _array: Iterable[Scene._Buffer.DataJoint] | None = None) -> bool:
+            """Do all objects exist, with as many children as their joints?"""
+
+        @disjoint_base
+        class DataJoint:
+            """One item of a scanned hierarchy.
+
+            stamp: the matched rule's. name, path: of the object. type: the matched rule's name; "ghost" for a
+            joint that stands for no object but holds a group of roots. icon, color: for display.
+            """
+
+            stamp: str
+            name: str
+            path: str
+            type: str
+            icon: str
+            color: str
+            children: list[Scene._Buffer.DataJoint]
+            def __init__(
+                self,
+                stamp: str = "",
+                name: str = "",
+                path: str = "|",
+                type: str = "",
+                children: list[Scene._Buffer.DataJoint] | None = None,
+                icon: str = "",
+                color: str = "none",
+            ) -> None: ...
+            def is_ghost(self) -> bool:
+                """Does the joint stand for no object, but hold a group of roots?"""
+
+            @property
+            def data(self) -> _JsonMap:
+                """The joint as it is embedded in the scene, a new map."""
+
+            def __eq__(self, other: object, /) -> bool: ...
+            def __hash__(self) -> int: ...
+
+        @disjoint_base
+        class DataBucket:
+            """A scanned hierarchy, with what controls its export and display.
+
+            joint: the root. name: for display and export. checked: takes part in validation and export.
+            opened: shown expanded.
+            """
+
+            joint: Scene._Buffer.DataJoint
+            checked: bool
+            opened: bool
+            name: str
+            def __init__(
+                self,
+                joint: Scene._Buffer.DataJoint,
+                name: str | None = None,
+                checked: bool = True,
+                opened: bool = True,
+            ) -> None: ...
+            @property
+            def _name(self) -> str: ...
+            @property
+            def data(self) -> _JsonMap:
+                """The bucket as it is embedded in the scene, a new map."""
+
+            def get_joints(
+                self, joint: Scene._Buffer.DataJoint | None = None
+            ) -> list[Scene._Buffer.DataJoint]:
+                """All joints of the bucket, or only those below a joint, parents first."""
+
+            def __eq__(self, other: object, /) -> bool: ...
+            def __hash__(self) -> int: ...
+
+    @disjoint_base
+    class _Scanner:
+        """Finds the hierarchies below the host's selection that match the pattern."""
+
+        def __init__(
+            self,
+            api: Api,
+            operator: Scene.Operator,
+            virtual: Scene._Virtual,
+            hierarchy: _Hierarchy,
+            buffer: Scene._Buffer,
+            callbacks: _CallBacks,
+        ) -> None: ...
+        @property
+        def _api(self) -> Api: ...
+        @property
+        def _op(self) -> Scene.Operator: ...
+        @property
+        def _virtual(self) -> Scene._Virtual: ...
+        @property
+        def _hierarchy(self) -> _Hierarchy: ...
+        @property
+        def _buffer(self) -> Scene._Buffer: ...
+        @property
+        def _callbacks(self) -> _CallBacks: ...
+        def upload_buffer(self, append: bool = False) -> bool:
+            """Scans below the selection. append: add to the buffer instead of replacing its content.
+
+            True if something was found; it is then embedded in the scene. False fires `used_scan_selection`,
+            `empty_scan_selection` or `empty_scan_result`, or logs the exception that ended the scan.
+            """
+
+        def reload_buffer(self) -> None:
+            """Matches each bucket's roots again and embeds the outcome; what matches no more leaves."""
+
+        def _reload_bucket(self, bucket: Scene._Buffer.DataBucket) -> None: ...
+        def _find_scope_roots(self, scene_roots: list[str]) -> list[str]: ...
+        def _find_scope_root(
+            self, path: str, ghost: _Hierarchy.Pattern.Scope, scene_roots: Iterable[str]
+        ) -> str | None: ...
+        def _scan(self, roots: Iterable[str]) -> list[Scene._Buffer.DataBucket]: ...
+        def _filter(self, buckets: Iterable[Scene._Buffer.DataBucket]) -> list[Scene._Buffer.DataBucket]: ...
+        def _load(
+            self, roots: Iterable[str], pattern: list[_Hierarchy.Pattern.Scope] | None = None
+        ) -> list[Scene._Buffer.DataJoint]: ...
+        @staticmethod
+        def _choose_name(data: Iterable[Scene._Buffer.DataJoint]) -> str: ...
+
+# What a pattern reads of a rule: a project's has it, a pattern's own has it, and so may a stand-in.
+@type_check_only
+class _RuleFields(Protocol):
+    @property
+    def stamp(self) -> str: ...
+    @property
+    def name(self) -> str: ...
+    @property
+    def icon(self) -> str: ...
+    @property
+    def color(self) -> str: ...
+    @property
+    def regex(self) -> str: ...
+    @property
+    def types(self) -> list[str] | None: ...
+    @property
+    def range(self) -> _Project.Settings.Rule.Range: ...
+
+@type_check_only
+class _Record(Protocol):
+    @property
+    def rules(self) -> Iterable[_Project.Settings.Rule]: ...
+    @property
+    def pattern(self) -> _Project.Settings.Rule.Tree._Node: ...
+
+@disjoint_base
+class _Hierarchy:
+    """Compare algorithm of a single hierarchy with the specific pattern."""
+
+    def __init__(self, query_operator: Scene._QueryOp, check_classes: Any) -> None: ...
+    @property
+    def _query_op(self) -> Scene._QueryOp: ...
+    @property
+    def _pattern(self) -> _Hierarchy.Pattern: ...
+    @property
+    def _search(self) -> _Hierarchy.Search: ...
+    @property
+    def pattern(self) -> _Hierarchy.Pattern:
+        """What is compared with."""
+
+    @property
+    def search(self) -> _Hierarchy.Search:
+        """The search, with the captures of the last run."""
+
+    def root_scopes(self, roots: Iterable[str]) -> list[list[str]]:
+        """Groups paths into candidate hierarchies."""
+
+    def ghost_scope_match(self, roots: Iterable[str]) -> bool:
+        """May all these objects stand under the ghost? True without a ghost."""
+
+    def is_ghost_root(self, ghost: _Hierarchy.Pattern.Scope, path: str) -> bool:
+        """May the object be a root under this ghost scope?"""
+
+    def mask(self, roots: Iterable[str]) -> list[str]:
+        """The paths among `roots` that the pattern's top layer claims, in the order of its scopes."""
+
+    def is_valid(self, roots: Iterable[str]) -> bool:
+        """Do these objects, with all below them, fit the pattern?"""
+
+    def find_anchors(self) -> None:
+        """Collects the pattern's definitions into a new table without captures."""
+
+    def _hierarchy_runner(
+        self,
+        function: Callable[[_Hierarchy.Pattern.Rule], object],
+        pattern: Iterable[_Hierarchy.Pattern.Scope],
+    ) -> None: ...
+    def match(self, roots: Iterable[str], pattern: list[_Hierarchy.Pattern.Scope]) -> bool:
+        """Do these objects, with all below them, fit this list of scopes? With the captures as they stand."""
+
+    @staticmethod
+    def _is_optional(pattern: Iterable[_Hierarchy.Pattern.Scope]) -> bool: ...
+    @staticmethod
+    def _is_deadlock(response: _Hierarchy.Search.Response) -> bool: ...
+    @disjoint_base
+    class Pattern:
+        """A class to describe hierarchy pattern."""
+
+        check_classes: Any
+        def __init__(self, check_classes: Any) -> None: ...
+        @property
+        def _rules(self) -> dict[str, _Hierarchy.Pattern.Rule]: ...
+        @property
+        def _hierarchy(self) -> list[_Hierarchy.Pattern.Scope]: ...
+        def get(self) -> list[_Hierarchy.Pattern.Scope]:
+            """The scopes that are compared with the scene, as the stored list."""
+
+        def get_ghost(self) -> _Hierarchy.Pattern.Scope | None:
+            """The scope at the top whose rule is named "ghost", the first one."""
+
+        def has_ghost(self) -> bool:
+            """Is there a ghost?"""
+
+        def set(self, project_settings_record: _Record | SimpleNamespace) -> None:
+            """Rebuilds the pattern from a record's `rules` and `pattern`, and sorts it for the search."""
+
+        def _set_rules(self, rules: Iterable[_RuleFields | SimpleNamespace]) -> None: ...
+        def _set_hierarchy(
+            self,
+            pattern: _Project.Settings.Rule.Tree._Node | SimpleNamespace,
+            root: list[_Hierarchy.Pattern.Scope] | None = None,
+        ) -> None: ...
+        def get_checklist(self, stamp: str) -> Any:
+            """The checklist of the rule with this stamp, or None."""
+
+        def is_verifiable(self, stamp: str) -> bool:
+            """Has the rule with this stamp a check that is enabled?"""
+
+        @disjoint_base
+        class Rule:
+            """A class to describe an item of the hierarchy pattern.
+
+            A copy of a project's rule: later edits of that do not show here.
+            """
+
+            stamp: str
+            name: str
+            icon: str
+            color: str
+            regex: str
+            types: list[str] | None
+            range: _Project.Settings.Rule.Range
+            checklist: Any
+            def __init__(self, config: _RuleFields | SimpleNamespace, checklist: Any) -> None: ...
+            def get_range(self) -> _Hierarchy.Pattern.Rule._Interval:
+                """How many objects of a layer may match: all these integers."""
+
+            def is_optional(self) -> bool:
+                """May a layer go without an object for this rule?"""
+
+            def __eq__(self, other: object, /) -> bool: ...
+            def __hash__(self) -> int: ...
+            @disjoint_base
+            class _Interval:
+                """All integers from a minimum to a maximum, equal to a set of the same."""
+
+                def __len__(self) -> int: ...
+                def __contains__(self, key: object, /) -> bool: ...
+                def __iter__(self) -> Iterator[int]: ...
+                def __eq__(self, other: object, /) -> bool: ...
+                __hash__: ClassVar[None]  # type: ignore[assignment]
+
+        @disjoint_base
+        class Scope:
+            """Connection between a pattern item and its children."""
+
+            rule: _Hierarchy.Pattern.Rule
+            children: list[_Hierarchy.Pattern.Scope]
+            def __init__(
+                self, rule: _Hierarchy.Pattern.Rule, children: list[_Hierarchy.Pattern.Scope]
+            ) -> None: ...
+
+        @final
+        class _Sorter:
+            @staticmethod
+            def sort(pattern: list[_Hierarchy.Pattern.Scope]) -> None: ...
+            @staticmethod
+            def sort_scopes(pattern: list[_Hierarchy.Pattern.Scope]) -> None: ...
+            @staticmethod
+            def create_order(pattern: list[_Hierarchy.Pattern.Scope]) -> _Hierarchy.Pattern._Sorter.Order: ...
+            @staticmethod
+            def change_order(order: _Hierarchy.Pattern._Sorter.Order) -> _Hierarchy.Pattern._Sorter.Order: ...
+            @staticmethod
+            def has_dependency(definition: Iterable[str], usage: Iterable[str]) -> bool: ...
+            @staticmethod
+            def shuffle_scopes(
+                pattern: list[_Hierarchy.Pattern.Scope], order: _Hierarchy.Pattern._Sorter.Order
+            ) -> None: ...
+            @disjoint_base
+            class Order:
+                array: list[_Hierarchy.Pattern._Sorter.Order.Unit]
+                def append(self, unit: _Hierarchy.Pattern._Sorter.Order.Unit) -> None: ...
+                def insert(self, index: int, unit: _Hierarchy.Pattern._Sorter.Order.Unit) -> None: ...
+                def reverse(self) -> None: ...
+                def __iter__(self) -> Iterator[_Hierarchy.Pattern._Sorter.Order.Unit]: ...
+                @disjoint_base
+                class Unit:
+                    index: SupportsIndex
+                    definition: list[str]
+                    usage: list[str]
+                    def __init__(self, index: SupportsIndex) -> None: ...
+                    def add_definition(self, text: str) -> None: ...
+                    def add_usage(self, text: str) -> None: ...
+
+    @disjoint_base
+    class Anchor:
+        """An extended logic for regular expression.
+
+        An anchor is the shortest run between "<" and the next ">" of a line. A definition `<name:value>` says
+        by the expression `value` what may stand at its place in an object's name, and what stood there is
+        captured. A usage `<name>` stands for the closest capture that is visible from the asking object.
+        """
+
+        @property
+        def state(self) -> _Hierarchy.Anchor._State:
+            """Everything captured so far."""
+
+        @property
+        def _state(self) -> _Hierarchy.Anchor._State: ...
+        @staticmethod
+        def find(text: str) -> list[str]:
+            """The definitions in a text, with brackets, in order; repeats stay."""
+
+        @staticmethod
+        def findall(text: str, unpacked: bool = False) -> list[str]:
+            """All anchors of a text in order. unpacked: without their brackets."""
+
+        @staticmethod
+        def has_definition(text: str) -> bool:
+            """Is this anchor, with or without brackets, a definition: exactly one colon?"""
+
+        @staticmethod
+        def unpack_anchor(expression: str) -> tuple[str, str]:
+            """A definition as the pair of its usage `<name>` and its value."""
+
+        @staticmethod
+        def same_scope(scope: str, path: str) -> bool:
+            """Is a capture made at `scope` visible from `path`?"""
+
+        @staticmethod
+        def merge_begins(anchor: str, expr_part: str, expr_source: str) -> str:
+            """A value without its final "$", if more of `expr_source` follows the anchor."""
+
+        @staticmethod
+        def merge_ends(anchor: str, expr_part: str, expr_source: str) -> str:
+            """A value without its leading "^", if something of `expr_source` precedes the anchor."""
+
+        @staticmethod
+        def get_scope_sorted(path: str, array: Iterable[_Capture]) -> list[_Capture]:
+            """The pairs, those whose path shares the longest start with `path` first."""
+
+        @staticmethod
+        def count_shared_symbols(source: str, target: str) -> int:
+            """The number of characters that two texts have in common at their start."""
+
+        def replace_anchors(self, expression: str, path: str) -> str:
+            """The expression with every usage replaced by the closest capture visible from `path`."""
+
+        def apply_anchors(self, expression: str) -> str:
+            """The expression with definitions, and usages that are left, replaced by their values."""
+
+        def match(self, expression: str, name: str, path: str) -> bool:
+            """Does the expression match the start of the name of the object at `path`? If so, it captures."""
+
+        def extract_anchors(self, expression: str, name: str, path: str) -> None:
+            """Captures, for each definition, what is left of the name without the parts around it."""
+
+        def has_anchor(self, expression: str) -> bool:
+            """Does a definition of the table stand in the expression?"""
+
+        def has_sub_anchor(self, expression: str) -> bool:
+            """Does a usage of a definition of the table stand in the expression?"""
+
+        @disjoint_base
+        class _State:
+            """The memory of a match: the table of definition anchors with everything captured for them."""
+
+            @property
+            def expressions(self) -> _Captures: ...
+            @expressions.setter
+            def expressions(self, structure: Mapping[str, Iterable[_Capture]], /) -> None: ...
+            @property
+            def _hash(self) -> int: ...
+            def get_hash(self) -> int: ...
+            def __hash__(self) -> int: ...
+            def __eq__(self, other: object, /) -> bool: ...
+            def __add__(self, other: _Hierarchy.Anchor._State, /) -> _Hierarchy.Anchor._State: ...
+            def __radd__(self, other: _Hierarchy.Anchor._State, /) -> _Hierarchy.Anchor._State: ...
+            def apply(self, clone: _Hierarchy.Anchor._State) -> None: ...
+            def clone(self) -> _Hierarchy.Anchor._State: ...
+            def set(self, expressions: Mapping[str, Iterable[_Capture]]) -> None: ...
+            def set_expressions(self, structure: Mapping[str, Iterable[_Capture]]) -> None: ...
+            def make_hash(self) -> None: ...
+
+    @disjoint_base
+    class Search:
+        """Compare algorithm of a single hierarchy layer with the pattern layer."""
+
+        def __init__(self, query_operator: Scene._QueryOp) -> None: ...
+        @property
+        def logic(self) -> _Hierarchy.Anchor:
+            """The anchors of this search; its captures outlive a layer."""
+
+        @property
+        def _operator(self) -> Scene._QueryOp: ...
+        @property
+        def _state(self) -> _Hierarchy.Anchor._State: ...
+        @property
+        def _locations(self) -> list[Scene._Virtual._Location]: ...
+        @property
+        def _scopes(self) -> list[_Hierarchy.Pattern.Scope]: ...
+        @property
+        def _exact(self) -> bool: ...
+        @property
+        def _guess(self) -> dict[_Hierarchy.Pattern.Rule, list[Scene._Virtual._Location]]: ...
+        def layer(
+            self, roots: Iterable[str], scopes: list[_Hierarchy.Pattern.Scope], exact: bool = True
+        ) -> _Hierarchy.Search.Result:
+            """Compares sibling objects with sibling scopes. exact: every object must be taken."""
+
+        def load_variables(
+            self, roots: Iterable[str], scopes: list[_Hierarchy.Pattern.Scope], exact: bool
+        ) -> None: ...
+        def backup_state(self) -> None: ...
+        def reset_state(self) -> None: ...
+        def make_guess(self) -> None: ...
+        def scope_match(
+            self, location: Scene._Virtual._Location, scope: _Hierarchy.Pattern.Scope
+        ) -> bool: ...
+        def wrong_guess(self) -> bool: ...
+        def create_response(self, empty: bool = False) -> _Hierarchy.Search.Result: ...
+        @disjoint_base
+        class Result:
+            """What a layer's search found."""
+
+            def __init__(self, array: list[_Hierarchy.Search.Response] | None = None) -> None: ...
+            @property
+            def _array(self) -> list[_Hierarchy.Search.Response]: ...
+            def is_empty(self) -> bool:
+                """Is there no response?"""
+
+            def __iter__(self) -> Iterator[_Hierarchy.Search.Response]: ...
+
+        @disjoint_base
+        class Response:
+            """One object matched by one scope."""
+
+            location: Scene._Virtual._Location
+            scope: _Hierarchy.Pattern.Scope
+            def __init__(
+                self, location: Scene._Virtual._Location, scope: _Hierarchy.Pattern.Scope
+            ) -> None: ...
+
+@final
+class _Settings:
+    """The settings of a user."""
+
+    @disjoint_base
+    class Check:
+        """The stored state of one check; values are kept as they come."""
+
+        class_id: str
+        enabled: bool
+        opened: bool
+        parameters: _JsonList
+        def __init__(self, class_id: str, enabled: bool, opened: bool, parameters: _JsonList) -> None: ...
+        @classmethod
+        def empty(cls, class_id: str) -> Self:
+            """A new state of this check: disabled, folded, without parameters."""
+
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form; the id is not part of it."""
+
+        @disjoint_base
+        class Config:
+            """The stored states of checks, by their ids. The length counts all; enabled ones are written."""
+
+            def __init__(self, table: Mapping[str, Mapping[str, Any]]) -> None: ...
+            @classmethod
+            def empty(cls) -> Self:
+                """A new configuration without checks."""
+
+            @property
+            def _table(self) -> dict[str, _Settings.Check]: ...
+            @property
+            def is_empty(self) -> bool:
+                """Whether no check is enabled."""
+
+            @property
+            def data(self) -> _JsonMap:
+                """The JSON form, a new dict of the enabled checks."""
+
+            def __eq__(self, other: object, /) -> bool: ...
+            __hash__: ClassVar[None]  # type: ignore[assignment]
+            def __iter__(self) -> Iterator[_Settings.Check]: ...
+            def __len__(self) -> int: ...
+            def _load(self, table: Mapping[str, Mapping[str, Any]]) -> None: ...
+            def mask(self, *class_ids: str) -> None:
+                """Removes every check whose id is not among the arguments."""
+
+            def clone(self) -> _Settings.Check.Config:
+                """A new configuration of the enabled checks."""
+
+            def apply(self, config: _Settings.Check.Config) -> None:
+                """Replaces all states by the enabled ones of another configuration."""
+
+            @overload
+            def get(self, class_id: str, force: Literal[True]) -> _Settings.Check: ...
+            @overload
+            def get(self, class_id: str, force: bool = False) -> _Settings.Check | None:
+                """The state of a check; with `force` an unknown one gets an empty state, which is added."""
+
+@final
+class _Project:
+    """Projects, and what they hold."""
+
+    @final
+    class Settings:
+        """One project."""
+
+        @disjoint_base
+        class Rule:
+            """What one kind of object in a scene hierarchy looks like.
+
+            Built from the JSON form, a map of which every key may be missing.
+            """
+
+            check_config: _Settings.Check.Config
+            color: str
+            icon: str
+            stamp: str
+            name: str
+            regex: str
+            types: list[str] | None
+            def __init__(self, data: Mapping[str, Any]) -> None: ...
+            @property
+            def range(self) -> _Project.Settings.Rule.Range:
+                """How many objects may match at one place."""
+
+            @property
+            def _stamp(self) -> str: ...
+            @property
+            def _name(self) -> str: ...
+            @property
+            def _regex(self) -> str: ...
+            @property
+            def _types(self) -> list[str] | None: ...
+            @property
+            def _range(self) -> _Project.Settings.Rule.Range: ...
+            @property
+            def data(self) -> _JsonMap:
+                """The JSON form, a new dict."""
+
+            def is_ghost(self) -> bool:
+                """Whether the rule is named "ghost": it stands for the level above a hierarchy's roots."""
+
+            @disjoint_base
+            class Range:
+                """How many objects may match a rule at one place, both bounds included."""
+
+                minimum: int
+                maximum: int
+                def __init__(self, minimum: int, maximum: int) -> None: ...
+                @property
+                def data(self) -> list[int]:
+                    """The JSON form, a new list of `minimum` and `maximum`."""
+
+                def __copy__(self) -> _Project.Settings.Rule.Range: ...
+                def __eq__(self, other: object, /) -> bool: ...
+                __hash__: ClassVar[None]  # type: ignore[assignment]
+
+            @disjoint_base
+            class List:
+                """The rules of a record, in order."""
+
+                def __init__(self, array: Iterable[Mapping[str, Any]]) -> None: ...
+                @property
+                def _array(self) -> list[_Project.Settings.Rule]: ...
+                @property
+                def _control(self) -> _NamesControl: ...
+                def __iter__(self) -> Iterator[_Project.Settings.Rule]: ...
+                @staticmethod
+                def predefined() -> list[_Project.Settings.Rule]:
+                    """A new list of the rules that every project offers, with new stamps."""
+
+                @property
+                def data(self) -> _JsonList:
+                    """The JSON form, a new list."""
+
+                @property
+                def names(self) -> list[str]:
+                    """A new list of the names, in order."""
+
+                def is_empty(self) -> bool:
+                    """Whether there is no rule."""
+
+                def has_ghost(self) -> bool:
+                    """Whether there is a ghost rule."""
+
+                def has_unique_name(self, rule: _Project.Settings.Rule) -> bool:
+                    """Whether no other rule of the list has this rule's name."""
+
+                def sync_names(self) -> None:
+                    """Registers the names anew. Equal names stay equal."""
+
+                def rename(self, rule: _Project.Settings.Rule, name: str) -> None:
+                    """Gives a rule a name, whether it is free or not: see `has_unique_name`."""
+
+                def reorder(self, rules: Iterable[object]) -> None:
+                    """Puts the list into the order of these rules; those that are not given come last."""
+
+                def get(self, stamp: str) -> _Project.Settings.Rule | None:
+                    """The first rule of this stamp."""
+
+                def append(self, rule: _Project.Settings.Rule) -> bool:
+                    """Adds a rule, its name with a number if that is taken; refuses a second ghost."""
+
+                def remove(self, rule: object) -> bool:
+                    """Removes this very rule; refuses one that is not in the list."""
+
+            @final
+            class Tree:
+                """Which rule may stand under which."""
+
+                @disjoint_base
+                class _Node:
+                    """What may have nodes below it. The text form is an outline of them."""
+
+                    children: list[_Project.Settings.Rule.Tree.Node]
+                    def append(self, node: _Project.Settings.Rule.Tree.Node) -> None:
+                        """Adds a node at the end, unless this very node is there."""
+
+                    def remove(self, node: object) -> None:
+                        """Removes this very node if it is there."""
+
+                    def clear(self) -> None:
+                        """Dismantles everything below. The lists stay, and are empty."""
+
+                    @staticmethod
+                    def create_node(rule: _Project.Settings.Rule) -> _Project.Settings.Rule.Tree.Node:
+                        """A new node of a rule, with none below."""
+
+                @disjoint_base
+                class Node(_Node):
+                    """A place of a rule in the tree."""
+
+                    rule: _Project.Settings.Rule
+                    def __init__(
+                        self,
+                        rule: _Project.Settings.Rule,
+                        children: list[_Project.Settings.Rule.Tree.Node] | None = None,
+                    ) -> None: ...
+
+                class Root(_Node):
+                    """The top of a rule tree, which stands for no rule."""
+
+                    @property
+                    def data(self) -> _JsonList:
+                        """The JSON form, a new list of nodes: "stamp" of the rule, and "children"."""
+
+                    def is_empty(self) -> bool:
+                        """Whether there is no node."""
+
+                    def is_root(self, rule: object) -> bool:
+                        """Whether this very rule stands directly below the root."""
+
+                    def load(
+                        self, data: Iterable[Mapping[str, Any]], rules: _Project.Settings.Rule.List
+                    ) -> None:
+                        """Builds the tree from its JSON form; nodes without a rule are left out."""
+
+@disjoint_base
+class Api:
+    """A common class to have access to all program components.
+
+    operator: the host. environment: where the host keeps its files. export_options: the exporters. checks:
+    the root module of an embedded set of checks. A front-end builds one and calls `shutdown` at the end.
+    """
+
+    def __init__(
+        self,
+        operator: Scene.Operator,
+        environment: object,
+        export_options: list[Any] | None = None,
+        checks: ModuleType | None = None,
+    ) -> None: ...
+    @property
+    def _op(self) -> Scene.Operator: ...
+    @property
+    def callbacks(self) -> _CallBacks:
+        """The front-end's functions by event."""
+
+    @property
+    def version(self) -> tuple[int, int, int]:
+        """The version of the library: major, minor, patch."""
+
+    @property
+    def constants(self) -> type[Constants]:
+        """The enumerations."""
+
+    @property
+    def masks(self) -> _Masks:
+        """A new `Mask` of the types that the host can produce now."""
+
+    @property
+    def logger(self) -> type[Logger]:
+        """The log."""
+
+    def shutdown(self) -> None:
+        """Removes what is registered in the host, and the front-end's functions. Writes nothing."""

@@ -1,0 +1,385 @@
+"""The scanner: from a selection to buckets, and what hosts can do to it on the way."""
+
+import gc
+import re
+import sys
+import weakref
+from pathlib import Path
+
+import pytest
+from hosts import logged, node, record, rule, scene, session
+
+import core
+
+Scanner = core.Scene._Scanner
+Joint = core.Scene._Buffer.DataJoint
+CARS = {"car": {"car_body": None, "car_wheel_2": None, "car_wheel_1": None}, "bus": {"bus_body": None}}
+
+
+def cars(host=None):
+    """Two cars, of which one has no wheels and another one's body is in its way."""
+    parts = node(rule("body", "^<n>_body$")), node(rule("wheel", r"^<n>_wheel_\d+$", 0, 4))
+    engine = session(host or scene(CARS), node(rule("root", "^<n:[a-z]+>$"), *parts))
+    engine.host.selection = ["/car", "/bus"]
+    return engine
+
+
+def paths(engine):
+    return [[joint.path for joint in bucket.get_joints()] for bucket in engine.buffer.get()]
+
+
+def test_a_scan_fills_the_buffer():
+    engine = cars()
+    host = engine.host
+    assert engine.scanner.upload_buffer() is core.Constants.Plugin.Status.Success
+    car = ["/car", "/car/car_body", "/car/car_wheel_1", "/car/car_wheel_2"]  # sorted by name
+    assert paths(engine) == [car, ["/bus", "/bus/bus_body"]]
+    assert host.data == core.Scene._Buffer.encode(engine.buffer.get())
+    wheels = ["/car/car_wheel_2", "/car/car_wheel_1"]  # as they were found
+    assert host.appended == ["/car/car_body", *wheels, "/car", "/bus/bus_body", "/bus"]
+    assert host.selected == [["/car", "/bus"]] and host.removed == engine.events == []
+    body = engine.buffer.get()[0].joint.children[0]
+    fields = (body.stamp, body.name, body.type, body.icon, body.color)
+    assert fields == ("<body>", "car_body", "body", "icon of body", "#123456")
+
+
+def test_a_joint_is_complete_when_the_host_hears_of_it():
+    engine, seen = cars(), {}
+    engine.host.postscript_scan_append = lambda joint: seen.update({joint.path: joint.data})
+    assert engine.scanner.upload_buffer()
+    assert [len(data["children"]) for data in seen.values()] == [0, 0, 0, 3, 0, 1]
+
+
+def test_nothing_selected():
+    engine = cars()
+    host = engine.host
+    host.selection = []
+    assert engine.scanner.upload_buffer() is core.Constants.Plugin.Status.Failure
+    assert host.selected == [[]] and engine.events == ["empty_scan_selection"]
+    engine = cars(host)
+    assert engine.scanner.upload_buffer()
+    host.selection, host.selected = [], []
+    assert not engine.scanner.upload_buffer(append=True)
+    assert host.selected == [] and engine.events == ["empty_scan_selection"]
+    assert not engine.scanner.upload_buffer()
+    assert host.selected == [["/car", "/bus"]] and len(paths(engine)) == len(host.data) == 2
+
+
+def test_nothing_found():
+    engine = cars()
+    assert engine.scanner.upload_buffer()
+    engine.host.put("/Bus")
+    for append, left in ((True, 2), (False, 0)):
+        engine.host.selection = ["/Bus"]
+        del engine.events[:]
+        assert not engine.scanner.upload_buffer(append=append)
+        assert engine.events == ["empty_scan_result"] and engine.host.selection == ["/Bus"]
+        assert len(paths(engine)) == len(engine.host.data) == left
+    assert not session(scene({"a": None})).scanner.upload_buffer()
+
+
+def test_appending():
+    engine = cars()
+    host = engine.host
+    host.selection = ["/bus/bus_body"]
+    assert engine.scanner.upload_buffer()
+    host.selection = ["/car", "/bus"]
+    calls = host.calls.copy()
+    assert not engine.scanner.upload_buffer(append=True)
+    assert engine.events == ["used_scan_selection"] and len(paths(engine)) == len(host.data) == 1
+    assert host.calls - calls == {"get_selection": 1}
+    host.selection = ["/car/car_body", "/bus/bus_body"]  # only roots are compared
+    assert engine.scanner.upload_buffer(append=True)
+    assert [bucket.name for bucket in engine.buffer.get()] == ["bus", "car", "bus"]
+    assert host.removed == []
+
+
+def grouped(types, regex="^grp"):
+    wanted = node(rule("ghost", regex, 5, 5, types), node(rule("part", "^p", 1, 9)))
+    host = scene({"grp_a": {"p1": {}, "p2": {}, "x": {}}, "grp_b:locator": {"p5": {}}, "other": {"p3": {}}, "p4": {}})
+    host.put("/grp_a/p1/deep", "/grp_a/p1")
+    del host.children["/grp_a/p1"]  # known by its parent only
+    return session(host, wanted)
+
+
+@pytest.mark.parametrize(
+    ("types", "selection", "found"),
+    [
+        ([], ["/p4", "/grp_a"], [["|", "/p4"]]),
+        (["sceneRoot", "transform"], ["/p4"], [["|", "/p4"]]),
+        (["sceneRoot"], ["/grp_a/p1"], []),
+        (["transform"], ["/grp_a/p1", "/grp_a/p2"], [["|", "/grp_a/p1", "/grp_a/p2"]]),
+        (["transform"], ["/grp_a/p1/deep"], [["|", "/grp_a/p1"]]),
+        (["transform"], ["/grp_a/x", "/grp_a/p2"], [["|", "/grp_a/p2"]]),
+        (["transform"], ["/grp_a"], []),  # a top-level object is no root here
+        (["transform"], ["/grp_b/p5", "/other/p3"], []),  # of another type, of another name
+        (["transform", "locator"], ["/grp_b/p5", "/grp_a/p1"], [["|", "/grp_b/p5"], ["|", "/grp_a/p1"]]),
+        # Both in one group, which the first object leaves twice.
+        (["transform"], ["/grp_a/p1", "/grp_a/p1/deep"], [["|", "/grp_a/p1", "/grp_a/p1"]]),
+    ],
+)
+def test_ghosts(types, selection, found):
+    engine = grouped(types)
+    engine.host.selection = selection
+    assert engine.scanner.upload_buffer() is bool(found)
+    assert paths(engine) == found and engine.events == ([] if found else ["empty_scan_result"])
+    for bucket, group in zip(engine.buffer.get(), found):
+        ghost = bucket.joint
+        fields = (ghost.stamp, ghost.type, ghost.icon, ghost.color, bucket.name)
+        assert fields == ("", "ghost", "Ghost", "none", group[1].split("/")[-1])
+    assert engine.host.appended == [path for group in found for path in [*group[1:], "|"]]
+
+
+def test_a_group_twice_is_one_bucket():
+    wanted = node(rule("ghost", "g", types=["transform"]), node(rule("a")))
+    engine = session(scene({"g": {"a": {"b": {}, "c": {}}}}), wanted)
+    del engine.host.children["/g/a"]
+    engine.host.selection = ["/g/a/b", "/g/a/c"]
+    engine.virtual.upload(["/g"])
+    assert engine.scanner._find_scope_roots(["/g"]) == ["/g/a", "/g/a"]
+    assert engine.scanner.upload_buffer() and paths(engine) == [["|", "/g/a"]]
+    assert Scanner._choose_name([]) == "" and Scanner._choose_name([Joint(name="x"), Joint()]) == "x"
+
+
+def test_a_reload_keeps_what_the_user_chose():
+    engine = cars()
+    assert engine.scanner.upload_buffer()
+    host, (car, bus) = engine.host, engine.buffer.get()
+    car.name, car.checked, car.opened = "mine", False, False
+    host.put("/bus/bus_wheel_1", "/bus")
+    del host.objects["/car/car_wheel_1"]
+    del host.appended[:]
+    engine.buffer.validate()
+    assert engine.scanner.reload_buffer() is None
+    assert engine.buffer.get() == [car, bus] and (car.name, car.checked, car.opened) == ("mine", False, False)
+    assert paths(engine) == [
+        ["/car", "/car/car_body", "/car/car_wheel_2"],
+        ["/bus", "/bus/bus_body", "/bus/bus_wheel_1"],
+    ]
+    assert len(host.appended) == 6 and host.removed == [] and host.data == [car.data, bus.data]
+
+
+def test_a_reload_drops_what_is_gone():
+    for name in ("/car", "/grp_a"):
+        engine = cars() if name == "/car" else grouped(["transform"])
+        engine.host.selection = ["/car"] if name == "/car" else ["/grp_a/p1", "/grp_a/p2"]
+        assert engine.scanner.upload_buffer()
+        for path in [path for path in engine.host.objects if path.startswith(name)]:
+            del engine.host.objects[path]
+        engine.buffer.validate()
+        engine.scanner.reload_buffer()
+        assert paths(engine) == engine.host.data == engine.host.removed == []
+
+
+# Hosts and expressions that fail.
+
+SCANNED = ("get_selection_roots", "object_exists", "get_type", "get_parent", "get_children", "name_from_path")
+GUARDED = (*SCANNED, "erase_filedata", "postscript_scan_append", "postscript_scan_remove")
+
+
+@pytest.mark.parametrize("operation", GUARDED)
+def test_errors_inside_the_scan_are_logged(operation):
+    engine = cars()
+    assert engine.scanner.upload_buffer()
+    host = engine.host
+    host.failures[operation] = error = LookupError("no")
+    selected = list(host.selected)
+    with logged() as messages:
+        assert engine.scanner.upload_buffer() is False
+    assert messages == [error] and messages[0] is error
+    assert host.selected == selected and engine.events == []
+    del host.failures[operation]
+    assert engine.scanner.upload_buffer() and paths(engine)[-1][0] == "/bus"
+
+
+@pytest.mark.parametrize("interrupt", [KeyboardInterrupt, SystemExit, GeneratorExit])
+@pytest.mark.parametrize("operation", ["get_type", "postscript_scan_append"])
+def test_interrupts_pass(operation, interrupt):
+    engine = cars()
+    engine.host.failures[operation] = interrupt()
+    with pytest.raises(interrupt):
+        engine.scanner.upload_buffer()
+    assert gc.isenabled()
+    engine.host.failures.clear()
+    assert engine.scanner.upload_buffer()
+
+
+@pytest.mark.parametrize("operation", ["get_selection", "select", "embed_filedata"])
+def test_errors_around_the_scan_pass(operation):
+    engine = cars()
+    engine.host.failures[operation] = LookupError("no")
+    with pytest.raises(LookupError):
+        engine.scanner.upload_buffer()
+    assert len(engine.buffer.get()) == (2 if operation == "embed_filedata" else 0)
+
+
+def test_errors_in_a_reload_pass():
+    engine = cars()
+    assert engine.scanner.upload_buffer()
+    for operation in ("object_exists", "postscript_scan_append", "erase_filedata"):
+        engine.host.failures = {operation: LookupError("no")}
+        with pytest.raises(LookupError):
+            engine.scanner.reload_buffer()
+    assert len(engine.buffer.get()) == 2
+
+
+WRONG = {re.error: "( * [ <n:(> (<n:a>", ValueError: "<n:a+><n:a+> <n:a$><n:a$>", OverflowError: "a{99999999999}"}
+
+
+@pytest.mark.parametrize(("regex", "error"), [(regex, error) for error in WRONG for regex in WRONG[error].split()])
+def test_wrong_expressions_end_the_scan(regex, error):
+    engine = session(scene({"a": {"aa": {}}}), node(rule("a", "^a$"), node(rule("wrong", regex, 0, 9))))
+    engine.host.selection = ["/a"]
+    with logged() as messages:
+        assert engine.scanner.upload_buffer() is False
+    assert [type(message) for message in messages] == [error]
+    for operation in (engine.hierarchy.is_valid, engine.scanner._load):
+        with pytest.raises(error):
+            operation(["/a"])
+    assert engine.hierarchy.mask(["/a"]) == ["/a"]  # the hierarchy is free again
+
+
+@pytest.mark.parametrize("name", ["", "\ud800", "a\nb", "\n", "é" * 300, "<n>", "#"])
+def test_names_of_any_kind(name):
+    host = scene({"r": None})
+    host.put(f"/r/{name}", "/r")
+    host.name_from_path = core.Scene.Operator.name_from_path
+    engine = session(host, node(rule("r", "^r$"), node(rule("any", r"^<n:[\s\S]*>$")), node(rule("b", "^<n>_", 0, 1))))
+    host.selection = ["/r"]
+    assert engine.scanner.upload_buffer()
+    assert engine.buffer.get()[0].joint.children[0].name == name
+    captured = {(name, f"/r/{name}")} if name else set()
+    engine.hierarchy.is_valid(["/r"])
+    assert engine.hierarchy.search.logic.state.expressions == {r"<n:[\s\S]*>": captured}
+
+
+# Hooks that do what they should not.
+
+
+def replace_table(engine):
+    engine.hierarchy.search.logic.state.set_expressions({})
+
+
+def replace_table_and_read_it_later(engine):
+    if not engine.host.appended:
+        replace_table(engine)
+    if len(engine.host.appended) == 2:  # in between, an object was captured from
+        assert isinstance(engine.hierarchy.search.logic.state.expressions, dict)
+
+
+@pytest.mark.parametrize(
+    "misbehave",
+    [
+        replace_table,
+        replace_table_and_read_it_later,
+        lambda engine: engine.hierarchy.search.logic.state.set_expressions({f"<{i}:x>": "" for i in range(99)}),
+        lambda engine: engine.hierarchy.search.logic.state.expressions.clear(),
+        lambda engine: engine.hierarchy.find_anchors(),
+        lambda engine: engine.hierarchy.search.layer(["/r"], engine.hierarchy.pattern.get()),
+        lambda engine: engine.hierarchy.search.logic.match("^<n:[a-z]+>", "z", "/z"),
+        lambda engine: engine.virtual.upload(["/r"]),
+        lambda engine: engine.virtual.upload(["/r"], clear=False),
+        lambda engine: engine.virtual.offload(),
+        lambda engine: engine.hierarchy.pattern.set(record()),
+        lambda engine: engine.hierarchy.pattern._hierarchy.clear(),
+        lambda engine: engine.hierarchy.__init__(engine.virtual, None),
+        lambda engine: engine.hierarchy.search.__init__(None),
+        lambda engine: engine.scanner.upload_buffer(),
+        lambda engine: engine.scanner.reload_buffer(),
+        lambda engine: engine.hierarchy.mask(["/r"]),
+        lambda engine: engine.buffer.clear(),
+        lambda engine: engine.host.objects.clear(),
+        lambda engine: re.purge() or gc.collect(),
+    ],
+)
+def test_hooks_may_do_anything(misbehave):
+    leaf = node(rule("leaf", r"^<k:c\d>$"))
+    wanted = node(rule("r", "^<n:r>$"), node(rule("part", r"^<m:p\d>$", 1, 9), leaf))
+    engine = session(scene({"r": {"p1": {"c1": None}, "p2": {"c2": None}}}), wanted)
+    host, busy = engine.host, []
+    objects = dict(host.objects)
+
+    def before(operation):
+        if operation == "postscript_scan_append" and not busy:
+            busy.append(1)  # what a hook sets off sets off nothing more
+            try:
+                misbehave(engine)
+            finally:
+                busy.clear()
+
+    host.selection, host.before = ["/r"], before
+    with logged() as messages:
+        engine.scanner.upload_buffer()
+    assert all(type(message) in (RuntimeError, KeyError) for message in messages)
+    # What the hook left in the objects does no harm to the next scan.
+    engine.hierarchy.__init__(engine.virtual, None)
+    engine.hierarchy.pattern.set(record(wanted))
+    host.before, host.objects, host.selection = (lambda operation: None), objects, ["/r"]
+    assert engine.scanner.upload_buffer() and sorted(paths(engine)[0]) == sorted(objects)
+
+
+def test_a_query_inside_a_matching_is_refused():
+    engine = cars()
+    results = []
+
+    def append(joint):
+        for operation in (engine.hierarchy.mask, engine.hierarchy.is_valid, engine.scanner._scan):
+            with pytest.raises(RuntimeError, match="matching"):
+                operation(["/car"])
+        results.append(joint.path)
+
+    engine.host.postscript_scan_append = append
+    assert engine.scanner.upload_buffer() and len(results) == 6
+    assert engine.hierarchy.mask(["/car"]) == ["/car"]
+
+
+# Memory.
+
+
+def touch(engine):
+    """Uses everything that keeps something."""
+    assert engine.scanner.upload_buffer()
+    engine.buffer.validate()
+    engine.scanner.reload_buffer()
+    engine.hierarchy.search.layer(["/car"], engine.hierarchy.pattern.get())
+    assert engine.hierarchy.search.logic.state.expressions and engine.hierarchy.search._guess
+
+
+def test_a_session_is_collected_as_a_whole():
+    engine = cars()
+    touch(engine)
+    host = engine.host
+    host.engine = engine  # as a host does that keeps its front-end
+    host.again = engine.scanner.upload_buffer
+    parts = ("host", "virtual", "hierarchy", "buffer", "scanner")
+    kept = [weakref.ref(getattr(engine, part)) for part in parts]
+    kept += [weakref.ref(engine.buffer.get()[0].joint), weakref.ref(engine.hierarchy.pattern.get()[0].rule)]
+    del engine, host
+    gc.collect()
+    assert [reference() for reference in kept] == [None] * len(kept)
+
+
+def resident():
+    """The memory of this process in pages, or nothing where the system does not tell."""
+    statm = Path("/proc/self/statm")
+    return int(statm.read_text().split()[1]) if statm.exists() else 0
+
+
+def test_memory_stays_flat_over_many_scans():
+    engine = cars(scene({f"c{'ab'[i % 2] * (i + 1)}": {f"c{'ab'[i % 2] * (i + 1)}_body": None} for i in range(40)}))
+    host = engine.host
+    host.selection = [path for path in host.objects if path.count("/") == 1]
+
+    def scan(times):
+        for _ in range(times):
+            assert engine.scanner.upload_buffer()
+            for kept in (host.appended, host.removed, host.selected):
+                kept.clear()
+        gc.collect()
+        return sys.getallocatedblocks(), len(gc.get_objects()), resident()
+
+    blocks, objects, pages = scan(100)
+    more_blocks, more_objects, more_pages = scan(1000)
+    # What a single scan would leave is some hundred blocks; a thousand of them leave less.
+    assert more_blocks - blocks < 500 and more_objects - objects < 100
+    assert more_pages - pages < 1024  # 4 MiB: four kilobytes a scan would show

@@ -1,0 +1,406 @@
+"""The host's side: operators and type tables, the snapshot, the buffer with its buckets and joints."""
+
+import json
+from contextlib import nullcontext
+
+import pytest
+from hosts import DictHost, node, rule, scene, session
+from hypothesis import given
+from hypothesis import strategies as st
+
+import core
+
+Operator, Virtual, Buffer = core.Scene.Operator, core.Scene._Virtual, core.Scene._Buffer
+Joint, Bucket = Buffer.DataJoint, Buffer.DataBucket
+Location = Virtual._Location
+DEEP = 100_000
+QUERIES = ("object_exists", "get_type", "get_parent", "get_children", "name_from_path")
+
+
+@pytest.mark.parametrize("path", ["", "a", "|a|b", "/a/b", "|a/b|c", "a|b/c", "a/", "|", "a\\b", "/a\n", "/é\ud800"])
+def test_names_of_paths(path):
+    assert Operator.name_from_path(path) == path.replace("|", "/").split("/")[-1]
+
+
+def test_what_a_host_leaves_out_is_told_when_it_is_asked():
+    class Bare(Operator):
+        pass
+
+    host, path = Bare(), ["/a"]
+    calls = dict.fromkeys([*QUERIES[:4], "embed_filedata", "postscript_scan_append", "postscript_scan_remove"], path)
+    calls |= {"get_selection": [], "get_selection_roots": [], "select": [], "query_filedata": [], "erase_filedata": []}
+    calls |= {"selection_manager": [], "delete_callbacks": [], "directory_dialog": [], "export": [1, 2, 3, 4]}
+    for operation, arguments in calls.items():
+        with pytest.raises(NotImplementedError, match=operation):
+            getattr(host, operation)(*arguments)
+    with pytest.raises(NotImplementedError, match="object_exists"):
+        Virtual(host).upload(path)
+
+
+def test_host_types_are_translated():
+    host = DictHost()
+    assert isinstance(host.type_mapping, core.TypeMapping) and host._type_mapping is host.type_mapping
+    assert host.map_type("xform") == "transform" and host.map_type("mesh") is None
+    table = core.TypeMapping({"a": "x", "b": "x", "c": "y"})
+    assert (table._table, table._types) == ({"a": "x", "b": "x", "c": "y"}, {"x", "y"})
+    assert table.exist("x") and not table.exist("a") and table.get("c") == "y"
+
+
+# The snapshot.
+
+
+def test_a_snapshot_asks_once_and_answers_alone():
+    host = scene({"a": {"b:mesh": None, "c": {"d": None}}})
+    host.put("/e", "/lost")
+    virtual = Virtual(host)
+    virtual.upload(["/a", "/e", "/none", "/a/c", "/a"])
+    assert [host.calls[query] for query in QUERIES] == [6, 5, 5, 5, 5]
+    host.calls.clear()
+    assert virtual.object_exists("/a") and not virtual.object_exists("/none") and not virtual.object_exists("/lost")
+    assert (virtual.get_type("/a/b"), virtual.get_type("/none")) == ("mesh", "")
+    assert (virtual.get_parent("/a"), virtual.get_parent("/e"), virtual.get_parent("?")) == (None, "/lost", None)
+    assert virtual.get_children("/a") == ["/a/b", "/a/c"] and virtual.get_children("/a/b") == []
+    assert virtual.get_children("/a") is virtual.get_children("/a")
+    found = virtual.get_locations(["/a/c", "/none", "/a", "?"])
+    assert [(one.name, one.path, one.children) for one in found] == [
+        ("c", "/a/c", ["/a/c/d"]),
+        ("a", "/a", ["/a/b", "/a/c"]),
+    ]
+    assert virtual._exists["/none"] is False and "/none" not in virtual._name
+    assert virtual._type == {path: kind for path, (_, kind) in host.objects.items()}
+    assert not host.calls
+
+
+def test_a_snapshot_is_replaced_or_added_to():
+    virtual = Virtual(scene({"a": None, "b": None}))
+    virtual.upload(["/a"])
+    virtual.upload(["/b"], clear=False)
+    assert list(virtual._exists) == ["/a", "/b"]
+    virtual.upload(["/b"])
+    assert list(virtual._exists) == ["/b"]
+    virtual.offload()
+    assert [*virtual._exists, *virtual._name, *virtual._type, *virtual._parent, *virtual._children] == []
+    assert not virtual.object_exists("/b") and virtual.get_locations(["/b"]) == []
+
+
+def test_locations_are_known_by_path():
+    one, same, other = Location("a", "/p", "t", None), Location("b", "/p", "u", [1]), Location("a", "/q", "t", None)
+    assert one == same and hash(one) == hash(same) and one != other and one != "/p"
+    assert one.children == [] and one.children is not other.children
+
+
+@pytest.mark.parametrize("query", QUERIES)
+@pytest.mark.parametrize("error", [ValueError, KeyboardInterrupt])
+def test_errors_of_the_host_pass_and_the_snapshot_stays_usable(query, error):
+    host = scene({"a": {"b": None}})
+    virtual = Virtual(host)
+    host.failures[query] = error("no")
+    with pytest.raises(error, match="no"):
+        virtual.upload(["/a"])
+    assert virtual.get_children("/a") == []
+    if query == "object_exists":
+        assert virtual.get_locations(["/a"]) == []
+    else:  # a part of the object is missing, so nothing may be matched with it
+        with pytest.raises(KeyError, match="interrupted"):
+            virtual.get_locations(["/a"])
+    del host.failures[query]
+    virtual.upload(["/a"])
+    assert virtual.get_children("/a") == ["/a/b"]
+
+
+@pytest.mark.parametrize("target", ["/a", "/a/b"])
+def test_an_object_below_itself(target):
+    host = scene({"a": {"b": {"c": None}}})
+    host.children["/a/b/c"] = [target]
+    with pytest.raises(RecursionError):
+        Virtual(host).upload(["/a"])
+
+
+@pytest.mark.parametrize("call", ["upload(['/a/c'])", "upload(['/a'], clear=False)", "offload()"])
+def test_an_upload_inside_an_upload(call):
+    host = scene({"a": {"b": None, "c": None}})
+    virtual, inside = Virtual(host), []
+    host.before = lambda operation: inside or inside.append(1) or eval(f"virtual.{call}", {"virtual": virtual})
+    virtual.upload(["/a"])
+    virtual.upload(["/a"])
+    assert len(virtual.get_locations(["/a", "/a/b", "/a/c"])) == 3
+
+
+@pytest.mark.parametrize("answer", [1, "/a/b", [1], [None], None, object()])
+@pytest.mark.parametrize("query", QUERIES)
+def test_answers_of_any_kind(query, answer):
+    host = scene({"a": {"b": None}})
+    setattr(host, query, lambda path: answer if path == "/a" else getattr(DictHost, query)(host, path))
+    engine = session(host, node(rule("a", "", types=["transform"]), node(rule("b", "b"))))
+    try:
+        engine.virtual.upload(["/a"])
+        engine.hierarchy.is_valid(["/a"])
+    except TypeError:
+        return
+    assert engine.virtual.object_exists("/a") is bool(query != "object_exists" or answer)
+
+
+def test_a_scene_may_be_deep():
+    host = DictHost()
+    for number in range(DEEP):  # short paths that tell nothing of how deep they are
+        host.put(f"{number}", f"{number - 1}" if number else None)
+    engine = session(host, node(rule("ghost", types=["transform"]), node(rule("any", "."))))
+    host.selection = [f"{DEEP - 1}"]
+    assert engine.scanner.upload_buffer() is False
+    assert engine.events == ["empty_scan_result"] and len(engine.virtual._exists) == DEEP
+    engine.buffer.set([Bucket(Joint(type="ghost", children=[Joint(path=f"{DEEP - 1}")]))])
+    assert engine.buffer.ghosts_match() is True  # climbs all the way
+
+
+def test_parents_in_a_circle():
+    host = scene({"a": {"b": None}})
+    host.objects["/a"] = ("/a/b", "transform")
+    host.selection = ["/a/b"]
+    engine = session(host, node(rule("ghost", types=["transform"]), node(rule("any", "."))))
+    with pytest.raises(RecursionError):
+        engine.scanner._find_scope_roots(["/x"])
+    with pytest.raises(RecursionError):
+        engine.buffer.ghost_match(Bucket(Joint(type="ghost", children=[Joint(path="/a/b")])))
+
+
+# Joints and buckets.
+
+
+def test_a_joint():
+    one, other = Joint(), Joint()
+    assert one.data == {"stamp": "", "type": "", "name": "", "path": "|", "children": [], "icon": "", "color": "none"}
+    assert list(one.data) == ["stamp", "type", "name", "path", "children", "icon", "color"]
+    one.children.append(other)
+    assert other.children == [] and one == other != "joint"  # children do not count, and neither do
+    assert Joint(icon="z", color="z") == one and hash(Joint(icon="z")) == hash(one)
+    assert all(Joint(**{field: "z"}) != one for field in ("stamp", "name", "path", "type"))
+    order = Joint("stamp", "name", "path", "type", [other], "icon", "color")
+    assert [*order.data.values()] == ["stamp", "type", "name", "path", [other.data], "icon", "color"]
+
+
+def test_a_bucket():
+    joint = Joint(name="root")
+    assert Bucket(joint).name == "root" and Bucket(joint, name="").name == ""
+    bucket = Bucket(joint, "x", checked=False)
+    assert list(bucket.data) == ["joint", "name", "checked", "opened"]
+    assert [*bucket.data.values()] == [joint.data, "x", False, True]
+    bucket.name = 5
+    assert bucket.name == "x"
+    bucket.name = "y"
+    assert bucket == Bucket(Joint(name="root"), "y", False) != Bucket(joint, "y", True)
+    assert hash(bucket) == hash(Bucket(Joint(path="/other"), "y", False))
+
+
+def test_joints_come_parents_first():
+    a, b = Joint(name="a", children=[Joint(name="aa")]), Joint(name="b")
+    bucket = Bucket(Joint(name="root", children=[a, b]))
+    assert [joint.name for joint in bucket.get_joints()] == ["root", "a", "aa", "b"]
+    assert [joint.name for joint in bucket.get_joints(a)] == ["aa"]
+    a.children.append(a)
+    with pytest.raises(RecursionError):
+        bucket.get_joints()
+
+
+def test_chains_of_joints_may_be_deep():
+    joint, host = Joint(), DictHost()
+    host.put("|", "|")
+    for _ in range(DEEP):
+        joint = Joint(children=[joint], icon=joint)
+    buffer = Buffer(host, None, None)
+    assert len(Bucket(joint).get_joints()) == DEEP + 1
+    for operation in (lambda: joint.data, lambda: buffer.sort([joint]), lambda: buffer.is_match([joint])):
+        with pytest.raises(RecursionError):
+            operation()
+
+
+# The buffer.
+
+
+def filled(*names):
+    """A session with a bucket for each of these objects."""
+    engine = session(scene(dict.fromkeys(names)), node(rule("any", ".")))
+    engine.host.selection = [f"/{name}" for name in names]
+    assert engine.scanner.upload_buffer()
+    return engine
+
+
+def names(engine):
+    return [bucket.name for bucket in engine.buffer.get()]
+
+
+def test_the_list_of_buckets():
+    engine = filled("b", "a")
+    buffer, (b, a) = engine.buffer, engine.buffer.get()
+    assert buffer.get() is not buffer.get() and a in buffer and Bucket(Joint()) not in buffer
+    a.checked = False
+    assert buffer.get_checked() == [b] and buffer.get_path_groups() == [["/b"], ["/a"]]
+    buffer.remove(Bucket(b.joint))  # an equal one
+    assert buffer.get() == [a] and engine.host.removed == []
+    with pytest.raises(ValueError):
+        buffer.remove(b)
+    buffer.set([b, b])
+    assert buffer.get() == [b, b] and engine.host.removed == ["/a"]
+    assert Buffer.get_roots(Joint(type="ghost")) == []
+    assert Buffer.get_roots(Joint(type="ghost", children=[a.joint, b.joint])) == ["/a", "/b"]
+
+
+def test_stored_data_comes_back():
+    engine = filled("b", "a")
+    buffer, host, before = engine.buffer, engine.host, engine.buffer.get()
+    before[0].checked = False
+    before[0].joint.children = [Joint("s", "n", "p", "t", None, "Icon", "#fff")]
+    host.calls.clear()
+    buffer.update()
+    assert list(host.calls) == ["erase_filedata", "embed_filedata"]  # in this order
+    host.data = json.loads(json.dumps(host.data))
+    buffer.load()
+    assert buffer.get() == before and buffer.get()[0] is not before[0]
+    assert Buffer.encode(buffer.get()) == host.data and host.removed == ["/b", "p", "/a"]
+    first, second = buffer.decode([{}, {"joint": {"path": 1, "more": 2}, "name": "m", "opened": 0}])
+    assert [*first.data.values()] == [dict.fromkeys(host.data[0]["joint"]) | {"children": []}, "", True, True]
+    assert [second.joint.path, *second.data.values()][::2] == [1, "m", 0]
+
+
+@pytest.mark.parametrize("data", [None, 1, [1], [None], [{"joint": 1}], [{"joint": {"children": 1}}]])
+def test_stored_data_of_something_else(data):
+    engine = filled("a")
+    engine.host.data = data
+    with pytest.raises((TypeError, AttributeError)):
+        engine.buffer.load()
+    assert names(engine) == ["a"] and engine.host.removed == []
+
+
+def test_renaming_and_moving():
+    engine = filled("aa_x", "b_x")
+    buffer = engine.buffer
+    buffer.rename("a", "aa")
+    assert names(engine) == ["aaaa_x", "b_x"] and buffer.get()[0].joint.name == "aa_x"
+    buffer.get()[1].joint.children = [Joint(path="/b_x/c"), Joint(path="/d")]
+    buffer.repath("/b_x", "/e/b")
+    assert [joint.path for joint in buffer.get()[1].get_joints()] == ["/e/b", "/e/b/c", "/d"]
+    assert engine.host.calls["embed_filedata"] == 1  # by the scan, and not since
+
+
+def test_clearing():
+    engine = filled("a", "b", "c")
+    buffer, host, held = engine.buffer, engine.host, engine.buffer.incompatibles
+    held.append("/x")
+    for bucket in buffer.get()[:2]:
+        bucket.checked = False
+    buffer.clear(selected=True)
+    assert names(engine) == ["a", "b"] and host.removed == ["/c"]
+    host.data = None
+    buffer.clear(selected=True)  # nothing is checked any more
+    assert len(host.data) == 2 and held == ["/x"]
+    buffer.clear()
+    assert names(engine) == host.data == buffer.incompatibles == [] and buffer.incompatibles is held
+    assert host.removed == ["/c", "/a", "/b"] and not engine.virtual.object_exists("/a")
+
+
+def test_a_bucket_leaves_before_the_host_hears_of_it():
+    engine, seen = filled("a", "b", "c"), []
+    engine.host.before = lambda operation: seen.append(names(engine))
+    engine.buffer.set([])
+    assert seen == [["b", "c"], ["c"], []]
+
+
+def test_a_host_that_fails_in_a_clear_leaves_the_rest_as_it_was():
+    engine = filled("a", "b", "c")
+    engine.host.failures["postscript_scan_remove"] = ValueError("no")
+    with pytest.raises(ValueError, match="no"):
+        engine.buffer.clear()
+    assert names(engine) == ["b", "c"]
+
+
+@pytest.mark.parametrize("change", ["clear", "pop", "reverse"])
+def test_a_hook_that_changes_the_list_under_a_clear(change):
+    engine = filled("a", "b", "c")
+    engine.host.before = lambda operation: getattr(engine.buffer._data, change)()
+    with pytest.raises((ValueError, IndexError)) if change != "reverse" else nullcontext():
+        engine.buffer.set([])
+    assert names(engine) == []
+
+
+trees = st.deferred(lambda: st.lists(st.tuples(st.text("ab\ud800", max_size=2), trees), max_size=3))
+
+
+@given(trees)
+def test_sorting(tree):
+    def build(below):
+        return [Joint(name=name, children=build(more)) for name, more in below]
+
+    def plain(below):
+        return [(name, plain(more)) for name, more in sorted(below, key=lambda pair: pair[0])]
+
+    def found(joints):
+        return [(joint.name, found(joint.children)) for joint in joints]
+
+    buffer = Buffer(None, None, None)
+    buffer.add([Bucket(Joint(name=name, children=build(tree))) for name in "ba"])
+    buffer.sort()
+    assert [bucket.name for bucket in buffer.get()] == ["b", "a"]
+    assert all(found(bucket.joint.children) == plain(tree) for bucket in buffer.get())
+
+
+def test_validity():
+    host = scene({"a": {"b": None}, "c": {"d": None}})
+    engine = session(host, node(rule("root", "[ac]"), node(rule("leaf", "[bd]"))))
+    buffer, held = engine.buffer, engine.buffer.incompatibles
+    assert buffer.is_valid() is False  # there is nothing
+    host.selection = ["/a", "/c"]
+    assert engine.scanner.upload_buffer()
+    host.calls.clear()
+    buffer.validate()
+    assert host.calls["object_exists"] == 4 and held == [] and buffer.is_valid()
+    host.objects["/c/x"] = ("/c", "transform")
+    host.children["/c"] = ["/c/x"]  # and what was there is somewhere else now
+    assert buffer.is_match() and buffer.is_valid()  # only the numbers are compared
+    buffer.validate()
+    assert buffer.incompatibles is held and held == ["/c"] and not buffer.is_valid()
+    host.children["/c"] = []
+    assert not buffer.is_match()
+    del host.objects["/a"]
+    assert not buffer.is_match()
+
+
+def test_a_ghost_decides_for_all_that_follow():
+    buffer = session(scene({"a": None})).buffer
+    ghost = Joint(type="ghost", children=[Joint(path="/a")])
+    buffer.set([Bucket(ghost), Bucket(Joint(path="/gone"))])
+    assert buffer.is_match() is True
+    ghost.children.append(Joint(path="/gone"))
+    assert buffer.is_match() is False
+
+
+def test_a_ghost_whose_roots_moved():
+    host = scene({"grp": {"a": None, "b": None}, "x": None})
+    engine = session(host, node(rule("ghost", "^grp", types=["transform"]), node(rule("any", ".", 1, 9))))
+    host.selection = ["/grp/a", "/grp/b"]
+    assert engine.scanner.upload_buffer()
+    (bucket,) = engine.buffer.get()
+    assert engine.buffer.ghost_match(bucket) and engine.buffer.ghosts_match()
+    assert engine.virtual.object_exists("/grp")  # from the top of the scene
+    host.objects["/grp/a"] = ("/x", "transform")
+    host.children.update({"/grp": ["/grp/b"], "/x": ["/grp/a"]})
+    assert not engine.buffer.ghost_match(bucket) and not engine.buffer.ghosts_match()
+    del host.objects["/grp/a"]
+    assert not engine.buffer.ghost_match(bucket)  # a missing root has no parent
+
+
+@pytest.mark.parametrize(
+    ("call", "told"),
+    [
+        (lambda: Operator.name_from_path(1), "name_from_path"),
+        (lambda: Operator().map_type(), "map_type"),
+        (lambda: core.TypeMapping({}).get(), "get"),
+        (lambda: Virtual(DictHost()).upload([1]), "upload"),
+        (lambda: Virtual(None).get_type(1), "get_type"),
+        (lambda: Location("a"), "_Location"),
+        (lambda: Joint(nothing=1), "DataJoint"),
+        (lambda: Bucket(), "DataBucket"),
+        (lambda: Buffer(None, None, None).clear(1, 2), "clear"),
+    ],
+)
+def test_wrong_arguments_are_told_by_name(call, told):
+    with pytest.raises(TypeError, match=told):
+        call()
