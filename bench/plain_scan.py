@@ -252,7 +252,9 @@ class Matching:
                         group.remove(path)
                 if self.is_valid(claimed):
                     for joint in self.load(claimed):
-                        buckets.append({"joint": joint, "name": joint["name"], "checked": True, "opened": True})
+                        buckets.append(
+                            {"joint": joint, "name": joint["name"], "checked": True, "opened": True}
+                        )
                 claimed = self.mask(group)
         first = {}  # of buckets with equal roots
         for bucket in buckets:

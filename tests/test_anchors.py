@@ -45,9 +45,21 @@ def test_unpacking():
 
 
 def test_what_is_visible_from_where():
-    for scope, path in (("a|b|c", "a/b/d"), ("a\\b\\c", "|a|b|d"), ("/x", "/a/b/c"), ("/a/x", "/a/b/c"), ("", "/a")):
+    for scope, path in (
+        ("a|b|c", "a/b/d"),
+        ("a\\b\\c", "|a|b|d"),
+        ("/x", "/a/b/c"),
+        ("/a/x", "/a/b/c"),
+        ("", "/a"),
+    ):
         assert Anchor.same_scope(scope, path), (scope, path)
-    for scope, path in (("/a/c/x", "/a/b/x"), ("/a/b/c", "/x"), ("/ab/x", "/a/b"), ("/a/b", ""), ("//a//x", "b|y")):
+    for scope, path in (
+        ("/a/c/x", "/a/b/x"),
+        ("/a/b/c", "/x"),
+        ("/ab/x", "/a/b"),
+        ("/a/b", ""),
+        ("//a//x", "b|y"),
+    ):
         assert not Anchor.same_scope(scope, path), (scope, path)
 
 
@@ -136,7 +148,9 @@ def test_agrees_with_the_plain_writing(table, expression, path):
     assert outcome(ours, "replace_anchors", expression, path) == outcome(plain, "replace", expression, path)
     assert outcome(ours, "apply_anchors", expression) == outcome(plain, "apply", expression)
     for name in ("ab", "a", "", "b\n", "é"):
-        assert outcome(ours, "match", expression, name, path) == outcome(plain, "match", expression, name, path)
+        assert outcome(ours, "match", expression, name, path) == outcome(
+            plain, "match", expression, name, path
+        )
     assert list(ours.state.expressions.items()) == list(plain.table.items())
 
 

@@ -82,7 +82,10 @@ class Maker:
         some = [self.rule() for _ in range(self.random.choice([1, 1, 1, 2, 2, 3]))]
         if some and self.chance(10) and (depth or not self.has_ghost):
             some.append(self.random.choice(some))  # equal rules; not where objects can come twice
-        return [node(one, *(self.layer(depth + 1) if depth < self.depth and self.chance(70) else ())) for one in some]
+        return [
+            node(one, *(self.layer(depth + 1) if depth < self.depth and self.chance(70) else ()))
+            for one in some
+        ]
 
     def pattern(self):
         self.has_ghost = self.chance(30)
@@ -92,7 +95,9 @@ class Maker:
             return top
         ghost = rule("ghost", self.random.choice(["^grp", "^grp", "", "^<n:a>", "p$"]))
         ghost.types = self.random.choice([[], ["sceneRoot", "locator"], ["transform"], ["transform"]])
-        self.grow_groups(top, "" if self.chance(30) else self.put("", self.random.choice(["grp", "grp_a"]), ghost))
+        self.grow_groups(
+            top, "" if self.chance(30) else self.put("", self.random.choice(["grp", "grp_a"]), ghost)
+        )
         return [node(self.rule()), node(ghost, *top)] if self.chance(20) else [node(ghost, *top)]
 
     def put(self, parent, name, rule):
@@ -193,7 +198,9 @@ def test_a_scan_agrees(case):
     assert host.data == expected
     assert host.appended == plain.hooks
     assert host.selection == selection
-    assert both.engine.events == ([] if expected else ["empty_scan_result" if selection else "empty_scan_selection"])
+    assert both.engine.events == (
+        [] if expected else ["empty_scan_result" if selection else "empty_scan_selection"]
+    )
 
 
 @many
@@ -260,7 +267,9 @@ def assets(count):
     number = "^<n:\\d+>$"
     return (
         scene({f"{i}": {f"{i}_body": None, f"{i}_wheel": None} for i in range(count)}),
-        node(rule("asset", number), node(rule("body", "^<n>_body$")), node(rule("wheel", "^<n>_wheel$", 1, 4))),
+        node(
+            rule("asset", number), node(rule("body", "^<n>_body$")), node(rule("wheel", "^<n>_wheel$", 1, 4))
+        ),
     )
 
 

@@ -134,7 +134,10 @@ def test_checklists_are_found_by_stamp():
 
 
 def sort(*regexes):
-    return [scope.rule.regex for scope in load(*(node(rule(f"r{i}", regex)) for i, regex in enumerate(regexes))).get()]
+    return [
+        scope.rule.regex
+        for scope in load(*(node(rule(f"r{i}", regex)) for i, regex in enumerate(regexes))).get()
+    ]
 
 
 @pytest.mark.parametrize(

@@ -96,7 +96,9 @@ def test_appending():
 
 def grouped(types, regex="^grp"):
     wanted = node(rule("ghost", regex, 5, 5, types), node(rule("part", "^p", 1, 9)))
-    host = scene({"grp_a": {"p1": {}, "p2": {}, "x": {}}, "grp_b:locator": {"p5": {}}, "other": {"p3": {}}, "p4": {}})
+    host = scene(
+        {"grp_a": {"p1": {}, "p2": {}, "x": {}}, "grp_b:locator": {"p5": {}}, "other": {"p3": {}}, "p4": {}}
+    )
     host.put("/grp_a/p1/deep", "/grp_a/p1")
     del host.children["/grp_a/p1"]  # known by its parent only
     return session(host, wanted)
@@ -223,10 +225,16 @@ def test_errors_in_a_reload_pass():
     assert len(engine.buffer.get()) == 2
 
 
-WRONG = {re.error: "( * [ <n:(> (<n:a>", ValueError: "<n:a+><n:a+> <n:a$><n:a$>", OverflowError: "a{99999999999}"}
+WRONG = {
+    re.error: "( * [ <n:(> (<n:a>",
+    ValueError: "<n:a+><n:a+> <n:a$><n:a$>",
+    OverflowError: "a{99999999999}",
+}
 
 
-@pytest.mark.parametrize(("regex", "error"), [(regex, error) for error in WRONG for regex in WRONG[error].split()])
+@pytest.mark.parametrize(
+    ("regex", "error"), [(regex, error) for error in WRONG for regex in WRONG[error].split()]
+)
 def test_wrong_expressions_end_the_scan(regex, error):
     engine = session(scene({"a": {"aa": {}}}), node(rule("a", "^a$"), node(rule("wrong", regex, 0, 9))))
     engine.host.selection = ["/a"]
@@ -244,7 +252,9 @@ def test_names_of_any_kind(name):
     host = scene({"r": None})
     host.put(f"/r/{name}", "/r")
     host.name_from_path = core.Scene.Operator.name_from_path
-    engine = session(host, node(rule("r", "^r$"), node(rule("any", r"^<n:[\s\S]*>$")), node(rule("b", "^<n>_", 0, 1))))
+    engine = session(
+        host, node(rule("r", "^r$"), node(rule("any", r"^<n:[\s\S]*>$")), node(rule("b", "^<n>_", 0, 1)))
+    )
     host.selection = ["/r"]
     assert engine.scanner.upload_buffer()
     assert engine.buffer.get()[0].joint.children[0].name == name
@@ -272,7 +282,9 @@ def replace_table_and_read_it_later(engine):
     [
         replace_table,
         replace_table_and_read_it_later,
-        lambda engine: engine.hierarchy.search.logic.state.set_expressions({f"<{i}:x>": "" for i in range(99)}),
+        lambda engine: engine.hierarchy.search.logic.state.set_expressions(
+            {f"<{i}:x>": "" for i in range(99)}
+        ),
         lambda engine: engine.hierarchy.search.logic.state.expressions.clear(),
         lambda engine: engine.hierarchy.find_anchors(),
         lambda engine: engine.hierarchy.search.layer(["/r"], engine.hierarchy.pattern.get()),
@@ -366,7 +378,9 @@ def resident():
 
 
 def test_memory_stays_flat_over_many_scans():
-    engine = cars(scene({f"c{'ab'[i % 2] * (i + 1)}": {f"c{'ab'[i % 2] * (i + 1)}_body": None} for i in range(40)}))
+    engine = cars(
+        scene({f"c{'ab'[i % 2] * (i + 1)}": {f"c{'ab'[i % 2] * (i + 1)}_body": None} for i in range(40)})
+    )
     host = engine.host
     host.selection = [path for path in host.objects if path.count("/") == 1]
 

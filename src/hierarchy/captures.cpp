@@ -1,6 +1,7 @@
 #include "hierarchy/captures.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "hierarchy/anchor_text.h"
 
@@ -11,8 +12,9 @@ Definition::Definition(std::string_view text) : text_(text) {
 }
 
 const anchor_text::Unpacked& Definition::unpacked() const {
-  if (!unpacked_) anchor_text::unpack(text_);  // throws what is wrong with it
-  return *unpacked_;
+  if (unpacked_) return *unpacked_;
+  anchor_text::unpack(text_);  // throws what is wrong with it
+  throw std::invalid_argument("no definition: " + text_);
 }
 
 std::size_t Definitions::add(std::string_view text) {

@@ -34,7 +34,7 @@ class Runner {
   }
   /// What fits of the objects and all below them: where a layer does not fit, nothing stands.
   MatchTree find(std::vector<ObjectId> objects, const LayerPlan& layer) {
-    return *walk(std::move(objects), layer, false);
+    return walk(std::move(objects), layer, false).value_or(MatchTree());
   }
   /// `match` with the pattern's top, without any captures before.
   std::optional<MatchTree> match_whole(std::vector<ObjectId> objects);

@@ -91,7 +91,7 @@ const ProjectRule& RuleNode::placed_rule() const {
 }
 
 py::Object RuleNode::text() const {
-  const py::Object name = placed_rule().name();
+  py::Object name = placed_rule().name();
   if (children.empty()) return name;
   const py::Object break_and_indent = py::text("\n  ");
   const py::Object below = RuleBranch::text().call(kReplace, py::text("\n"), break_and_indent);

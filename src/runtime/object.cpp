@@ -37,6 +37,7 @@ bool Object::truth() const {
 }
 
 bool Object::equals(const Object& other) const {
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep both alive
   const Object left(*this), right(other);
   return checked(PyObject_RichCompareBool(left.or_none(), right.or_none(), Py_EQ)) != 0;
 }
