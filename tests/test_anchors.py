@@ -89,11 +89,11 @@ def test_values_are_trimmed_where_more_follows(expression, plain):
 def test_the_example_of_a_car():
     anchor = anchor_of({"<asset:[a-z]+>": ()})
     body, wheel = "^<asset:[a-z]+>_body$", r"^<asset>_wheel_\d+$"
-    assert anchor.match(body, "car_body", "/root/car_body")
-    assert anchor.state.expressions == {"<asset:[a-z]+>": {("car", "/root/car_body")}}
-    assert anchor.replace_anchors(wheel, "/root/car_wheel_1") == r"^car_wheel_\d+$"
-    assert anchor.match(wheel, "car_wheel_1", "/root/car_wheel_1")
-    assert not anchor.match(wheel, "truck_wheel_1", "/root/truck_wheel_1")
+    assert anchor.match(body, "car_body", "/cars/car_body")
+    assert anchor.state.expressions == {"<asset:[a-z]+>": {("car", "/cars/car_body")}}
+    assert anchor.replace_anchors(wheel, "/cars/car_wheel_1") == r"^car_wheel_\d+$"
+    assert anchor.match(wheel, "car_wheel_1", "/cars/car_wheel_1")
+    assert not anchor.match(wheel, "truck_wheel_1", "/cars/truck_wheel_1")
     assert anchor.match(wheel, "_wheel_1", "/other/_wheel_1")  # not visible there: the usage vanishes
     assert anchor.has_anchor(body) and not anchor.has_sub_anchor(body)
     assert anchor.has_sub_anchor(wheel) and not anchor.has_anchor(wheel)
