@@ -150,7 +150,7 @@ def session(host, *nodes):
 
 @contextmanager
 def logged():
-    """What is logged inside, the objects themselves; complete after the block, though each has its own thread."""
+    """What is logged inside, the objects themselves; complete after the block, as each has its own thread."""
     messages, before = [], set(threading.enumerate())
     handler = logging.Handler(logging.WARNING)
     handler.emit = lambda record: messages.append(record.msg)

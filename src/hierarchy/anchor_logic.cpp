@@ -9,7 +9,7 @@ namespace {
 
 bool stands_in(std::string_view piece, std::string_view text) { return text.find(piece) != std::string_view::npos; }
 
-/// The same replacement where a captured text holds the usage itself, and so leaves work for the next capture.
+/// The same replacement where captured texts bring the usage back, and so leave work for the next capture.
 std::string replace_in_turn(std::string expression, std::string_view usage, std::vector<Capture> captures,
                             std::string_view path) {
   std::sort(captures.begin(), captures.end(), Capture::backwards);
@@ -37,8 +37,9 @@ std::string AnchorLogic::replace_anchors(std::string_view expression, std::strin
     if (!stands_in(usage, result)) continue;
     index_.follow(state_.last);
     if (const Capture* capture = index_.closest(key, path)) {
-      result = stands_in(usage, capture->text) ? replace_in_turn(std::move(result), usage, state_.tables()[key], path)
-                                               : anchor_text::replace_all(result, usage, capture->text);
+      std::string replaced = anchor_text::replace_all(result, usage, capture->text);
+      const bool anew = stands_in(usage, replaced);  // the captured texts hold the usage, or make one where they meet
+      result = anew ? replace_in_turn(std::move(result), usage, state_.tables()[key], path) : std::move(replaced);
     }
     if (stands_in(usage, result)) result = anchor_text::replace_all(result, usage, "");
   }
