@@ -72,11 +72,8 @@ class Session:
     def begins_below_top(self) -> bool:
         """Whether hierarchies begin one level below the top of the scene, not at the top."""
         ghost = self._hierarchy.pattern.get_ghost()
-        return (
-            ghost is not None
-            and bool(ghost.rule.types)
-            and core.Constants.Scene.Type.SceneRoot not in ghost.rule.types
-        )
+        types = ghost.rule.types if ghost is not None else None
+        return bool(types and core.Constants.Scene.Type.SceneRoot not in types)
 
     def scan(self, append: bool = False) -> Outcome:
         """Looks for hierarchies below the selected objects.

@@ -213,7 +213,7 @@ class GltfScene(core.Scene.Operator):
     def _show(self, file: GltfFile | None, tree: SceneTree) -> None:
         self._file = file
         self._tree = tree
-        types = {kind: self.map_type(kind) for kind in set(tree.kinds.values())}
+        types = {kind: self.map_type(kind) or "" for kind in set(tree.kinds.values())}
         self._types = {path: types[kind] for path, kind in tree.kinds.items()}
         self._selection = []
         extras = None if file is None else file.document.get("extras")
