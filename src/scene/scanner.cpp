@@ -1,5 +1,8 @@
 #include "scene/scanner.h"
 
+#include <unordered_map>
+#include <unordered_set>
+
 #include "foundation/constants.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
@@ -50,9 +53,38 @@ py::Object make_bucket(const py::Object& joint) {
   return bucket;
 }
 
+/// Tells whether a bucket without a ghost equals one found before in the same scan: it does if both stand for the same
+/// object and equal stamps and names of rules. Asks for no Python object of each bucket, as `_filter` has to.
+class Duplicates {
+ public:
+  explicit Duplicates(const HierarchyRun& run) : run_(run) {}
+
+  bool is_new(const Pairing& pairing) {
+    return seen_.insert(static_cast<std::uint64_t>(pairing.object) << 32U | face(*pairing.scope)).second;
+  }
+
+ private:
+  std::uint32_t face(const ScopePlan& scope) {
+    const auto [known, added] = faces_.try_emplace(scope.rule->number, 0U);
+    if (added) {
+      const py::Object& rule = run_.pattern().rule(scope);
+      const py::Object key = py::tuple({rule.attr(fields::kStamp), rule.attr(fields::kName)});
+      const py::Object number = numbers_.find(key).value_or(py::to_python(numbers_.size()));
+      numbers_.set(key, number);
+      known->second = static_cast<std::uint32_t>(PyLong_AsSsize_t(number.get()));
+    }
+    return known->second;
+  }
+
+  const HierarchyRun& run_;
+  std::unordered_map<std::size_t, std::uint32_t> faces_;  // rule's number to one of its stamp and name
+  py::Dict numbers_;
+  std::unordered_set<std::uint64_t> seen_;
+};
+
 /// Takes the hierarchies of one candidate group, one after the other, until the pattern claims nothing more.
-void scan_group(HierarchyRun& run, JointBuilder& builder, bool has_ghost, const py::Object& group,
-                const py::List& buckets) {
+void scan_group(HierarchyRun& run, JointBuilder& builder, Duplicates& duplicates, bool has_ghost,
+                const py::Object& group, const py::List& buckets) {
   Runner& runner = run.runner();
   LayerShelf shelf(run.locate(group));
   for (std::vector<Pairing> claimed = runner.mask(shelf); !claimed.empty(); claimed = runner.mask(shelf)) {
@@ -66,7 +98,10 @@ void scan_group(HierarchyRun& run, JointBuilder& builder, bool has_ghost, const 
     if (!tree) continue;
     py::List joints = builder.build(*tree);
     if (has_ghost) joints = builder.under_ghost(joints);
-    for (const py::Object& joint : joints.items()) buckets.append(make_bucket(joint));
+    for (Py_ssize_t i = 0; i < joints.size(); ++i) {
+      const bool fresh = has_ghost || duplicates.is_new(tree->layers.front()[static_cast<std::size_t>(i)].pairing);
+      if (fresh) buckets.append(make_bucket(joints.at(i)));
+    }
   }
 }
 
@@ -157,10 +192,11 @@ py::List Scanner::scan(const py::Iterable& roots) const {
     HierarchyRun run(*hierarchy);
     run.find_anchors();
     JointBuilder builder(run, host);
-    for (const py::Object& group : groups) scan_group(run, builder, has_ghost, group, buckets);
+    Duplicates duplicates(run);
+    for (const py::Object& group : groups) scan_group(run, builder, duplicates, has_ghost, group, buckets);
     run.finish();
   }
-  return filter(buckets);
+  return has_ghost ? filter(buckets) : buckets;
 }
 
 py::List Scanner::filter(const py::Iterable& buckets) const {
