@@ -10,7 +10,7 @@ void CallBackList::call(const py::Object& arguments, const py::Object& named) co
     try {
       function.apply(arguments, named);
     } catch (const py::Error& error) {
-      if (!error.matches(PyExc_Exception)) throw;  // an interrupt or an exit is not the function's failure
+      if (!error.is_failure()) throw;
       logger::exception(error.value());
     }
   }

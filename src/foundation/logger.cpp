@@ -1,5 +1,6 @@
 #include "foundation/logger.h"
 
+#include "foundation/text.h"
 #include "runtime/modules.h"
 
 namespace heron {
@@ -49,6 +50,10 @@ namespace logger {
 void warning(const py::Object& message) { heron::warning(message, py::Dict()); }
 void error(const py::Object& message) { heron::error(message, py::Dict()); }
 void exception(const py::Object& message) { heron::exception(message, py::Dict()); }
+
+void caught(const py::Error& error) {
+  exception(format("{}: {}", {py::text(error.value().type_name()), error.value()}));
+}
 }  // namespace logger
 
 void expose_logger(const py::Scope& module) {

@@ -9,6 +9,7 @@ namespace logger {
 void warning(const py::Object& message);
 void error(const py::Object& message);
 void exception(const py::Object& message);
+void caught(const py::Error& error);  ///< As an exception, with its class: "ValueError: what was wrong".
 }  // namespace logger
 
 void expose_logger(const py::Scope& module);

@@ -10,10 +10,6 @@
 namespace heron {
 namespace {
 
-bool holds(const py::Object& container, const py::Object& item) {
-  return py::checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
-}
-
 bool is_optional(const py::Iterable& scopes) {
   static const py::Name kIsOptional("is_optional");
   const std::vector<py::Object> all = py::collect(scopes);
@@ -75,11 +71,11 @@ bool Hierarchy::ghost_scope_match(const py::Iterable& roots) const {
 bool Hierarchy::is_ghost_root(const py::Object& ghost, const py::Object& path) const {
   const py::Object parent = query_op.call(host::kGetParent, path);
   const py::Object rule = rule_of(ghost), types = rule.attr(fields::kTypes);
-  if (!types.truth() || holds(types, py::text(constants::kSceneRoot))) return !parent.truth();
+  if (!types.truth() || py::holds(types, py::text(constants::kSceneRoot))) return !parent.truth();
   if (!parent.truth()) return false;
   const py::Utf8 regex(rule.attr(fields::kRegex)), parent_path(parent);
   if (!ReMatcher::shared().match(regex, name_from_path(parent_path))) return false;
-  return holds(types, to_str(query_op.call(host::kGetType, parent)));
+  return py::holds(types, to_str(query_op.call(host::kGetType, parent)));
 }
 
 py::List Hierarchy::mask(const py::Iterable& roots) {

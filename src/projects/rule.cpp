@@ -1,19 +1,13 @@
 #include "projects/rule.h"
 
 #include "foundation/constants.h"
-#include "runtime/modules.h"
+#include "foundation/stamp.h"
 
 namespace heron {
 namespace {
 
 const py::Name kStamp("stamp"), kName("name"), kRegex("regex"), kTypes("types"), kChecklist("checklist");
-const py::Name kRange("range"), kColor("color"), kIcon("icon"), kUuid4("uuid4"), kHex("hex");
-
-py::Object fresh_stamp() {
-  constexpr Py_ssize_t kDigits = 16;
-  const py::Object digits = py::modules::uuid.call(kUuid4).attr(kHex);
-  return to_str(py::Object::steal(PyUnicode_Substring(digits.get(), 0, kDigits)));
-}
+const py::Name kRange("range"), kColor("color"), kIcon("icon");
 
 void replace_text(py::Object& text, const py::Object& value) {
   if (value.is_text()) text = to_str(value);

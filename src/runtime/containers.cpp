@@ -91,6 +91,10 @@ Object get(const Object& mapping, const Name& key, const Object& otherwise) {
   return mapping.call(kGet, Object::borrow(key.get()), otherwise);
 }
 
+bool holds(const Object& container, const Object& item) {
+  return checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
+}
+
 Object iterator(const std::vector<Object>& items) { return Object::steal(PyObject_GetIter(tuple(items).get())); }
 
 }  // namespace heron::py

@@ -67,6 +67,9 @@ std::vector<Object> collect(const Object& iterable);
 /// `mapping.get(key)`, or `mapping.get(key, otherwise)`: by name, so any mapping serves.
 Object get(const Object& mapping, const Name& key, const Object& otherwise = Object::none());
 
+/// Python's `item in container`.
+bool holds(const Object& container, const Object& item);
+
 /// A new iterator over a copy of these elements.
 Object iterator(const std::vector<Object>& items);
 

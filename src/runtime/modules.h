@@ -22,10 +22,22 @@ class Module {
 
 namespace modules {
 inline const Module copy{"copy"};
+inline const Module http_client{"http.client"};
+inline const Module importlib{"importlib"};
+inline const Module importlib_util{"importlib.util"};
+inline const Module inspect{"inspect"};
+inline const Module json{"json"};
 inline const Module logging{"logging"};
+inline const Module os{"os"};
+inline const Module path{"os.path"};
+inline const Module pkgutil{"pkgutil"};
+inline const Module platform{"platform"};
+inline const Module random{"random"};
 inline const Module re{"re"};
+inline const Module shutil{"shutil"};
 inline const Module ssl{"ssl"};
 inline const Module threading{"threading"};
+inline const Module time{"time"};
 inline const Module uuid{"uuid"};
 }  // namespace modules
 

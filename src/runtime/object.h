@@ -85,8 +85,9 @@ class Error : public std::exception {
  public:
   Error();  ///< Takes over the pending error.
 
-  void restore() const;                ///< Makes it the pending error again.
-  bool matches(PyObject* type) const;  ///< Is it of this exception class?
+  void restore() const;                                         ///< Makes it the pending error again.
+  bool matches(PyObject* type) const;                           ///< Is it of this exception class?
+  bool is_failure() const { return matches(PyExc_Exception); }  ///< And no interrupt or exit, which must pass.
   const Object& value() const { return value_; }
   const char* what() const noexcept override { return "a Python exception"; }
 

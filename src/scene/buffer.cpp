@@ -51,10 +51,6 @@ class Validity {
   std::optional<HierarchyRun> run_;
 };
 
-bool holds(const py::Object& container, const py::Object& item) {
-  return py::checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
-}
-
 }  // namespace
 
 void Buffer::init(const py::Object& host_, const py::Object& snapshot_, const py::Object& hierarchy_) {
@@ -65,7 +61,7 @@ void Buffer::init(const py::Object& host_, const py::Object& snapshot_, const py
   hierarchy = hierarchy_;
 }
 
-bool Buffer::contains(const py::Object& bucket) const { return holds(buckets, bucket); }
+bool Buffer::contains(const py::Object& bucket) const { return py::holds(buckets, bucket); }
 
 py::List Buffer::get() const { return buckets.copy(); }
 
@@ -157,7 +153,7 @@ void Buffer::rename(const py::Object& source, const py::Object& target) const {
   const py::Object from = to_str(source), to = to_str(target);
   for (const py::Object& bucket : buckets.items()) {
     const py::Object name = bucket.attr(kName);
-    if (holds(name, from)) bucket.set_attr(kName, replaced(name, from, to));
+    if (py::holds(name, from)) bucket.set_attr(kName, replaced(name, from, to));
   }
 }
 
@@ -166,7 +162,7 @@ void Buffer::repath(const py::Object& source, const py::Object& target) const {
   for (const py::Object& bucket : buckets.items()) {
     for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
       const py::Object path = joint.attr(kPath);
-      if (path.is_text() && holds(path, from)) joint.set_attr(kPath, replaced(path, from, to));
+      if (path.is_text() && py::holds(path, from)) joint.set_attr(kPath, replaced(path, from, to));
     }
   }
 }

@@ -23,10 +23,6 @@ const py::Name kJoint("joint"), kName("name");
 
 constexpr bool kSuccess = true, kFailure = false;
 
-bool holds(const py::Object& container, const py::Object& item) {
-  return py::checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
-}
-
 py::Object set_of(const py::Object& items) { return py::Object::steal(PyFrozenSet_New(items.or_none())); }
 
 bool have_common(const py::Object& a, const py::Object& b) {
@@ -138,7 +134,7 @@ bool Scanner::upload_buffer(bool append) const {
     result = search(append);
   } catch (...) {
     const py::Error error = py::current_error();
-    if (!error.matches(PyExc_Exception)) throw;  // an interrupt or an exit is not the scan's failure
+    if (!error.is_failure()) throw;
     logger::exception(error.value());
     return kFailure;
   }
@@ -164,7 +160,7 @@ py::Object Scanner::find_scope_roots(const py::Object& scene_roots) const {
   const py::Object ghost = hierarchy->pattern->get_ghost();
   if (ghost.is_none()) return scene_roots;
   const py::Object types = rule_of(ghost).attr(fields::kTypes);
-  if (!types.truth() || holds(types, py::text(constants::kSceneRoot))) return scene_roots;
+  if (!types.truth() || py::holds(types, py::text(constants::kSceneRoot))) return scene_roots;
   const py::Object roots = set_of(scene_roots);  // asked for every object of the selection
   py::List result;
   for (const py::Object& path : py::collect(host.call(host::kGetSelection))) {
@@ -178,7 +174,7 @@ py::Object Scanner::find_scope_root(const py::Object& path, const py::Object& gh
                                     const py::Object& scene_roots) const {
   Ancestors ancestors(host, path);
   for (py::Object candidate = path; ancestors.climb(); candidate = ancestors.path()) {
-    if (!holds(scene_roots, ancestors.path())) continue;
+    if (!py::holds(scene_roots, ancestors.path())) continue;
     return hierarchy->is_ghost_root(ghost, candidate) ? candidate : py::Object::none();
   }
   return py::Object::none();
@@ -204,7 +200,7 @@ py::List Scanner::filter(const py::Iterable& buckets) const {
   py::List result;
   for (const py::Object& bucket : py::collect(buckets)) {
     const py::Object key = identity(bucket);
-    if (holds(seen, key)) continue;
+    if (py::holds(seen, key)) continue;
     py::checked(PySet_Add(seen.get(), key.get()));
     result.append(bucket);
   }

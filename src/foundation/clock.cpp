@@ -1,0 +1,14 @@
+#include "foundation/clock.h"
+
+#include "runtime/modules.h"
+
+namespace heron::clock {
+
+py::Object now() {
+  static const py::Name kTime("time");
+  return py::modules::time.call(kTime);
+}
+
+py::Object since(const py::Object& start) { return py::Object::steal(PyNumber_Subtract(now().get(), start.or_none())); }
+
+}  // namespace heron::clock
