@@ -2,14 +2,12 @@
 
 import copy
 import gc
-import logging
 import re
-import threading
 import weakref
 from collections import UserDict
-from contextlib import contextmanager
 
 import pytest
+from hosts import logged
 from hypothesis import given
 from hypothesis import strategies as st
 
@@ -36,22 +34,6 @@ TEXTS = st.text(st.characters(categories=None))  # lone surrogates included
 def make_list(names):
     """A list of rules whose stamps are their names."""
     return Rule.List([{"stamp": name, "name": name} for name in names])
-
-
-@contextmanager
-def logged():
-    """The messages logged inside; complete after the block, as each comes on a thread of its own."""
-    messages = []
-    handler = logging.Handler(logging.WARNING)
-    handler.emit = lambda record: messages.append(record.getMessage())
-    before = set(threading.enumerate())
-    logging.getLogger().addHandler(handler)
-    try:
-        yield messages
-        for thread in set(threading.enumerate()) - before:
-            thread.join()
-    finally:
-        logging.getLogger().removeHandler(handler)
 
 
 def test_a_rule_of_no_data_has_the_defaults():
