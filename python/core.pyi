@@ -1222,6 +1222,93 @@ class _Settings:
             def get(self, class_id: str, force: bool = False) -> _Settings.Check | None:
                 """The state of a check; with `force` an unknown one gets an empty state, which is added."""
 
+@disjoint_base
+class _Statistics:
+    """The local store of the records of use."""
+
+    version: ClassVar[int]
+
+    @final
+    class Type:
+        """The records: `key` is the category in which one is kept, `data` what is kept of it."""
+
+        @disjoint_base
+        class _Record:
+            """Something that happened; a category of its own has each kind below."""
+
+            key: ClassVar[str]
+            @property
+            def data(self) -> _JsonMap:
+                """A new dict of "timestamp": the time of reading it, in seconds."""
+
+        @disjoint_base
+        class Validate(_Record):
+            """A validation: when it began, how many seconds it took, and of which project."""
+
+            key: ClassVar[str]
+            def __init__(self, timestamp: float, speed: float, project: str | None = None) -> None: ...
+            @property
+            def data(self) -> _JsonMap:
+                """A new dict of "project", "timestamp" and "speed"."""
+
+        @disjoint_base
+        class Checks(_Record):
+            """A run of a check on an object: when it began, how many seconds it took, its outcome."""
+
+            key: ClassVar[str]
+            def __init__(self, timestamp: float, speed: float, name: str, result: str) -> None: ...
+            @property
+            def _name(self) -> str: ...
+            @property
+            def _result(self) -> str: ...
+            @property
+            def data(self) -> _JsonMap:
+                """A new dict of "name", "result", "timestamp" and "speed"."""
+
+        class Exported(_Record):
+            """An export."""
+
+            key: ClassVar[str]
+
+        class FeedbackSent(_Record):
+            """A feedback message that was sent."""
+
+            key: ClassVar[str]
+
+    @disjoint_base
+    class HttpRequest:
+        """The records of a user, on their way to the server. The text form is the body, JSON on one line."""
+
+        headers: ClassVar[dict[str, str]]
+        def __init__(self, username: str, contents: _JsonMap) -> None: ...
+        @property
+        def username(self) -> str:
+            """Who sends it."""
+
+        @property
+        def contents(self) -> _JsonMap:
+            """The records, by category."""
+
+        @property
+        def _contents(self) -> _JsonMap: ...
+        def __bytes__(self) -> bytes:
+            """The body in UTF-8."""
+
+    @disjoint_base
+    class HttpResponse:
+        """What the server said to the records."""
+
+        def __init__(self, response: object) -> None: ...
+        @property
+        def accepted(self) -> bool:
+            """Whether the server took the records."""
+
+        @property
+        def _accepted(self) -> bool: ...
+        @staticmethod
+        def _check(response: object) -> bool:
+            """Whether the `status` is 200. A failure to read it is logged, and says no."""
+
 @final
 class _Project:
     """Projects, and what they hold."""

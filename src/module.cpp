@@ -15,6 +15,7 @@
 #include "scene/scanner.h"
 #include "scene/type_mapping.h"
 #include "scene/virtual.h"
+#include "server/statistics.h"
 #include "settings/check.h"
 
 namespace {
@@ -42,6 +43,8 @@ void expose(const heron::py::Scope& module) {
 
   const heron::py::Scope settings = heron::py::make_namespace(module, "_Settings", "The settings of a user.");
   heron::expose_check(settings);
+
+  heron::expose_statistics(module);
 
   const heron::py::Scope projects = heron::py::make_namespace(module, "_Project", "Projects, and what they hold.");
   const heron::py::Scope project = heron::py::make_namespace(projects, "Settings", "One project.");

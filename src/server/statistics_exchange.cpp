@@ -1,0 +1,82 @@
+#include "server/statistics_exchange.h"
+
+#include "foundation/assertions.h"
+#include "foundation/probe.h"
+#include "foundation/text.h"
+#include "runtime/modules.h"
+
+namespace heron {
+namespace {
+
+const py::Name kUsername("username"), kContents("contents"), kDumps("dumps"), kEnsureAscii("ensure_ascii");
+
+py::Dict headers() {
+  py::Dict headers;
+  headers.set(py::text("Content-type"), py::text("application/json"));
+  return headers;
+}
+
+}  // namespace
+
+py::Object StatisticsRequest::create(const py::Object& username, const py::Object& contents) {
+  auto request = py::Ref<StatisticsRequest>::make();
+  request->init(username, contents);
+  return request;
+}
+
+void StatisticsRequest::init(const py::Object& user, const py::Object& records) {
+  username = user;
+  contents = records;
+}
+
+py::Object StatisticsRequest::text() const {
+  py::Dict body, named;
+  body.set(kUsername, username);
+  body.set(kContents, contents);
+  named.set(kEnsureAscii, py::to_python(false));
+  return to_str(py::modules::json.attr(kDumps).apply(py::tuple({assertions::clean(body)}), named));
+}
+
+py::Object StatisticsRequest::bytes() const {
+  return py::Object::steal(PyUnicode_AsEncodedString(text().get(), "utf-8", nullptr));
+}
+
+py::Ref<StatisticsResponse> StatisticsResponse::create(const py::Object& response) {
+  auto answer = py::Ref<StatisticsResponse>::make();
+  answer->init(response);
+  return answer;
+}
+
+bool StatisticsResponse::check(const py::Object& response) {
+  static const py::Name kStatus("status");
+  constexpr int kOk = 200;
+  const auto is_ok = [&] { return py::to_python(response.attr(kStatus).equals(py::to_python(kOk))); };
+  return probe::call(is_ok).truth();
+}
+
+void expose_statistics_exchange(const py::Scope& statistics) {
+  py::Class<StatisticsRequest>(
+      statistics, "HttpRequest",
+      "The records of a user, on their way to the server.\n\n"
+      "The text form is the body, JSON on one line, and `bytes` gives it encoded. TypeError for\n"
+      "contents that JSON cannot hold, RecursionError for such as are too deep; `bytes` refuses\n"
+      "lone surrogates with UnicodeEncodeError.")
+      .init<&StatisticsRequest::init>({"username", "contents"})
+      .attribute("headers", headers())
+      .readonly<&StatisticsRequest::username>("username", "Who sends it.")
+      .readonly<&StatisticsRequest::contents>("contents", "The records, by category.")
+      .readonly<&StatisticsRequest::contents>("_contents", "The records, by category.")
+      .operation<&StatisticsRequest::bytes>("__bytes__", "The body in UTF-8.")
+      .text<&StatisticsRequest::text>()
+      .done();
+
+  py::Class<StatisticsResponse>(statistics, "HttpResponse", "What the server said to the records.")
+      .init<&StatisticsResponse::init>({"response"})
+      .readonly<&StatisticsResponse::accepted>("accepted", "Whether the server took the records.")
+      .readonly<&StatisticsResponse::accepted>("_accepted", "Whether the server took the records.")
+      .static_operation<&StatisticsResponse::check>(
+          "_check", {"response"}, "Whether the `status` is 200. A failure to read it is logged, and says no.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,99 @@
+#include "server/statistics_records.h"
+
+#include "foundation/clock.h"
+
+namespace heron {
+namespace {
+
+const py::Name kTimestamp("timestamp"), kSpeed("speed"), kProject("project"), kName("name"), kResult("result");
+
+}  // namespace
+
+py::Dict UseRecord::data() const {
+  py::Dict data;
+  data.set(kTimestamp, clock::now());
+  return data;
+}
+
+py::Object ValidationRecord::create(const py::Object& timestamp, const py::Object& speed, const py::Object& project) {
+  auto record = py::Ref<ValidationRecord>::make();
+  record->init(timestamp, speed, project);
+  return record;
+}
+
+void ValidationRecord::init(const py::Object& time, const py::Object& seconds, const py::Object& name) {
+  timestamp = time;
+  speed = seconds;
+  project = name;
+}
+
+py::Dict ValidationRecord::data() const {
+  py::Dict data;
+  data.set(kProject, project);
+  data.set(kTimestamp, timestamp);
+  data.set(kSpeed, speed);
+  return data;
+}
+
+py::Object CheckRecord::create(const py::Object& timestamp, const py::Object& speed, const py::Object& name,
+                               const py::Object& result) {
+  auto record = py::Ref<CheckRecord>::make();
+  record->init(timestamp, speed, name, result);
+  return record;
+}
+
+void CheckRecord::init(const py::Object& time, const py::Object& seconds, const py::Object& long_name,
+                       const py::Object& outcome) {
+  timestamp = time;
+  speed = seconds;
+  name = long_name;
+  result = outcome;
+}
+
+py::Dict CheckRecord::data() const {
+  py::Dict data;
+  data.set(kName, name);
+  data.set(kResult, result);
+  data.set(kTimestamp, timestamp);
+  data.set(kSpeed, speed);
+  return data;
+}
+
+void expose_statistics_records(const py::Scope& statistics) {
+  const py::Scope type = py::make_namespace(
+      statistics, "Type", "The records: `key` is the category in which one is kept, `data` what is kept of it.");
+
+  py::Class<UseRecord>(type, "_Record", "Something that happened; a category of its own has each kind below.")
+      .attribute("key", py::text(""))
+      .accessor<&UseRecord::data>("data", "A new dict of \"timestamp\": the time of reading it, in seconds.")
+      .done();
+
+  py::Class<ValidationRecord, UseRecord>(
+      type, "Validate",
+      "A validation.\n\n"
+      "timestamp: when it began, in seconds. speed: how many seconds it took. project: name of the project, or None.\n"
+      "The values are kept as they come.")
+      .init<&ValidationRecord::init>({"timestamp", "speed", {"project", nullptr}})
+      .attribute("key", py::text("validate"))
+      .accessor<&ValidationRecord::data>("data", "A new dict of \"project\", \"timestamp\" and \"speed\".")
+      .done();
+
+  py::Class<CheckRecord, UseRecord>(
+      type, "Checks",
+      "A run of a check on an object.\n\n"
+      "timestamp: when it began, in seconds. speed: how many seconds it took. name: the check. result: one of\n"
+      "`Constants.Check.Result`. The values are kept as they come.")
+      .init<&CheckRecord::init>({"timestamp", "speed", "name", "result"})
+      .attribute("key", py::text("checks"))
+      .accessor<&CheckRecord::data>("data", "A new dict of \"name\", \"result\", \"timestamp\" and \"speed\".")
+      .readonly<&CheckRecord::name>("_name", "The check.")
+      .readonly<&CheckRecord::result>("_result", "The outcome.")
+      .done();
+
+  py::Class<ExportRecord, UseRecord>(type, "Exported", "An export.").attribute("key", py::text("exported")).done();
+  py::Class<FeedbackRecord, UseRecord>(type, "FeedbackSent", "A feedback message that was sent.")
+      .attribute("key", py::text("feedback_sent"))
+      .done();
+}
+
+}  // namespace heron

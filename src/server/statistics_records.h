@@ -1,0 +1,60 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// Something that happened; its time is that at which it is read.
+class UseRecord {
+ public:
+  py::Dict data() const;
+};
+
+/// An export.
+class ExportRecord : public UseRecord {};
+
+/// A feedback message that was sent.
+class FeedbackRecord : public UseRecord {};
+
+/// A validation. The values are kept as they come, here and in the next.
+class ValidationRecord : public UseRecord {
+ public:
+  static py::Object create(const py::Object& timestamp, const py::Object& speed, const py::Object& project);
+
+  void init(const py::Object& timestamp, const py::Object& speed, const py::Object& project);
+  py::Dict data() const;
+
+  py::Object timestamp, speed, project;
+
+  template <class V>
+  void members(V& visit) {
+    visit(timestamp);
+    visit(speed);
+    visit(project);
+  }
+};
+
+/// A run of a check on an object.
+class CheckRecord : public UseRecord {
+ public:
+  static py::Object create(const py::Object& timestamp, const py::Object& speed, const py::Object& name,
+                           const py::Object& result);
+
+  void init(const py::Object& timestamp, const py::Object& speed, const py::Object& name, const py::Object& result);
+  py::Dict data() const;
+
+  py::Object timestamp, speed, name, result;
+
+  template <class V>
+  void members(V& visit) {
+    visit(timestamp);
+    visit(speed);
+    visit(name);
+    visit(result);
+  }
+};
+
+/// Puts `Type` into `_Statistics`.
+void expose_statistics_records(const py::Scope& statistics);
+
+}  // namespace heron
