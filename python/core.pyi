@@ -1309,6 +1309,45 @@ class _Statistics:
         def _check(response: object) -> bool:
             """Whether the `status` is 200. A failure to read it is logged, and says no."""
 
+@disjoint_base
+class UpdateTracker:
+    """Asks the server whether it has a newer version.
+
+    api: gives the server's URLs. local_version: the numbers of the running version.
+    """
+
+    def __init__(self, api: object, local_version: Iterable[SupportsIndex]) -> None: ...
+    @property
+    def _urls(self) -> Any: ...
+    @property
+    def _local_version(self) -> str: ...
+    @property
+    def _remote_version(self) -> str | None: ...
+    @property
+    def _accepted(self) -> bool: ...
+    @property
+    def accepted(self) -> bool:
+        """Whether the tracker was built."""
+
+    @property
+    def version(self) -> str | None:
+        """The version that the server told last, or None."""
+
+    def exist(self) -> bool:
+        """Whether the server has a newer version. A failure to ask is logged, and says no.
+
+        Blocks on the network, with no time-out but the platform's: for a thread of its own.
+        """
+
+    def _handle_version(self, value: Iterable[SupportsIndex]) -> str: ...
+    def _get_version_response(self) -> str | None: ...
+    @staticmethod
+    def _is_version(string: object) -> bool: ...
+    @staticmethod
+    def _clean_version(string: str) -> str: ...
+    @staticmethod
+    def _is_above_version(lower: str, upper: str) -> bool: ...
+
 @final
 class _Project:
     """Projects, and what they hold."""

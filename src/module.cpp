@@ -16,6 +16,7 @@
 #include "scene/type_mapping.h"
 #include "scene/virtual.h"
 #include "server/statistics.h"
+#include "server/update_tracker.h"
 #include "settings/check.h"
 
 namespace {
@@ -45,6 +46,7 @@ void expose(const heron::py::Scope& module) {
   heron::expose_check(settings);
 
   heron::expose_statistics(module);
+  heron::expose_update_tracker(module);
 
   const heron::py::Scope projects = heron::py::make_namespace(module, "_Project", "Projects, and what they hold.");
   const heron::py::Scope project = heron::py::make_namespace(projects, "Settings", "One project.");

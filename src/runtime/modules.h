@@ -22,6 +22,7 @@ class Module {
 
 namespace modules {
 inline const Module copy{"copy"};
+inline const Module decimal{"decimal"};
 inline const Module http_client{"http.client"};
 inline const Module importlib{"importlib"};
 inline const Module importlib_util{"importlib.util"};
