@@ -8,6 +8,7 @@ import logging
 from abc import abstractmethod
 from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from contextlib import AbstractContextManager
+from os import PathLike
 from types import ModuleType, SimpleNamespace
 from typing import (
     Any,
@@ -30,6 +31,8 @@ _T = TypeVar("_T")
 # A value of a document: what JSON can hold, as the runtime's own types.
 _JsonMap: TypeAlias = dict[str, Any]
 _JsonList: TypeAlias = list[dict[str, Any]]
+
+_Path: TypeAlias = str | PathLike[str]
 
 # What an anchor captured: the text, and the path of the object in whose name it stood.
 _Capture: TypeAlias = tuple[str, str]
@@ -246,6 +249,11 @@ class _Assert:
         @staticmethod
         def clean(data: _T) -> _T: ...
 
+    @final
+    class Environment:
+        @staticmethod
+        def is_valid(instance: object) -> bool: ...
+
 @final
 class Logger:
     """The one door to the log: the root logger, with no handler, level or format of its own.
@@ -421,6 +429,165 @@ class _Masks(Mask):
     Ghost: Mask.Ghost  # type: ignore[assignment]
     Type: Mask.Type  # type: ignore[assignment]
     Result: Mask.Result  # type: ignore[assignment]
+
+@final
+class _File:
+    """What touches the data files of the system."""
+
+    @staticmethod
+    def move_corrupted(path: _Path) -> None:
+        """Moves a file into ".corrupted" beside it, under its timed name. A failure is logged."""
+
+    @staticmethod
+    def timed_filename(filename: str) -> str:
+        """The name with the present time in it: "settings-1763200000.json"."""
+
+    @final
+    class Json:
+        """JSON documents."""
+
+        @staticmethod
+        def read(path: _Path) -> Any:
+            """The value in a file; ValueError for what is no JSON or no UTF-8."""
+
+        @staticmethod
+        def write(path: _Path, data: object) -> None:
+            """Replaces the file's content, in the layout of all documents."""
+
+        @disjoint_base
+        class AccessQueue:
+            """The guard of one JSON document among all threads and processes that use it.
+
+            A `with` statement over it waits until no one else is inside and gives the document, to be changed
+            in place. It is written back if `write` is true, also after an exception.
+            """
+
+            def __init__(
+                self,
+                json_path: _Path,
+                write: bool = False,
+                access_timeout: float = 30.0,
+                life_duration_threshold: float = 35.0,
+            ) -> None:
+                """access_timeout, life_duration_threshold: seconds; see the text of the class."""
+
+            @property
+            def _path(self) -> str: ...
+            @property
+            def _directory(self) -> str: ...
+            @property
+            def _filename(self) -> str: ...
+            @property
+            def _path_lock(self) -> str: ...
+            @property
+            def _path_id(self) -> str: ...
+            @property
+            def _write(self) -> bool: ...
+            @property
+            def _access_timeout(self) -> float: ...
+            @property
+            def _life_duration_threshold(self) -> float: ...
+            @property
+            def _data(self) -> Any: ...
+            def __enter__(self) -> Any:
+                """The document; an empty map where there is no file. Error.AccessQueueTimeout."""
+
+            def __exit__(self, exc_type: object, exc_val: object, exc_tb: object) -> None: ...
+            def _assert_access(self) -> None: ...
+            def _is_free(self) -> bool: ...
+            def _is_next(self) -> bool: ...
+            def _release_access(self) -> None: ...
+            def _get_editors_sequence(self) -> list[str]: ...
+            def _delete_outdated(self, path: str) -> None: ...
+
+    @final
+    class Text:
+        """Plain text files."""
+
+        @staticmethod
+        def read(path: _Path) -> str:
+            """The whole content, read with the machine's own encoding and line ends."""
+
+@disjoint_base
+class Environment:
+    """An abstract class that tells where one host application keeps its files.
+
+    A front-end derives its own class from it and implements every abstract operation and accessor; each
+    raises NotImplementedError here. A constructor of a derived class calls this one's at its end.
+    """
+
+    user_home: ClassVar[str]
+    name: ClassVar[str]
+    def __init__(self) -> None:
+        """Sets "HERON-SETTINGS", "HERON-TARGET" and "HERON-SCOPE" in the environment of the process."""
+
+    @property
+    def root(self) -> str:
+        """The hidden directory in the user's home, created if missing."""
+
+    @property
+    @abstractmethod
+    def target(self) -> str:
+        """The host, one of the texts of `Constants.Plugin.Target`."""
+
+    @property
+    @abstractmethod
+    def scope(self) -> str:
+        """The host's version, dotted."""
+
+    @abstractmethod
+    def get_settings_file(self) -> str:
+        """The path of the settings file."""
+
+    @abstractmethod
+    def get_settings_directory(self) -> str:
+        """The directory of the settings."""
+
+    @abstractmethod
+    def get_projects_directory(self) -> str:
+        """The directory of the projects."""
+
+    @abstractmethod
+    def get_statistics_file(self) -> str:
+        """The path of the statistics file."""
+
+    @staticmethod
+    def decode_user(path: _Path) -> str:
+        """A stored path as a real one: each "~" replaced by the user's home, with forward slashes."""
+
+    @staticmethod
+    def encode_user(path: _Path) -> str:
+        """A path as it is stored: the user's home replaced by "~", with forward slashes."""
+
+@disjoint_base
+class _LocalEnv(Environment):
+    """The environment of the standalone case, with everything beside the library's file."""
+
+    def __init__(self) -> None:
+        """Creates what directories are missing."""
+
+    @property
+    def _settings(self) -> str: ...
+    @property
+    def _projects(self) -> str: ...
+    @property
+    def root(self) -> str: ...
+    @property
+    def target(self) -> str: ...
+    @property
+    def scope(self) -> str: ...
+    def get_settings_file(self) -> str: ...
+    def get_settings_directory(self) -> str: ...
+    def get_projects_directory(self) -> str: ...
+    def get_statistics_file(self) -> str: ...
+
+@final
+class _Software:
+    """The host application."""
+
+    @staticmethod
+    def detect() -> str:
+        """The host's name: "Blender", "Maya", "3dsMax" or "Unknown"."""
 
 @disjoint_base
 class TypeMapping:

@@ -1,4 +1,7 @@
 #include "application/api.h"
+#include "files/environment.h"
+#include "files/file.h"
+#include "files/software.h"
 #include "foundation/assertions.h"
 #include "foundation/callbacks.h"
 #include "foundation/constants.h"
@@ -28,10 +31,14 @@ void expose(const heron::py::Scope& module) {
   heron::expose_constants(module);
   heron::expose_naming(module);
   heron::expose_errors(module);
-  heron::expose_assertions(module);
+  const heron::py::Scope assertions = heron::expose_assertions(module);
   heron::expose_logger(module);
   heron::expose_callbacks(module);
   heron::expose_masks(module);
+
+  heron::expose_files(module);
+  heron::expose_environment(module, assertions);
+  heron::expose_software(module);
 
   heron::expose_type_mapping(module);
   const heron::py::Scope scene =

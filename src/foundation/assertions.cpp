@@ -15,13 +15,19 @@ void attribute(const py::Object& name) {
 }
 
 // All text is Unicode, in which form it is written too, so there is nothing to replace. What is left is the walk: a
-// document that holds itself, or is too deep, is refused here, before its file is opened and thereby emptied.
+// document that holds itself, is too deep, or has text that UTF-8 cannot encode is refused here, before its file is
+// opened and thereby emptied.
 py::Object clean(const py::Object& data) {
   const py::Depth depth(" while a document is cleaned");
-  if (PyDict_Check(data.or_none())) {
-    for (const py::Object& value : py::Dict(data).values()) clean(value);
-  } else if (PyList_Check(data.or_none())) {
-    for (const py::Object& value : py::List(data).items()) clean(value);
+  if (data.is_text()) {
+    py::Object::steal(PyUnicode_AsUTF8String(data.get()));
+  } else if (PyDict_Check(data.or_none())) {
+    for (const auto& [key, value] : py::Dict(data).items()) {
+      if (key.is_text()) clean(key);
+      clean(value);
+    }
+  } else if (PyList_Check(data.or_none()) || PyTuple_Check(data.or_none())) {
+    for (const py::Object& value : py::collect(data)) clean(value);
   }
   return data;
 }
@@ -43,7 +49,8 @@ py::Scope expose_assertions(const py::Scope& module) {
   py::function<&assertions::clean>(json, "clean", {"data"},
                                    "The document itself, its texts in maps and lists of any depth made ready to be\n"
                                    "written, in place.\n\n"
-                                   "RecursionError for a document that holds itself or is too deep.");
+                                   "RecursionError for a document that holds itself or is too deep,\n"
+                                   "UnicodeEncodeError for one with lone surrogates in its keys or texts.");
   return scope;
 }
 

@@ -10,7 +10,8 @@ namespace assertions {
 /// Refuses a name that an input of parameters cannot have: TypeError, ValueError, or an error of `errors`.
 void attribute(const py::Object& name);
 
-/// The document itself, made ready to be written as JSON. RecursionError if it holds itself or is too deep.
+/// The document itself, made ready to be written as JSON. RecursionError if it holds itself or is too deep,
+/// UnicodeEncodeError for lone surrogates in its keys or texts.
 py::Object clean(const py::Object& data);
 
 }  // namespace assertions

@@ -63,7 +63,7 @@ void expose_constants(const py::Scope& module) {
                {{"DCC_Maya", str("maya")},
                 {"DCC_3dsMax", str("3dsmax")},
                 {"DCC_Blender", str("blender")},
-                {"Standalone", str("standalone")}});
+                {"Standalone", str(constants::kStandalone)}});
 
   const py::Scope name = py::make_namespace(constants, "Name", "Constants of names.");
   expose_group(name, "Filter", "Filters of a name.",

@@ -14,6 +14,7 @@ inline constexpr std::string_view kLocator = "locator";
 inline constexpr std::string_view kLodGroup = "lodGroup";
 inline constexpr std::string_view kInfo = "info";
 inline constexpr std::string_view kFail = "fail";
+inline constexpr std::string_view kStandalone = "standalone";
 }  // namespace constants
 
 void expose_constants(const py::Scope& module);

@@ -65,7 +65,7 @@ void expose_text(const py::Scope& module) {
   expose_str_class(module);
   module.set("version", py::tuple({py::to_python(0), py::to_python(8), py::to_python(20)}));
   module.set("_TYPE_STRING", py::Object::borrow(reinterpret_cast<PyObject*>(&PyUnicode_Type)));
-  module.set("_ENCODING", py::text("utf-8"));
+  module.set("_ENCODING", py::text(kEncoding));
   py::function<&to_str>(module, "_str", {"value"},
                         "Text as `_Str`, so that it compares alike whatever form it arrived in.\n\n"
                         "A value that is not text comes back unchanged.");

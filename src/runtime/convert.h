@@ -98,6 +98,17 @@ struct From<T> {
   static std::string wanted() { return "an integer"; }
 };
 
+template <>
+struct From<double> {
+  static bool fits(PyObject* object) { return PyNumber_Check(object) != 0; }
+  static double from(PyObject* object) {
+    const double number = PyFloat_AsDouble(object);
+    if (number == -1.0 && PyErr_Occurred() != nullptr) throw Error();
+    return number;
+  }
+  static std::string wanted() { return "a number"; }
+};
+
 template <class T>
 struct From<Ref<T>> {
   static bool fits(PyObject* object) { return is_instance<T>(object); }
@@ -117,6 +128,7 @@ template <std::integral T>
 Object to_python(T value) {
   return Object::steal(PyLong_FromSsize_t(static_cast<Py_ssize_t>(value)));
 }
+inline Object to_python(double value) { return Object::steal(PyFloat_FromDouble(value)); }
 inline Object to_python(std::string_view value) { return text(value); }
 inline Object to_python(const std::string& value) { return text(value); }
 inline Object to_python(const char* value) { return text(value); }

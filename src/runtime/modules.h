@@ -4,7 +4,7 @@
 
 namespace heron::py {
 
-/// A module of the runtime's own library, imported at first use and kept.
+/// A module, mostly of the runtime's own library, imported at first use and kept.
 class Module {
  public:
   constexpr explicit Module(const char* name) : name_(name) {}
@@ -22,11 +22,13 @@ class Module {
 
 namespace modules {
 inline const Module copy{"copy"};
+inline const Module core{"core"};  // this one
 inline const Module decimal{"decimal"};
 inline const Module http_client{"http.client"};
 inline const Module importlib{"importlib"};
 inline const Module importlib_util{"importlib.util"};
 inline const Module inspect{"inspect"};
+inline const Module io{"io"};
 inline const Module json{"json"};
 inline const Module logging{"logging"};
 inline const Module os{"os"};

@@ -13,7 +13,9 @@ Object evaluate(const std::string& literal) {
   if (literal == "False") return Object::borrow(Py_False);
   if (literal == "()") return tuple({});
   if (literal.front() == '\'') return text(std::string_view(literal).substr(1, literal.size() - 2));
-  return Object::steal(PyLong_FromString(literal.c_str(), nullptr, 10));
+  const bool is_whole = literal.find_first_not_of("-0123456789") == std::string::npos;
+  return Object::steal(is_whole ? PyLong_FromString(literal.c_str(), nullptr, 10)
+                                : PyFloat_FromString(text(literal).get()));
 }
 
 }  // namespace
@@ -21,6 +23,10 @@ Object evaluate(const std::string& literal) {
 std::string Parameter::literal(const char* value) {
   // "()" stands for an empty tuple; every other text for itself (none of ours needs escapes).
   return std::string_view(value) == "()" ? "()" : "'" + std::string(value) + "'";
+}
+
+std::string Parameter::literal(double value) {
+  return Utf8(Object::steal(PyObject_Repr(Object::steal(PyFloat_FromDouble(value)).get()))).str();
 }
 
 Signature::Signature(std::string operation, Parameters parameters)

@@ -37,6 +37,7 @@ class Parameter {
   static std::string literal(bool value) { return value ? "True" : "False"; }
   static std::string literal(const char* value);
   static std::string literal(int value) { return std::to_string(value); }
+  static std::string literal(double value);
 
   const char* name_;
   Kind kind_ = Kind::kPlain;

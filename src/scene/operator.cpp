@@ -1,13 +1,11 @@
 #include "scene/operator.h"
 
+#include "foundation/abstract.h"
+
 namespace heron {
 namespace {
 
 using py::Object;
-
-[[noreturn]] void not_implemented(const char* operation) {
-  py::raise(PyExc_NotImplementedError, std::string(operation) + "() is left to the host");
-}
 
 py::Object short_name(const py::Text& path) {
   const py::Utf8 bytes(path);

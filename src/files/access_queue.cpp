@@ -1,0 +1,191 @@
+#include "files/access_queue.h"
+
+#include <algorithm>
+
+#include "files/json_file.h"
+#include "files/paths.h"
+#include "files/stream.h"
+#include "foundation/clock.h"
+#include "foundation/errors.h"
+#include "foundation/text.h"
+#include "runtime/modules.h"
+
+namespace heron {
+namespace {
+
+constexpr double kGateStep = 0.5, kQueueStep = 0.1;  // seconds between two looks
+
+py::Object random_number() {
+  static const py::Name kRandom("random");
+  constexpr double kRange = 1e9;
+  return py::to_python(
+      static_cast<Py_ssize_t>(py::From<double>::from(py::modules::random.call(kRandom).get()) * kRange));
+}
+
+void sleep(double seconds) {
+  static const py::Name kSleep("sleep");
+  py::modules::time.call(kSleep, py::to_python(seconds));
+}
+
+/// Asks again and again until the answer is yes or the time has run out. The time is the sum of the steps.
+template <class F>
+bool wait(double timeout, double step, F&& answer) {
+  for (double duration = 0; duration < timeout; duration += step) {
+    if (answer()) return true;
+    sleep(step);
+  }
+  return false;
+}
+
+/// Creates an empty file, or empties it, which renews its time.
+void touch(const py::Object& path) {
+  with_stream(open_data(path, "w"), [](const py::Object&) {});
+}
+
+}  // namespace
+
+void AccessQueue::init(const py::Object& json_path, bool write_, double access_timeout_,
+                       double life_duration_threshold_) {
+  path = paths::normalised(json_path);
+  directory = paths::directory(path);
+  filename = paths::file_name(path);
+  path_lock = format("{}.lock", {path});
+  path_id = format("{}.id.{}", {path, random_number()});
+  write = write_;
+  access_timeout = access_timeout_;
+  life_duration_threshold = std::max(life_duration_threshold_, access_timeout_);
+}
+
+const py::Object& AccessQueue::enter() {
+  try {
+    assert_access();
+    data = paths::exist(path) ? json_file::read(path) : py::Dict();
+  } catch (...) {
+    release_access();
+    throw;
+  }
+  return data;
+}
+
+void AccessQueue::exit() const {
+  py::finally(
+      [&] {
+        if (!write) return;
+        if (!data) py::raise(PyExc_RuntimeError, "an access queue is left that was never entered");
+        json_file::write(path, data);
+      },
+      [&] { release_access(); });
+}
+
+void AccessQueue::assert_access() const {
+  if (!paths::exist(directory)) {
+    PyErr_SetNone(PyExc_FileNotFoundError);
+    throw py::Error();
+  }
+  if (!is_free()) errors::raise<errors::AccessQueueTimeout>();
+  if (!is_next()) errors::raise<errors::AccessQueueTimeout>();
+}
+
+bool AccessQueue::is_free() const {
+  return wait(access_timeout, kGateStep, [&] {
+    delete_outdated(path_lock);
+    return !paths::exist(path_lock);
+  });
+}
+
+bool AccessQueue::is_next() const {
+  touch(path_lock);
+  touch(path_id);
+  sleep(kQueueStep);  // whoever passed the gate at the same time is in the queue by now
+  return wait(access_timeout, kQueueStep, [&] {
+    const py::List editors = editors_sequence();
+    return !editors.empty() && editors.at(0).equals(path_id);
+  });
+}
+
+void AccessQueue::release_access() const {
+  if (paths::exist(path_id)) paths::remove(path_id);
+  if (!editors_sequence().empty()) return;  // the gate stays closed until the last of this batch has left
+  try {
+    paths::remove(path_lock);
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_FileNotFoundError)) throw;
+  }
+}
+
+// The order of the listing is the order of the queue: all see the same, which is what counts.
+py::List AccessQueue::editors_sequence() const {
+  static const py::Name kListDirectory("listdir"), kMatch("match");
+  const py::Object pattern = format(R"(^{}\.id\.\d+)", {filename});
+  py::List editors;
+  for (const py::Object& name : py::collect(py::modules::os.call(kListDirectory, directory))) {
+    if (py::modules::re.call(kMatch, pattern, name).is_none()) continue;
+    const py::Object editor = paths::join(directory, name);
+    delete_outdated(editor);
+    if (paths::exist(editor)) editors.append(editor);
+  }
+  return editors;
+}
+
+void AccessQueue::delete_outdated(const py::Object& marker) const {
+  static const py::Name kModified("getmtime");
+  try {
+    const py::Object age = clock::since(py::modules::path.call(kModified, marker));
+    if (py::From<double>::from(age.get()) > life_duration_threshold) paths::remove(marker);
+  } catch (const py::Error& error) {
+    // It has gone, or another participant is deleting it.
+    if (!error.matches(PyExc_FileNotFoundError) && !error.matches(PyExc_PermissionError)) throw;
+  }
+}
+
+void expose_access_queue(const py::Scope& json) {
+  py::Class<AccessQueue>(
+      json, "AccessQueue",
+      "The guard of one JSON document among all threads and processes that use it, as a `with` statement:\n"
+      "entering waits until no one else is inside and gives the document, leaving writes it back if `write` is\n"
+      "true, also after an exception. Readers wait as writers do.\n\n"
+      "json_path: the document; its directory must exist. access_timeout: how many seconds to wait at the gate,\n"
+      "and again in the queue, before Error.AccessQueueTimeout. life_duration_threshold: the age in seconds at\n"
+      "which a marker file counts as left behind and is deleted; never less than `access_timeout`. To replace the\n"
+      "whole content, clear the document and update it. A queue serves one entry at a time, on one thread.\n\n"
+      "Nothing but marker files beside the document is used: \".lock\" closes the gate, \".id.\" and a number\n"
+      "stands for each participant inside it, and the first of them in the listing of the directory is next. So\n"
+      "the guard is a lease: who stays for longer than the threshold loses it. And it has one limit: a participant\n"
+      "that stalls for more than 0.1 seconds between finding the gate open and making its id file may come when\n"
+      "another is inside already. The document's name must mean itself as a regular expression.")
+      .init<&AccessQueue::init>({"json_path",
+                                 {"write", false},
+                                 {"access_timeout", AccessQueue::kAccessTimeout},
+                                 {"life_duration_threshold", AccessQueue::kLifeDurationThreshold}})
+      .operation<&AccessQueue::enter>(
+          "__enter__",
+          "Waits for access and reads the document; an empty map where there is no file.\n\n"
+          "FileNotFoundError if the directory is missing, Error.AccessQueueTimeout if\n"
+          "others take too long, ValueError if the document is corrupted.")
+      .operation<&AccessQueue::leave>("__exit__", {"exc_type", "exc_val", "exc_tb"},
+                                      "Writes the document, if that was asked for, and lets the next one in.")
+      .operation<&AccessQueue::assert_access>("_assert_access",
+                                              "Waits for access: FileNotFoundError, or Error.AccessQueueTimeout.")
+      .operation<&AccessQueue::is_free>("_is_free", "Waits until the gate is open; false if that takes too long.")
+      .operation<&AccessQueue::is_next>("_is_next",
+                                        "Joins the queue and waits for its head; false if that takes too long.")
+      .operation<&AccessQueue::release_access>("_release_access",
+                                               "Leaves the queue; the last one to leave opens the gate.")
+      .operation<&AccessQueue::editors_sequence>(
+          "_get_editors_sequence", "The id files in the order of the queue, less the outdated ones, which it deletes.")
+      .operation<&AccessQueue::delete_outdated>("_delete_outdated", {"path"},
+                                                "Deletes a marker file that is older than the threshold.")
+      .readonly<&AccessQueue::path>("_path", "The document's path, normalised.")
+      .readonly<&AccessQueue::directory>("_directory", "The directory of the document; empty if the path has none.")
+      .readonly<&AccessQueue::filename>("_filename", "The document's name in its directory.")
+      .readonly<&AccessQueue::path_lock>("_path_lock", "The path of the lock file.")
+      .readonly<&AccessQueue::path_id>("_path_id", "The path of this participant's id file.")
+      .readonly<&AccessQueue::write>("_write", "Whether the document is written back.")
+      .readonly<&AccessQueue::access_timeout>("_access_timeout", "How long each wait may last, in seconds.")
+      .readonly<&AccessQueue::life_duration_threshold>("_life_duration_threshold",
+                                                       "The age at which a marker file is outdated, in seconds.")
+      .readonly<&AccessQueue::data>("_data", "The document, None before the first entry.")
+      .done();
+}
+
+}  // namespace heron
