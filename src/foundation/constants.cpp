@@ -23,31 +23,25 @@ void expose_group(const py::Scope& outer, const char* name, const char* doc, std
 
 void expose_constants(const py::Scope& module) {
   using py::to_python;
-  const py::Scope constants = py::make_namespace(module, "Constants", "All enumerations of the system.");
+  const py::Scope all = py::make_namespace(module, "Constants", "All enumerations of the system.");
 
-  const py::Scope check = py::make_namespace(constants, "Check", "Constants of checks.");
+  const py::Scope check = py::make_namespace(all, "Check", "Constants of checks.");
   expose_group(check, "Mode", "What a validation looks at.", {{"Selection", to_python(0)}, {"Project", to_python(1)}});
-  expose_group(check, "Category", "Groups of checks, in the order in which they are shown.",
-               {{"Scene", str("scene")},
-                {"Object", str("object")},
-                {"Mesh", str("mesh")},
-                {"MeshNonManifold", str("mesh non-manifold")},
-                {"Mapping", str("mapping")},
-                {"Material", str("material")},
-                {"Lod", str("lod")},
-                {"Project", str("project")}});
+  const py::Scope category =
+      py::make_namespace(check, "Category", "Groups of checks, in the order in which they are shown.");
+  for (const auto& [name, text] : constants::kCategories) category.set(name, str(text));
   expose_group(check, "Result", "Outcomes of a check.",
-               {{"Pass", str("pass")},
+               {{"Pass", str(constants::kPass)},
                 {"Info", str(constants::kInfo)},
                 {"Fail", str(constants::kFail)},
-                {"Error", str("error")}});
+                {"Error", str(constants::kError)}});
 
-  const py::Scope exporting = py::make_namespace(constants, "Export", "Constants of the export.");
+  const py::Scope exporting = py::make_namespace(all, "Export", "Constants of the export.");
   expose_group(exporting, "Format", "File formats.", {{"FBX", str("fbx")}});
   expose_group(exporting, "Mode", "Where exported files go.",
                {{"Choose", to_python(0)}, {"Project", to_python(1)}, {"Local", to_python(2)}});
 
-  const py::Scope scene = py::make_namespace(constants, "Scene", "Constants of the scene.");
+  const py::Scope scene = py::make_namespace(all, "Scene", "Constants of the scene.");
   expose_group(scene, "Type", "Types of scene objects, the same in every host.",
                {{"Ghost", str(constants::kGhost)},
                 {"SceneRoot", str(constants::kSceneRoot)},
@@ -56,7 +50,7 @@ void expose_constants(const py::Scope& module) {
                 {"Locator", str(constants::kLocator)},
                 {"LodGroup", str(constants::kLodGroup)}});
 
-  const py::Scope plugin = py::make_namespace(constants, "Plugin", "Constants of the host.");
+  const py::Scope plugin = py::make_namespace(all, "Plugin", "Constants of the host.");
   expose_group(plugin, "Status", "Outcomes of an operation.",
                {{"Success", to_python(true)}, {"Failure", to_python(false)}});
   expose_group(plugin, "Target", "Host applications.",
@@ -65,7 +59,7 @@ void expose_constants(const py::Scope& module) {
                 {"DCC_Blender", str("blender")},
                 {"Standalone", str(constants::kStandalone)}});
 
-  const py::Scope name = py::make_namespace(constants, "Name", "Constants of names.");
+  const py::Scope name = py::make_namespace(all, "Name", "Constants of names.");
   expose_group(name, "Filter", "Filters of a name.",
                {{"LATIN", str("LATIN")},
                 {"EN_RU", str("EN_RU")},

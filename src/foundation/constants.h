@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "runtime/class.h"
 
 namespace heron {
@@ -12,9 +14,23 @@ inline constexpr std::string_view kTransform = "transform";
 inline constexpr std::string_view kMesh = "mesh";
 inline constexpr std::string_view kLocator = "locator";
 inline constexpr std::string_view kLodGroup = "lodGroup";
+inline constexpr std::string_view kPass = "pass";
 inline constexpr std::string_view kInfo = "info";
 inline constexpr std::string_view kFail = "fail";
+inline constexpr std::string_view kError = "error";
 inline constexpr std::string_view kStandalone = "standalone";
+
+struct Category {
+  const char* name;
+  std::string_view text;
+};
+/// The groups of checks, in the order in which they are shown.
+inline constexpr std::array kCategories = {
+    Category{"Scene", "scene"},     Category{"Object", "object"},
+    Category{"Mesh", "mesh"},       Category{"MeshNonManifold", "mesh non-manifold"},
+    Category{"Mapping", "mapping"}, Category{"Material", "material"},
+    Category{"Lod", "lod"},         Category{"Project", "project"},
+};
 }  // namespace constants
 
 void expose_constants(const py::Scope& module);

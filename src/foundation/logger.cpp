@@ -44,6 +44,18 @@ void exception(const py::Object& message, const py::Dict& kwargs) {
   error(message.is_text() ? (*strip)(message, py::text("\n")) : message, kwargs);
 }
 
+/// Class and words of an error; the runtime's own for one that cannot be turned into text.
+py::Object described(const py::Error& error) {
+  constexpr std::string_view kPattern = "{}: {}";
+  const py::Object type = py::text(error.value().type_name());
+  try {
+    return format(kPattern, {type, error.value()});
+  } catch (const py::Error& failed) {
+    if (!failed.is_failure()) throw;
+    return format(kPattern, {type, py::text("<exception str() failed>")});
+  }
+}
+
 }  // namespace
 
 namespace logger {
@@ -51,9 +63,7 @@ void warning(const py::Object& message) { heron::warning(message, py::Dict()); }
 void error(const py::Object& message) { heron::error(message, py::Dict()); }
 void exception(const py::Object& message) { heron::exception(message, py::Dict()); }
 
-void caught(const py::Error& error) {
-  exception(format("{}: {}", {py::text(error.value().type_name()), error.value()}));
-}
+void caught(const py::Error& error) { exception(described(error)); }
 }  // namespace logger
 
 void expose_logger(const py::Scope& module) {
