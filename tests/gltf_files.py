@@ -1,7 +1,13 @@
 """Small glTF files and projects for the tests."""
 
+import base64
 import json
 import struct
+
+import numpy as np
+
+TYPES = {1: "SCALAR", 2: "VEC2", 3: "VEC3", 4: "VEC4"}
+COMPONENTS = {"i1": 5120, "u1": 5121, "i2": 5122, "u2": 5123, "u4": 5125, "f4": 5126}
 
 
 def document(nodes, **members):
@@ -27,6 +33,35 @@ def nodes_of(tree):
     for item in tree.items():
         add(*item)
     return nodes
+
+
+class Data:
+    """Collects arrays in one buffer."""
+
+    def __init__(self):
+        self.bytes = b""
+        self.views = []
+        self.accessors = []
+
+    def view(self, raw, **members):
+        """Appends bytes in a buffer view of their own, and returns its number."""
+        self.views.append({"buffer": 0, "byteOffset": len(self.bytes), "byteLength": len(raw), **members})
+        self.bytes += raw + bytes(-len(raw) % 4)
+        return len(self.views) - 1
+
+    def add(self, rows, kind="f4", **members):
+        """Appends an accessor for an array of rows, and returns its number."""
+        rows = np.array(rows, "<" + kind)
+        rows = rows.reshape(len(rows), -1)
+        record = {"componentType": COMPONENTS[kind], "count": len(rows), "type": TYPES[rows.shape[1]]}
+        self.accessors.append({"bufferView": self.view(rows.tobytes()), **record, **members})
+        return len(self.accessors) - 1
+
+    def members(self, uri=None):
+        """The members of a document; the buffer is a data URI unless told otherwise."""
+        uri = uri or "data:application/octet-stream;base64," + base64.b64encode(self.bytes).decode()
+        buffer = {"byteLength": len(self.bytes), "uri": uri}
+        return {"buffers": [buffer], "bufferViews": self.views, "accessors": self.accessors}
 
 
 def glb(content, *chunks, size=None, version=2):

@@ -9,11 +9,13 @@ from typing import Any, ClassVar
 
 import core
 
+from ..files import Json
 from .filedata import is_filedata, plain
 from .gltf_file import GltfError, GltfFile
+from .gltf_geometry import Geometry
 from .gltf_tree import SceneTree, read_tree
 
-__all__ = ["GltfError", "GltfScene"]
+__all__ = ["GltfError", "GltfScene", "current_scene"]
 
 EXTRAS_KEY = "heron"
 _TYPE = core.Constants.Scene.Type
@@ -43,6 +45,7 @@ class GltfScene(core.Scene.Operator):
     }
 
     _alive: ClassVar[weakref.WeakSet[GltfScene]] = weakref.WeakSet()
+    _current: ClassVar[weakref.ref[GltfScene] | None] = None
 
     def __init__(self, path: str | None = None):
         """Opens a file, or begins with an empty scene that has none.
@@ -64,11 +67,14 @@ class GltfScene(core.Scene.Operator):
     def open(self, path: str) -> None:
         """Shows another file, with nothing selected, then calls the scene-opened callbacks.
 
+        The scene becomes the current one.
+
         Raises:
             GltfError: The file cannot be used; the scene stays the one it was.
         """
         file = GltfFile.read(path)
         self._show(file, read_tree(file))
+        self.activate()
         for function in list(self._opened_callbacks):
             function()
 
@@ -88,6 +94,7 @@ class GltfScene(core.Scene.Operator):
             raise GltfError(path or "", "there is no open scene to save")
         if self._filedata_changed:
             self._write_extras(self._file)
+        self.geometry.buffers.store()
         self._file.write(path)
 
     def close(self) -> None:
@@ -101,6 +108,54 @@ class GltfScene(core.Scene.Operator):
     def get_current_file(self) -> str:
         """The path of the open file, empty if there is none."""
         return "" if self._file is None else self._file.path
+
+    def activate(self) -> None:
+        """Makes this the current scene: the one that checks look at.
+
+        A check is given no operator. A front-end that has several scenes open activates the one that
+        it is about to validate.
+        """
+        GltfScene._current = weakref.ref(self)
+
+    # The document
+
+    @property
+    def geometry(self) -> Geometry:
+        """The meshes of the file, with the data of their accessors.
+
+        Raises:
+            GltfError: There is no open file.
+        """
+        if self._geometry is None:
+            raise GltfError("", "there is no open scene")
+        return self._geometry
+
+    def node_index(self, path: str) -> int:
+        """The number of the node at `path` in the document.
+
+        Raises:
+            GltfError: The scene has no object at `path`.
+        """
+        if path not in self._tree.indices:
+            raise GltfError(self.get_current_file(), f"there is no object {path}")
+        return self._tree.indices[path]
+
+    def node(self, path: str) -> Json:
+        """The node at `path`: its object in the document, which the caller may change.
+
+        Raises:
+            GltfError: The scene has no object at `path`.
+        """
+        node: Json = self.geometry.members.document["nodes"][self.node_index(path)]
+        return node
+
+    def write_name(self, path: str) -> None:
+        """Gives the node at `path` the name under which it is shown. No path changes by that.
+
+        Raises:
+            GltfError: The scene has no object at `path`.
+        """
+        self.node(path)["name"] = path.rpartition("/")[2]
 
     # The objects
 
@@ -212,6 +267,7 @@ class GltfScene(core.Scene.Operator):
 
     def _show(self, file: GltfFile | None, tree: SceneTree) -> None:
         self._file = file
+        self._geometry = None if file is None else Geometry(file)
         self._tree = tree
         types = {kind: self.map_type(kind) or "" for kind in set(tree.kinds.values())}
         self._types = {path: types[kind] for path, kind in tree.kinds.items()}
@@ -232,6 +288,14 @@ class GltfScene(core.Scene.Operator):
             document["extras"] = {**extras, EXTRAS_KEY: self._filedata}
         elif extras.pop(EXTRAS_KEY, None) is not None and not extras:
             del document["extras"]
+
+
+def current_scene() -> GltfScene | None:
+    """The scene that was opened or activated last, or None if it is gone.
+
+    It is held weakly: it lives only as long as its owner keeps it.
+    """
+    return None if GltfScene._current is None else GltfScene._current()
 
 
 class SelectionScope:

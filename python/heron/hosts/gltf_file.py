@@ -19,13 +19,14 @@ from ..files import FileError, Json, parse_object, read_bytes, same_directory
 GLB_MAGIC = b"glTF"
 GLB_VERSION = 2
 JSON_CHUNK = 0x4E4F534A  # "JSON", read as a little-endian number
+BIN_CHUNK = 0x004E4942  # "BIN"
 _HEADER = struct.Struct("<4sII")
 _CHUNK = struct.Struct("<II")
 _GLB_LIMIT = 0xFFFFFFFF
 _MAJOR_VERSION = 2
 
 _VERSION = re.compile(r"(\d+)\.\d+")
-_ABSOLUTE_URI = re.compile(r"[A-Za-z][A-Za-z0-9+.-]*:|[/\\]")
+ABSOLUTE_URI = re.compile(r"[A-Za-z][A-Za-z0-9+.-]*:|[/\\]")
 _FIRST_INDENT = re.compile(r"\s*\{\r?\n([ \t]+)")
 
 
@@ -168,7 +169,7 @@ def _relative_uris(document: Json) -> Iterator[str]:
             stack.extend(value)
         elif isinstance(value, dict):
             uri = value.get("uri")
-            if isinstance(uri, str) and not _ABSOLUTE_URI.match(uri):
+            if isinstance(uri, str) and not ABSOLUTE_URI.match(uri):
                 yield uri
             stack.extend(item for key, item in value.items() if key != "extras")
 

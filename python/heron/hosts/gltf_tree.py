@@ -3,10 +3,10 @@
 from __future__ import annotations
 
 from dataclasses import dataclass, field
-from typing import Any
 
 from ..files import Json
-from .gltf_file import GltfError, GltfFile
+from .gltf_file import GltfFile
+from .gltf_members import Members
 
 # Every object keeps its whole path, so a chain of nodes costs the square of its length. The two
 # limits stand far above any scene made by people and keep a hostile file from eating the memory.
@@ -14,7 +14,6 @@ MAX_DEPTH = 4_000
 MAX_PATH_CHARACTERS = 2**28
 
 _SEPARATORS = str.maketrans("/|\\", "___")
-_KIND_NAMES = {dict: "an object", list: "a list", str: "a text", int: "a whole number"}
 
 
 @dataclass
@@ -26,12 +25,14 @@ class SceneTree:
         parents: The parent's path, None at the top.
         children: The paths of the direct children, in file order.
         kinds: What the node is: "mesh", "lod", "camera", "light", "skin", "group" or "empty".
+        indices: The index of the node in the document.
     """
 
     roots: list[str] = field(default_factory=list)
     parents: dict[str, str | None] = field(default_factory=dict)
     children: dict[str, list[str]] = field(default_factory=dict)
     kinds: dict[str, str] = field(default_factory=dict)
+    indices: dict[str, int] = field(default_factory=dict)
 
 
 def read_tree(file: GltfFile) -> SceneTree:
@@ -84,23 +85,8 @@ def unique_names(names: list[str]) -> list[str]:
     return result
 
 
-class _Reader:
-    """Reads members of the document, holding each to its kind."""
-
-    def __init__(self, path: str, document: Json):
-        self.path = path
-        self.document = document
-
-    def error(self, reason: str) -> GltfError:
-        return GltfError(self.path, reason)
-
-    def items(self, key: str) -> list[Json]:
-        """A top-level list of objects, empty where it is absent."""
-        array: list[Json] = self.member(self.document, key, list, "the document") or []
-        for index, item in enumerate(array):
-            if not isinstance(item, dict):
-                raise self.error(f'"{key}" {index} is not an object')
-        return array
+class _Reader(Members):
+    """Reads nodes and scenes."""
 
     def indices(self, owner: Json, key: str, count: int, where: str) -> list[int]:
         """A list of node indices below `count`."""
@@ -130,14 +116,6 @@ class _Reader:
         if self.member(node, "skin", int, index) is not None:
             return "skin"
         return "group" if node.get("children") else "empty"
-
-    def member(self, owner: Json, key: str, kind: type, where: str | int) -> Any:
-        """The member `key`, or None where it is absent. A number for `where` means a node."""
-        value = owner.get(key)
-        if type(value) is kind or (value is None and key not in owner):
-            return value
-        where = f"node {where}" if isinstance(where, int) else where
-        raise self.error(f'"{key}" of {where} is not {_KIND_NAMES[kind]}')
 
 
 def _find_parents(reader: _Reader, children: list[list[int]]) -> list[int | None]:
@@ -207,6 +185,7 @@ def _name_objects(
         index, path, parent, depth = stack.pop()
         tree.parents[path] = parent
         tree.kinds[path] = kinds[index]
+        tree.indices[path] = index
         if children[index]:
             tree.children[path] = place(children[index], path, depth + 1)
     return tree
