@@ -1389,6 +1389,175 @@ class _Settings:
             def get(self, class_id: str, force: bool = False) -> _Settings.Check | None:
                 """The state of a check; with `force` an unknown one gets an empty state, which is added."""
 
+        @disjoint_base
+        class Directory(_Str):
+            """A directory in which check classes are looked for: its absolute, normalised path, as a text."""
+
+            enabled: bool
+            def __init__(self, name: str, path: str, enable: bool = True, locked: bool = False) -> None: ...
+            @property
+            def name(self) -> str:
+                """The name for display."""
+
+            @property
+            def locked(self) -> bool:
+                """Whether the front-end may not change the directory."""
+
+            @property
+            def data(self) -> _JsonMap:
+                """The JSON form, a new dict."""
+
+            @property
+            def _name(self) -> str: ...
+            @property
+            def _enabled(self) -> bool: ...
+            @property
+            def _locked(self) -> bool: ...
+            def __reduce__(self) -> tuple[Any, ...]: ...
+
+            @disjoint_base
+            class List(list[_Settings.Check.Directory]):
+                """The directories in which check classes are looked for: those that exist, each once."""
+
+                def __init__(self, data: Iterable[Mapping[str, Any]]) -> None: ...
+                @property
+                def _embedded(self) -> _Settings.Check.Directory | None: ...
+                @property
+                def data(self) -> _JsonList:
+                    """The JSON form, a new list, without the embedded directory."""
+
+                def __add__(self, other: object, /) -> _Settings.Check.Directory.List: ...  # type: ignore[override]
+                def __radd__(self, value: object, /) -> Any: ...
+                def embed(self, module: object) -> None:
+                    """Adds the directory of a module, if it is one, as "Default", locked and never stored."""
+
+                def register(self, name: str, path: str, enable: bool = True) -> None:
+                    """Adds a new directory. TypeError unless `enable` is a boolean."""
+
+                def insert(self, index: int, directory: object) -> None:  # type: ignore[override]
+                    """Puts a directory before this position, if it is approved."""
+
+                def append(self, directory: object) -> None:
+                    """Adds a directory at the end, if it is approved."""
+
+                def extend(self, directories: Iterable[object]) -> None:
+                    """Adds the approved ones of these directories. All are judged before the first is added."""
+
+                def _is_approved(self, directory: object) -> bool: ...
+
+        @disjoint_base
+        class Presets:
+            """The presets of a user, sorted by name."""
+
+            def __init__(self, data: Iterable[Mapping[str, Any]] | None = None) -> None: ...
+            @property
+            def _array(self) -> list[_Settings.Check.Presets.Set]: ...
+            def __iter__(self) -> Iterator[_Settings.Check.Presets.Set]: ...
+            def __len__(self) -> int: ...
+            @property
+            def names(self) -> list[str]:
+                """A new list of the names, in order."""
+
+            @property
+            def data(self) -> _JsonList:
+                """The JSON form, a new list."""
+
+            def _load(self, data: Iterable[Mapping[str, Any]] | None) -> None: ...
+            def add(self, name: str, config: _Settings.Check.Config) -> None:
+                """Adds a new preset of this name and configuration."""
+
+            def pop(self, preset: object) -> None:
+                """Removes the preset with the stamp of this one; an unknown one is ignored."""
+
+            def sort(self) -> None:
+                """Puts the presets into the order of their names."""
+
+            def sync_applied(self, config: _Settings.Check.Config | None) -> None:
+                """Sets `applied` of each preset: whether it equals this configuration."""
+
+            @disjoint_base
+            class Set:
+                """A preset: a named snapshot of which checks are on, and with which parameters."""
+
+                applied: bool
+                name: str
+                config: _Settings.Check.Config
+                def __init__(
+                    self,
+                    presets: _Settings.Check.Presets,
+                    name: str,
+                    config: _Settings.Check.Config,
+                    stamp: str | None = None,
+                    changed: float | None = None,
+                ) -> None: ...
+                @classmethod
+                def load(cls, presets: _Settings.Check.Presets, data: Mapping[str, Any]) -> Self:
+                    """A new preset from its JSON form, of which every key may be missing."""
+
+                @property
+                def stamp(self) -> str:
+                    """The preset's identity, 16 hexadecimal digits."""
+
+                @property
+                def data(self) -> _JsonMap:
+                    """The JSON form, a new dict, the name without spaces at its ends."""
+
+                @property
+                def _presets(self) -> _Settings.Check.Presets: ...
+                @property
+                def _name(self) -> str: ...
+                @property
+                def _config(self) -> _Settings.Check.Config: ...
+                @property
+                def _stamp(self) -> str: ...
+                @property
+                def _changed(self) -> float: ...
+                def __eq__(self, other: object, /) -> bool: ...
+                __hash__: ClassVar[None]  # type: ignore[assignment]
+                def __len__(self) -> int: ...
+
+            @disjoint_base
+            class Editor:
+                """Connects the presets with a checklist, from which they are made and to which they go."""
+
+                def __init__(self, check_list: Any, presets: _Settings.Check.Presets) -> None: ...
+                @property
+                def _check_list(self) -> Any: ...
+                @property
+                def _presets(self) -> _Settings.Check.Presets: ...
+                @property
+                def names(self) -> list[str]:
+                    """The names of the presets, in order."""
+
+                def _config_loaded(self) -> bool: ...
+                def create(self, name: str) -> None:
+                    """Adds a preset of the checklist's present configuration."""
+
+                def upload(self, preset: _Settings.Check.Presets.Set) -> None:
+                    """Replaces what a preset holds by the checklist's present configuration."""
+
+                def apply(self, preset: _Settings.Check.Presets.Set) -> None:
+                    """Brings the checklist to what a preset holds."""
+
+                def erase(self, preset: _Settings.Check.Presets.Set) -> None:
+                    """Removes a preset."""
+
+                def sync_applied(self) -> None:
+                    """Marks the presets that match the checklist."""
+
+        @disjoint_base
+        class State:
+            """What a user has set up for checks."""
+
+            directories: _Settings.Check.Directory.List
+            mode: int
+            config: _Settings.Check.Config
+            presets: _Settings.Check.Presets
+            def __init__(self, data: Mapping[str, Any]) -> None: ...
+            @property
+            def data(self) -> _JsonMap:
+                """The JSON form, a new dict."""
+
 @disjoint_base
 class _Statistics:
     """The local store of the records of use."""

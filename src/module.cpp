@@ -20,7 +20,7 @@
 #include "scene/virtual.h"
 #include "server/statistics.h"
 #include "server/update_tracker.h"
-#include "settings/check.h"
+#include "settings/check_state.h"
 
 namespace {
 
@@ -50,7 +50,10 @@ void expose(const heron::py::Scope& module) {
   heron::expose_hierarchy(module);
 
   const heron::py::Scope settings = heron::py::make_namespace(module, "_Settings", "The settings of a user.");
-  heron::expose_check(settings);
+  const heron::py::Scope check = heron::expose_check(settings);
+  heron::expose_check_directory(check);
+  heron::expose_check_presets(check);
+  heron::expose_check_state(check);
 
   heron::expose_statistics(module);
   heron::expose_update_tracker(module);

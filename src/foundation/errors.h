@@ -56,7 +56,7 @@ struct ValidationError : Fixed<ValidationError> {
 /// Raises an error of this class, made from these arguments: `errors::raise<errors::WrongAttributeName>(name)`.
 template <class E, class... A>
 [[noreturn]] void raise(const A&... arguments) {
-  const auto type = py::Object::borrow(reinterpret_cast<PyObject*>(py::TypeOf<E>::type));
+  const auto type = py::type_of<E>();
   PyErr_SetObject(type.get(), type(arguments...).get());
   throw py::Error();
 }

@@ -50,11 +50,13 @@ void expose_str_class(const py::Scope& module) {
 
 }  // namespace
 
+PyObject* str_class() { return reinterpret_cast<PyObject*>(str_type); }
+
 py::Object to_str(const py::Object& value) {
   if (!value.is_text() || Py_TYPE(value.get()) == str_type) return value;
   // The characters themselves, whatever a subclass's `__str__` makes of them.
   const py::Object plain = py::Object::steal(PyUnicode_FromObject(value.get()));
-  return py::Object::borrow(reinterpret_cast<PyObject*>(str_type))(plain);
+  return py::Object::borrow(str_class())(plain);
 }
 
 py::Object format(std::string_view pattern, const std::vector<py::Object>& values) {

@@ -7,6 +7,9 @@ namespace heron {
 /// The one encoding of all files and bodies.
 inline constexpr std::string_view kEncoding = "utf-8";
 
+/// The class `_Str`.
+PyObject* str_class();
+
 /// Text from outside as the system's own text class; any other value comes back as it is.
 py::Object to_str(const py::Object& value);
 

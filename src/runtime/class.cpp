@@ -42,6 +42,14 @@ Py_ssize_t aligned(Py_ssize_t offset, std::size_t alignment) {
   return (offset + step - 1) / step * step;
 }
 
+/// The nearest class that is the runtime's own: its functions make and drop the native part of an instance.
+PyTypeObject* native_base(PyTypeObject* type) {
+  while (PyType_HasFeature(type, Py_TPFLAGS_HEAPTYPE) != 0) {
+    type = static_cast<PyTypeObject*>(PyType_GetSlot(type, Py_tp_base));
+  }
+  return type;
+}
+
 /// What a class without a constructor of its own takes: what its base takes, or nothing to tell if that does not.
 std::string inherited_signature(PyTypeObject* base) {
   if (base == &PyBaseObject_Type) return "()";
@@ -106,7 +114,7 @@ Py_ssize_t TypeParts::lay_out(Layout& layout, std::size_t size, std::size_t alig
   } else {
     constexpr auto kPointer = static_cast<Py_ssize_t>(sizeof(PyObject*));
     Py_ssize_t end = aligned(type_number(base_, "__basicsize__"), alignof(PyObject*));
-    layout.native_base = base_;
+    layout.native_base = native_base(base_);
     if (!sealed_ && type_number(base_, "__dictoffset__") == 0) {
       layout.dict_at = end;
       end += kPointer;

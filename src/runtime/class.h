@@ -129,6 +129,18 @@ struct Operation {
   }
 };
 
+/// Makes an instance of a class derived from text: F takes the constructor's arguments and gives the text.
+template <class T, auto F>
+PyObject* create_text(PyTypeObject* type, PyObject* arguments, PyObject* named) {
+  return guarded(
+      [&] {
+        const Signature& signature = *Operation<T, F>::signature;
+        const Object text = invoke<T, F>(nullptr, signature, signature.bind(arguments, named));
+        return new_instance(type, tuple({text}).get(), TypeOf<T>::layout);
+      },
+      nullptr);
+}
+
 /// An operation of the class itself; F takes the class before the bound arguments.
 template <class T, auto F>
 struct ClassOperation {
@@ -289,7 +301,7 @@ class Class {
     }
   }
 
-  /// Derives the class from one of the runtime's own: list, an exception.
+  /// Derives the class from one of the runtime's own, list or an exception, or from the system's text.
   Class& derives(PyObject* base) {
     parts_.base(reinterpret_cast<PyTypeObject*>(base));
     return *this;
@@ -305,6 +317,15 @@ class Class {
   Class& init(Parameters parameters) {
     parts_.constructor(sign<F>(name_, parameters), &detail::Operation<T, F>::construct);
     return *this;
+  }
+
+  /// The same for a class derived from text, which has to be known when an instance is made: Text, a free function,
+  /// takes the same arguments and gives it.
+  template <auto F, auto Text>
+  Class& init(Parameters parameters) {
+    sign<Text>(name_, parameters);
+    create_ = &detail::create_text<T, Text>;
+    return init<F>(parameters);
   }
 
   template <auto F>
@@ -415,12 +436,12 @@ class Class {
     Layout& layout = TypeOf<T>::layout;
     describe<T>(layout);
     const Py_ssize_t size = parts_.lay_out(layout, sizeof(T), alignof(T), base_layout());
-    parts_.slot(Py_tp_new, &Lifecycle<T>::create);
+    parts_.slot(Py_tp_new, create_);
     parts_.slot(Py_tp_traverse, &Lifecycle<T>::traverse);
     parts_.slot(Py_tp_clear, &Lifecycle<T>::clear);
     parts_.slot(Py_tp_dealloc, &Lifecycle<T>::drop);
     TypeOf<T>::type = parts_.make(layout, size);
-    return Scope(Object::borrow(reinterpret_cast<PyObject*>(TypeOf<T>::type)), outer_.module(), outer_.qualify(name_));
+    return Scope(type_of<T>(), outer_.module(), outer_.qualify(name_));
   }
 
  private:
@@ -452,6 +473,7 @@ class Class {
   detail::TypeParts parts_;
   const Scope& outer_;
   const char* name_;
+  newfunc create_ = &Lifecycle<T>::create;
 };
 
 namespace detail {
@@ -468,7 +490,7 @@ void function(const Scope& module, const char* name, Parameters parameters, cons
 
 template <class T>
 Scope scope_of() {
-  const Object type = Object::borrow(reinterpret_cast<PyObject*>(TypeOf<T>::type));
+  const Object type = type_of<T>();
   return Scope(type, Utf8(type.attr(Name("__module__"))).str(), label(TypeOf<T>::type));
 }
 

@@ -12,12 +12,12 @@ namespace heron::py {
 //   | what the base type needs | __dict__ | weak references | the value T |
 //
 // The base's part is as large as the runtime says when the class is made: 16 bytes for a plain object, more for
-// a class derived from list or an exception. A class exposed as derived from another exposed class shares its
+// a class derived from list, text or an exception. A class exposed as derived from another exposed class shares its
 // layout; its value then begins with the base's value.
 
 /// Where the parts of an instance stand, and the operations on its value that need the C++ type.
 struct Layout {
-  PyTypeObject* native_base = nullptr;  ///< object, list, an exception: made and dropped by its own functions
+  PyTypeObject* native_base = nullptr;  ///< object, list, text, an exception: made and dropped by its own functions
   Py_ssize_t value_at = 0;
   Py_ssize_t dict_at = 0, weak_at = 0;  ///< 0 where the base has its own
   void (*construct)(void* value) = nullptr;
@@ -33,6 +33,12 @@ struct TypeOf {
   static inline PyTypeObject* type = nullptr;
   static inline Layout layout;
 };
+
+/// The class exposed for T, as Python has it.
+template <class T>
+Object type_of() {
+  return Object::borrow(reinterpret_cast<PyObject*>(TypeOf<T>::type));
+}
 
 template <class T>
 T& value_of(PyObject* object) {

@@ -1,6 +1,7 @@
 #include "settings/check.h"
 
 #include "runtime/modules.h"
+#include "settings/stored.h"
 
 namespace heron {
 namespace {
@@ -66,7 +67,11 @@ bool CheckConfig::equals(const py::Object& other) const {
 
 void CheckConfig::load(const py::Object& stored) {
   table.clear();
-  for (const auto& [class_id, values] : pairs(stored)) table.set(class_id, StoredCheck::create(class_id, values));
+  for (const auto& [class_id, values] : pairs(stored)) {
+    const bool fits = stored::is_map(values);
+    if (!fits) stored::warn(class_id);
+    table.set(class_id, StoredCheck::create(class_id, fits ? values : py::Dict()));
+  }
 }
 
 void CheckConfig::mask(const py::Object& class_ids) const {
@@ -92,7 +97,7 @@ std::vector<CheckConfig::Entry> CheckConfig::enabled() const {
   return entries;
 }
 
-void expose_check(const py::Scope& settings) {
+py::Scope expose_check(const py::Scope& settings) {
   const py::Scope scope =
       py::Class<StoredCheck>(settings, "Check", "The stored state of one check; values are kept as they come.")
           .init<&StoredCheck::init>({"class_id", "enabled", "opened", "parameters"})
@@ -111,8 +116,9 @@ void expose_check(const py::Scope& settings) {
       scope, "Config",
       "The stored states of checks, by their ids.\n\n"
       "Built from the JSON form: a mapping from the id to a mapping with \"enabled\", \"opened\" and\n"
-      "\"parameters\", each of which may be missing. Two configurations are equal if their enabled\n"
-      "checks are; the length counts all, and a loop gives each `Check`.")
+      "\"parameters\", each of which may be missing. What stands for a check and is no map counts as an\n"
+      "empty one, with a warning. Two configurations are equal if their enabled checks are; the length\n"
+      "counts all, and a loop gives each `Check`.")
       .init<&CheckConfig::init>({"table"})
       .class_operation<&CheckConfig::empty>("empty", {}, "A new configuration without checks.")
       .accessor<&CheckConfig::is_empty>("is_empty", "Whether no check is enabled.")
@@ -131,6 +137,7 @@ void expose_check(const py::Scope& settings) {
       .length<&CheckConfig::size>()
       .iterate<&CheckConfig::iterate>()
       .done();
+  return scope;
 }
 
 }  // namespace heron

@@ -60,7 +60,7 @@ class CheckConfig {
   std::vector<Entry> enabled() const;
 };
 
-/// Puts `Check` into `_Settings`.
-void expose_check(const py::Scope& settings);
+/// Puts `Check` into `_Settings`, with its `Config`. Returns its scope, for what else nests in it.
+py::Scope expose_check(const py::Scope& settings);
 
 }  // namespace heron

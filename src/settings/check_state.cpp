@@ -1,0 +1,50 @@
+#include "settings/check_state.h"
+
+#include "settings/stored.h"
+
+namespace heron {
+namespace {
+
+const py::Name kDirectories("directories"), kMode("mode"), kList("list"), kPresets("presets");
+
+}  // namespace
+
+py::Ref<CheckState> CheckState::create(const py::Object& data) {
+  auto state = py::Ref<CheckState>::make();
+  state->init(data);
+  return state;
+}
+
+void CheckState::init(const py::Object& data) {
+  *this = CheckState();  // a second construction leaves the groups of the first alone
+  directories->init(py::Iterable(stored::list_at(data, kDirectories)));
+  mode = py::get(data, kMode, mode);
+  config->init(stored::map_at(data, kList));
+  presets->init(stored::list_at(data, kPresets));
+}
+
+py::Dict CheckState::data() const {
+  py::Dict data;
+  data.set(kDirectories, directories->data());
+  data.set(kMode, mode);
+  data.set(kList, config->data());
+  data.set(kPresets, presets->data());
+  return data;
+}
+
+void expose_check_state(const py::Scope& check) {
+  py::Class<CheckState>(
+      check, "State",
+      "What a user has set up for checks.\n\n"
+      "Built from the JSON form, a map with \"directories\", \"mode\", \"list\" and \"presets\". Each may be\n"
+      "missing; a group of the wrong kind counts as missing, with a warning.")
+      .init<&CheckState::init>({"data"})
+      .accessor<&CheckState::data>("data", "The JSON form, a new dict.")
+      .field<&CheckState::directories>("directories", "Where check classes are looked for.")
+      .field<&CheckState::mode>("mode", "What a validation looks at, a `Constants.Check.Mode`.")
+      .field<&CheckState::config>("config", "The states of the checks of the workspace.")
+      .field<&CheckState::presets>("presets", "The presets of the workspace.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,155 @@
+#include "settings/directory.h"
+
+#include "foundation/text.h"
+#include "runtime/modules.h"
+#include "settings/stored.h"
+
+namespace heron {
+namespace {
+
+const py::Name kName("name"), kPath("path"), kEnabled("enabled"), kDirectories("directories");
+const py::Name kAbsPath("abspath"), kDirName("dirname"), kIsDir("isdir"), kFile("__file__"), kDict("__dict__");
+
+}  // namespace
+
+py::Object CheckDirectory::absolute(const py::Object&, const py::Text& path, bool, bool) {
+  return py::modules::path.call(kAbsPath, path);
+}
+
+void CheckDirectory::init(const py::Object& name, const py::Text&, bool enable, bool locked) {
+  name_ = name;
+  enabled_ = enable;
+  locked_ = locked;
+}
+
+void CheckDirectory::set_enabled(const py::Object& value) {
+  if (!PyBool_Check(value.get())) py::raise_type("enabled must be a boolean, not " + value.type_name());
+  enabled_ = value.truth();
+}
+
+py::Dict CheckDirectory::data() const {
+  py::Dict data;
+  data.set(kName, name_);
+  data.set(kPath, to_str(py::object_of(*this)));
+  data.set(kEnabled, py::to_python(enabled_));
+  return data;
+}
+
+py::Object CheckDirectory::reduce() const {
+  const py::Object self = py::object_of(*this);
+  const py::Object arguments = py::tuple({name_, to_str(self), py::to_python(enabled_), py::to_python(locked_)});
+  return py::tuple({py::Object::borrow(reinterpret_cast<PyObject*>(Py_TYPE(self.get()))), arguments, self.attr(kDict)});
+}
+
+void CheckDirectoryList::init(const py::Iterable& data) {
+  items().clear();
+  embedded = py::Object::none();
+  for (const py::Object& stored : stored::maps(data, kDirectories)) {
+    const py::Object path = py::get(stored, kPath, py::text(""));
+    if (path.is_text()) {
+      add_new(py::get(stored, kName, py::text("")), py::Text(path), py::get(stored, kEnabled, py::to_python(true)));
+    } else {
+      stored::warn(kPath);  // its default would be the working directory, which nobody has asked for
+    }
+  }
+}
+
+py::List CheckDirectoryList::data() const {
+  py::List data;
+  for (py::Object& directory : items().items()) {
+    if (!directory.equals(embedded)) data.append(py::Ref<CheckDirectory>(std::move(directory))->data());
+  }
+  return data;
+}
+
+py::Object CheckDirectoryList::add(const py::Object& other) const {
+  auto both = py::Ref<CheckDirectoryList>::make();
+  both->extend(items());
+  if (py::Ref<CheckDirectoryList>::holds(other)) both->extend(py::Iterable(other));
+  return both;
+}
+
+void CheckDirectoryList::embed(const py::Object& module) {
+  if (!PyModule_Check(module.get())) return;
+  const py::Object file = module.attr(kFile, py::Object::none());
+  if (!file.is_text()) return;  // a module of the runtime itself, or a package without a file of its own
+  const py::Object yes = py::to_python(true);
+  embedded = py::type_of<CheckDirectory>()(py::text("Default"), py::modules::path.call(kDirName, file), yes, yes);
+  append(embedded);
+}
+
+void CheckDirectoryList::add_new(const py::Object& name, const py::Text& path, const py::Object& enable) const {
+  const py::Ref<CheckDirectory> directory(py::type_of<CheckDirectory>()(name, path));
+  directory->set_enabled(enable);
+  append(directory);
+}
+
+void CheckDirectoryList::insert(Py_ssize_t index, const py::Object& directory) const {
+  if (is_approved(directory)) items().insert(index, directory);
+}
+
+void CheckDirectoryList::append(const py::Object& directory) const {
+  if (is_approved(directory)) items().append(directory);
+}
+
+void CheckDirectoryList::extend(const py::Iterable& directories) const {
+  std::vector<py::Object> approved = py::collect(directories);
+  std::erase_if(approved, [this](const py::Object& directory) { return !is_approved(directory); });
+  for (const py::Object& directory : approved) items().append(directory);
+}
+
+bool CheckDirectoryList::is_approved(const py::Object& directory) const {
+  return py::Ref<CheckDirectory>::holds(directory) && py::modules::path.call(kIsDir, directory).truth() &&
+         !py::holds(items(), directory);
+}
+
+void expose_check_directory(const py::Scope& check) {
+  const py::Scope scope =
+      py::Class<CheckDirectory>(check, "Directory",
+                                "A directory in which check classes are looked for.\n\n"
+                                "It is a text, the absolute and normalised `path`, so it serves as a path itself.\n"
+                                "`name` is for display; `locked` tells a front-end not to change the directory.")
+          .derives(str_class())
+          .init<&CheckDirectory::init, &CheckDirectory::absolute>({"name", "path", {"enable", true}, {"locked", false}})
+          .accessor<&CheckDirectory::name>("name", "The name for display.")
+          .accessor<&CheckDirectory::enabled, &CheckDirectory::set_enabled>(
+              "enabled", "Whether classes are looked for here. TypeError for anything but a boolean.")
+          .accessor<&CheckDirectory::locked>("locked", "Whether the front-end may not change the directory.")
+          .accessor<&CheckDirectory::data>("data", "The JSON form, a new dict of \"name\", \"path\" and \"enabled\".")
+          .accessor<&CheckDirectory::name>("_name", "The stored `name`.")
+          .accessor<&CheckDirectory::enabled>("_enabled", "The stored `enabled`.")
+          .accessor<&CheckDirectory::locked>("_locked", "The stored `locked`.")
+          .operation<&CheckDirectory::reduce>("__reduce__", "What `copy` and `pickle` make a copy from.")
+          .done();
+
+  py::Class<CheckDirectoryList>(
+      scope, "List",
+      "The directories in which check classes are looked for, in order: a list of `Directory`.\n\n"
+      "Built from the JSON form, a list of maps with \"name\", \"path\" and \"enabled\". Only a directory that\n"
+      "exists, and is not in the list yet, is taken in; others are left out without a word, in whatever way\n"
+      "they are added. A stored element that is no map or has a path that is no text is left out with a\n"
+      "warning; TypeError for an \"enabled\" that is no boolean.")
+      .derives(reinterpret_cast<PyObject*>(&PyList_Type))
+      .init<&CheckDirectoryList::init>({"data"})
+      .accessor<&CheckDirectoryList::data>("data", "The JSON form, a new list. The embedded directory is left out.")
+      .operation<&CheckDirectoryList::embed>(
+          "embed", {"module"},
+          "Adds the directory of a module as \"Default\", locked and never stored.\n\n"
+          "Nothing happens for what is no module, or one without a file.")
+      .operation<&CheckDirectoryList::add_new>("register", {"name", "path", {"enable", true}},
+                                               "Adds a new directory. TypeError unless `enable` is a boolean.")
+      .operation<&CheckDirectoryList::insert>("insert", {"index", "directory"},
+                                              "Puts a directory before this position, if it is approved.")
+      .operation<&CheckDirectoryList::append>("append", {"directory"},
+                                              "Adds a directory at the end, if it is approved.")
+      .operation<&CheckDirectoryList::extend>("extend", {"directories"},
+                                              "Adds the approved ones of these directories.\n\n"
+                                              "All are judged before the first is added.")
+      .operation<&CheckDirectoryList::is_approved>("_is_approved", {"directory"},
+                                                   "Whether it is a `Directory` that exists and is not in the list.")
+      .readonly<&CheckDirectoryList::embedded>("_embedded", "The embedded directory, or None.")
+      .add<&CheckDirectoryList::add>()
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,50 @@
+#include "settings/stored.h"
+
+#include "foundation/probe.h"
+#include "foundation/text.h"
+
+namespace heron {
+namespace {
+
+const py::Name kGet("get");
+
+template <class Fits>
+py::Object value_at(const py::Object& document, const py::Name& key, const py::Object& otherwise, Fits fits) {
+  py::Object value = py::get(document, key, otherwise);
+  if (fits(value)) return value;
+  stored::warn(key);
+  return otherwise;
+}
+
+}  // namespace
+
+bool stored::is_map(const py::Object& value) { return static_cast<bool>(probe::operation(value, kGet)); }
+
+bool stored::is_list(const py::Object& value) {
+  return !value.is_text() && !is_map(value) && py::Iterable::fits(value.or_none());
+}
+
+py::Object stored::map_at(const py::Object& document, const py::Name& key) {
+  return value_at(document, key, py::Dict(), is_map);
+}
+
+py::Object stored::list_at(const py::Object& document, const py::Name& key) {
+  return value_at(document, key, py::List(), is_list);
+}
+
+std::vector<py::Object> stored::maps(const py::Object& list, const py::Name& key) {
+  std::vector<py::Object> found;
+  for (py::Object& value : py::collect(list)) {
+    if (is_map(value)) {
+      found.push_back(std::move(value));
+    } else {
+      warn(key);
+    }
+  }
+  return found;
+}
+
+void stored::warn(const py::Object& key) { logger::warning(format("Incompatible Stored Value - {}", {key})); }
+void stored::warn(const py::Name& key) { warn(py::Object::borrow(key.get())); }
+
+}  // namespace heron

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// Groups of a document that was read. A value of another kind than is wanted counts as absent, with a warning.
+namespace stored {
+
+bool is_map(const py::Object& value);   ///< A dict, or whatever else has `get`.
+bool is_list(const py::Object& value);  ///< A list, or whatever else can be walked over; no map, and no text.
+
+py::Object map_at(const py::Object& document, const py::Name& key);   ///< Empty if absent.
+py::Object list_at(const py::Object& document, const py::Name& key);  ///< Empty if absent.
+
+/// The maps among the elements of a list that stands under this key.
+std::vector<py::Object> maps(const py::Object& list, const py::Name& key);
+
+void warn(const py::Object& key);  ///< That the value under this key cannot be used.
+void warn(const py::Name& key);
+
+}  // namespace stored
+}  // namespace heron
