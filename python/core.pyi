@@ -1441,7 +1441,7 @@ class _Settings:
                     """Adds a directory at the end, if it is approved."""
 
                 def extend(self, directories: Iterable[object]) -> None:
-                    """Adds the approved ones of these directories. All are judged before the first is added."""
+                    """Adds the approved ones of these; all are judged before the first is added."""
 
                 def _is_approved(self, directory: object) -> bool: ...
 
