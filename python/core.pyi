@@ -1330,6 +1330,365 @@ class _Hierarchy:
             ) -> None: ...
 
 @final
+class Parameters:
+    """Inputs of checks and exporters, from which front-ends build forms.
+
+    An input tests its values when it is made; later they are kept as they come, and only its data tell them.
+    """
+
+    @disjoint_base
+    class _Input:
+        """One setting of a check or an exporter: the base of all kinds of inputs.
+
+        A kind derived from this gives `data`, `load` and `clone`. `clone` of the kinds here makes an instance
+        of the very class, also of a derived one, whose constructor it does not call: attributes which that
+        has added are carried over as they are.
+        """
+
+        def __init__(self, attr_name: str, label: str = "", help_text: str = "") -> None: ...
+        @property
+        def attr(self) -> str:
+            """The name by which the setting is reached and stored."""
+
+        @property
+        def label(self) -> str:
+            """The label of the widget."""
+
+        @property
+        def help_text(self) -> str:
+            """The help of the widget."""
+
+        @property
+        def _attr(self) -> str: ...
+        @property
+        def _label(self) -> str: ...
+        @property
+        def _help_text(self) -> str: ...
+        @property
+        def data(self) -> Any:
+            """The value in its JSON form; NotImplementedError in the base."""
+
+        def load(self, data: Any) -> None:
+            """Takes the value from a JSON form; NotImplementedError in the base."""
+
+        def clone(self) -> Self:
+            """A new input with the same fields and value; NotImplementedError in the base."""
+
+    @disjoint_base
+    class IntRange(_Input):
+        """An integer within limits, which are hints for the widget: no value is held to them."""
+
+        minimum: int
+        maximum: int
+        step: int
+        value: int
+        def __init__(
+            self,
+            attr_name: str,
+            minimum: int = 0,
+            maximum: int = 100,
+            step: int = 1,
+            value: int = 50,
+            prefix: str = "",
+            units: str = "",
+            label: str = "",
+            help_text: str = "",
+        ) -> None: ...
+        @property
+        def prefix(self) -> str:
+            """What the widget shows before the number."""
+
+        @property
+        def units(self) -> str:
+            """What the widget shows after the number."""
+
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "value"."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Takes "value" as it comes; 50, whatever was declared, where there is none."""
+
+        def clone(self) -> Self:
+            """A new range with the same fields and value, checked anew."""
+
+    @disjoint_base
+    class FloatRange(_Input):
+        """A floating-point number within limits, which are hints for the widget: no value is held to them."""
+
+        minimum: float
+        maximum: float
+        step: float
+        precision: int
+        value: float
+        def __init__(
+            self,
+            attr_name: str,
+            minimum: float = 0.0,
+            maximum: float = 1.0,
+            step: float = 0.05,
+            precision: int = 2,
+            value: float = 0.5,
+            prefix: str = "",
+            units: str = "",
+            label: str = "",
+            help_text: str = "",
+        ) -> None:
+            """The numbers are real floats: TypeError for an integer, except as the precision."""
+
+        @property
+        def prefix(self) -> str:
+            """What the widget shows before the number."""
+
+        @property
+        def units(self) -> str:
+            """What the widget shows after the number."""
+
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "value"."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Takes "value" as it comes; 0.5, whatever was declared, where there is none."""
+
+        def clone(self) -> Self:
+            """A new range with the same fields and value, checked anew."""
+
+    @disjoint_base
+    class RegEx(_Input):
+        """A regular expression, as text: what it means is up to the check that applies it.
+
+        It equals another with the same text, and that text.
+        """
+
+        text: str
+        def __init__(
+            self, attr_name: str, text: str = ".+", label: str = "", help_text: str = ""
+        ) -> None: ...
+        def __eq__(self, other: object, /) -> bool: ...
+        __hash__: ClassVar[None]  # type: ignore[assignment]
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "text"."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Takes "text" as it comes; ".+", whatever was declared, where there is none."""
+
+        def clone(self) -> Self:
+            """A new expression with the same fields and text, checked anew."""
+
+    @disjoint_base
+    class Switch(_Input):
+        """On or off."""
+
+        enabled: bool
+        def __init__(
+            self, attr_name: str, enabled: bool = False, label: str = "", help_text: str = ""
+        ) -> None: ...
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "enabled"."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Takes "enabled" as it comes; False, whatever was declared, where there is none."""
+
+        def clone(self) -> Self:
+            """A new switch with the same fields and value, checked anew."""
+
+    @disjoint_base
+    class ComboBox(_Input):
+        """A choice of one of several items, each of which is a member under its own name, too."""
+
+        def __init__(
+            self,
+            attr_name: str,
+            items: Iterable[Parameters.ComboBox.Item],
+            label: str = "",
+            help_text: str = "",
+        ) -> None:
+            """The first item that is selected stays so, the first of all if none is."""
+
+        def __iter__(self) -> Iterator[Parameters.ComboBox.Item]: ...
+        @type_check_only
+        def __getattr__(self, name: str) -> Any:
+            """The item of this attribute name."""
+
+        @property
+        def current_index(self) -> int:
+            """The position of the first selected item, from 0; 0 if none is."""
+
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "selected_attr"; an empty one without items."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Selects the item that "selected_attr" names; if there is none, nothing changes."""
+
+        def clone(self) -> Self:
+            """A new combo box of clones of the items."""
+
+        def set_selected(self, item: Parameters.ComboBox.Item) -> None:
+            """Selects an item, which need not be one of these, and no other of these."""
+
+        @overload
+        def get_selected(self, text: Literal[True]) -> str: ...
+        @overload
+        def get_selected(self, text: Literal[False] = False) -> Parameters.ComboBox.Item | None:
+            """The selected item, or its text; None, or the empty text, without items."""
+
+        @property
+        def _array(self) -> list[Parameters.ComboBox.Item]: ...
+        def _build(self, items: Iterable[Parameters.ComboBox.Item]) -> None: ...
+        def _ensure_selection(self) -> Parameters.ComboBox.Item | None: ...
+        def _select_first(self) -> Parameters.ComboBox.Item | None: ...
+        @disjoint_base
+        class Item:
+            """One choice of a combo box."""
+
+            def __init__(self, attr_name: str, text: str = "", selected: bool = False) -> None: ...
+            @property
+            def attr(self) -> str:
+                """The identifier of the item."""
+
+            @property
+            def text(self) -> str:
+                """What is shown."""
+
+            @property
+            def selected(self) -> bool:
+                """Whether the item is the selected one."""
+
+            @property
+            def _attr(self) -> str: ...
+            @property
+            def _text(self) -> str: ...
+            @property
+            def _selected(self) -> bool: ...
+            def clone(self) -> Self:
+                """A new item with the same fields."""
+
+    @disjoint_base
+    class Block:
+        """What a user can set on a check: the prototypes of its inputs, and tasks with values of their own.
+
+        The length is the number of tasks, and a loop gives them in order.
+        """
+
+        complex: bool
+        """A mark for the front-end, which decides what it means."""
+        as_info: bool
+        """Whether new tasks report a failed check as information only."""
+        def __init__(self, *inputs: Parameters._Input) -> None:
+            """The inputs are not tested here: what is wrong with them shows in each task."""
+
+        def __len__(self) -> int: ...
+        def __iter__(self) -> Iterator[Parameters.Block.Task]: ...
+        @property
+        def defaults(self) -> _JsonList:
+            """The JSON form of one task with the default values, a new list."""
+
+        @property
+        def data(self) -> _JsonList:
+            """The JSON form, a new list of the data of each task."""
+
+        @property
+        def empty(self) -> bool:
+            """Whether the block was made without inputs."""
+
+        @property
+        def length(self) -> int:
+            """The number of tasks."""
+
+        def load(self, data: object) -> None:
+            """Replaces the tasks by those of a JSON form; one default task if that is no list, or empty.
+
+            Where an entry lacks "as_info" or "state", the default stands in. An entry that is no mapping
+            gives a default task, and a warning is logged. An error in a state is kept by its task.
+            """
+
+        def append_task(self) -> Parameters.Block.Task:
+            """Adds a task with the default values; returns it."""
+
+        def remove_task(self, task: Parameters.Block.Task) -> None:
+            """Removes a task and numbers the others anew; nothing for a task of another block."""
+
+        def update_numerator(self) -> None:
+            """Numbers the tasks in order, from 1."""
+
+        def reset(self) -> None:
+            """Removes all tasks, the last first."""
+
+        def clone(self) -> Self:
+            """TypeError, unless a derived class takes `as_info` and `complex` by name. Clone its tasks."""
+
+        @staticmethod
+        def _get_state(inputs: Iterable[object]) -> _JsonMap: ...
+        @property
+        def _empty(self) -> bool: ...
+        @property
+        def _complex(self) -> bool: ...
+        @property
+        def _as_info(self) -> bool: ...
+        @property
+        def _inputs(self) -> tuple[Parameters._Input, ...]: ...
+        @property
+        def _state(self) -> _JsonMap: ...
+        @property
+        def _tasks(self) -> list[Parameters.Block.Task]: ...
+        @disjoint_base
+        class Task:
+            """One set of values for the inputs of a block: a check runs once for each task.
+
+            Each input is a member under its attribute name; a loop gives them in order.
+            """
+
+            as_info: bool
+            """Whether a failed check is reported as information only."""
+            number: int
+            """The position in the block, from 1; 0 outside of one."""
+            def __init__(self, inputs: Iterable[Parameters._Input], as_info: bool = False) -> None:
+                """The task gets clones of the inputs; AttributeError for an object without `clone`.
+
+                Whatever else is wrong with the inputs is kept until `assert_no_errors`.
+                """
+
+            def __iter__(self) -> Iterator[Parameters._Input]: ...
+            @type_check_only
+            def __getattr__(self, name: str) -> Any:
+                """The input of this attribute name."""
+
+            @property
+            def data(self) -> _JsonMap:
+                """The JSON form, a new dict of "as_info" and "state"."""
+
+            @property
+            def state(self) -> _JsonMap:
+                """A new dict of the data of each input by its attribute name."""
+
+            def load(self, state: Mapping[str, Any]) -> None:
+                """Takes the data of inputs by their attribute names, in order.
+
+                The first failure ends it, an unknown name is one; it is kept until `assert_no_errors`, and
+                what was loaded before it stays.
+                """
+
+            def clone(self) -> Parameters.Block.Task:
+                """A new task with the same values, `as_info` and errors from loading."""
+
+            def assert_no_errors(self) -> None:
+                """Raises the first error from building, or else the first from loading, if there is one."""
+
+            def _build(self) -> None: ...
+            @property
+            def _inputs(self) -> list[Parameters._Input]: ...
+            @property
+            def _build_exceptions(self) -> list[Exception]: ...
+            @property
+            def _load_exceptions(self) -> list[Exception]: ...
+            @property
+            def _table(self) -> dict[str, Parameters._Input]: ...
+
+@final
 class _Settings:
     """The settings of a user."""
 

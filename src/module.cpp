@@ -12,6 +12,7 @@
 #include "foundation/naming.h"
 #include "foundation/text.h"
 #include "hierarchy/hierarchy.h"
+#include "parameters/parameters.h"
 #include "projects/rule_tree.h"
 #include "scene/buffer.h"
 #include "scene/operator.h"
@@ -48,6 +49,8 @@ void expose(const heron::py::Scope& module) {
   heron::expose_buffer(scene);
   heron::expose_scanner(scene);
   heron::expose_hierarchy(module);
+
+  heron::expose_parameters(module);
 
   const heron::py::Scope settings = heron::py::make_namespace(module, "_Settings", "The settings of a user.");
   const heron::py::Scope check = heron::expose_check(settings);

@@ -91,6 +91,13 @@ Object get(const Object& mapping, const Name& key, const Object& otherwise) {
   return mapping.call(kGet, Object::borrow(key.get()), otherwise);
 }
 
+std::vector<std::pair<Object, Object>> pairs(const Object& mapping) {
+  static const Name kItems("items");
+  const Dict table;
+  checked(PyDict_MergeFromSeq2(table.get(), mapping.call(kItems).get(), 1));
+  return table.items();
+}
+
 bool holds(const Object& container, const Object& item) {
   return checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
 }

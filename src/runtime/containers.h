@@ -67,6 +67,9 @@ std::vector<Object> collect(const Object& iterable);
 /// `mapping.get(key)`, or `mapping.get(key, otherwise)`: by name, so any mapping serves.
 Object get(const Object& mapping, const Name& key, const Object& otherwise = Object::none());
 
+/// The pairs of `mapping.items()`: by name, so any mapping serves.
+std::vector<std::pair<Object, Object>> pairs(const Object& mapping);
+
 /// Python's `item in container`.
 bool holds(const Object& container, const Object& item);
 

@@ -84,6 +84,11 @@ void Object::set_attr(const Name& name, const Object& value) const {
   checked(PyObject_SetAttr(or_none(), name.get(), value.or_none()));
 }
 
+void Object::set_attr(const Object& name, const Object& value) const {
+  const Object held(*this);
+  checked(PyObject_SetAttr(held.or_none(), name.or_none(), value.or_none()));
+}
+
 Object Object::apply(const Object& arguments, const Object& named) const {
   return steal(PyObject_Call(or_none(), arguments.get(), named.get()));
 }
@@ -136,6 +141,10 @@ void raise(PyObject* type, const std::string& message) {
 }
 
 void raise_type(const std::string& message) { raise(PyExc_TypeError, message); }
+void raise_type() {
+  PyErr_SetNone(PyExc_TypeError);
+  throw Error();
+}
 void raise_value(const std::string& message) { raise(PyExc_ValueError, message); }
 
 namespace {

@@ -59,6 +59,7 @@ class Object {
   Object attr(const Name& name) const;
   Object attr(const Name& name, const Object& otherwise) const;  ///< `otherwise` where there is no such attribute.
   void set_attr(const Name& name, const Object& value) const;
+  void set_attr(const Object& name, const Object& value) const;  ///< TypeError unless the name is text.
 
   /// Calls the object, or its operation of this name, with positional arguments.
   template <std::convertible_to<Object>... A>
@@ -101,6 +102,7 @@ Error current_error();
 /// Raise a Python exception of this class with this message.
 [[noreturn]] void raise(PyObject* type, const std::string& message);
 [[noreturn]] void raise_type(const std::string& message);
+[[noreturn]] void raise_type();  ///< Without a message.
 [[noreturn]] void raise_value(const std::string& message);
 
 /// Throws the pending error if a call of the C interface says so by a negative result.

@@ -7,14 +7,7 @@ namespace heron {
 namespace {
 
 const py::Name kEnabled("enabled"), kOpened("opened"), kParameters("parameters");
-const py::Name kItems("items"), kDeepCopy("deepcopy");
-
-/// Pairs of a mapping from outside.
-std::vector<std::pair<py::Object, py::Object>> pairs(const py::Object& mapping) {
-  const py::Dict table;
-  py::checked(PyDict_MergeFromSeq2(table.get(), mapping.call(kItems).get(), 1));
-  return table.items();
-}
+const py::Name kDeepCopy("deepcopy");
 
 }  // namespace
 
@@ -67,7 +60,7 @@ bool CheckConfig::equals(const py::Object& other) const {
 
 void CheckConfig::load(const py::Object& stored) {
   table.clear();
-  for (const auto& [class_id, values] : pairs(stored)) {
+  for (const auto& [class_id, values] : py::pairs(stored)) {
     const bool fits = stored::is_map(values);
     if (!fits) stored::warn(class_id);
     table.set(class_id, StoredCheck::create(class_id, fits ? values : py::Dict()));

@@ -1,0 +1,70 @@
+#include "parameters/input.h"
+
+#include "foundation/assertions.h"
+#include "foundation/text.h"
+#include "parameters/kinds.h"
+#include "parameters/names.h"
+
+namespace heron {
+namespace {
+
+[[noreturn]] void left_to_kind(const std::string& member) {
+  py::raise(PyExc_NotImplementedError, member + " is left to each kind of input");
+}
+
+}  // namespace
+
+void ParameterInput::init(const py::Object& attr_name, const py::Object& label, const py::Object& help_text) {
+  assertions::attribute(attr_name);
+  kinds::text({label, help_text});
+  attr_ = attr_name;
+  label_ = label;
+  help_text_ = help_text;
+}
+
+py::Object ParameterInput::text() const {
+  return format(R"(attr="{}" label="{}" help="{}")", {attr_, label_, help_text_});
+}
+
+py::Object ParameterInput::data() const { left_to_kind("data"); }
+void ParameterInput::load(const py::Object&) { left_to_kind("load()"); }
+py::Object ParameterInput::clone() const { left_to_kind("clone()"); }
+
+void carry_attributes(const py::Object& from, const py::Object& to) {
+  static const py::Name kDict("__dict__");
+  const py::Dict attributes(to.attr(kDict));
+  for (const auto& [name, value] : py::Dict(from.attr(kDict)).items()) attributes.set(name, value);
+}
+
+py::Object clones(const std::vector<py::Object>& originals) {
+  std::vector<py::Object> copies;
+  copies.reserve(originals.size());
+  for (const py::Object& original : originals) copies.push_back(original.call(names::kClone));
+  return py::tuple(copies);
+}
+
+void expose_input(const py::Scope& parameters) {
+  py::Class<ParameterInput>(
+      parameters, "_Input",
+      "One setting of a check or an exporter: the base of all kinds of inputs.\n\n"
+      "attr_name: the name by which the setting is reached and stored, an identifier. label, help_text: what\n"
+      "the front-end shows. TypeError for a name, label or help that is no text, ValueError for an empty\n"
+      "name, Error.WrongAttributeName and Error.PrivateAttributeName for other bad names.\n\n"
+      "A kind derived from this gives `data`, `load` and `clone`; here each raises NotImplementedError.\n"
+      "`clone` of the kinds in this module makes an instance of the very class, also of a derived one,\n"
+      "whose constructor it does not call: attributes which that has added are carried over as they are.")
+      .init<&ParameterInput::init>({"attr_name", {"label", ""}, {"help_text", ""}})
+      .text<&ParameterInput::text>()
+      .accessor<&ParameterInput::attr>("attr", "The name by which the setting is reached and stored.")
+      .accessor<&ParameterInput::label>("label", "The label of the widget.")
+      .accessor<&ParameterInput::help_text>("help_text", "The help of the widget.")
+      .accessor<&ParameterInput::attr>("_attr", "The stored `attr`.")
+      .accessor<&ParameterInput::label>("_label", "The stored `label`.")
+      .accessor<&ParameterInput::help_text>("_help_text", "The stored `help_text`.")
+      .accessor<&ParameterInput::data>("data", "The value in its JSON form.")
+      .operation<&ParameterInput::load>("load", {"data"}, "Takes the value from a JSON form.")
+      .operation<&ParameterInput::clone>("clone", "A new input with the same fields and value.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// One setting of a check or an exporter: what every kind of input has. A front-end builds its widgets from inputs.
+///
+/// A plug-in may derive kinds of its own in Python. So whoever holds inputs uses `attr`, `data`, `load` and `clone`
+/// by name.
+class ParameterInput {
+ public:
+  /// TypeError for a label or help that is no text; for the name see `assertions::attribute`.
+  void init(const py::Object& attr_name, const py::Object& label, const py::Object& help_text);
+
+  const py::Object& attr() const { return attr_; }
+  const py::Object& label() const { return label_; }
+  const py::Object& help_text() const { return help_text_; }
+  py::Object text() const;
+
+  // Left to each kind of input: NotImplementedError.
+  py::Object data() const;
+  void load(const py::Object& data);
+  py::Object clone() const;
+
+  template <class V>
+  void members(V& visit) {
+    visit(attr_);
+    visit(label_);
+    visit(help_text_);
+  }
+
+ private:
+  py::Object attr_, label_, help_text_;
+};
+
+/// Hands the attributes that code of a derived class has set on one instance to another, as they are.
+void carry_attributes(const py::Object& from, const py::Object& to);
+
+/// A new instance of the class of the original, for its clone to fill.
+///
+/// That class may be derived in Python. Its constructor is not called then, as it may take anything; instead the
+/// attributes that it added are carried over.
+template <class T>
+py::Ref<T> twin(const T& original) {
+  const py::Object self = py::object_of(original);
+  PyTypeObject* type = Py_TYPE(self.get());
+  const py::Ref<T> copy(py::Object::steal(py::new_instance(type, nullptr, py::TypeOf<T>::layout)));
+  if (type != py::TypeOf<T>::type) carry_attributes(self, copy);
+  return copy;
+}
+
+/// The clones of these inputs, or of what else has `clone`, as a tuple.
+py::Object clones(const std::vector<py::Object>& originals);
+
+void expose_input(const py::Scope& parameters);
+
+}  // namespace heron

@@ -1,0 +1,124 @@
+#include "parameters/ranges.h"
+
+#include "parameters/kinds.h"
+#include "parameters/names.h"
+
+namespace heron {
+
+py::Dict NumberRange::data() const {
+  py::Dict data;
+  data.set(names::kValue, value);
+  return data;
+}
+
+py::Ref<IntRange> IntRange::create(const py::Name& attr_name) {
+  const auto type = py::Object::borrow(reinterpret_cast<PyObject*>(py::TypeOf<IntRange>::type));
+  return py::Ref<IntRange>(type(py::Object::borrow(attr_name.get())));
+}
+
+void IntRange::init(const py::Object& attr_name, const py::Object& min, const py::Object& max, const py::Object& by,
+                    const py::Object& number, const py::Object& before, const py::Object& after,
+                    const py::Object& label, const py::Object& help_text) {
+  ParameterInput::init(attr_name, label, help_text);
+  kinds::integer({min, max, by, number});
+  kinds::text({before, after});
+  minimum = min;
+  maximum = max;
+  step = by;
+  value = number;
+  prefix = before;
+  units = after;
+}
+
+void IntRange::load(const py::Object& data) { value = py::get(data, names::kValue, py::to_python(50)); }
+
+py::Object IntRange::clone() const {
+  auto copy = twin(*this);
+  copy->init(attr(), minimum, maximum, step, value, prefix, units, label(), help_text());
+  return copy;
+}
+
+void FloatRange::init(const py::Object& attr_name, const py::Object& min, const py::Object& max, const py::Object& by,
+                      const py::Object& digits, const py::Object& number, const py::Object& before,
+                      const py::Object& after, const py::Object& label, const py::Object& help_text) {
+  ParameterInput::init(attr_name, label, help_text);
+  kinds::real({min, max, by, number});
+  kinds::integer({digits});
+  kinds::text({before, after});
+  minimum = min;
+  maximum = max;
+  step = by;
+  precision = digits;
+  value = number;
+  prefix = before;
+  units = after;
+}
+
+void FloatRange::load(const py::Object& data) { value = py::get(data, names::kValue, py::to_python(0.5)); }
+
+py::Object FloatRange::clone() const {
+  auto copy = twin(*this);
+  copy->init(attr(), minimum, maximum, step, precision, value, prefix, units, label(), help_text());
+  return copy;
+}
+
+namespace {
+
+template <class R>
+py::Class<R, ParameterInput>& add_members(py::Class<R, ParameterInput>& range) {
+  return range.template field<&R::minimum>("minimum", "The least value that the widget offers.")
+      .template field<&R::maximum>("maximum", "The greatest value that the widget offers.")
+      .template field<&R::step>("step", "The step of the widget.")
+      .template field<&R::value>("value", "The value, kept as it comes.")
+      .template readonly<&R::prefix>("prefix", "What the widget shows before the number.")
+      .template readonly<&R::units>("units", "What the widget shows after the number.")
+      .template accessor<&R::data>("data", "The JSON form, a new dict of \"value\".")
+      .template operation<&R::clone>("clone", "A new range with the same fields and value, checked anew.");
+}
+
+}  // namespace
+
+void expose_ranges(const py::Scope& parameters) {
+  py::Class<IntRange, ParameterInput> integers(
+      parameters, "IntRange",
+      "An integer within limits, which are hints for the widget: no value is held to them.\n\n"
+      "TypeError for a number that is no integer, and for a text that is none.");
+  integers.init<&IntRange::init>({"attr_name",
+                                  {"minimum", 0},
+                                  {"maximum", 100},
+                                  {"step", 1},
+                                  {"value", 50},
+                                  {"prefix", ""},
+                                  {"units", ""},
+                                  {"label", ""},
+                                  {"help_text", ""}});
+  add_members(integers)
+      .operation<&IntRange::load>("load", {"data"},
+                                  "Takes \"value\" as it comes; 50, whatever was declared, where there is none.\n\n"
+                                  "AttributeError unless the data are a mapping.")
+      .done();
+
+  py::Class<FloatRange, ParameterInput> reals(
+      parameters, "FloatRange",
+      "A floating-point number within limits, which are hints for the widget: no value is held to them.\n\n"
+      "precision: digits after the point. TypeError for a number that is no floating-point number, a\n"
+      "precision that is no integer, and for a text that is none.");
+  reals.init<&FloatRange::init>({"attr_name",
+                                 {"minimum", 0.0},
+                                 {"maximum", 1.0},
+                                 {"step", 0.05},
+                                 {"precision", 2},
+                                 {"value", 0.5},
+                                 {"prefix", ""},
+                                 {"units", ""},
+                                 {"label", ""},
+                                 {"help_text", ""}});
+  add_members(reals)
+      .field<&FloatRange::precision>("precision", "How many digits after the point the widget shows.")
+      .operation<&FloatRange::load>("load", {"data"},
+                                    "Takes \"value\" as it comes; 0.5, whatever was declared, where there is none.\n\n"
+                                    "AttributeError unless the data are a mapping.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,136 @@
+#include "parameters/task.h"
+
+#include "foundation/errors.h"
+#include "foundation/text.h"
+#include "parameters/input.h"
+#include "parameters/names.h"
+
+namespace heron {
+namespace {
+
+/// Frees an exception of the frames that it has passed: while it is kept, it would keep them and all that they hold,
+/// and more with each time that it is raised again.
+void drop_frames(const py::Object& exception) {
+  static const py::Name kTraceback("__traceback__");
+  exception.set_attr(kTraceback, py::Object::none());
+}
+
+void keep(const py::List& exceptions, const py::Error& error) {
+  if (!error.is_failure()) throw;
+  drop_frames(error.value());
+  exceptions.append(error.value());
+}
+
+[[noreturn]] void raise_again(const py::Object& exception) {
+  drop_frames(exception);
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception.get());
+  throw py::Error();
+}
+
+}  // namespace
+
+py::Ref<ParameterTask> ParameterTask::create(const py::Object& inputs, const py::Object& as_info) {
+  auto task = py::Ref<ParameterTask>::make();
+  task->init(inputs, as_info);
+  return task;
+}
+
+void ParameterTask::init(const py::Object& prototypes, const py::Object& reports_info) {
+  inputs = py::List(py::Object::steal(PySequence_List(clones(py::collect(prototypes)).get())));
+  build_exceptions.clear();
+  load_exceptions.clear();
+  as_info = reports_info;
+  number = py::to_python(0);
+  build();
+}
+
+py::Dict ParameterTask::data() const {
+  py::Dict data;
+  data.set(names::kAsInfo, as_info);
+  data.set(names::kState, state());
+  return data;
+}
+
+py::Dict ParameterTask::state() const {
+  py::Dict state;
+  for (const auto& [attr, input] : table.items()) state.set(attr, input.attr(names::kData));
+  return state;
+}
+
+py::Ref<ParameterTask> ParameterTask::clone() const {
+  auto copy = create(inputs, as_info);
+  copy->load(state());
+  copy->load_exceptions.extend(load_exceptions);
+  return copy;
+}
+
+void ParameterTask::load(const py::Object& state) const {
+  const py::Dict known = table;  // the inputs may do anything while they load
+  try {
+    for (const auto& [attr, data] : py::pairs(state)) {
+      const auto input = known.find(attr);
+      if (!input) py::raise(PyExc_AttributeError, py::Utf8(format("the task has no input \"{}\"", {attr})).str());
+      input->call(names::kLoad, data);
+    }
+  } catch (const py::Error& error) {
+    keep(load_exceptions, error);
+  }
+}
+
+void ParameterTask::build() {
+  table = py::Dict();
+  try {
+    for (const py::Object& input : inputs.items()) enter(input);
+  } catch (const py::Error& error) {
+    keep(build_exceptions, error);
+    table = py::Dict();
+  }
+}
+
+void ParameterTask::enter(const py::Object& input) const {
+  if (!py::Ref<ParameterInput>::holds(input)) errors::raise<errors::ParameterInputType>();
+  const py::Dict entered = table;
+  const py::Object attr = input.attr(names::kAttr);
+  if (entered.find(attr)) errors::raise<errors::AttributeNameRepeat>();
+  py::object_of(*this).set_attr(attr, input);
+  entered.set(attr, input);
+}
+
+void ParameterTask::assert_no_errors() const {
+  for (const py::List& exceptions : {build_exceptions, load_exceptions}) {
+    if (!exceptions.empty()) raise_again(exceptions.at(0));
+  }
+}
+
+void expose_task(const py::Scope& block) {
+  py::Class<ParameterTask>(
+      block, "Task",
+      "One set of values for the inputs of a block: a check runs once for each task.\n\n"
+      "It has clones of `inputs`, each of them a member under its attribute name. An object without `clone`\n"
+      "is an AttributeError. Whatever else is wrong with the inputs is kept until `assert_no_errors`: an\n"
+      "object that is no input, two of one name, one named like an accessor. A loop gives the inputs.")
+      .init<&ParameterTask::init>({"inputs", {"as_info", false}})
+      .iterate<&ParameterTask::iterate>()
+      .accessor<&ParameterTask::data>("data", "The JSON form, a new dict of \"as_info\" and \"state\".")
+      .accessor<&ParameterTask::state>("state", "A new dict of the data of each input by its attribute name.")
+      .operation<&ParameterTask::load>("load", {"state"},
+                                       "Takes the data of inputs by their attribute names, in order.\n\n"
+                                       "The first failure ends it, an unknown name is one; it is kept until\n"
+                                       "`assert_no_errors`, and what was loaded before it stays.")
+      .operation<&ParameterTask::clone>("clone",
+                                        "A new task with clones of the inputs, the same values, `as_info` and errors\n"
+                                        "from loading. Its number is 0.")
+      .operation<&ParameterTask::assert_no_errors>("assert_no_errors",
+                                                   "Raises the first error from building, or else the first from\n"
+                                                   "loading, if there is one. It tells no more where it came from.")
+      .operation<&ParameterTask::build>("_build", "Makes the inputs members and enters them in the table.")
+      .field<&ParameterTask::as_info>("as_info", "Whether a failed check is reported as information only.")
+      .field<&ParameterTask::number>("number", "The position in the block, from 1; 0 outside of one.")
+      .readonly<&ParameterTask::inputs>("_inputs", "The task's own inputs in order.")
+      .readonly<&ParameterTask::build_exceptions>("_build_exceptions", "What was caught while building.")
+      .readonly<&ParameterTask::load_exceptions>("_load_exceptions", "What was caught while loading.")
+      .readonly<&ParameterTask::table>("_table", "The inputs by their attribute names.")
+      .done();
+}
+
+}  // namespace heron
