@@ -1919,9 +1919,45 @@ class _Settings:
 
 @disjoint_base
 class _Statistics:
-    """The local store of the records of use."""
+    """The local store of the records of use: in memory, and in a file that several processes may share.
+
+    environment: gives the file. What is of the wrong kind in it is left out with a warning; before a write
+    drops it, the file is moved aside.
+    """
 
     version: ClassVar[int]
+    def __init__(self, environment: object) -> None: ...
+    @property
+    def _mutex_edit(self) -> Any: ...
+    @property
+    def _path(self) -> str: ...
+    @property
+    def _data(self) -> _JsonMap: ...
+    def add(self, record: _Statistics.Type._Record) -> None:
+        """Keeps `record.data` in the category `record.key`, in memory."""
+
+    def write(self, clear: bool = False) -> None:
+        """Merges the records in memory into the file, by category and time; with `clear`, empties the file.
+
+        A failure is logged, and the records stay.
+        """
+
+    def create_http_request(self, username: str) -> _Statistics.HttpRequest:
+        """A request with a deep copy of the records."""
+
+    def accept_http_response(self, response: object, clear: bool = True) -> None:
+        """Takes the server's answer. If it took the records, `clear` drops them, from the file too."""
+
+    def _ensure_attributes(self) -> None: ...
+    def _read(self) -> _JsonMap: ...
+    def _extend(self, json_data: _JsonMap) -> None: ...
+    def _clear(self) -> None: ...
+    @staticmethod
+    def _timed_table(json_data: _JsonMap) -> dict[str, dict[float, _JsonMap]]: ...
+    @staticmethod
+    def _timed_bucket(records: dict[str, dict[float, _JsonMap]], category: str) -> dict[float, _JsonMap]: ...
+    @staticmethod
+    def _flat_records(timed_table: dict[str, dict[float, _JsonMap]]) -> dict[str, _JsonList]: ...
 
     @final
     class Type:

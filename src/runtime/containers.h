@@ -35,6 +35,7 @@ class Dict : public Object {
 
   Py_ssize_t size() const { return PyDict_Size(pointer_); }
   std::optional<Object> find(const Object& key) const;
+  std::optional<Object> find(const Name& key) const { return find(borrow(key.get())); }
   void set(const Object& key, const Object& value) const {
     checked(PyDict_SetItem(pointer_, key.get(), value.or_none()));
   }
@@ -42,6 +43,7 @@ class Dict : public Object {
     checked(PyDict_SetItem(pointer_, key.get(), value.or_none()));
   }
   void remove(const Object& key) const { checked(PyDict_DelItem(pointer_, key.get())); }  ///< KeyError if absent.
+  void update(const Dict& other) const { checked(PyDict_Update(pointer_, other.pointer_)); }
   void clear() const { PyDict_Clear(pointer_); }
   std::vector<std::pair<Object, Object>> items() const;
   std::vector<Object> values() const;

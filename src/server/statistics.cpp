@@ -1,14 +1,180 @@
 #include "server/statistics.h"
 
+#include "files/access_queue.h"
+#include "files/json_file.h"
+#include "files/paths.h"
+#include "foundation/lock.h"
+#include "foundation/logger.h"
+#include "foundation/text.h"
+#include "runtime/modules.h"
+#include "server/statistics_document.h"
 #include "server/statistics_exchange.h"
 #include "server/statistics_records.h"
 
 namespace heron {
+namespace {
+
+const py::Name kVersionName("version");
+
+bool is_newer(const py::Object& version) {
+  const bool is_number = PyLong_Check(version.or_none()) != 0 || PyFloat_Check(version.or_none()) != 0;
+  const py::Object ours = py::to_python(Statistics::kVersion);
+  return is_number && py::checked(PyObject_RichCompareBool(version.get(), ours.get(), Py_GT)) != 0;
+}
+
+}  // namespace
+
+void Statistics::init(const py::Object& environment) {
+  static const py::Name kLock("Lock"), kGetStatisticsFile("get_statistics_file");
+  mutex = py::modules::threading.call(kLock);
+  path = environment.call(kGetStatisticsFile);
+  data = read();
+  ensure_attributes();
+}
+
+void Statistics::add(const py::Object& record) const {
+  static const py::Name kKey("key"), kData("data");
+  const py::Object key = record.attr(kKey), entry = record.attr(kData);  // foreign code does not run under the lock
+  locked(mutex, [&] {
+    if (const auto category = data.find(key)) py::List(*category).append(entry);
+  });
+}
+
+void Statistics::write(bool clear) const {
+  const auto change = [&](const py::Object& stored) {
+    const py::Dict document(stored);
+    clear ? document.clear() : extend(document);
+  };
+  try {
+    locked(mutex, [&] { with_document(path, true, change); });
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+  }
+}
+
+py::Object Statistics::create_http_request(const py::Object& username) const {
+  static const py::Name kDeepCopy("deepcopy");
+  py::Object contents;
+  locked(mutex, [&] { contents = py::modules::copy.call(kDeepCopy, data); });
+  return StatisticsRequest::create(username, contents);
+}
+
+void Statistics::accept_http_response(const py::Object& response, bool clear_sent) const {
+  if (!StatisticsResponse::create(response)->accepted) return;
+  logger::debug(py::text("Statistics Sent"));
+  if (!clear_sent) return;
+  clear();
+  write(true);
+  logger::debug(py::text("Clear Local Statistics"));
+}
+
+py::Dict Statistics::read() const {
+  if (!paths::exist(path)) return {};
+  py::Object stored;
+  try {
+    with_document(path, false, [&](const py::Object& document) { stored = document; });
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    if (error.matches(PyExc_ValueError)) {
+      logger::error(format("Read Corrupted Statistics: {}", {path}));
+      json_file::move_corrupted(path);
+    } else {
+      logger::caught(error);
+    }
+    return {};
+  }
+  if (is_newer(py::get(stored, kVersionName, py::to_python(0)))) {
+    logger::warning(format("Incompatible Statistics Version - {}", {path}));
+    return {};
+  }
+  if (PyDict_Check(stored.get()) == 0) {
+    logger::warning(format("Incompatible Statistics File - {}", {path}));
+    return {};
+  }
+  const SoundStatistics sound{py::Dict(stored)};
+  if (!sound.is_whole()) logger::warning(format("Incompatible Statistics Records - {}", {path}));
+  return sound.content();
+}
+
+void Statistics::ensure_attributes() const {
+  for (const std::string_view category : kCategories) {
+    if (!data.find(py::text(category))) data.set(py::text(category), py::List());
+  }
+  if (!data.find(kVersionName)) data.set(kVersionName, py::to_python(kVersion));
+}
+
+void Statistics::extend(const py::Dict& document) const {
+  const SoundStatistics stored(document), ours(data);
+  if (!ours.is_whole()) logger::warning(py::text("Statistics Records Cannot Be Written"));
+  if (!stored.is_whole()) {
+    // What is left out would be gone with the write: the file stays, in another place.
+    logger::warning(format("Incompatible Statistics Records - {}", {path}));
+    json_file::move_corrupted(path);
+    document.clear();
+    document.update(stored.content());
+  }
+  const py::Dict table = timed_table::of(document);
+  for (const auto& [category, records] : timed_table::of(ours.content()).items()) {
+    timed_table::bucket(table, category).update(py::Dict(records));
+  }
+  document.update(timed_table::flat(table));
+}
+
+void Statistics::clear() const {
+  locked(mutex, [&] {
+    for (const py::Object& value : data.values()) {
+      if (PyList_Check(value.or_none()) != 0) py::List(value).clear();
+    }
+  });
+}
 
 void expose_statistics(const py::Scope& module) {
-  const py::Scope statistics = py::Class<Statistics>(module, "_Statistics", "The local store of the records of use.")
-                                   .attribute("version", py::to_python(1))
-                                   .done();
+  const py::Scope statistics =
+      py::Class<Statistics>(
+          module, "_Statistics",
+          "The local store of the records of use: in memory, and in a file that several processes may share.\n\n"
+          "environment: gives the file. A missing file is an empty one; a corrupted file is moved aside and logged,\n"
+          "one of a newer version is left alone and logged. AttributeError for a file whose JSON is no object.\n"
+          "Each list in the file is a category of records, which are told apart by their \"timestamp\". What is no\n"
+          "such record, a category of ours that is no list, a \"version\" that is no number, and what cannot be "
+          "written\n"
+          "as JSON in UTF-8, is left out with a warning; before a write drops it, the file is moved aside. Other\n"
+          "members of the file are kept.")
+          .init<&Statistics::init>({"environment"})
+          .attribute("version", py::to_python(Statistics::kVersion))
+          .operation<&Statistics::add>("add", {"record"},
+                                       "Keeps `record.data` in the category `record.key`, in memory. A category that\n"
+                                       "does not exist keeps nothing.")
+          .operation<&Statistics::write>("write", {{"clear", false}},
+                                         "Merges the records in memory into the file, by category and time; with "
+                                         "`clear`, empties the file instead.\n\n"
+                                         "Waits for the file's queue, and `add` waits meanwhile. A failure is logged, "
+                                         "and the records stay. Records\n"
+                                         "in memory that cannot be written are passed over with a warning.")
+          .operation<&Statistics::create_http_request>("create_http_request", {"username"},
+                                                       "An `HttpRequest` with a deep copy of the records.")
+          .operation<&Statistics::accept_http_response>(
+              "accept_http_response", {"response", {"clear", true}},
+              "Takes the server's answer. If it took the records, `clear` drops them, from the file too.")
+          .operation<&Statistics::ensure_attributes>("_ensure_attributes", "Adds the categories and the version.")
+          .operation<&Statistics::read>("_read",
+                                        "The records in the file, a new dict. See the class for what is left out.")
+          .operation<&Statistics::extend>("_extend", {"json_data"},
+                                          "Merges the records in memory into a document, in place. Those in memory\n"
+                                          "replace those of the same time; \"version\" stays as it is.")
+          .operation<&Statistics::clear>("_clear", "Empties every list in memory, in place.")
+          .static_operation<&timed_table::of>("_timed_table", {"json_data"},
+                                              "Category to timestamp to record. The member \"version\", in any letter\n"
+                                              "case, and what is no list are no categories.")
+          .static_operation<&timed_table::bucket>(
+              "_timed_bucket", {"records", "category"},
+              "The records of a category; a new dict joins the table if there is none.")
+          .static_operation<&timed_table::flat>("_flat_records", {"timed_table"}, "Category to list of records.")
+          .readonly<&Statistics::mutex>("_mutex_edit", "Guards `_data`.")
+          .readonly<&Statistics::path>("_path", "The file.")
+          .readonly<&Statistics::data>("_data", "The lists of records by category, and \"version\".")
+          .done();
   expose_statistics_records(statistics);
   expose_statistics_exchange(statistics);
 }

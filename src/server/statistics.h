@@ -4,8 +4,33 @@
 
 namespace heron {
 
-/// The local store of the records of use.
-class Statistics {};
+/// The local store of the records of use: in memory, and in a file that several processes may share.
+class Statistics {
+ public:
+  static constexpr int kVersion = 1;
+
+  void init(const py::Object& environment);
+
+  void add(const py::Object& record) const;
+  void write(bool clear) const;
+  py::Object create_http_request(const py::Object& username) const;
+  void accept_http_response(const py::Object& response, bool clear) const;
+
+  py::Dict read() const;
+  void ensure_attributes() const;
+  void extend(const py::Dict& document) const;
+  void clear() const;
+
+  py::Object mutex, path;  ///< The mutex guards `data`. It is taken before the file's queue, never after.
+  py::Dict data;
+
+  template <class V>
+  void members(V& visit) {
+    visit(mutex);
+    visit(path);
+    visit(data);
+  }
+};
 
 void expose_statistics(const py::Scope& module);
 

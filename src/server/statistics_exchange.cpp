@@ -1,14 +1,12 @@
 #include "server/statistics_exchange.h"
 
-#include "foundation/assertions.h"
 #include "foundation/probe.h"
-#include "foundation/text.h"
-#include "runtime/modules.h"
+#include "server/json_body.h"
 
 namespace heron {
 namespace {
 
-const py::Name kUsername("username"), kContents("contents"), kDumps("dumps"), kEnsureAscii("ensure_ascii");
+const py::Name kUsername("username"), kContents("contents");
 
 py::Dict headers() {
   py::Dict headers;
@@ -30,16 +28,13 @@ void StatisticsRequest::init(const py::Object& user, const py::Object& records) 
 }
 
 py::Object StatisticsRequest::text() const {
-  py::Dict body, named;
+  py::Dict body;
   body.set(kUsername, username);
   body.set(kContents, contents);
-  named.set(kEnsureAscii, py::to_python(false));
-  return to_str(py::modules::json.attr(kDumps).apply(py::tuple({assertions::clean(body)}), named));
+  return json_body::text(body);
 }
 
-py::Object StatisticsRequest::bytes() const {
-  return py::Object::steal(PyUnicode_AsEncodedString(text().get(), "utf-8", nullptr));
-}
+py::Object StatisticsRequest::bytes() const { return json_body::bytes(text()); }
 
 py::Ref<StatisticsResponse> StatisticsResponse::create(const py::Object& response) {
   auto answer = py::Ref<StatisticsResponse>::make();

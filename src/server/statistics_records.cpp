@@ -74,7 +74,7 @@ void expose_statistics_records(const py::Scope& statistics) {
       "timestamp: when it began, in seconds. speed: how many seconds it took. project: name of the project, or None.\n"
       "The values are kept as they come.")
       .init<&ValidationRecord::init>({"timestamp", "speed", {"project", nullptr}})
-      .attribute("key", py::text("validate"))
+      .attribute("key", py::text(ValidationRecord::kKey))
       .accessor<&ValidationRecord::data>("data", "A new dict of \"project\", \"timestamp\" and \"speed\".")
       .done();
 
@@ -84,15 +84,17 @@ void expose_statistics_records(const py::Scope& statistics) {
       "timestamp: when it began, in seconds. speed: how many seconds it took. name: the check. result: one of\n"
       "`Constants.Check.Result`. The values are kept as they come.")
       .init<&CheckRecord::init>({"timestamp", "speed", "name", "result"})
-      .attribute("key", py::text("checks"))
+      .attribute("key", py::text(CheckRecord::kKey))
       .accessor<&CheckRecord::data>("data", "A new dict of \"name\", \"result\", \"timestamp\" and \"speed\".")
       .readonly<&CheckRecord::name>("_name", "The check.")
       .readonly<&CheckRecord::result>("_result", "The outcome.")
       .done();
 
-  py::Class<ExportRecord, UseRecord>(type, "Exported", "An export.").attribute("key", py::text("exported")).done();
+  py::Class<ExportRecord, UseRecord>(type, "Exported", "An export.")
+      .attribute("key", py::text(ExportRecord::kKey))
+      .done();
   py::Class<FeedbackRecord, UseRecord>(type, "FeedbackSent", "A feedback message that was sent.")
-      .attribute("key", py::text("feedback_sent"))
+      .attribute("key", py::text(FeedbackRecord::kKey))
       .done();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "runtime/class.h"
 
 namespace heron {
@@ -10,15 +12,25 @@ class UseRecord {
   py::Dict data() const;
 };
 
+// Each kind below has its category, `kKey`.
+
 /// An export.
-class ExportRecord : public UseRecord {};
+class ExportRecord : public UseRecord {
+ public:
+  static constexpr std::string_view kKey = "exported";
+};
 
 /// A feedback message that was sent.
-class FeedbackRecord : public UseRecord {};
+class FeedbackRecord : public UseRecord {
+ public:
+  static constexpr std::string_view kKey = "feedback_sent";
+};
 
 /// A validation. The values are kept as they come, here and in the next.
 class ValidationRecord : public UseRecord {
  public:
+  static constexpr std::string_view kKey = "validate";
+
   static py::Object create(const py::Object& timestamp, const py::Object& speed, const py::Object& project);
 
   void init(const py::Object& timestamp, const py::Object& speed, const py::Object& project);
@@ -37,6 +49,8 @@ class ValidationRecord : public UseRecord {
 /// A run of a check on an object.
 class CheckRecord : public UseRecord {
  public:
+  static constexpr std::string_view kKey = "checks";
+
   static py::Object create(const py::Object& timestamp, const py::Object& speed, const py::Object& name,
                            const py::Object& result);
 
@@ -53,6 +67,10 @@ class CheckRecord : public UseRecord {
     visit(result);
   }
 };
+
+/// The keys of all kinds of records, which are the categories of a document.
+inline constexpr std::array kCategories = {ValidationRecord::kKey, CheckRecord::kKey, ExportRecord::kKey,
+                                           FeedbackRecord::kKey};
 
 /// Puts `Type` into `_Statistics`.
 void expose_statistics_records(const py::Scope& statistics);

@@ -1,0 +1,33 @@
+#include "server/json_body.h"
+
+#include "foundation/assertions.h"
+#include "foundation/text.h"
+#include "runtime/modules.h"
+
+namespace heron::json_body {
+
+py::Object text(const py::Object& document) {
+  static const py::Name kDumps("dumps"), kEnsureAscii("ensure_ascii");
+  py::Dict options;
+  options.set(kEnsureAscii, py::to_python(false));
+  return to_str(py::modules::json.attr(kDumps).apply(py::tuple({assertions::clean(document)}), options));
+}
+
+py::Object bytes(const py::Object& text) {
+  static const py::Name kEncode("encode");
+  return text.call(kEncode, py::text(kEncoding));
+}
+
+bool is_writable(const py::Object& document) {
+  try {
+    bytes(text(document));
+    return true;
+  } catch (const py::Error& error) {
+    for (PyObject* refusal : {PyExc_TypeError, PyExc_ValueError, PyExc_RecursionError}) {
+      if (error.matches(refusal)) return false;
+    }
+    throw;
+  }
+}
+
+}  // namespace heron::json_body
