@@ -30,9 +30,11 @@ void sleep(double seconds) {
 /// Asks again and again until the answer is yes or the time has run out. The time is the sum of the steps.
 template <class F>
 bool wait(double timeout, double step, F&& answer) {
-  for (double duration = 0; duration < timeout; duration += step) {
+  double duration = 0;
+  while (duration < timeout) {
     if (answer()) return true;
     sleep(step);
+    duration += step;
   }
   return false;
 }

@@ -1,0 +1,514 @@
+"""The documents on disk, the queue before each of them, and where a host keeps them."""
+
+import importlib
+import io
+import math
+import os
+import platform
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+import pytest
+from hosts import logged
+from hypothesis import given
+from hypothesis import strategies as st
+
+import core
+
+File = core._File
+Queue = File.Json.AccessQueue
+Timeout = core.Error.AccessQueueTimeout
+
+TEXT = st.text(st.characters(exclude_categories=["Cs"]), max_size=8)
+DOCUMENTS = st.recursive(
+    st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False) | TEXT,
+    lambda below: st.lists(below, max_size=3) | st.dictionaries(TEXT, below, max_size=3),
+    max_leaves=12,
+)
+
+
+@pytest.fixture
+def path(tmp_path):
+    """Of a document that does not exist yet."""
+    return tmp_path / "doc.json"
+
+
+def nested(depth):
+    document = []
+    for _ in range(depth):
+        document = [document]
+    return document
+
+
+# Documents
+
+
+def test_layout_of_a_document(path):
+    document = {"z": [1, 0.1, True, None], "a": {"ключ": "é\u2028\r\n"}, "empty": [{}, []]}
+    File.Json.write(path, document)
+    assert path.read_bytes().decode("utf-8") == (
+        '{\n  "z": [\n    1,\n    0.1,\n    true,\n    null\n  ],\n  "a": {\n'
+        '    "ключ": "é\u2028\\r\\n"\n  },\n  "empty": [\n    {},\n    []\n  ]\n}'
+    )
+
+
+@given(document=DOCUMENTS)
+def test_documents_come_back_as_they_were(tmp_path_factory, document):
+    path = str(tmp_path_factory.getbasetemp() / "any.json")
+    File.Json.write(path, document)
+    assert File.Json.read(path) == document
+
+
+def test_unusual_numbers_are_kept(path):
+    File.Json.write(path, [10**399 + 1, math.nan, -math.inf])
+    number, nan, infinite = File.Json.read(path)
+    assert (number, infinite) == (10**399 + 1, -math.inf) and math.isnan(nan)
+
+
+@pytest.mark.parametrize("content", [b"", b'{"a": [1,', b'\xef\xbb\xbf{"a": 1}', b'{"a": "\xff"}', b"{}\n{}"])
+def test_what_is_no_document_is_a_value_error(path, content):
+    path.write_bytes(content)
+    with pytest.raises(ValueError):
+        File.Json.read(path)
+
+
+def test_what_cannot_be_read_is_no_value_error(path, tmp_path):
+    with pytest.raises(FileNotFoundError):
+        File.Json.read(path)
+    with pytest.raises(OSError):
+        File.Json.read(tmp_path)
+    path.write_text("[" * 100_000, encoding="utf-8")
+    with pytest.raises(RecursionError):
+        File.Json.read(path)
+
+
+@pytest.mark.parametrize(
+    ("document", "error"),
+    [
+        ({"a": [("\ud800",)]}, UnicodeEncodeError),
+        ({"a": {"b\udfff": 1}}, UnicodeEncodeError),
+        (nested(600), RecursionError),
+        (nested(100_000), RecursionError),
+    ],
+)
+def test_what_can_never_be_written_is_refused_before_the_file_is_emptied(path, document, error):
+    path.write_text("before", encoding="utf-8")
+    with pytest.raises(error):
+        File.Json.write(path, document)
+    assert path.read_text(encoding="utf-8") == "before"
+
+
+def test_a_write_that_fails_leaves_what_the_reader_recovers_from(path, tmp_path):
+    with pytest.raises(TypeError):
+        File.Json.write(path, {"a": object()})
+    with pytest.raises(ValueError):
+        File.Json.read(path)
+    with pytest.raises(FileNotFoundError):
+        File.Json.write(tmp_path / "missing" / "doc.json", {})
+    assert os.listdir(tmp_path) == [path.name]
+
+
+def test_text_is_read_as_the_machine_has_it(path):
+    path.write_bytes(b"a\r\nb\n")
+    assert File.Text.read(path) == "a\nb\n"
+
+
+# Corrupted files
+
+
+@pytest.mark.parametrize(
+    ("name", "timed"),
+    [
+        ("settings.json", "settings-1763200001.json"),
+        ("a.b.json", "a.b-1763200001.json"),
+        ("plain", "plain-1763200001"),
+        (".hidden", ".hidden-1763200001"),
+    ],
+)
+def test_a_corrupted_file_is_kept_aside(tmp_path, monkeypatch, name, timed):
+    monkeypatch.setattr(time, "time", lambda: 1763200000.7)
+    (tmp_path / name).write_bytes(b"\xff{")
+    File.move_corrupted(str(tmp_path / name))
+    assert [(file.name, file.read_bytes()) for file in (tmp_path / ".corrupted").iterdir()] == [
+        (timed, b"\xff{")
+    ]
+    assert os.listdir(tmp_path) == [".corrupted"]
+
+
+def test_a_file_that_cannot_be_moved_is_logged(path, tmp_path):
+    with logged() as messages:
+        File.move_corrupted(path)
+        File.move_corrupted(tmp_path / "missing" / "doc.json")
+    assert [message.partition(":")[0] for message in messages] == ["FileNotFoundError"] * 2
+    assert os.listdir(tmp_path) == [".corrupted"]
+
+
+# Access queue
+
+
+class Clock:
+    """Time that passes only where somebody sleeps, from now on."""
+
+    def __init__(self):
+        self.start, self.naps = time.time(), []
+
+    @property
+    def slept(self):
+        return sum(self.naps)
+
+    def time(self):
+        return self.start + self.slept
+
+
+@pytest.fixture
+def clock(monkeypatch):
+    clock = Clock()
+    monkeypatch.setattr(time, "time", clock.time)
+    monkeypatch.setattr(time, "sleep", clock.naps.append)
+    opened = io.open
+
+    def open_now(path, mode="r", *options):
+        stream = opened(path, mode, *options)
+        if mode == "w":
+            os.utime(path, (clock.time(),) * 2)
+        return stream
+
+    monkeypatch.setattr(io, "open", open_now)
+    # What decides is the order of the listing. This one lets a test say who is first.
+    listed = os.listdir
+    monkeypatch.setattr(os, "listdir", lambda directory: sorted(listed(directory)))
+    return clock
+
+
+@pytest.fixture
+def marker(path, clock):
+    """Makes a marker file beside the document, of this age in seconds."""
+
+    def make(ending, age=0.0):
+        file = path.with_name(path.name + ending)
+        file.touch()
+        os.utime(file, (clock.start - age,) * 2)
+        return file
+
+    return make
+
+
+def names(path):
+    return sorted(os.listdir(path.parent))
+
+
+def test_a_queue_holds_what_it_was_given(path):
+    queue = Queue(path.parent / "x" / ".." / path.name)
+    assert (queue._path, queue._directory, queue._filename) == (str(path), str(path.parent), path.name)
+    assert (queue._path_lock, queue._data) == (f"{path}.lock", None)
+    assert 0 <= int(queue._path_id.removeprefix(f"{path}.id.")) < 10**9
+    assert (queue._write, queue._access_timeout, queue._life_duration_threshold) == (False, 30.0, 35.0)
+    assert Queue(path, access_timeout=60)._life_duration_threshold == 60.0
+    assert names(path) == []
+
+
+def test_a_document_is_written_back_in_every_case(path, clock):
+    with Queue(path) as document:
+        assert document == {}
+        assert len(names(path)) == 2
+    assert names(path) == [] and clock.naps == [0.1]
+    queue = Queue(path, write=True)
+    with pytest.raises(KeyboardInterrupt), queue as document:
+        assert document is queue._data
+        document["a"] = 1
+        raise KeyboardInterrupt
+    with Queue(path) as document:
+        assert document == {"a": 1}
+        document["b"] = 2
+    assert File.Json.read(path) == {"a": 1} and names(path) == [path.name]
+
+
+def test_failures_pass_and_leave_no_marker(path, clock, monkeypatch):
+    with pytest.raises(TypeError), Queue(path, write=True) as document:
+        document["a"] = object()
+    with pytest.raises(ValueError), Queue(path):
+        pytest.fail("a corrupted document was entered")
+    with pytest.raises(RuntimeError, match="never entered"):
+        Queue(path, write=True).__exit__(None, None, None)
+    for missing in (path.parent / "missing" / path.name, path.name):
+        with pytest.raises(FileNotFoundError):
+            Queue(missing).__enter__()
+
+    def interrupt(seconds):
+        raise KeyboardInterrupt
+
+    monkeypatch.setattr(time, "sleep", interrupt)
+    with pytest.raises(KeyboardInterrupt):
+        Queue(path).__enter__()
+    assert names(path) == [path.name]
+
+
+@pytest.mark.parametrize(("age", "waits"), [(36, []), (10, [0.5] * 51)])
+def test_the_gate_opens_when_its_lock_is_outdated(path, clock, marker, age, waits):
+    marker(".lock", age)
+    with Queue(path):
+        assert clock.naps == [*waits, 0.1]
+    assert names(path) == []
+
+
+def test_who_waits_for_too_long_is_told_and_cleans_up(path, clock, marker):
+    lock = marker(".lock")
+    with pytest.raises(Timeout):
+        Queue(path).__enter__()
+    assert clock.naps == [0.5] * 60 and not lock.exists()
+
+    clock.naps.clear()
+    first = marker(".id.000")
+    with pytest.raises(Timeout):
+        Queue(path).__enter__()
+    assert clock.naps == [0.1] * 301
+    assert names(path) == [first.name, lock.name]
+
+
+@pytest.mark.parametrize(
+    ("name", "ending", "counts"),
+    [("doc.json", ".id.0more", True), ("doc.json", ".id.x", False), ("docxjson", ".id.0", True)],
+)
+def test_which_files_stand_in_the_queue(path, clock, marker, name, ending, counts):
+    path.with_name(name + ending).touch()
+    assert len(Queue(path)._get_editors_sequence()) == counts
+
+
+def test_a_name_that_is_an_expression_has_no_queue(path, clock):
+    with pytest.raises(Timeout):
+        Queue(path.with_name("a+b.json"), access_timeout=1).__enter__()
+    assert names(path) == []
+
+
+def test_who_stays_too_long_is_passed_by(path, clock):
+    slow = Queue(path, write=True)
+    slow.__enter__()["slow"] = True
+    clock.naps.append(36)
+    with Queue(path) as document:
+        assert document == {} and not os.path.exists(slow._path_id)
+    slow.__exit__(None, None, None)
+    assert File.Json.read(path) == {"slow": True} and names(path) == [path.name]
+
+
+def spawn(program, *arguments):
+    return subprocess.Popen(
+        [sys.executable, "-c", program, *map(str, arguments)],
+        stdin=subprocess.PIPE,
+        stdout=subprocess.PIPE,
+        text=True,
+        env={**os.environ, "PYTHONPATH": str(Path(core.__file__).parent)},
+    )
+
+
+# Adds one to a number while it holds the document for a moment. Tells how long it took from its last look at
+# the gate until its id file stood, and how long it took to leave.
+ADD = """
+import os, sys, time
+import core
+
+queue = core._File.Json.AccessQueue(sys.argv[1], write=True)
+times = {}
+
+def traced(function, name, wanted):
+    def call(argument):
+        if argument == wanted:
+            times.setdefault(name, []).append(time.perf_counter())
+        return function(argument)
+    return call
+
+os.path.exists = traced(os.path.exists, "look", queue._path_lock)
+os.remove = traced(os.remove, "leave", queue._path_id)
+sleep, time.sleep = time.sleep, traced(time.sleep, "join", 0.1)
+print("ready", flush=True)
+sys.stdin.readline()
+with queue as document:
+    number = document.get("number", 0)
+    sleep(float(sys.argv[2]))
+    document["number"] = number + 1
+print(times["join"][0] - times["look"][-1], time.perf_counter() - times["leave"][0])
+"""
+
+
+def add_in_processes(path, count, hold):
+    """What so many processes count to, and whether one of them stalled for longer than the protocol bears."""
+    children = [spawn(ADD, path, hold) for _ in range(count)]
+    for child in children:
+        assert child.stdout.readline() == "ready\n"
+    stalled = False
+    for child in children:
+        child.stdin.write("go\n")
+        child.stdin.flush()
+    for child in children:
+        output, _ = child.communicate()
+        if child.returncode == 0:
+            joining, leaving = map(float, output.split())
+            stalled |= joining > 0.1 or leaving > hold
+    return File.Json.read(path)["number"], stalled
+
+
+def test_processes_lose_no_update(path):
+    for _ in range(4):
+        path.write_text("{}", encoding="utf-8")
+        number, stalled = add_in_processes(path, count=8, hold=0.02)
+        assert stalled or (number, names(path)) == (8, [path.name])
+        if number == 8:
+            return
+    pytest.fail("updates were lost again and again")
+
+
+HOLD = """
+import sys
+import core
+
+with core._File.Json.AccessQueue(sys.argv[1], write=True) as document:
+    document.clear()
+    print("inside", flush=True)
+    sys.stdin.read()
+"""
+
+
+def test_a_killed_process_blocks_nobody_for_longer_than_the_threshold(path, clock):
+    File.Json.write(path, {"kept": True})
+    with spawn(HOLD, path) as child:
+        assert child.stdout.readline() == "inside\n"
+        born = os.path.getmtime(f"{path}.lock")
+        child.kill()
+    with pytest.raises(Timeout):
+        Queue(path, access_timeout=4, life_duration_threshold=5).__enter__()
+    assert len(names(path)) == 3
+    with Queue(path, access_timeout=4, life_duration_threshold=5) as document:
+        assert document == {"kept": True}
+        # At most one step more at the gate, and two in the queue.
+        assert 5 < clock.time() - born < 5 + 0.5 + 0.2 + 0.001
+    assert names(path) == [path.name]
+
+
+# Environment
+
+
+class HostEnv(core.Environment):
+    target, scope = core.Constants.Plugin.Target.DCC_Maya, "2026.1"
+
+    def get_settings_file(self):
+        return "settings.json"
+
+    def get_settings_directory(self):
+        return "settings"
+
+    def get_projects_directory(self):
+        return "projects"
+
+    def get_statistics_file(self):
+        return "statistics.json"
+
+
+VARIABLES = "HERON-SETTINGS", "HERON-TARGET", "HERON-SCOPE"
+
+
+@pytest.fixture(autouse=True)
+def process_environment(monkeypatch):
+    for key in VARIABLES:
+        monkeypatch.setenv(key, "")  # and as it was after the test
+
+
+def published():
+    return [os.environ[key] for key in VARIABLES]
+
+
+def test_an_environment_tells_the_process_where_it_is(monkeypatch, tmp_path):
+    environment = HostEnv()
+    assert published() == ["settings", "maya", "2026.1"]
+    monkeypatch.setattr(core.Environment, "user_home", str(tmp_path / "home"))
+    with pytest.raises(FileNotFoundError):
+        _ = environment.root
+    (tmp_path / "home").mkdir()
+    assert environment.root == environment.root == str(tmp_path / "home" / ".heron")
+    monkeypatch.setattr(HostEnv, "name", ".other", raising=False)
+    assert Path(environment.root).is_dir() and environment.root.endswith(".other")
+
+
+def test_what_a_host_leaves_out_raises_when_it_is_used():
+    class Partial(core.Environment):
+        def get_settings_directory(self):
+            return "settings"
+
+    with pytest.raises(NotImplementedError, match="target"):
+        Partial()
+    partial = Partial.__new__(Partial)
+    for name in ("get_settings_file", "get_projects_directory", "get_statistics_file"):
+        with pytest.raises(NotImplementedError, match=name):
+            getattr(partial, name)()
+
+
+def test_paths_are_stored_without_the_name_of_the_user(monkeypatch):
+    monkeypatch.setattr(core.Environment, "user_home", "/home/./ann/")
+    encode, decode = core.Environment.encode_user, HostEnv.decode_user
+    assert encode("/home/ann/a/../b\\c") == "~/b/c"
+    assert decode("~/b/c") == "/home/ann/b/c"
+    assert decode("x~y//z") == "x/home/anny/z"
+    assert encode("/srv//a\\b") == decode("/srv/./a\\b") == "/srv/a/b"
+
+
+def test_the_local_environment_stands_beside_the_library(monkeypatch, tmp_path):
+    monkeypatch.setattr(core, "__file__", str(tmp_path / "core.so"))
+    environment = core._LocalEnv()
+    settings = tmp_path / ".heron" / "standalone"
+    before = sorted(tmp_path.rglob("*"))
+    assert before == [tmp_path / ".heron", settings, settings / "projects"]
+    assert (environment.root, environment.target) == (str(tmp_path / ".heron"), "standalone")
+    assert environment.get_settings_directory() == environment._settings == str(settings)
+    assert environment.get_projects_directory() == environment._projects == str(settings / "projects")
+    assert environment.get_settings_file() == str(settings / "settings.json")
+    assert environment.get_statistics_file() == str(settings / "statistics.json")
+    assert published() == [str(settings), "standalone", platform.system() + platform.release()]
+    assert core._Assert.Environment.is_valid(environment)
+    core._LocalEnv()
+    assert sorted(tmp_path.rglob("*")) == before
+
+
+@pytest.mark.parametrize("name", ["get_settings_file", "get_statistics_file", "decode_user", "encode_user"])
+def test_what_cannot_serve_as_environment(name):
+    def fail(*path):
+        raise LookupError("no answer")
+
+    def stop(*path):
+        raise KeyboardInterrupt
+
+    is_valid = core._Assert.Environment.is_valid
+    assert is_valid(HostEnv()) and not is_valid(None)
+    for value in (5, lambda *path: b"bytes"):
+        assert not is_valid(type("Wrong", (HostEnv,), {name: value})())
+    with logged() as messages:
+        assert not is_valid(type("Failing", (HostEnv,), {name: fail})())
+        assert not is_valid(type("Hidden", (HostEnv,), {name: property(fail)})())
+    assert messages == ["LookupError: no answer"] * 2
+    with pytest.raises(KeyboardInterrupt):
+        is_valid(type("Stopping", (HostEnv,), {name: stop})())
+
+
+@pytest.mark.parametrize(("variable", "home"), [("USERPROFILE", "/from/profile"), ("HOME", "/from/home")])
+def test_the_home_of_the_user_is_known_everywhere(monkeypatch, variable, home):
+    monkeypatch.delenv("USERPROFILE", raising=False)
+    monkeypatch.setenv(variable, home)
+    with spawn("import core; print(core.Environment.user_home)") as child:
+        assert child.stdout.read().strip() == home
+
+
+def test_the_host_is_known_by_its_modules(monkeypatch, tmp_path):
+    monkeypatch.syspath_prepend(tmp_path)
+    (tmp_path / "maya").mkdir()
+    found = [core._Software.detect()]
+    for name, content in [
+        ("bpy.py", "raise RuntimeError('no screen')"),
+        ("pymxs.py", ""),
+        ("maya/cmds.py", ""),
+        ("bpy.py", "loaded = True"),
+    ]:
+        (tmp_path / name).write_text(content, encoding="utf-8")
+        importlib.invalidate_caches()
+        found.append(core._Software.detect())
+    for name in ("pymxs", "maya", "maya.cmds", "bpy"):
+        monkeypatch.delitem(sys.modules, name)
+    assert found == ["Unknown", "Unknown", "3dsMax", "Maya", "Blender"]
