@@ -244,6 +244,11 @@ def test_failures_pass_and_leave_no_marker(path, clock, monkeypatch):
         Queue(path).__enter__()
     assert names(path) == [path.name]
 
+    # Even where the markers cannot be deleted.
+    monkeypatch.delattr(os, "remove")
+    with pytest.raises(KeyboardInterrupt):
+        Queue(path).__enter__()
+
 
 @pytest.mark.parametrize(("age", "waits"), [(36, []), (10, [0.5] * 51)])
 def test_the_gate_opens_when_its_lock_is_outdated(path, clock, marker, age, waits):

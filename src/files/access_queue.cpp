@@ -59,13 +59,11 @@ void AccessQueue::init(const py::Object& json_path, bool write_, double access_t
 }
 
 const py::Object& AccessQueue::enter() {
-  try {
+  const auto read = [&] {
     assert_access();
     data = paths::exist(path) ? json_file::read(path) : py::Dict();
-  } catch (...) {
-    release_access();
-    throw;
-  }
+  };
+  py::undo_on_failure(read, [&] { release_access(); });
   return data;
 }
 
