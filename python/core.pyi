@@ -1688,9 +1688,41 @@ class Parameters:
             @property
             def _table(self) -> dict[str, Parameters._Input]: ...
 
-@final
+@disjoint_base
 class _Settings:
-    """The settings of a user."""
+    """The settings of a user: one document on disk, read once, and written by `write` only.
+
+    environment: names the file, and the host's `target` and `scope`.
+    """
+
+    version: ClassVar[int]
+    check: _Settings.Check.State
+    export: _Settings.Export
+    workspace: _Settings.Workspace
+    server: _Settings.Server
+    urls: _Settings.URLs
+    def __init__(self, environment: object) -> None: ...
+    @property
+    def _path(self) -> str: ...
+    @property
+    def data(self) -> _JsonMap:
+        """The JSON form, a new dict."""
+
+    def write(self) -> None:
+        """Replaces the document on disk by `data`. A failure is logged, and the file stays as it was."""
+
+    def _read(self) -> _JsonMap: ...
+    @overload
+    @staticmethod
+    def approved_name(text: str, none: Literal[False] = False, method: str = "EN_RU") -> str: ...
+    @overload
+    @staticmethod
+    def approved_name(text: str, none: bool = False, method: str = "EN_RU") -> str | None:
+        """What a filter of `Constants.Name.Filter` leaves; the text itself, or None, without a filter."""
+
+    @staticmethod
+    def is_approved(text: str, method: str = "EN_RU") -> bool:
+        """Whether a filter of `Constants.Name.Filter` leaves a name as it is; for `EMPTY`, if there is one."""
 
     @disjoint_base
     class Check:
@@ -1916,6 +1948,117 @@ class _Settings:
             @property
             def data(self) -> _JsonMap:
                 """The JSON form, a new dict."""
+
+    @disjoint_base
+    class Export:
+        """Where exported files went last."""
+
+        mode: int
+        directory: str
+        def __init__(self, data: Mapping[str, Any]) -> None: ...
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict."""
+
+    @disjoint_base
+    class Workspace:
+        """What the user works on."""
+
+        project: str
+        check_updates: bool
+        def __init__(self, data: Mapping[str, Any]) -> None: ...
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict."""
+
+    @disjoint_base
+    class Server:
+        """The server that a team shares. Its address is kept in the process's variable HERON-SERVER."""
+
+        enabled: bool
+        host: str
+        port: int
+        erase_sent: bool
+        def __init__(self, data: Mapping[str, Any]) -> None: ...
+        @property
+        def _host(self) -> str: ...
+        @property
+        def _port(self) -> int: ...
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict."""
+
+        def _set_environment(self) -> None: ...
+
+    @disjoint_base
+    class URLs:
+        """The addresses of the pages of the public web site."""
+
+        def __init__(self, target: str, scope: str) -> None: ...
+        @property
+        def _target(self) -> str: ...
+        @property
+        def _scope(self) -> str: ...
+        @property
+        def _host(self) -> str: ...
+        @property
+        def _port(self) -> int: ...
+        @property
+        def host(self) -> str:
+            """The host of the site, which the build decides."""
+
+        @property
+        def port(self) -> int:
+            """Its port."""
+
+        @property
+        def path(self) -> _Settings.URLs.Path:
+            """A new `Path`: the paths of the pages."""
+
+        @property
+        def home(self) -> str:
+            """The site itself."""
+
+        @property
+        def latest(self) -> str:
+            """Where the latest version is told."""
+
+        @property
+        def documentation(self) -> str:
+            """The documentation."""
+
+        @property
+        def documentation_editor(self) -> str:
+            """The documentation of the project editor."""
+
+        @property
+        def feedback(self) -> str:
+            """Where feedback goes."""
+
+        @disjoint_base
+        class Path:
+            """The paths of the pages of the public web site."""
+
+            def __init__(self, target: str, scope: str) -> None: ...
+            @property
+            def _target(self) -> str: ...
+            @property
+            def _scope(self) -> str: ...
+            @property
+            def latest(self) -> str:
+                """Where the latest version is told."""
+
+            @property
+            def documentation(self) -> str:
+                """The documentation."""
+
+            @property
+            def feedback(self) -> str:
+                """Where feedback goes."""
+
+            @staticmethod
+            def format_scope(scope: str) -> str:
+                """The first two numbers of a version, or all of it if it has fewer."""
 
 @disjoint_base
 class _Statistics:

@@ -21,7 +21,7 @@
 #include "scene/virtual.h"
 #include "server/statistics.h"
 #include "server/update_tracker.h"
-#include "settings/check_state.h"
+#include "settings/settings.h"
 
 namespace {
 
@@ -52,11 +52,7 @@ void expose(const heron::py::Scope& module) {
 
   heron::expose_parameters(module);
 
-  const heron::py::Scope settings = heron::py::make_namespace(module, "_Settings", "The settings of a user.");
-  const heron::py::Scope check = heron::expose_check(settings);
-  heron::expose_check_directory(check);
-  heron::expose_check_presets(check);
-  heron::expose_check_state(check);
+  heron::expose_settings(module);
 
   heron::expose_statistics(module);
   heron::expose_update_tracker(module);

@@ -21,10 +21,6 @@ const py::Object& process_environment() {
   return *environment;
 }
 
-void publish(const char* key, const py::Object& value) {
-  py::checked(PyObject_SetItem(process_environment().get(), py::text(key).get(), value.or_none()));
-}
-
 /// Few systems beside Windows have the variable.
 py::Object find_user_home() {
   static const py::Name kUserProfile("USERPROFILE"), kExpandUser("expanduser");
@@ -55,6 +51,10 @@ bool gives_text(const py::Object& instance, const py::Name& name, const auto&...
 }
 
 }  // namespace
+
+void publish(const char* key, const py::Object& value) {
+  py::checked(PyObject_SetItem(process_environment().get(), py::text(key).get(), value.or_none()));
+}
 
 void Environment::init() const {
   const py::Object self = py::object_of(*this);

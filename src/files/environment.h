@@ -49,6 +49,9 @@ class LocalEnv : public Environment {
 /// Can this object serve as the environment? What it raises is logged and counts as no.
 bool is_environment(const py::Object& instance);
 
+/// Sets a variable of the process's environment, for other code in the process.
+void publish(const char* key, const py::Object& value);
+
 /// Puts `Environment` and its like into the module, and their test into `_Assert`.
 void expose_environment(const py::Scope& module, const py::Scope& assertions);
 

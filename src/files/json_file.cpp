@@ -47,6 +47,11 @@ void write(const py::Object& path, const py::Object& data) {
   with_stream(open_data(path, "w"), [&](const py::Object& stream) { dump(data, stream); });
 }
 
+void rehearse(const py::Object& data) {
+  static const py::Name kDumps("dumps"), kEncode("encode");
+  py::modules::json.attr(kDumps).apply(py::tuple({data}), layout()).call(kEncode, py::text(kEncoding));
+}
+
 py::Object timed_name(const py::Object& file_name) {
   static const py::Name kSplitExtension("splitext");
   const std::vector<py::Object> parts = py::collect(py::modules::path.call(kSplitExtension, file_name));

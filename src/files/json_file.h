@@ -13,6 +13,9 @@ py::Object read(const py::Object& path);
 /// other failure leaves a file that the next reader finds corrupted.
 void write(const py::Object& path, const py::Object& data);
 
+/// Raises what `write` would raise of this document, for a file whose old content must outlive a failure.
+void rehearse(const py::Object& data);
+
 /// The name with the present time in it: "settings-1763200000.json".
 py::Object timed_name(const py::Object& file_name);
 

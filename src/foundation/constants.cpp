@@ -61,11 +61,11 @@ void expose_constants(const py::Scope& module) {
 
   const py::Scope name = py::make_namespace(all, "Name", "Constants of names.");
   expose_group(name, "Filter", "Filters of a name.",
-               {{"LATIN", str("LATIN")},
-                {"EN_RU", str("EN_RU")},
-                {"EMPTY", str("EMPTY")},
-                {"SPACE", str("SPACE")},
-                {"GHOST", str("GHOST")}});
+               {{"LATIN", str(constants::kLatinFilter)},
+                {"EN_RU", str(constants::kEnRuFilter)},
+                {"EMPTY", str(constants::kEmptyFilter)},
+                {"SPACE", str(constants::kSpaceFilter)},
+                {"GHOST", str(constants::kGhostFilter)}});
 }
 
 }  // namespace heron

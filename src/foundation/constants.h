@@ -17,6 +17,11 @@ inline constexpr std::string_view kLodGroup = "lodGroup";
 inline constexpr std::string_view kPass = "pass";
 inline constexpr std::string_view kInfo = "info";
 inline constexpr std::string_view kFail = "fail";
+inline constexpr std::string_view kLatinFilter = "LATIN";
+inline constexpr std::string_view kEnRuFilter = "EN_RU";
+inline constexpr std::string_view kEmptyFilter = "EMPTY";
+inline constexpr std::string_view kSpaceFilter = "SPACE";
+inline constexpr std::string_view kGhostFilter = "GHOST";
 inline constexpr std::string_view kError = "error";
 inline constexpr std::string_view kStandalone = "standalone";
 

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+// The small groups of the settings. Their values are kept as they were read: whoever uses one judges it.
+
+/// Where exported files went last.
+class ExportSettings {
+ public:
+  static py::Ref<ExportSettings> create(const py::Object& data);
+
+  void init(const py::Object& data);
+
+  py::Dict data() const;  ///< The JSON form.
+
+  py::Object mode = py::to_python(0);  ///< The user chooses.
+  py::Object directory = py::text("~");
+
+  template <class V>
+  void members(V& visit) {
+    visit(mode);
+    visit(directory);
+  }
+};
+
+/// What the user works on.
+class WorkspaceSettings {
+ public:
+  static py::Ref<WorkspaceSettings> create(const py::Object& data);
+
+  void init(const py::Object& data);
+
+  py::Dict data() const;  ///< The JSON form.
+
+  py::Object project = py::text("");
+  py::Object check_updates = py::to_python(false);
+
+  template <class V>
+  void members(V& visit) {
+    visit(project);
+    visit(check_updates);
+  }
+};
+
+/// The server that a team shares. Its address is also told to code in the same process.
+class ServerSettings {
+ public:
+  static py::Ref<ServerSettings> create(const py::Object& data);
+
+  void init(const py::Object& data);
+
+  py::Dict data() const;  ///< The JSON form.
+  const py::Object& host() const { return host_; }
+  const py::Object& port() const { return port_; }
+  void set_host(const py::Object& value);
+  void set_port(const py::Object& value);
+  void set_environment() const;  ///< Puts "host:port" into the environment of the process.
+
+  py::Object enabled = py::to_python(false);
+  py::Object erase_sent = py::to_python(false);
+
+  template <class V>
+  void members(V& visit) {
+    visit(enabled);
+    visit(host_);
+    visit(port_);
+    visit(erase_sent);
+  }
+
+ private:
+  static constexpr int kPort = 8080;
+
+  py::Object host_ = py::text("localhost");
+  py::Object port_ = py::to_python(kPort);
+};
+
+/// Puts `Export`, `Workspace` and `Server` into `_Settings`.
+void expose_setting_groups(const py::Scope& settings);
+
+}  // namespace heron

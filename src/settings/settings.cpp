@@ -1,0 +1,137 @@
+#include "settings/settings.h"
+
+#include "files/access_queue.h"
+#include "files/json_file.h"
+#include "files/stored_document.h"
+#include "foundation/constants.h"
+#include "foundation/logger.h"
+#include "foundation/naming.h"
+#include "settings/stored.h"
+
+namespace heron {
+namespace {
+
+const py::Name kVersionName("version"), kCheck("check"), kExport("export"), kWorkspace("workspace"), kServer("server");
+
+struct Filter {
+  std::string_view method;
+  py::Object (*apply)(const py::Text& text);
+};
+
+constexpr Filter kFilters[] = {
+    {constants::kLatinFilter, naming::latin_filter},
+    {constants::kEnRuFilter, naming::en_ru_filter},
+    {constants::kSpaceFilter, naming::space_filter},
+    {constants::kGhostFilter, naming::ghost_filter},
+};
+
+bool is_method(const py::Object& method, std::string_view name) { return to_str(method).equals(py::text(name)); }
+
+}  // namespace
+
+py::Object Settings::approved_name(const py::Object& text, bool none, const py::Object& method) {
+  for (const Filter& filter : kFilters) {
+    if (is_method(method, filter.method)) return filter.apply(py::Text(text));
+  }
+  return none ? py::Object::none() : to_str(text);
+}
+
+bool Settings::is_approved(const py::Object& text, const py::Object& method) {
+  if (is_method(method, constants::kEmptyFilter)) return text.is_text() && text.truth();
+  return to_str(text).equals(approved_name(text, true, method));
+}
+
+void Settings::init(const py::Object& environment) {
+  static const py::Name kGetSettingsFile("get_settings_file"), kTarget("target"), kScope("scope");
+  path = environment.call(kGetSettingsFile);
+  const py::Object document = read();
+  check = CheckState::create(stored::map_at(document, kCheck));
+  exporting = ExportSettings::create(stored::map_at(document, kExport));
+  workspace = WorkspaceSettings::create(stored::map_at(document, kWorkspace));
+  server = ServerSettings::create(stored::map_at(document, kServer));
+  urls = SiteUrls::create(environment.attr(kTarget), environment.attr(kScope));
+}
+
+py::Dict Settings::data() const {
+  py::Dict data;
+  data.set(kVersionName, py::to_python(kVersion));
+  data.set(kCheck, check->data());
+  data.set(kExport, exporting->data());
+  data.set(kWorkspace, workspace->data());
+  data.set(kServer, server->data());
+  return data;
+}
+
+py::Object Settings::read() const {
+  py::Object document = read_stored_document(path, "Read Corrupted Settings: {}");
+  if (!document) return py::Dict();
+  // A document that is a list or a number has nothing to ask for a version, which is an error for the caller.
+  if (!py::get(document, kVersionName, py::to_python(0)).equals(py::to_python(kVersion))) {
+    logger::warning(format("Incompatible Settings Version - {}", {path}));
+    return py::Dict();
+  }
+  if (!PyDict_Check(document.get())) {
+    logger::warning(py::text("Incompatible Settings File"));
+    return py::Dict();
+  }
+  return document;
+}
+
+void Settings::write() const {
+  try {
+    const py::Dict current = data();
+    json_file::rehearse(current);  // a failure after the file is opened would cut it off
+    with_document(path, true, [&](const py::Object& document) {
+      const py::Dict stored(document);
+      stored.clear();
+      py::checked(PyDict_Update(stored.get(), current.get()));
+    });
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+  }
+}
+
+void expose_settings(const py::Scope& module) {
+  const py::Scope settings =
+      py::Class<Settings>(
+          module, "_Settings",
+          "The settings of a user: one document on disk, which the host's `environment` names.\n\n"
+          "It is read once, here. A missing file, one that cannot be read, and one of another version leave the\n"
+          "defaults, and a record in the log; a corrupted one is moved aside. A group of the wrong kind is left\n"
+          "at its defaults, with a warning. AttributeError for a document that is a list or a plain value;\n"
+          "TypeError for a stored directory whose \"enabled\" is no boolean. Nothing is written but by `write`.")
+          .attribute("version", py::to_python(Settings::kVersion))
+          .init<&Settings::init>({"environment"})
+          .accessor<&Settings::data>("data", "The JSON form, a new dict.")
+          .operation<&Settings::write>("write",
+                                       "Replaces the document on disk by `data`.\n\n"
+                                       "A failure is logged, and the file stays as it was.")
+          .operation<&Settings::read>("_read", "The document on disk; empty where it cannot be used, which is logged.")
+          .static_operation<&Settings::approved_name>(
+              "approved_name", {"text", {"none", false}, {"method", "EN_RU"}},
+              "What a filter of `Constants.Name.Filter` leaves of a text.\n\n"
+              "With another `method`, `EMPTY` among them, the text itself, or None if `none` is true.\n"
+              "TypeError for a filter of what is no text.")
+          .static_operation<&Settings::is_approved>(
+              "is_approved", {"text", {"method", "EN_RU"}},
+              "Whether a filter of `Constants.Name.Filter` leaves a name as it is.\n\n"
+              "With `EMPTY`, whether it is a text that is not empty. An unknown filter approves nothing.\n"
+              "TypeError for a filter of what is no text.")
+          .field<&Settings::check>("check", "What is set up for checks.")
+          .field<&Settings::exporting>("export", "Where exported files went last.")
+          .field<&Settings::workspace>("workspace", "What the user works on.")
+          .field<&Settings::server>("server", "The server that a team shares.")
+          .field<&Settings::urls>("urls", "The addresses of the public web site.")
+          .readonly<&Settings::path>("_path", "Where the document is.")
+          .done();
+
+  const py::Scope check = expose_check(settings);
+  expose_check_directory(check);
+  expose_check_presets(check);
+  expose_check_state(check);
+  expose_setting_groups(settings);
+  expose_urls(settings);
+}
+
+}  // namespace heron

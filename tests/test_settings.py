@@ -1,0 +1,242 @@
+"""The settings document of a user."""
+
+import copy
+import json
+import os
+from types import SimpleNamespace
+
+import pytest
+from hosts import logged
+from hypothesis import given
+from hypothesis import strategies as st
+
+from core import Constants, _Settings
+
+DEFAULTS = {
+    "version": 4,
+    "check": {"directories": [], "mode": 0, "list": {}, "presets": []},
+    "export": {"mode": 0, "directory": "~"},
+    "workspace": {"project": "", "check_updates": False},
+    "server": {"enabled": False, "host": "localhost", "port": 8080, "erase_sent": False},
+}
+
+
+@pytest.fixture(autouse=True)
+def process_environment(monkeypatch):
+    monkeypatch.setenv("HERON-SERVER", "before")
+
+
+@pytest.fixture
+def path(tmp_path):
+    return tmp_path / "settings.json"
+
+
+def load(path):
+    environment = SimpleNamespace(get_settings_file=lambda: str(path), target="maya", scope="2024.1.2")
+    return _Settings(environment)
+
+
+def stored(path, document):
+    path.write_text(json.dumps(document), encoding="utf-8")
+    return path
+
+
+# Reading
+
+
+def test_the_first_start_runs_on_defaults(path):
+    with logged() as messages:
+        settings = load(path)
+    assert json.dumps(settings.data) == json.dumps(DEFAULTS)
+    assert messages == [f"Incompatible Settings Version - {path}"]
+    assert not path.exists()
+
+
+@pytest.mark.parametrize("version", [{"version": 3}, {"version": 5}, {"version": "4"}, {}])
+def test_another_version_is_left_alone_until_a_write(path, version):
+    content = stored(path, version | {"workspace": {"project": "kept"}}).read_bytes()
+    with logged() as messages:
+        settings = load(path)
+    assert settings.data == DEFAULTS
+    assert messages == [f"Incompatible Settings Version - {path}"]
+    assert path.read_bytes() == content
+    settings.write()
+    assert json.loads(path.read_bytes()) == DEFAULTS
+
+
+def test_missing_groups_and_keys_have_their_defaults(path):
+    with logged() as messages:
+        settings = load(stored(path, {"version": 4, "workspace": {"project": "p"}, "server": {"port": "x"}}))
+    expected = copy.deepcopy(DEFAULTS)
+    expected["workspace"]["project"] = "p"
+    expected["server"]["port"] = "x"  # values are not judged here
+    assert settings.data == expected
+    assert messages == []
+
+
+@pytest.mark.parametrize(
+    "content",
+    [b"", b'{"version": 4, "work', b'{"version": "\xff"}', b'{"version": ' + b"1" * 5000 + b"}"],
+    ids=["empty", "truncated", "not UTF-8", "endless number"],
+)
+def test_a_corrupted_file_is_moved_aside(path, content):
+    path.write_bytes(content)
+    with logged() as messages:
+        settings = load(path)
+    assert settings.data == DEFAULTS
+    assert messages == [f"Read Corrupted Settings: {path}"]
+    (aside,) = (path.parent / ".corrupted").iterdir()
+    assert aside.read_bytes() == content
+    assert not path.exists()
+    settings.write()
+    assert json.loads(path.read_bytes()) == DEFAULTS
+
+
+def test_a_file_that_cannot_be_read_stays(path):
+    content = b'{"version": ' + b"[" * 100_000 + b"]" * 100_000 + b"}"
+    path.write_bytes(content)
+    with logged() as messages:
+        assert load(path).data == DEFAULTS
+        assert load(path.parent).data == DEFAULTS
+        assert load(path.parent / "missing" / "settings.json").data == DEFAULTS
+    assert sorted(message.split(":")[0] for message in messages) == [
+        "FileNotFoundError",
+        "IsADirectoryError" if os.name == "posix" else "PermissionError",
+        "RecursionError",
+    ]
+    assert path.read_bytes() == content
+    assert list(path.parent.iterdir()) == [path]
+
+
+@pytest.mark.parametrize("document", [[], [{"version": 4}], 4, None])
+def test_a_document_that_is_no_map_is_an_error(path, document):
+    stored(path, document)
+    with pytest.raises(AttributeError):
+        load(path)
+    assert json.loads(path.read_bytes()) == document
+
+
+@pytest.mark.parametrize("group", [None, [], 5, "text"])
+def test_a_group_of_the_wrong_kind_has_its_defaults(path, group):
+    groups = ["check", "export", "server", "workspace"]
+    with logged() as messages:
+        settings = load(stored(path, {"version": 4, **dict.fromkeys(groups, group)}))
+    assert settings.data == DEFAULTS
+    assert sorted(messages) == [f"Incompatible Stored Value - {name}" for name in groups]
+
+
+KEYS = ("directories", "mode", "list", "presets", "name", "path", "enabled", "stamp", "changed", "parameters")
+VALUES = st.recursive(
+    st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False) | st.text(max_size=2),
+    lambda value: st.lists(value, max_size=3) | st.dictionaries(st.sampled_from(KEYS), value, max_size=4),
+    max_leaves=12,
+)
+
+
+@given(st.dictionaries(st.sampled_from(KEYS), VALUES))
+def test_what_is_read_can_be_written_and_read_again(document):
+    try:
+        data = _Settings.Check.State(document).data
+    except TypeError:
+        directories = [each for each in document["directories"] if isinstance(each, dict)]
+        assert not all(isinstance(each.get("enabled", True), bool) for each in directories)
+        return
+    again = _Settings.Check.State(json.loads(json.dumps(data))).data
+    assert again == data
+
+
+# Writing
+
+
+def test_what_is_written_is_read_again_in_the_same_order(path, tmp_path):
+    settings = load(stored(path, {"version": 4, "unknown": 1, "export": {"other": 2}}))
+    settings.check.mode = Constants.Check.Mode.Project
+    settings.check.config.get("id", force=True).enabled = True
+    settings.check.directories.register("Mine", str(tmp_path))
+    settings.check.presets.add("\u044f", settings.check.config.clone())
+    settings.export.directory = "~/out"
+    settings.workspace.project = "p"
+    settings.server.host = "h"
+    settings.write()
+    assert json.dumps(load(path).data) == json.dumps(settings.data)
+    assert list(json.loads(path.read_bytes())) == list(DEFAULTS)
+
+
+@pytest.mark.parametrize("value", [{1}, "\ud800"])
+def test_a_failed_write_leaves_the_file_as_it_was(path, value):
+    settings = load(stored(path, DEFAULTS))
+    before = path.read_bytes()
+    settings.workspace.project = value
+    with logged() as messages:
+        settings.write()
+    assert len(messages) == 1
+    assert path.read_bytes() == before
+    assert settings.workspace.project == value
+
+
+# The server
+
+
+def test_the_address_of_the_server_is_told_to_the_process():
+    server = _Settings.Server({"host": "a", "port": 1})
+    assert os.environ["HERON-SERVER"] == "a:1"
+    server.host = "b"
+    server.port = 2
+    assert os.environ["HERON-SERVER"] == "b:2"
+    assert list(server.data.items()) == [
+        ("enabled", False),
+        ("host", "b"),
+        ("port", 2),
+        ("erase_sent", False),
+    ]
+
+
+def test_an_address_that_the_process_cannot_hold_is_no_reason_to_stop():
+    with logged() as messages:
+        server = _Settings.Server({"host": "a\0"})
+    assert [message.split(":")[0] for message in messages] == ["ValueError"]
+    assert os.environ["HERON-SERVER"] == "before"
+    assert server.host == "a\0"
+    with pytest.raises(ValueError, match="null"):
+        server.port = 1
+
+
+# Names
+
+
+@pytest.mark.parametrize(
+    ("method", "text", "approved"),
+    [
+        ("LATIN", "a\u044f", "a"),
+        ("EN_RU", "a\u044f\u00fc", "a\u044f"),
+        ("SPACE", " a ", "a"),
+        ("GHOST", "aghost", "a"),
+    ],
+)
+def test_a_name_is_approved_if_its_filter_leaves_it(method, text, approved):
+    assert _Settings.approved_name(text, method=method) == approved
+    assert not _Settings.is_approved(text, method)
+    assert _Settings.is_approved(approved, getattr(Constants.Name.Filter, method))
+
+
+def test_without_a_filter_a_name_is_kept():
+    for method in (Constants.Name.Filter.EMPTY, "unknown", None):
+        assert _Settings.approved_name("\u00fc", method=method) == "\u00fc"
+        assert _Settings.approved_name("\u00fc", none=True, method=method) is None
+    assert [_Settings.is_approved(text, "EMPTY") for text in ("a", "", None)] == [True, False, False]
+    assert not _Settings.is_approved("a", "unknown")
+    assert (_Settings.approved_name("\u00fc"), _Settings.is_approved("\u044f")) == ("", True)
+
+
+# The web site
+
+
+def test_addresses_name_the_host_and_its_version(path):
+    urls = load(path).urls
+    assert urls.home == f"https://{urls.host}"
+    assert urls.port == 443
+    assert urls.latest == urls.home + "/validator/downloads/maya/2024.1/latest/"
+    assert urls.documentation_editor == urls.home + "/validator/#project-editor"
+    assert urls.feedback == urls.home + "/feedback"
+    scopes = {"4": "4", "4.1": "4.1", "4.1.2": "4.1", "": "", "4.": "4."}
+    assert {scope: urls.path.format_scope(scope) for scope in scopes} == scopes
