@@ -1722,7 +1722,7 @@ class _Settings:
 
     @staticmethod
     def is_approved(text: str, method: str = "EN_RU") -> bool:
-        """Whether a filter of `Constants.Name.Filter` leaves a name as it is; for `EMPTY`, if there is one."""
+        """Whether a filter of `Constants.Name.Filter` leaves it as it is; for `EMPTY`, if there is one."""
 
     @disjoint_base
     class Check:

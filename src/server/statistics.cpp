@@ -3,6 +3,7 @@
 #include "files/access_queue.h"
 #include "files/json_file.h"
 #include "files/paths.h"
+#include "files/stored_document.h"
 #include "foundation/lock.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
@@ -71,19 +72,8 @@ void Statistics::accept_http_response(const py::Object& response, bool clear_sen
 
 py::Dict Statistics::read() const {
   if (!paths::exist(path)) return {};
-  py::Object stored;
-  try {
-    with_document(path, false, [&](const py::Object& document) { stored = document; });
-  } catch (const py::Error& error) {
-    if (!error.is_failure()) throw;
-    if (error.matches(PyExc_ValueError)) {
-      logger::error(format("Read Corrupted Statistics: {}", {path}));
-      json_file::move_corrupted(path);
-    } else {
-      logger::caught(error);
-    }
-    return {};
-  }
+  const py::Object stored = read_stored_document(path, "Read Corrupted Statistics: {}");
+  if (!stored) return {};
   if (is_newer(py::get(stored, kVersionName, py::to_python(0)))) {
     logger::warning(format("Incompatible Statistics Version - {}", {path}));
     return {};

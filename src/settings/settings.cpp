@@ -84,7 +84,7 @@ void Settings::write() const {
     with_document(path, true, [&](const py::Object& document) {
       const py::Dict stored(document);
       stored.clear();
-      py::checked(PyDict_Update(stored.get(), current.get()));
+      stored.update(current);
     });
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
