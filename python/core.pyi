@@ -254,6 +254,12 @@ class _Assert:
         @staticmethod
         def is_valid(instance: object) -> bool: ...
 
+    @final
+    class Check:
+        @staticmethod
+        def is_valid(_class: object) -> bool:
+            """Whether this class can serve as a check. What it raises when asked is logged, and says no."""
+
 @final
 class Logger:
     """The one door to the log: the root logger, with no handler, level or format of its own.
@@ -2221,6 +2227,335 @@ class UpdateTracker:
     def _clean_version(string: str) -> str: ...
     @staticmethod
     def _is_above_version(lower: str, upper: str) -> bool: ...
+
+@final
+class Structure:
+    """Containers that the engine shares with plug-ins."""
+
+    @disjoint_base
+    class NamedBuffer(list[Any]):
+        """A list with a name, in which a check puts what it finds."""
+
+        name: str
+        def __init__(self, name: str = "", items: Iterable[Any] = ()) -> None: ...
+        def clear(self) -> None:
+            """Removes all elements, one at a time from the end."""
+
+        @property
+        def length(self) -> int:
+            """The number of elements."""
+
+        @property
+        def is_empty(self) -> bool:
+            """Whether there is no element."""
+
+        def has_issues(self) -> bool:
+            """Whether there is an element."""
+
+@final
+class Check:
+    """Checks: what plug-ins derive from, and their runs."""
+
+    @disjoint_base
+    class Base:
+        """An abstract class of checks: looks at one scene object and reports what is wrong with it.
+
+        A plug-in derives its checks at least two steps below: classes derived from this one directly are not
+        taken for checks. It overrides the attributes and `check`, and what else it needs. An instance serves
+        one object: `check` may keep there what the other operations need.
+        """
+
+        # The unique key; names in full and for lists; help; and where the check stands in lists.
+        class_id: str
+        long_name: str
+        short_name: str
+        description: str
+        category: str
+        sort_index: int
+        # Whether the check looks at the scene as a whole, and what it can do about its last findings.
+        scene_oriented: bool
+        could_be_fixed: bool
+        could_be_selected: bool
+        # For the check's own use; emptied before each run.
+        result: Structure.NamedBuffer
+        @staticmethod
+        def parameters() -> Parameters.Block:
+            """A new block of the inputs that the user can set; one without inputs here."""
+
+        def check(self, path: str, parameters: Any) -> object:
+            """Examines an object with one task of the parameters; Error.ValidationError reports a finding.
+
+            Any other error means that the check itself failed. NotImplementedError unless it is overridden.
+            """
+
+        def fix_result(self, path: str, parameters: Any) -> object:
+            """Tries to repair what the last `check` found. Does nothing here."""
+
+        def select_result(self) -> object:
+            """Selects the findings in the host. Does nothing here."""
+
+        def result_message(self) -> str:
+            """Text for the user about the last run; the empty text here."""
+
+    @disjoint_base
+    class _Classes:
+        """The check classes found in directories of plug-ins, in the order in which they are shown.
+
+        directories: paths with an `enabled`. Of classes with one `class_id` the first one found is taken.
+        """
+
+        _group_order: ClassVar[tuple[str, ...]]
+        def __init__(self, directories: Iterable[Any]) -> None: ...
+        @property
+        def _directories(self) -> Iterable[Any]: ...
+        @property
+        def _directory(self) -> Any: ...
+        @property
+        def _denied(self) -> list[type]: ...
+        @property
+        def _array(self) -> list[type[Check.Base]]: ...
+        @property
+        def _table(self) -> dict[str, type[Check.Base]]: ...
+        def __iter__(self) -> Iterator[type[Check.Base]]: ...
+        def get(self, class_id: str) -> type[Check.Base] | None:
+            """The class with this id, or None."""
+
+        def get_denied(self) -> list[type]:
+            """The classes that do not hold to what a check must be, as the stored list; may repeat some."""
+
+        def reload(self) -> None:
+            """Searches the directories again. Checklists that were built before keep their classes."""
+
+        def _search(
+            self, directory: str, container: list[type[Check.Base]] | None = None, scope: str = ""
+        ) -> list[type[Check.Base]]: ...
+        def _load_module(self, importer: Any, name: str, scope: str) -> ModuleType | None: ...
+        def _sort(self, array: list[type[Check.Base]]) -> list[type[Check.Base]]: ...
+
+    @disjoint_base
+    class _List:
+        """What is to be checked: a `Control` for each known check class, in their order.
+
+        classes: the check classes; those that are found later do not show. presets: what `preset` edits; None
+        yet if it is anything else. config: the stored configuration to `load`.
+        """
+
+        def __init__(
+            self,
+            classes: Iterable[type[Check.Base]],
+            presets: _Settings.Check.Presets | None = None,
+            config: _Settings.Check.Config | None = None,
+        ) -> None: ...
+        @property
+        def _controls(self) -> list[Check._List.Control]: ...
+        @property
+        def _categories(self) -> list[Check._List.Category]: ...
+        @property
+        def _config(self) -> _Settings.Check.Config | None: ...
+        @property
+        def _preset_editor(self) -> _Settings.Check.Presets.Editor: ...
+        def __iter__(self) -> Iterator[Check._List.Control]: ...
+        @property
+        def categories(self) -> Iterator[Check._List.Category]:
+            """A loop over the categories, in order."""
+
+        @property
+        def config(self) -> _Settings.Check.Config | None:
+            """The configuration that `load` was given."""
+
+        @property
+        def preset(self) -> _Settings.Check.Presets.Editor:
+            """The editor of the presets for this checklist."""
+
+        def iterator(self, enabled: bool = False) -> Iterator[Check._List.Control]:
+            """A loop over the controls, or over those that are enabled when it comes to them."""
+
+        def is_empty(self) -> bool:
+            """Whether no control is enabled."""
+
+        def get(self, enabled: bool = True, scene_oriented: bool = False) -> list[Check._List.Control]:
+            """The enabled controls, or all, that look at the scene as a whole, or else at single objects."""
+
+        def load(self, config: object) -> None:
+            """Binds the controls to the records of a configuration, which keeps no others.
+
+            Does nothing unless it is a `_Settings.Check.Config`.
+            """
+
+        def save(self) -> None:
+            """Writes each control into its record. Nothing goes to disk."""
+
+        def clear(self) -> None:
+            """Disables all controls and lets go of their records."""
+
+        def _build_categories(self) -> list[Check._List.Category]: ...
+
+        @disjoint_base
+        class Control:
+            """A check class that can be switched on, with parameters of its own."""
+
+            name: str
+            check: type[Check.Base]
+            parameters: Parameters.Block
+            enabled: bool
+            opened: bool
+            def __init__(self, _class: type[Check.Base]) -> None: ...
+            @property
+            def _state(self) -> _Settings.Check | None: ...
+            @property
+            def description(self) -> str:
+                """What the check looks for, for the user."""
+
+            def load(self, state: _Settings.Check) -> None:
+                """Takes over a stored record, and keeps it for `save`."""
+
+            def save(self) -> None:
+                """Writes into the record; a disabled check leaves the defaults there, folded."""
+
+            def clear(self) -> None:
+                """Lets go of the record and of the parameters' tasks, and is disabled."""
+
+        @disjoint_base
+        class Category:
+            """The controls that are shown as one group; `name` is in lower case."""
+
+            name: str
+            def __init__(self, name: str) -> None: ...
+            @property
+            def _array(self) -> list[Check._List.Control]: ...
+            def __iter__(self) -> Iterator[Check._List.Control]: ...
+            def add(self, control: Check._List.Control) -> None:
+                """Appends a control."""
+
+    @disjoint_base
+    class _Queue:
+        """The tasks of a validation run, in order."""
+
+        @property
+        def _tasks(self) -> list[Check._Queue.Task]: ...
+        def __iter__(self) -> Iterator[Check._Queue.Task]: ...
+        def __len__(self) -> int: ...
+        def add(self, task: Check._Queue.Task) -> None:
+            """Appends a task."""
+
+        def clear(self) -> None:
+            """Removes all tasks, one at a time from the end."""
+
+        def is_empty(self) -> bool:
+            """Whether there is no task."""
+
+        def fix_all(self) -> None:
+            """Has each result that can be fixed do so, once."""
+
+        def fix_exists(self) -> bool:
+            """Whether some result can be fixed."""
+
+        @disjoint_base
+        class Task:
+            """An object to examine, or the scene, with the checks to run on it and their results."""
+
+            _level_order: ClassVar[tuple[str, ...]]
+            _order_indices: ClassVar[dict[str, int]]
+            name: str
+            path: str
+            icon: Any
+            check_controls: Sequence[Check._List.Control]
+            results: Check._Queue.Task.Result.List
+            def __init__(
+                self,
+                path: str,
+                check_controls: Sequence[Check._List.Control],
+                name: str | None = None,
+                icon: Any = None,
+            ) -> None:
+                """The name is the path where there is none."""
+
+            @property
+            def empty(self) -> bool:
+                """Whether there is no result."""
+
+            @property
+            def status(self) -> str:
+                """The most severe status of the results; pass without any."""
+
+            @disjoint_base
+            class Result:
+                """The outcome of a check on an object, with the check itself, which can fix or explain it.
+
+                The check runs at once, with a copy of the task; if its class fails to make one, that is an
+                error. What the check raises, now or later, is logged and goes no further, unless it is an
+                interrupt or an exit. statistics: gets a record of each run. operator: its selection is kept
+                over a fix. single: false adds the task's number to the name.
+                """
+
+                def __init__(
+                    self,
+                    path: str,
+                    check_class: type[Check.Base],
+                    parameter_task: Any,
+                    statistics: Any,
+                    operator: Any,
+                    single: bool = True,
+                ) -> None: ...
+                @property
+                def _op(self) -> Any: ...
+                @property
+                def _statistics(self) -> Any: ...
+                @property
+                def _check(self) -> Check.Base: ...
+                @property
+                def _path(self) -> str: ...
+                @property
+                def _param(self) -> Any: ...
+                @property
+                def _status(self) -> str: ...
+                @property
+                def name(self) -> str:
+                    """The check's `long_name`."""
+
+                @property
+                def status(self) -> str:
+                    """The last outcome, one of `Constants.Check.Result`."""
+
+                @property
+                def could_be_fixed(self) -> bool:
+                    """Whether `fix_result` can help."""
+
+                @property
+                def could_be_selected(self) -> bool:
+                    """Whether `select_result` can help."""
+
+                @property
+                def scene_oriented(self) -> bool:
+                    """Whether the check looks at the scene as a whole."""
+
+                def check(self) -> None:
+                    """Runs the check again.
+
+                    It passes if the check returns, fails if it raises Error.ValidationError (or is only
+                    information, if its parameters say so), and is an error if it raises anything else or its
+                    parameters are wrong.
+                    """
+
+                def fix_result(self) -> None:
+                    """Has the check repair what it found, and runs it again; the selection stays."""
+
+                def select_result(self) -> None:
+                    """Has the check select what it found."""
+
+                def result_message(self) -> str:
+                    """What the check says of its last run; empty if that is no text."""
+
+                @disjoint_base
+                class List:
+                    """The results of one task, in order."""
+
+                    @property
+                    def _array(self) -> list[Check._Queue.Task.Result]: ...
+                    def __iter__(self) -> Iterator[Check._Queue.Task.Result]: ...
+                    def __len__(self) -> int: ...
+                    def add(self, result: Check._Queue.Task.Result) -> None:
+                        """Appends a result."""
 
 @final
 class _Project:

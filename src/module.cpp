@@ -1,4 +1,5 @@
 #include "application/api.h"
+#include "checks/checks.h"
 #include "files/environment.h"
 #include "files/file.h"
 #include "files/software.h"
@@ -56,6 +57,8 @@ void expose(const heron::py::Scope& module) {
 
   heron::expose_statistics(module);
   heron::expose_update_tracker(module);
+
+  heron::expose_checks(module, assertions);
 
   const heron::py::Scope projects = heron::py::make_namespace(module, "_Project", "Projects, and what they hold.");
   const heron::py::Scope project = heron::py::make_namespace(projects, "Settings", "One project.");

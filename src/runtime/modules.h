@@ -31,6 +31,7 @@ inline const Module inspect{"inspect"};
 inline const Module io{"io"};
 inline const Module json{"json"};
 inline const Module logging{"logging"};
+inline const Module operators{"operator"};  // a name that C++ keeps for itself
 inline const Module os{"os"};
 inline const Module path{"os.path"};
 inline const Module pkgutil{"pkgutil"};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// What check plug-ins derive from: looks at one scene object and reports what is wrong with it.
+///
+/// The attributes that describe a check are plain attributes of the class, which a plug-in overrides by its own.
+class CheckBase {
+ public:
+  static py::Object parameters();  ///< A new block without inputs.
+
+  void check(const py::Object& path, const py::Object& task) const;  ///< NotImplementedError.
+  void fix_result(const py::Object&, const py::Object&) const {}
+  void select_result() const {}
+  py::Object result_message() const { return py::text(""); }
+};
+
+/// Can this class serve as a check? It is asked everything that the engine uses of a check; an exception that it
+/// raises then is logged.
+bool is_valid_check(const py::Object& type);
+
+void expose_check_base(const py::Scope& check);
+void expose_check_assertions(const py::Scope& assertions);
+
+}  // namespace heron

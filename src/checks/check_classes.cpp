@@ -1,0 +1,205 @@
+#include "checks/check_classes.h"
+
+#include <algorithm>
+
+#include "checks/check_base.h"
+#include "foundation/constants.h"
+#include "foundation/logger.h"
+#include "foundation/text.h"
+#include "runtime/modules.h"
+
+namespace heron {
+namespace {
+
+const py::Name kClassId("class_id"), kCategory("category"), kSortIndex("sort_index"), kEnabled("enabled");
+const py::Name kPath("path"), kJoin("join");
+
+/// What `load` makes of a module, or None after a warning. A module that ends the program when it is imported, as a
+/// script left among the plug-ins does, has failed like any other.
+template <class F>
+py::Object loaded(const py::Object& name, F&& load) {
+  try {
+    return load();
+  } catch (const py::Error& error) {
+    if (!error.is_failure() && !error.matches(PyExc_SystemExit)) throw;
+    logger::warning(format("Import Failed: {} - {}", {name, py::text(error.value().type_name())}));
+    return py::Object::none();
+  }
+}
+
+/// A class at least two steps below the base of all checks: the base itself and what a plug-in derives from it
+/// directly, to derive its checks from, are no checks.
+bool is_candidate(const py::Object& value) {
+  constexpr Py_ssize_t kShortest = 4;  // the class, its parent, the base, object
+  static const py::Name kMro("__mro__");
+  if (PyType_Check(value.get()) == 0) return false;
+  auto* type = reinterpret_cast<PyTypeObject*>(value.get());
+  return PyType_IsSubtype(type, py::TypeOf<CheckBase>::type) != 0 && value.attr(kMro).length() >= kShortest;
+}
+
+/// The candidates among the members of a module, imported ones too, by the members' names.
+py::List candidates(const py::Object& module) {
+  static const py::Name kGetMembers("getmembers");
+  const py::List classes;
+  for (const py::Object& member : py::collect(py::modules::inspect.call(kGetMembers, module))) {
+    const py::Object value = py::Object::borrow(PyTuple_GetItem(member.get(), 1));
+    if (is_candidate(value)) classes.append(value);
+  }
+  return classes;
+}
+
+py::Object category_of(const py::Object& type) {
+  static const py::Name kLower("lower");
+  return to_str(type.attr(kCategory)).call(kLower);
+}
+
+/// The place of a category among the known ones, behind all of them for another.
+std::size_t rank(const py::Object& category) {
+  const py::Utf8 name(category);
+  const auto found = std::ranges::find(constants::kCategories, name.view(), &constants::Category::text);
+  return static_cast<std::size_t>(found - constants::kCategories.begin());
+}
+
+}  // namespace
+
+py::Ref<CheckClasses> CheckClasses::create(const py::Object& directories) {
+  auto classes = py::Ref<CheckClasses>::make();
+  classes->init(directories);
+  return classes;
+}
+
+void CheckClasses::init(const py::Object& places) {
+  directories = places;
+  reload();
+}
+
+py::Object CheckClasses::get(const py::Object& class_id) const {
+  return table.find(to_str(class_id)).value_or(py::Object::none());
+}
+
+void CheckClasses::reload() {
+  static const py::Name kInvalidate("invalidate_caches");
+  py::modules::importlib.call(kInvalidate);  // a module may have been written a moment ago
+  denied.clear();
+  array.clear();
+  table.clear();
+  const py::List found;
+  const py::Set ids;
+  for (const py::Object& place : py::collect(directories)) {
+    if (!place.attr(kEnabled).truth()) continue;
+    directory = place;
+    for (const py::Object& type : search(place, py::Object::none(), py::text("")).items()) {
+      const py::Object class_id = to_str(type.attr(kClassId));
+      if (ids.contains(class_id)) continue;
+      found.append(type);
+      ids.add(class_id);
+    }
+  }
+  array.extend(sort(found));
+  for (const py::Object& type : array.items()) table.set(to_str(type.attr(kClassId)), type);
+}
+
+py::List CheckClasses::search(const py::Object& place, const py::Object& container, const py::Object&) const {
+  const py::List found = container.is_none() ? py::List() : py::List(container);
+  std::vector<py::Object> above;
+  walk(place, found, above);
+  return found;
+}
+
+void CheckClasses::walk(const py::Object& place, const py::List& found, std::vector<py::Object>& above) const {
+  static const py::Name kIterModules("iter_modules"), kRealPath("realpath");
+  const py::Depth depth(" while directories of checks are searched");
+  const py::Object real = py::modules::path.call(kRealPath, place);
+  // A link to a directory above would be followed for ever.
+  if (std::ranges::any_of(above, [&](const py::Object& other) { return other.equals(real); })) return;
+  above.push_back(real);
+  const py::List places;
+  places.append(place);
+  for (const py::Object& entry : py::collect(py::modules::pkgutil.call(kIterModules, places))) {
+    const std::vector<py::Object> parts = py::collect(entry);
+    const py::Object &importer = parts.at(0), &name = parts.at(1), &is_package = parts.at(2);
+    if (is_package.truth()) {
+      walk(py::modules::path.call(kJoin, importer.attr(kPath), name), found, above);
+    } else {
+      take(importer, name, found);
+    }
+  }
+  above.pop_back();
+}
+
+void CheckClasses::take(const py::Object& importer, const py::Object& name, const py::List& found) const {
+  const py::Object module = load_module(importer, name, py::text(""));
+  if (module.is_none()) return;
+  // Names of a module may be made when they are asked for, so that reading them can fail as importing it can.
+  const py::Object classes = loaded(name, [&] { return candidates(module); });
+  if (classes.is_none()) return;
+  for (const py::Object& type : py::collect(classes)) (is_valid_check(type) ? found : denied).append(type);
+}
+
+py::Object CheckClasses::load_module(const py::Object& importer, const py::Object& name, const py::Object&) {
+  static const py::Name kFindSpec("find_spec"), kFromSpec("module_from_spec");
+  static const py::Name kLoader("loader"), kExecModule("exec_module");
+  return loaded(name, [&] {
+    const py::Object spec = importer.call(kFindSpec, name);
+    py::Object module = py::modules::importlib_util.call(kFromSpec, spec);
+    spec.attr(kLoader).call(kExecModule, module);
+    return module;
+  });
+}
+
+py::List CheckClasses::sort(const py::List& classes) {
+  const std::vector<py::Object> found = classes.items();
+  const py::List rows;  // in the order of (rank, category, index, position)
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const py::Object category = category_of(found[i]);
+    rows.append(
+        py::tuple({py::to_python(rank(category)), category, found[i].attr(kSortIndex), py::to_python(i), found[i]}));
+  }
+  py::checked(PyList_Sort(rows.get()));
+  classes.clear();
+  for (const py::Object& row : rows.items()) classes.append(py::Object::borrow(PyTuple_GetItem(row.get(), 4)));
+  return classes;
+}
+
+py::Object CheckClasses::group_order() {
+  std::vector<py::Object> order;
+  order.reserve(constants::kCategories.size());
+  for (const auto& [name, text] : constants::kCategories) order.push_back(to_str(py::text(text)));
+  return py::tuple(order);
+}
+
+void expose_check_classes(const py::Scope& check) {
+  py::Class<CheckClasses>(
+      check, "_Classes",
+      "The check classes found in directories of plug-ins, in the order in which they are shown.\n\n"
+      "directories: paths with an `enabled`. Of classes with the same `class_id` the first one found is taken. A\n"
+      "loop gives the classes.")
+      .init<&CheckClasses::init>({"directories"})
+      .iterate<&CheckClasses::iterate>()
+      .operation<&CheckClasses::get>("get", {"class_id"}, "The class with this id, or None.")
+      .operation<&CheckClasses::get_denied>(
+          "get_denied", "The classes that do not hold to what a check must be, as the stored list; it may repeat some.")
+      .operation<&CheckClasses::reload>(
+          "reload", "Searches the directories again. Checklists that were built before keep their classes.")
+      .operation<&CheckClasses::search>(
+          "_search", {"directory", {"container", nullptr}, {"scope", ""}},
+          "Appends the check classes of a directory and the packages in it to `container`, or to a new list, and\n"
+          "returns that. `scope` makes no difference.\n\n"
+          "Every module is run anew and not entered in `sys.modules`. One that cannot be imported costs a warning.")
+      .operation<&CheckClasses::load_module>(
+          "_load_module", {"importer", "name", "scope"},
+          "Runs a module and returns it; None, after a warning, if it fails or ends the program.")
+      .operation<&CheckClasses::sort>(
+          "_sort", {"array"},
+          "Puts a list of classes in order of category, then `sort_index`, and returns it: known categories as\n"
+          "`_group_order` has them, then the others by name. Equal classes keep their order.")
+      .attribute("_group_order", CheckClasses::group_order())
+      .readonly<&CheckClasses::directories>("_directories", "Where the checks are searched.")
+      .readonly<&CheckClasses::directory>("_directory", "The directory that is searched, or was last.")
+      .readonly<&CheckClasses::denied>("_denied", "The classes that cannot serve as checks.")
+      .readonly<&CheckClasses::array>("_array", "The classes in order.")
+      .readonly<&CheckClasses::table>("_table", "The classes by id.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// The check classes found in directories of plug-ins, in the order in which they are shown.
+class CheckClasses {
+ public:
+  static py::Ref<CheckClasses> create(const py::Object& directories);
+
+  void init(const py::Object& places);
+  py::Object iterate() const { return py::iterator(array.items()); }
+  py::Object get(const py::Object& class_id) const;  ///< None for an unknown id.
+  py::List get_denied() const { return denied; }
+
+  void reload();
+
+  py::List search(const py::Object& place, const py::Object& container, const py::Object& scope) const;
+  static py::Object load_module(const py::Object& importer, const py::Object& name, const py::Object& scope);
+  static py::List sort(const py::List& classes);
+
+  static py::Object group_order();  ///< The known categories, as a tuple.
+
+  py::Object directories;
+  py::Object directory;  ///< The one that is searched.
+  py::List denied;       ///< Classes that cannot serve as checks, perhaps more than once.
+  py::List array;
+  py::Dict table;
+
+  template <class V>
+  void members(V& visit) {
+    visit(directories);
+    visit(directory);
+    visit(denied);
+    visit(array);
+    visit(table);
+  }
+
+ private:
+  void walk(const py::Object& place, const py::List& found, std::vector<py::Object>& above) const;
+  void take(const py::Object& importer, const py::Object& name, const py::List& found) const;
+};
+
+void expose_check_classes(const py::Scope& check);
+
+}  // namespace heron

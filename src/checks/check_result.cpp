@@ -1,0 +1,175 @@
+#include "checks/check_result.h"
+
+#include "checks/check_base.h"
+#include "checks/named_buffer.h"
+#include "foundation/clock.h"
+#include "foundation/constants.h"
+#include "foundation/errors.h"
+#include "foundation/logger.h"
+#include "foundation/probe.h"
+#include "foundation/text.h"
+#include "scene/selection_scope.h"
+#include "server/statistics_records.h"
+
+namespace heron {
+namespace {
+
+const py::Name kLongName("long_name"), kSceneOriented("scene_oriented"), kResult("result");
+const py::Name kCouldBeFixed("could_be_fixed"), kCouldBeSelected("could_be_selected");
+
+/// The statuses as they stand in results, each one object for all.
+struct Statuses {
+  py::Object pass = made(constants::kPass), info = made(constants::kInfo);
+  py::Object fail = made(constants::kFail), error = made(constants::kError);
+
+ private:
+  static py::Object made(std::string_view status) { return to_str(py::text(status)); }
+};
+
+const Statuses& statuses() {
+  static const auto* all = new Statuses;
+  return *all;
+}
+
+/// Makes a new check ready to run for one of several tasks of parameters, or for the only one (None).
+py::Object prepared(const py::Object& check, const py::Object& number) {
+  if (!number.is_none()) {
+    check.set_attr(kLongName, format("{} (Task {:02d})", {check.attr(kLongName), number}));
+  }
+  check.set_attr(kResult, py::Ref<NamedBuffer>::make());
+  return check;
+}
+
+/// A new instance of the class. If there is none to be had, the base of all checks stands in, which fails when it
+/// runs, so that a run over many objects goes on and tells of the failure like of any other.
+py::Object make_check(const py::Object& type, const py::Object& number) {
+  try {
+    return prepared(type(), number);
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+  }
+  const auto stand_in = py::Ref<CheckBase>::make();
+  for (const py::Name* name : {&kLongName, &kSceneOriented}) stand_in.set_attr(*name, type.attr(*name));
+  return prepared(stand_in, number);
+}
+
+}  // namespace
+
+py::Ref<CheckResult> CheckResult::create(const py::Object& path, const py::Object& type, const py::Object& task,
+                                         const py::Object& statistics, const py::Object& op, bool single) {
+  auto result = py::Ref<CheckResult>::make();
+  result->init(path, type, task, statistics, op, single);
+  return result;
+}
+
+void CheckResult::init(const py::Object& object_path, const py::Object& type, const py::Object& parameters,
+                       const py::Object& records, const py::Object& host, bool single) {
+  static const py::Name kNumber("number"), kClone("clone");
+  op = host;
+  statistics = records;
+  check = make_check(type, single ? py::Object::none() : parameters.attr(kNumber));
+  path = object_path;
+  task = parameters.call(kClone);
+  run();
+}
+
+py::Object CheckResult::name() const { return check.attr(kLongName); }
+py::Object CheckResult::could_be_fixed() const { return check.attr(kCouldBeFixed); }
+py::Object CheckResult::could_be_selected() const { return check.attr(kCouldBeSelected); }
+py::Object CheckResult::scene_oriented() const { return check.attr(kSceneOriented); }
+
+void CheckResult::run() {
+  static const py::Name kAdd("add");
+  status = statuses().pass;
+  const py::Object timestamp = clock::now();
+  judge();
+  const py::Object speed = clock::since(timestamp);
+  statistics.call(kAdd, CheckRecord::create(timestamp, speed, name(), status));
+}
+
+void CheckResult::judge() {
+  static const py::Name kAssertNoErrors("assert_no_errors"), kClear("clear"), kCheck("check"), kAsInfo("as_info");
+  const py::Object no = py::to_python(false);
+  try {
+    task.call(kAssertNoErrors);
+    check.set_attr(kCouldBeFixed, no);
+    check.set_attr(kCouldBeSelected, no);
+    check.attr(kResult).call(kClear);
+    check.call(kCheck, path, task);
+  } catch (const py::Error& error) {
+    if (errors::is<errors::ValidationError>(error)) {
+      status = task.attr(kAsInfo).truth() ? statuses().info : statuses().fail;
+      return;
+    }
+    status = statuses().error;  // of a check that was interrupted, too: it has not passed
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+  }
+}
+
+void CheckResult::fix_result() {
+  static const py::Name kFixResult("fix_result");
+  with_selection(op, [&] {
+    probe::call([&] { return check.call(kFixResult, path, task); });
+    run();
+  });
+}
+
+void CheckResult::select_result() const {
+  static const py::Name kSelectResult("select_result");
+  probe::call([&] { return check.call(kSelectResult); });
+}
+
+py::Object CheckResult::result_message() const {
+  static const py::Name kResultMessage("result_message");
+  py::Object message = probe::call([&] { return check.call(kResultMessage); });
+  return message.is_text() ? message : py::text("");
+}
+
+void expose_check_result(const py::Scope& task) {
+  const py::Scope scope =
+      py::Class<CheckResult>(
+          task, "Result",
+          "The outcome of a check on an object, with the check itself, which can then fix, select or explain it.\n\n"
+          "path, parameter_task: what the check gets; the task is copied first.\n"
+          "check_class: makes the check, one for each result. If it fails to, the result is an error.\n"
+          "statistics: its `add` gets a record of each run.\n"
+          "operator: the host, whose `selection_manager` is around a fix.\n"
+          "single: false if the check runs with several tasks: the name then ends in the task's number.\n\n"
+          "The check runs at once. What it raises, now or later, is logged and goes no further, unless it is an\n"
+          "interrupt or an exit.")
+          .init<&CheckResult::init>(
+              {"path", "check_class", "parameter_task", "statistics", "operator", {"single", true}})
+          .accessor<&CheckResult::name>("name", "The check's `long_name`.")
+          .accessor<&CheckResult::get_status>("status", "The last outcome, one of `Constants.Check.Result`.")
+          .accessor<&CheckResult::could_be_fixed>("could_be_fixed", "Can `fix_result` help?")
+          .accessor<&CheckResult::could_be_selected>("could_be_selected", "Can `select_result` help?")
+          .accessor<&CheckResult::scene_oriented>("scene_oriented", "Does the check look at the scene as a whole?")
+          .operation<&CheckResult::run>(
+              "check",
+              "Runs the check again.\n\n"
+              "It passes if the check returns, fails if it raises Error.ValidationError (or is only information, if\n"
+              "its parameters say so), and is an error if it raises anything else or its parameters are wrong.")
+          .operation<&CheckResult::fix_result>(
+              "fix_result", "Has the check repair what it found, and runs it again; the selection stays as it was.")
+          .operation<&CheckResult::select_result>("select_result", "Has the check select what it found.")
+          .operation<&CheckResult::result_message>("result_message",
+                                                   "What the check says of its last run; empty if that is no text.")
+          .readonly<&CheckResult::op>("_op", "The host.")
+          .readonly<&CheckResult::statistics>("_statistics", "What gets a record of each run.")
+          .readonly<&CheckResult::check>("_check", "The check.")
+          .readonly<&CheckResult::path>("_path", "The object's path.")
+          .readonly<&CheckResult::task>("_param", "The parameters, a copy.")
+          .readonly<&CheckResult::status>("_status", "The last outcome.")
+          .done();
+
+  py::Class<CheckResultList>(scope, "List", "The results of one task. A loop gives them, in order.")
+      .iterate<&CheckResultList::iterate>()
+      .length<&CheckResultList::size>()
+      .operation<&CheckResultList::add>("add", {"result"}, "Appends a result.")
+      .readonly<&CheckResultList::array>("_array", "The results in order.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "runtime/class.h"
+
+namespace heron {
+
+/// The outcome of a check on an object, with the check itself, which can then fix, select or explain it.
+///
+/// What the check raises is logged and shows in the status; only an interrupt or an exit passes.
+class CheckResult {
+ public:
+  static py::Ref<CheckResult> create(const py::Object& path, const py::Object& type, const py::Object& task,
+                                     const py::Object& statistics, const py::Object& op, bool single);
+
+  void init(const py::Object& object_path, const py::Object& type, const py::Object& task, const py::Object& records,
+            const py::Object& host, bool single);
+
+  py::Object name() const;
+  py::Object could_be_fixed() const;
+  py::Object could_be_selected() const;
+  py::Object scene_oriented() const;
+  const py::Object& get_status() const { return status; }
+
+  void run();  ///< The check itself, then a record of it.
+  void fix_result();
+  void select_result() const;
+  py::Object result_message() const;
+
+  py::Object op, statistics, check, path, task;
+  py::Object status = py::Object::none();
+
+  template <class V>
+  void members(V& visit) {
+    for (py::Object* field : {&op, &statistics, &check, &path, &task, &status}) visit(*field);
+  }
+
+ private:
+  void judge();
+};
+
+/// The results of one task.
+class CheckResultList {
+ public:
+  void add(const py::Object& result) const { array.append(result); }
+  py::Object iterate() const { return py::iterator(array.items()); }
+  Py_ssize_t size() const { return array.size(); }
+
+  py::List array;
+
+  template <class V>
+  void members(V& visit) {
+    visit(array);
+  }
+};
+
+/// Puts `Result` into `Check._Queue.Task`.
+void expose_check_result(const py::Scope& task);
+
+}  // namespace heron

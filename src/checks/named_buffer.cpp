@@ -1,0 +1,22 @@
+#include "checks/named_buffer.h"
+
+namespace heron {
+
+void NamedBuffer::init(const py::Object& label, const py::Iterable& elements) {
+  name = label;
+  items().extend(elements);
+}
+
+void expose_named_buffer(const py::Scope& structure) {
+  py::Class<NamedBuffer>(structure, "NamedBuffer", "A list with a name, in which a check puts what it finds.")
+      .derives(reinterpret_cast<PyObject*>(&PyList_Type))
+      .init<&NamedBuffer::init>({{"name", ""}, {"items", "()"}})
+      .operation<&NamedBuffer::clear>("clear", "Removes all elements, one at a time from the end.")
+      .accessor<&NamedBuffer::length>("length", "The number of elements.")
+      .accessor<&NamedBuffer::is_empty>("is_empty", "Is there no element?")
+      .operation<&NamedBuffer::has_issues>("has_issues", "Is there an element?")
+      .field<&NamedBuffer::name>("name", "What the elements are.")
+      .done();
+}
+
+}  // namespace heron
