@@ -1574,6 +1574,187 @@ class Parameters:
                 """A new item with the same fields."""
 
     @disjoint_base
+    class TextInput:
+        """A text with a check mark, an element of `TextInputList`."""
+
+        text: str
+        enabled: bool
+        def __init__(self, text: str = "", enabled: bool = False) -> None: ...
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "text" and "enabled"."""
+
+        def clone(self) -> Self:
+            """A new element with the same values, checked anew."""
+
+    @disjoint_base
+    class TextInputList(_Input):
+        """A list of texts, each with a check mark. It has no label."""
+
+        def __init__(
+            self, attr_name: str, items: Iterable[Parameters.TextInput] = (), help_text: str = ""
+        ) -> None: ...
+        def __iter__(self) -> Iterator[Parameters.TextInput]: ...
+        def __len__(self) -> int: ...
+        def __getitem__(self, index: SupportsIndex, /) -> Parameters.TextInput: ...
+        def values(self, enabled: bool = True) -> tuple[str, ...]:
+            """The marked texts, or all, in order."""
+
+        @property
+        def data(self) -> _JsonList:
+            """The JSON form, a new list of the data of each element."""
+
+        def load(self, data: Iterable[Mapping[str, Any]]) -> None:
+            """Replaces the elements by those of a JSON form.
+
+            Where they are missing, "text" is empty and "enabled" is False. What is wrong leaves the list as
+            it was: TypeError for the kind of a value, AttributeError for an item that is no map.
+            """
+
+        def add(self) -> Parameters.TextInput:
+            """Adds an empty element without a mark; returns it."""
+
+        def pop(self, index: SupportsIndex) -> None:
+            """Removes the element at an index. IndexError if there is none."""
+
+        def clone(self) -> Self:
+            """A new list of clones of the elements, with the same help."""
+
+        def _build(self, items: Iterable[Parameters.TextInput]) -> None: ...
+        @property
+        def _array(self) -> list[Parameters.TextInput]: ...
+
+    @disjoint_base
+    class TextMatch:
+        """A text, an element of `TextMatchList`."""
+
+        text: str
+        def __init__(self, text: str = "") -> None: ...
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "text"."""
+
+        def clone(self) -> Self:
+            """A new element with the same text, checked anew."""
+
+    @disjoint_base
+    class TextMatchList(_Input):
+        """A list of texts. It has no label."""
+
+        def __init__(
+            self, attr_name: str, items: Iterable[Parameters.TextMatch] = (), help_text: str = ""
+        ) -> None: ...
+        def __iter__(self) -> Iterator[Parameters.TextMatch]: ...
+        def __len__(self) -> int: ...
+        def __getitem__(self, index: SupportsIndex, /) -> Parameters.TextMatch: ...
+        def values(self) -> tuple[str, ...]:
+            """The texts in order."""
+
+        @property
+        def data(self) -> _JsonList:
+            """The JSON form, a new list of the data of each element."""
+
+        def load(self, data: Iterable[Mapping[str, Any]]) -> None:
+            """Replaces the elements by those of a JSON form; "text" is empty where it is missing.
+
+            What is wrong leaves the list as it was: TypeError for a text that is none, AttributeError for an
+            item that is no map.
+            """
+
+        def add(self) -> Parameters.TextMatch:
+            """Adds an empty element; returns it."""
+
+        def pop(self, index: SupportsIndex) -> None:
+            """Removes the element at an index. IndexError if there is none."""
+
+        def clone(self) -> Self:
+            """A new list of clones of the elements. Its help is empty."""
+
+        def _build(self, items: Iterable[Parameters.TextMatch]) -> None: ...
+        @property
+        def _array(self) -> list[Parameters.TextMatch]: ...
+
+    @disjoint_base
+    class IntSlice:
+        """Two integers, from and to, an element of `IntSliceList`."""
+
+        start: Parameters.IntRange
+        stop: Parameters.IntRange
+        def __init__(self, start: Parameters.IntRange, stop: Parameters.IntRange) -> None: ...
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "start" and "stop"."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Loads "start" and "stop" into the ranges, an empty map where one is missing."""
+
+        def clone(self) -> Self:
+            """A new slice of clones of the ranges."""
+
+    @disjoint_base
+    class IntSliceList(_Input):
+        """A list of slices that all have the limits, prefixes and units of one. It has no label."""
+
+        def __init__(
+            self,
+            attr_name: str,
+            default: Parameters.IntSlice,
+            items: Iterable[Parameters.IntSlice] = (),
+            help_text: str = "",
+        ) -> None:
+            """New elements are made like the default, as it is now.
+
+            The limits of the items are set to those of the default, and its prefixes and units unless they
+            are empty.
+            """
+
+        def __iter__(self) -> Iterator[Parameters.IntSlice]: ...
+        @property
+        def data(self) -> _JsonList:
+            """The JSON form, a new list of the data of each element."""
+
+        def load(self, data: Iterable[Mapping[str, Any]]) -> None:
+            """Replaces the elements by those of a JSON form; 50 is the value of a range that is missing.
+
+            AttributeError for an item that is no map: the list is left as it was.
+            """
+
+        def add(self) -> Parameters.IntSlice:
+            """Adds a slice like the default; returns it."""
+
+        def pop(self, index: SupportsIndex) -> None:
+            """Removes the element at an index. IndexError if there is none."""
+
+        def clone(self) -> Self:
+            """A new list of clones of the elements with the same default. Its help is empty."""
+
+        @staticmethod
+        def _apply_spec(
+            int_range: Parameters.IntRange, state: Parameters.IntSliceList._InputSpec
+        ) -> None: ...
+        def _build(self, items: Iterable[Parameters.IntSlice]) -> None: ...
+        @property
+        def _array(self) -> list[Parameters.IntSlice]: ...
+        @property
+        def _default(self) -> Parameters.IntSlice: ...
+        @property
+        def _spec_start(self) -> Parameters.IntSliceList._InputSpec: ...
+        @property
+        def _spec_stop(self) -> Parameters.IntSliceList._InputSpec: ...
+        @property
+        def _default_start(self) -> int: ...
+        @property
+        def _default_stop(self) -> int: ...
+        @disjoint_base
+        class _InputSpec:
+            prefix: str
+            units: str
+            minimum: int
+            maximum: int
+            step: int
+            def __init__(self, int_range: Parameters.IntRange) -> None: ...
+
+    @disjoint_base
     class Block:
         """What a user can set on a check: the prototypes of its inputs, and tasks with values of their own.
 
@@ -1693,6 +1874,126 @@ class Parameters:
             def _load_exceptions(self) -> list[Exception]: ...
             @property
             def _table(self) -> dict[str, Parameters._Input]: ...
+
+    @disjoint_base
+    class Group:
+        """Inputs, and further groups, which a front-end shows together. A loop gives them in order."""
+
+        label: str
+        def __init__(
+            self,
+            label: str = "",
+            contents: Iterable[Parameters._Input | Parameters.Group] = (),
+            visibility_switch: Parameters.Switch | None = None,
+        ) -> None: ...
+        def __iter__(self) -> Iterator[Parameters._Input | Parameters.Group]: ...
+        @property
+        def visibility_switch(self) -> Parameters.Switch | None:
+            """What the front-end shows or hides the group by."""
+
+        def clone(self) -> Self:
+            """A new group of clones of the contents, with the same visibility switch.
+
+            A derived class gets an instance of its own, without a call of its constructor and without
+            attributes that it has added.
+            """
+
+        @property
+        def _contents(self) -> Sequence[Parameters._Input | Parameters.Group]: ...
+        @property
+        def _visibility_switch(self) -> Parameters.Switch | None: ...
+
+    @disjoint_base
+    class Options:
+        """The options of an exporter: a tree of inputs in groups, which hold the current values themselves.
+
+        The state maps the attribute name of each `Switch`, `IntRange`, `FloatRange` and `ComboBox` to its
+        bare value; other inputs have no part in it. A loop gives the top of the tree.
+        """
+
+        def __init__(
+            self,
+            attr_name: str = "",
+            label: str = "",
+            help_text: str = "",
+            contents: Iterable[Parameters._Input | Parameters.Group] = (),
+        ) -> None:
+            """Of two inputs of one name the later counts."""
+
+        def __iter__(self) -> Iterator[Parameters._Input | Parameters.Group]: ...
+        @property
+        def attr(self) -> str:
+            """The identifier of the options."""
+
+        @property
+        def label(self) -> str:
+            """What the front-end shows above the options."""
+
+        @property
+        def help_text(self) -> str:
+            """The help of the options."""
+
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of the values that are no defaults."""
+
+        def reset(self) -> None:
+            """Puts all values back to the defaults, except those of floats."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Takes values by the names of their inputs, all others are reset.
+
+            Unknown names are passed over, and those of floats, whose values stay.
+            """
+
+        def clone(self) -> Self:
+            """New options of clones of the contents, with the same defaults. Their help is empty.
+
+            A derived class gets an instance of its own, without a call of its constructor and without
+            attributes that it has added: they may be inputs of this tree.
+            """
+
+        @staticmethod
+        def is_group(node: object) -> bool:
+            """Is it a `Group`?"""
+
+        @staticmethod
+        def is_input(node: object) -> bool:
+            """Is it an input of any kind?"""
+
+        @staticmethod
+        def is_switch(node: object) -> bool:
+            """Is it a `Switch`?"""
+
+        @staticmethod
+        def is_integer(node: object) -> bool:
+            """Is it an `IntRange`?"""
+
+        @staticmethod
+        def is_float(node: object) -> bool:
+            """Is it a `FloatRange`?"""
+
+        @staticmethod
+        def is_combobox(node: object) -> bool:
+            """Is it a `ComboBox`?"""
+
+        def _find_parameters(
+            self, parent: Iterable[Parameters._Input | Parameters.Group] | None = None
+        ) -> dict[str, Parameters._Input]: ...
+        def _get_state(self) -> _JsonMap: ...
+        def _apply(self, data: Mapping[str, Any]) -> None: ...
+        @property
+        def _attr(self) -> str: ...
+        @property
+        def _label(self) -> str: ...
+        @property
+        def _help_text(self) -> str: ...
+        @property
+        def _contents(self) -> Sequence[Parameters._Input | Parameters.Group]: ...
+        @property
+        def _parameters(self) -> dict[str, Parameters._Input]: ...
+        @property
+        def _defaults(self) -> _JsonMap: ...
 
 @disjoint_base
 class _Settings:

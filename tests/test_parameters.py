@@ -15,6 +15,9 @@ Block, ComboBox, FloatRange, IntRange = (
     Parameters.IntRange,
 )
 RegEx, Switch, Item, Task = Parameters.RegEx, Parameters.Switch, ComboBox.Item, Block.Task
+TextInput, TextInputList, TextMatch = Parameters.TextInput, Parameters.TextInputList, Parameters.TextMatch
+TextMatchList, IntSlice, IntSliceList = Parameters.TextMatchList, Parameters.IntSlice, Parameters.IntSliceList
+Group, Options = Parameters.Group, Parameters.Options
 
 
 class Color(Parameters._Input):
@@ -310,3 +313,168 @@ def test_kept_errors_hold_no_frames():
     gc.collect()
     assert depth == 1
     assert frames[0]() is None
+
+
+def test_text_lists_give_load_and_change_their_texts():
+    marked = TextInputList("list", [TextInput("a"), TextInput("b", True)], help_text="h")
+    plain = TextMatchList("list", [TextMatch("a"), TextMatch("b")], help_text="h")
+    assert (marked.values(), marked.values(enabled=False), plain.values()) == (("b",), ("a", "b"), ("a", "b"))
+    assert (marked.label, len(marked), marked[1].text, plain[-1].text) == ("", 2, "b", "b")
+    assert str(marked) == (
+        '<class TextInputList> attr="list" label="" help="h"\n'
+        '  <class TextInput> enabled=False text="a"\n'
+        '  <class TextInput> enabled=True text="b"'
+    )
+    marked.add().text = "c"
+    plain.add().text = "c"
+    array = marked._array
+    for made, help_text in (marked, "h"), (plain, ""):
+        made.pop(0)
+        with pytest.raises(IndexError):
+            made.pop(2)
+        copy = made.clone()
+        assert (copy.data, copy.help_text) == (made.data, help_text)
+        assert copy[0] is not made[0]
+        for wrong, error in [
+            ([{"text": "x"}, {"text": 5}], TypeError),
+            ([{"text": "x"}, None], AttributeError),
+        ]:
+            with pytest.raises(error):
+                made.load(wrong)
+        assert made.data == copy.data
+        made.load(iter([{"text": "x"}, {}]))
+        assert made.values(*([False] if made is marked else [])) == ("x", "")
+        made.load([])
+        assert made.clone().data == []
+    assert marked._array is array
+    assert copy.data == [{"text": "b"}, {"text": "c"}]
+    marked.load([{"text": "x", "enabled": True}, {}])
+    assert marked.data == [{"text": "x", "enabled": True}, {"text": "", "enabled": False}]
+
+
+@pytest.mark.parametrize(
+    "make",
+    [
+        lambda: TextInput(5),
+        lambda: TextInput("a", 1),
+        lambda: TextMatch(b"a"),
+        lambda: TextInputList("a", ["b"]),
+        lambda: TextMatchList("a", [TextInput("b")]),
+        lambda: IntSlice(IntRange("a"), 5),
+        lambda: IntSliceList("a", IntRange("b")),
+        lambda: IntSliceList("a", a_slice(), [IntRange("b")]),
+    ],
+)
+def test_lists_refuse_what_does_not_fit(make):
+    with pytest.raises(TypeError) as caught:
+        make()
+    assert caught.value.args == ()
+
+
+def a_slice(start=1, stop=2, **limits):
+    return IntSlice(IntRange("first", value=start, **limits), IntRange("second", value=stop))
+
+
+def test_slices_have_the_limits_of_the_default():
+    default = a_slice(3, 4, minimum=-5, step=5, units="cm")
+    own = a_slice(7, 8, maximum=9, prefix="own", units="own")
+    slices = IntSliceList("list", default, [own], help_text="h")
+    assert (own.start.minimum, own.start.maximum, own.start.step) == (-5, 100, 5)
+    assert (own.start.prefix, own.start.units, own.start.value) == ("own", "cm", 7)
+    default.start.value = default.start.minimum = 0
+    added = slices.add()
+    assert added.data == {"start": {"value": 3}, "stop": {"value": 4}}
+    assert (added.start.attr, added.stop.attr, added.start.minimum, added.start.units) == (
+        "start",
+        "stop",
+        -5,
+        "cm",
+    )
+    copy = slices.clone()
+    assert (copy.data, copy.help_text, copy._default is default) == (slices.data, "", True)
+    assert copy.add().start.minimum == 0
+    with pytest.raises(AttributeError):
+        slices.load([{}, None])
+    assert list(slices) == [own, added]
+    slices.load([{"start": {"value": 9}}])
+    assert slices.data == [{"start": {"value": 9}, "stop": {"value": 50}}]
+    assert next(iter(slices)).start.units == "cm"
+    slices.pop(-1)
+    assert list(slices) == []
+
+
+def exporter(kind=Options):
+    box = ComboBox("unit", [Item("cm"), Item("m", selected=True)])
+    switch = Switch("smooth")
+    inner = Group(
+        "Inner", [FloatRange("scale"), box, RegEx("names"), Item("no_input")], visibility_switch=switch
+    )
+    return kind("fbx", "FBX", "h", iter([switch, Group("Outer", [IntRange("count", value=3), inner])]))
+
+
+def test_options_tell_what_differs_from_the_defaults():
+    options = exporter()
+    assert list(options._parameters) == ["smooth", "count", "scale", "unit", "names"]
+    assert options._defaults == {"smooth": False, "count": 3, "scale": 0.5, "unit": "m"}
+    assert options.data == {}
+    change = {"unit": "cm", "gone": 1, "scale": 2.0, "smooth": True, "count": 4}
+    options.load(change)
+    assert options.data == {"smooth": True, "count": 4, "unit": "cm"}
+    options._parameters["scale"].value = 0.75
+    options.load({"unit": "gone", "count": 4})
+    assert options.data == {"count": 4, "scale": 0.75}
+    options.reset()
+    assert options.data == {"scale": 0.75}
+    with pytest.raises(AttributeError):
+        options.load([])
+
+
+def test_clones_of_options_keep_the_defaults_of_their_source():
+    class Derived(Options):
+        def __init__(self, *args):
+            super().__init__(*args)
+            self.kept = self._parameters
+
+    for options in exporter(), exporter(Derived):
+        options.load({"count": 4})
+        copy = options.clone()
+        assert type(copy) is type(options)
+        assert (copy.attr, copy.label, copy.help_text, copy.data) == ("fbx", "FBX", "", {"count": 4})
+        copy.load({"smooth": True})
+        assert (copy.data, options.data) == ({"smooth": True}, {"count": 4})
+        outer, copied = list(options)[1], list(copy)[1]
+        assert (copied.label, list(copied)[1].visibility_switch) == (
+            "Outer",
+            list(outer)[1].visibility_switch,
+        )
+        assert not hasattr(copy, "kept")
+
+
+def test_options_refuse_what_cannot_be_a_tree():
+    loop = []
+    group = Group("loop", loop)
+    loop.append(group)
+    deep = Switch("deep")
+    for _ in range(100_000):
+        deep = Group(contents=(deep,))
+    for endless in group, deep:
+        with pytest.raises(RecursionError):
+            endless.clone()
+        with pytest.raises(RecursionError):
+            Options("a", contents=[endless])
+    with pytest.raises(ValueError, match="Empty Attribute Name"):
+        Options()
+    with pytest.raises(TypeError):
+        Options("a", contents=5)
+    with pytest.raises(AttributeError, match="no items"):
+        Options("a", contents=[ComboBox("a", [])])
+    assert Options("a", contents=[Switch("b", True), Switch("b")])._defaults == {"b": False}
+
+
+def test_the_collector_frees_what_refers_to_itself():
+    options, block = exporter(), Block(*inputs())
+    options.self = block.append_task().self = block.self = [options, block]
+    kept = [weakref.ref(made) for made in (options, block, block._tasks[0], options._contents[0])]
+    del options, block
+    gc.collect()
+    assert [reference() for reference in kept] == [None] * 4

@@ -34,19 +34,22 @@ class ParameterInput {
   py::Object attr_, label_, help_text_;
 };
 
+/// A new instance of the class of the original, for its clone to fill. That class may be derived in Python; its
+/// constructor is not called then, as it may take anything.
+template <class T>
+py::Ref<T> of_same_class(const T& original) {
+  PyTypeObject* type = Py_TYPE(py::object_of(original).get());
+  return py::Ref<T>(py::Object::steal(py::new_instance(type, nullptr, py::TypeOf<T>::layout)));
+}
+
 /// Hands the attributes that code of a derived class has set on one instance to another, as they are.
 void carry_attributes(const py::Object& from, const py::Object& to);
 
-/// A new instance of the class of the original, for its clone to fill.
-///
-/// That class may be derived in Python. Its constructor is not called then, as it may take anything; instead the
-/// attributes that it added are carried over.
+/// The same with the attributes that code of a derived class has set on the original.
 template <class T>
 py::Ref<T> twin(const T& original) {
-  const py::Object self = py::object_of(original);
-  PyTypeObject* type = Py_TYPE(self.get());
-  const py::Ref<T> copy(py::Object::steal(py::new_instance(type, nullptr, py::TypeOf<T>::layout)));
-  if (type != py::TypeOf<T>::type) carry_attributes(self, copy);
+  auto copy = of_same_class(original);
+  if (Py_TYPE(copy.get()) != py::TypeOf<T>::type) carry_attributes(py::object_of(original), copy);
   return copy;
 }
 

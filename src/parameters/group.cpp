@@ -1,0 +1,42 @@
+#include "parameters/group.h"
+
+namespace heron {
+
+py::Object kept_contents(const py::Object& children) {
+  return PySequence_Check(children.or_none()) != 0 ? children : py::tuple(py::collect(children));
+}
+
+void ParameterGroup::init(const py::Object& title, const py::Object& children, const py::Object& shows_by) {
+  contents = kept_contents(children);
+  label = title;
+  visibility_switch = shows_by;
+}
+
+py::Object ParameterGroup::clone() const {
+  const py::Depth depth(" while a group is cloned");
+  auto copy = of_same_class(*this);
+  copy->init(label, clones(py::collect(contents)), visibility_switch);
+  return copy;
+}
+
+void expose_group(const py::Scope& parameters) {
+  py::Class<ParameterGroup>(parameters, "Group",
+                            "Inputs, and further groups, which a front-end shows together.\n\n"
+                            "contents: they, in order. visibility_switch: what the front-end shows or hides the group\n"
+                            "by. TypeError for contents that cannot be walked over. A loop gives them.")
+      .init<&ParameterGroup::init>({{"label", ""}, {"contents", "()"}, {"visibility_switch", nullptr}})
+      .iterate<&ParameterGroup::iterate>()
+      .field<&ParameterGroup::label>("label", "What the front-end shows above the group.")
+      .readonly<&ParameterGroup::visibility_switch>("visibility_switch",
+                                                    "What the front-end shows or hides the group by.")
+      .operation<&ParameterGroup::clone>("clone",
+                                         "A new group of clones of the contents, with the same visibility switch.\n\n"
+                                         "A derived class gets an instance of its own, without a call of its\n"
+                                         "constructor and without attributes that it has added. RecursionError for a\n"
+                                         "group that stands in itself.")
+      .readonly<&ParameterGroup::contents>("_contents", "The inputs and groups in order.")
+      .readonly<&ParameterGroup::visibility_switch>("_visibility_switch", "The stored `visibility_switch`.")
+      .done();
+}
+
+}  // namespace heron
