@@ -11,6 +11,17 @@ py::Dict NumberRange::data() const {
   return data;
 }
 
+void NumberRange::assign(const py::Object& min, const py::Object& max, const py::Object& by, const py::Object& number,
+                         const py::Object& before, const py::Object& after) {
+  kinds::text({before, after});
+  minimum = min;
+  maximum = max;
+  step = by;
+  value = number;
+  prefix = before;
+  units = after;
+}
+
 py::Ref<IntRange> IntRange::create(const py::Name& attr_name) {
   const auto type = py::Object::borrow(reinterpret_cast<PyObject*>(py::TypeOf<IntRange>::type));
   return py::Ref<IntRange>(type(py::Object::borrow(attr_name.get())));
@@ -21,13 +32,7 @@ void IntRange::init(const py::Object& attr_name, const py::Object& min, const py
                     const py::Object& label, const py::Object& help_text) {
   ParameterInput::init(attr_name, label, help_text);
   kinds::integer({min, max, by, number});
-  kinds::text({before, after});
-  minimum = min;
-  maximum = max;
-  step = by;
-  value = number;
-  prefix = before;
-  units = after;
+  assign(min, max, by, number, before, after);
 }
 
 void IntRange::load(const py::Object& data) { value = py::get(data, names::kValue, py::to_python(50)); }
@@ -44,14 +49,8 @@ void FloatRange::init(const py::Object& attr_name, const py::Object& min, const 
   ParameterInput::init(attr_name, label, help_text);
   kinds::real({min, max, by, number});
   kinds::integer({digits});
-  kinds::text({before, after});
-  minimum = min;
-  maximum = max;
-  step = by;
+  assign(min, max, by, number, before, after);
   precision = digits;
-  value = number;
-  prefix = before;
-  units = after;
 }
 
 void FloatRange::load(const py::Object& data) { value = py::get(data, names::kValue, py::to_python(0.5)); }

@@ -22,6 +22,11 @@ class NumberRange : public ParameterInput {
     visit(prefix);
     visit(units);
   }
+
+ protected:
+  /// Fills the fields once the numbers are tested. TypeError for a prefix or units that are no text.
+  void assign(const py::Object& min, const py::Object& max, const py::Object& by, const py::Object& number,
+              const py::Object& before, const py::Object& after);
 };
 
 /// An integer within limits.
