@@ -149,6 +149,10 @@ class GltfScene(core.Scene.Operator):
         node: Json = self.geometry.members.document["nodes"][self.node_index(path)]
         return node
 
+    def path_of(self, node_index: int) -> str | None:
+        """The path of a node by its number in the document, or None if the scene does not have it."""
+        return self._paths.get(node_index)
+
     def write_name(self, path: str) -> None:
         """Gives the node at `path` the name under which it is shown. No path changes by that.
 
@@ -158,6 +162,10 @@ class GltfScene(core.Scene.Operator):
         self.node(path)["name"] = path.rpartition("/")[2]
 
     # The objects
+
+    def paths(self) -> list[str]:
+        """All objects of the scene, parents before their children."""
+        return list(self._tree.parents)
 
     def roots(self) -> list[str]:
         """The objects at the top of the scene."""
@@ -269,6 +277,7 @@ class GltfScene(core.Scene.Operator):
         self._file = file
         self._geometry = None if file is None else Geometry(file)
         self._tree = tree
+        self._paths = {index: path for path, index in tree.indices.items()}
         types = {kind: self.map_type(kind) or "" for kind in set(tree.kinds.values())}
         self._types = {path: types[kind] for path, kind in tree.kinds.items()}
         self._selection = []

@@ -71,6 +71,22 @@ class Buffers:
         buffer = self._members.size(record, "buffer", name)
         return BufferView(self._bytes(buffer, start, length, name), stride)
 
+    def find_image(self, record: Json, where: str) -> None:
+        """Makes sure that the data of an image are there, without reading a file.
+
+        Args:
+            record: The image's object in the document.
+            where: What it is called in an error.
+
+        Raises:
+            GltfError: They are not.
+        """
+        uri: str | None = self._members.member(record, "uri", str, where)
+        if uri is None:
+            self.view(self._members.size(record, "bufferView", where), where)
+        elif _DATA_URI.fullmatch(uri) is None:
+            self._find_file(uri, where)
+
     def add_view(self, data: bytes, target: int | None = None) -> int:
         """Appends `data` in a buffer view of its own, and returns the number of the view.
 
@@ -154,14 +170,19 @@ class Buffers:
                 return unquote_to_bytes(text)
             except (binascii.Error, ValueError) as error:
                 raise self._members.error(f"the data URI of {name} cannot be decoded: {error}") from error
+        return self._read(self._find_file(uri, name), length, name)
+
+    def _find_file(self, uri: str, name: str) -> str:
+        """The path of a file that stands beside the scene."""
         if ABSOLUTE_URI.match(uri):
             raise self._members.error(f'{name} is at "{uri[:80]}"; only files beside the scene are read')
-        return self._read(os.path.join(self._directory, unquote(uri)), length, name)
+        path = os.path.join(self._directory, unquote(uri))
+        if not os.path.isfile(path):
+            raise self._members.error(f"the file of {name} is missing: {path}")
+        return path
 
     def _read(self, path: str, length: int, name: str) -> bytes:
         try:
-            if not os.path.isfile(path):
-                raise self._members.error(f"the file of {name} is missing: {path}")
             with open(path, "rb") as file:
                 size = os.fstat(file.fileno()).st_size
                 if size < length:

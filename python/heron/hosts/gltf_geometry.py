@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Callable, Hashable
 from typing import NamedTuple
 
 import numpy as np
@@ -66,8 +67,7 @@ class Mesh:
     """A mesh.
 
     Attributes:
-        name: Its name, or "mesh N" by its number.
-        record: Its object in the document.
+        index: Its number.
         primitives: Its parts.
     """
 
@@ -75,11 +75,9 @@ class Mesh:
         """Reads the mesh `index`, which `where` names."""
         members = geometry.members
         self._geometry = geometry
-        self._index = index
-        self.record = members.item("meshes", index, where)
+        self.index = index
         own = f"mesh {index}"
-        self.name: str = members.member(self.record, "name", str, own) or own
-        parts = members.member(self.record, "primitives", list, own)
+        parts = members.member(members.item("meshes", index, where), "primitives", list, own)
         if not parts or not all(isinstance(part, dict) for part in parts):
             raise members.error(f'"primitives" of {own} is no list of objects')
         self.primitives = [Primitive(geometry, part, index, number) for number, part in enumerate(parts)]
@@ -95,7 +93,7 @@ class Mesh:
             weld: Takes vertices at exactly one place for one vertex. Without it every hard edge, and
                 every border of a texture, parts the surface.
         """
-        key = ("edges", self._index, weld)
+        key = ("edges", self.index, weld)
         return Edges(*self._geometry.cache.get(key, lambda: self._find_edges(weld)))
 
     def _find_edges(self, weld: bool) -> tuple[Array, Array, Array]:
@@ -159,6 +157,10 @@ class Primitive:
         index = self._members.size(self.record, "material", self.where)
         return self._members.item("materials", index, self.where)
 
+    def once(self, name: Hashable, make: Callable[[], Array]) -> Array:
+        """What `make` computes of this part. It is kept under `name`, mostly until the document changes."""
+        return self._geometry.cache.get((*self._key, name), make)
+
     def has(self, semantic: str) -> bool:
         """Whether it has the attribute, such as "NORMAL"."""
         return semantic in self._attributes
@@ -195,13 +197,21 @@ class Primitive:
             return np.empty((0, 3))
         return self.attribute("POSITION", "VEC3").astype(np.float64)
 
-    def position_accessor(self) -> tuple[Json, Array]:
-        """The accessor of the positions, which must be there, and its values as they are stored."""
+    def position_accessor(self) -> Json:
+        """The accessor of the positions, which must be there: its object in the document."""
+        return self._members.item("accessors", self._accessor("POSITION"), self.where)
+
+    def stored_positions(self) -> Array:
+        """The positions as they are stored, which is how their accessor tells its bounds."""
         self._must_be_plain()
-        index = self._accessor("POSITION")
-        return self._members.item("accessors", index, self.where), self._geometry.accessors.stored(
-            index, self.where
-        )
+        return self._geometry.accessors.stored(self._accessor("POSITION"), self.where)
+
+    def bounds(self) -> Array:
+        """The lowest and the highest values of the stored positions, of which there must be some.
+
+        They are no numbers, or infinite, where a position is.
+        """
+        return self.once("bounds", lambda: np.array(limits(self.stored_positions())))
 
     def indices(self) -> Array:
         """The vertices in the order in which they are drawn, by number. None is held to the vertices."""
@@ -220,7 +230,7 @@ class Primitive:
         Raises:
             GltfError: A vertex does not exist, or data cannot be read.
         """
-        return self._geometry.cache.get(("triangles", *self._key), self._find_triangles)
+        return self.once("triangles", self._find_triangles)
 
     def triangle_count(self) -> int:
         """The number of triangles. It is known for compressed geometry too."""
@@ -233,7 +243,7 @@ class Primitive:
 
     def areas(self) -> Array:
         """The area of each triangle in square metres, before the objects that use it are scaled."""
-        return self._geometry.cache.get(("areas", *self._key), self._find_areas)
+        return self.once("areas", self._find_areas)
 
     def set_triangles(self, triangles: Array) -> None:
         """Replaces the triangles, which become a list.
@@ -265,8 +275,8 @@ class Primitive:
 
     def set_bounds(self) -> None:
         """Tells the lowest and the highest position as they are."""
-        record, values = self.position_accessor()
-        record["min"], record["max"] = limits(values)
+        record = self.position_accessor()
+        record["min"], record["max"] = limits(self.stored_positions())
         self._geometry.changed()
 
     def _accessor(self, semantic: str) -> int:
