@@ -5,15 +5,17 @@ from __future__ import annotations
 import weakref
 from collections.abc import Callable
 from types import TracebackType
-from typing import Any, ClassVar
+from typing import TYPE_CHECKING, Any, ClassVar
 
 import core
 
 from ..files import Json
 from .filedata import is_filedata, plain
 from .gltf_file import GltfError, GltfFile
-from .gltf_geometry import Geometry
 from .gltf_tree import SceneTree, read_tree
+
+if TYPE_CHECKING:
+    from .gltf_geometry import Geometry
 
 __all__ = ["GltfError", "GltfScene", "current_scene"]
 
@@ -57,6 +59,7 @@ class GltfScene(core.Scene.Operator):
         self._opened_callbacks: list[Callable[[], object]] = []
         self._shutdown_callbacks: list[Callable[[], object]] = []
         self._selection: list[str] = []
+        self._geometry: Geometry | None = None
         self._show(None, SceneTree())
         if path is not None:
             self.open(path)
@@ -94,7 +97,8 @@ class GltfScene(core.Scene.Operator):
             raise GltfError(path or "", "there is no open scene to save")
         if self._filedata_changed:
             self._write_extras(self._file)
-        self.geometry.buffers.store()
+        if self._geometry is not None:
+            self._geometry.buffers.store()
         self._file.write(path)
 
     def close(self) -> None:
@@ -127,7 +131,10 @@ class GltfScene(core.Scene.Operator):
             GltfError: There is no open file.
         """
         if self._geometry is None:
-            raise GltfError("", "there is no open scene")
+            # Loading numpy takes longer than a whole scan, which does not need it.
+            from .gltf_geometry import Geometry
+
+            self._geometry = Geometry(self._open_file())
         return self._geometry
 
     def node_index(self, path: str) -> int:
@@ -146,7 +153,7 @@ class GltfScene(core.Scene.Operator):
         Raises:
             GltfError: The scene has no object at `path`.
         """
-        node: Json = self.geometry.members.document["nodes"][self.node_index(path)]
+        node: Json = self._open_file().document["nodes"][self.node_index(path)]
         return node
 
     def path_of(self, node_index: int) -> str | None:
@@ -273,9 +280,14 @@ class GltfScene(core.Scene.Operator):
     def file_dialog(self, starting: str = "~", caption: str = "", file_filter: str = "") -> None:
         """None: there is nobody to ask."""
 
+    def _open_file(self) -> GltfFile:
+        if self._file is None:
+            raise GltfError("", "there is no open scene")
+        return self._file
+
     def _show(self, file: GltfFile | None, tree: SceneTree) -> None:
         self._file = file
-        self._geometry = None if file is None else Geometry(file)
+        self._geometry = None
         self._tree = tree
         self._paths = {index: path for path, index in tree.indices.items()}
         types = {kind: self.map_type(kind) or "" for kind in set(tree.kinds.values())}

@@ -51,7 +51,6 @@ class Buffers:
         """Reads nothing yet. `members` reads the document of `file`."""
         self._file = file
         self._members = members
-        self._directory = os.path.dirname(os.path.abspath(file.path))
         self._loaded: dict[tuple[str, int], bytes] = {}
         self._growing: _Growing | None = None
 
@@ -176,7 +175,7 @@ class Buffers:
         """The path of a file that stands beside the scene."""
         if ABSOLUTE_URI.match(uri):
             raise self._members.error(f'{name} is at "{uri[:80]}"; only files beside the scene are read')
-        path = os.path.join(self._directory, unquote(uri))
+        path = os.path.join(self._file.directory, unquote(uri))
         if not os.path.isfile(path):
             raise self._members.error(f"the file of {name} is missing: {path}")
         return path

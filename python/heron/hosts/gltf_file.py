@@ -12,7 +12,7 @@ import re
 import struct
 import uuid
 from collections.abc import Iterator
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 
 from ..files import FileError, Json, parse_object, read_bytes, same_directory
 
@@ -44,12 +44,18 @@ class GltfFile:
         chunks: The chunks of a `.glb` behind its JSON chunk as (type, bytes), in file order;
             None for a `.gltf`.
         indent: The indentation of the JSON text, None where it stands on one line.
+        directory: The directory that it was read from, wherever the process goes later.
     """
 
     path: str
     document: Json
     chunks: list[tuple[int, bytes]] | None = None
     indent: str | None = None
+    directory: str = field(init=False)
+
+    def __post_init__(self) -> None:
+        """Keeps the directory."""
+        self.directory = os.path.dirname(os.path.abspath(self.path))
 
     @classmethod
     def read(cls, path: str) -> GltfFile:
