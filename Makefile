@@ -52,6 +52,7 @@ asan: build-asan ## All tests under the address and undefined behaviour sanitize
 
 bench: build-release ## Speed and growth, as tables
 	@$(call in_build,release) "$(BIN)/python" bench/scan.py $(ARGS)
+	@$(call in_build,release) "$(BIN)/python" bench/validate.py
 
 lint: lint-python lint-cpp ## Formatting and static checks
 

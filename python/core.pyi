@@ -3032,6 +3032,15 @@ class Api:
         export_options: list[Any] | None = None,
         checks: ModuleType | None = None,
     ) -> None: ...
+    env: Environment
+    """Where the host keeps its files."""
+    settings: _Settings
+    """The settings of the user."""
+    statistics: _Statistics
+    """The records of use."""
+    validator: Api._Validator
+    """Runs the checks."""
+
     @property
     def _op(self) -> Scene.Operator: ...
     @property
@@ -3056,3 +3065,67 @@ class Api:
 
     def shutdown(self) -> None:
         """Removes what is registered in the host, and the front-end's functions. Writes nothing."""
+
+    @disjoint_base
+    class _Validator:
+        """Api component to handle validation process.
+
+        Runs the enabled checks of the workspace over the selection, or those of the rules over the matched
+        hierarchies, as the mode of the settings says, and keeps the results until the next run.
+        """
+
+        checklist: Api._Validator._CheckList
+        """The two checklists, `workspace` and `editor`."""
+
+        def __init__(
+            self,
+            api: Api,
+            operator: Scene.Operator,
+            classes: Iterable[type[Check.Base]],
+            hierarchy: _Hierarchy,
+            buffer: Scene._Buffer,
+        ) -> None: ...
+        @property
+        def _api(self) -> Api: ...
+        @property
+        def _op(self) -> Scene.Operator: ...
+        @property
+        def _hierarchy(self) -> _Hierarchy: ...
+        @property
+        def _buffer(self) -> Scene._Buffer: ...
+        @property
+        def _queue(self) -> Check._Queue: ...
+        @property
+        def queue(self) -> Check._Queue:
+            """The tasks of the last run with their results."""
+
+        def start(self) -> None:
+            """Plans the checks and runs them all; the results are in `queue`.
+
+            The selection of the host stays as it is, one record of the run and one of each check go to the
+            statistics, which are written. With nothing to check nothing is recorded. A check that fails stops
+            nothing: its result says so. Exceptions of the host pass.
+            """
+
+        def _plan_checks(self, mode: int) -> None:
+            """Empties the queue and fills it as `mode`, one of `Constants.Check.Mode`, says."""
+
+        def _plan_selection_checks(self) -> None:
+            """Appends a task for the scene and one for each selected object, with the workspace's checks."""
+
+        def _plan_project_checks(self) -> None:
+            """Appends a task for the scene and one for each matched object, with the checks of its rule."""
+
+        @disjoint_base
+        class _CheckList:
+            """The checklists that a front-end edits.
+
+            api: gives the settings. classes: the known check classes.
+            """
+
+            workspace: Check._List
+            """The checks of the selection mode, bound to the user's settings."""
+            editor: Check._List
+            """The checks that the editor of rules shows, bound to no settings."""
+
+            def __init__(self, api: Api, classes: Iterable[type[Check.Base]]) -> None: ...

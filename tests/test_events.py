@@ -24,9 +24,6 @@ def log(caplog):
     return records
 
 
-# Text
-
-
 # Callback lists
 
 EVENTS = [

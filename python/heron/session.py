@@ -8,6 +8,7 @@ import core
 
 from .diagnosis import Diagnosis
 from .hosts.gltf import GltfScene
+from .logs import LogCollector
 from .project import Record
 
 
@@ -36,7 +37,8 @@ class Session:
         self._hierarchy = core._Hierarchy(self._virtual, None)
         self._hierarchy.pattern.set(record)
         self.buffer = core.Scene._Buffer(operator, self._virtual, self._hierarchy)
-        api = core.Api(operator, None)
+        with LogCollector():  # which settings it starts with is no matter of a scan
+            api = core.Api(operator, None)
         callbacks = api.callbacks
         self._scanner = core.Scene._Scanner(
             api, operator, self._virtual, self._hierarchy, self.buffer, callbacks

@@ -1,22 +1,45 @@
 #include "application/api.h"
 
+#include "application/validator.h"
+#include "checks/check_classes.h"
+#include "files/environment.h"
 #include "foundation/masks.h"
+#include "hierarchy/hierarchy.h"
+#include "runtime/modules.h"
+#include "scene/buffer.h"
+#include "scene/virtual.h"
+#include "server/statistics.h"
+#include "settings/settings.h"
 
 namespace heron {
 namespace {
 
-/// Something that the module itself holds under this name.
-py::Object of_module(const py::Name& name) {
-  static const auto* module = new py::Object(py::Object::steal(PyImport_ImportModule("core")));
-  return module->attr(name);
+/// A new instance of one of our classes, its constructor called.
+template <class T, class... A>
+py::Ref<T> made(const A&... arguments) {
+  auto object = py::Ref<T>::make();
+  object->init(arguments...);
+  return object;
 }
 
 }  // namespace
 
 // The order of construction is fixed: what comes later uses what came before while it is built.
-void Api::init(const py::Object& host_, const py::Object&, const py::Object&, const py::Object&) {
+void Api::init(const py::Object& host_, const py::Object& environment, const py::Object&, const py::Object& checks) {
+  const auto self = py::Ref<Api>::of(*this);
   host = host_;
   callbacks = py::Ref<CallBacks>::make();
+  env = is_environment(environment) ? environment : made<LocalEnv>();
+  const auto stored = made<Settings>(env);
+  settings = stored;
+  statistics = made<Statistics>(env);
+  const py::Ref<CheckDirectoryList> directories = stored->check->directories;
+  directories->embed(checks);
+  const auto classes = made<CheckClasses>(directories);
+  const auto snapshot = made<Virtual>(host);
+  const auto hierarchy = made<Hierarchy>(snapshot, classes);
+  const auto buffer = made<Buffer>(host, snapshot, hierarchy);
+  validator = made<Validator>(self, host, classes, hierarchy, buffer);
 }
 
 void Api::shutdown() const {
@@ -27,12 +50,12 @@ void Api::shutdown() const {
 
 py::Object Api::version() const {
   static const py::Name kVersion("version");
-  return of_module(kVersion);
+  return py::modules::core.attr(kVersion);
 }
 
 py::Object Api::constants() const {
   static const py::Name kConstants("Constants");
-  return of_module(kConstants);
+  return py::modules::core.attr(kConstants);
 }
 
 py::Object Api::masks() const {
@@ -44,27 +67,33 @@ py::Object Api::masks() const {
 
 py::Object Api::logger() const {
   static const py::Name kLogger("Logger");
-  return of_module(kLogger);
+  return py::modules::core.attr(kLogger);
 }
 
 void expose_api(const py::Scope& module) {
-  py::Class<Api>(
-      module, "Api",
-      "A common class to have access to all program components.\n\n"
-      "operator: the host, a `Scene.Operator`. environment: where the host keeps its files. export_options:\n"
-      "the exporters. checks: the root module of an embedded set of checks. A front-end builds one and calls\n"
-      "`shutdown` at the end. Exceptions of the host pass.")
-      .init<&Api::init>({"operator", "environment", {"export_options", nullptr}, {"checks", nullptr}})
-      .operation<&Api::shutdown>("shutdown",
-                                 "Removes what is registered in the host, and the front-end's functions.\n\n"
-                                 "Writes nothing.")
-      .accessor<&Api::version>("version", "The version of the library: major, minor, patch.")
-      .accessor<&Api::constants>("constants", "The enumerations, `Constants`.")
-      .accessor<&Api::masks>("masks", "A new `Mask` of the types that the host can produce now.")
-      .accessor<&Api::logger>("logger", "The log, `Logger`.")
-      .readonly<&Api::host>("_op", "The host.")
-      .readonly<&Api::callbacks>("callbacks", "The front-end's functions by event.")
-      .done();
+  const py::Scope scope =
+      py::Class<Api>(
+          module, "Api",
+          "A common class to have access to all program components.\n\n"
+          "operator: the host, a `Scene.Operator`. environment: where the host keeps its files. export_options:\n"
+          "the exporters. checks: the root module of an embedded set of checks. A front-end builds one and calls\n"
+          "`shutdown` at the end. Exceptions of the host pass.")
+          .init<&Api::init>({"operator", "environment", {"export_options", nullptr}, {"checks", nullptr}})
+          .operation<&Api::shutdown>("shutdown",
+                                     "Removes what is registered in the host, and the front-end's functions.\n\n"
+                                     "Writes nothing.")
+          .accessor<&Api::version>("version", "The version of the library: major, minor, patch.")
+          .accessor<&Api::constants>("constants", "The enumerations, `Constants`.")
+          .accessor<&Api::masks>("masks", "A new `Mask` of the types that the host can produce now.")
+          .accessor<&Api::logger>("logger", "The log, `Logger`.")
+          .readonly<&Api::host>("_op", "The host.")
+          .readonly<&Api::callbacks>("callbacks", "The front-end's functions by event.")
+          .field<&Api::env>("env", "Where the host keeps its files.")
+          .field<&Api::settings>("settings", "The settings of the user.")
+          .field<&Api::statistics>("statistics", "The records of use.")
+          .field<&Api::validator>("validator", "Runs the checks.")
+          .done();
+  expose_validator(scope);
 }
 
 }  // namespace heron

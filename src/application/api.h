@@ -19,10 +19,11 @@ class Api {
 
   py::Object host;
   py::Ref<CallBacks> callbacks = py::Ref<CallBacks>::make();
+  py::Object env, settings, statistics, validator;
 
   template <class V>
   void members(V& visit) {
-    visit(host);
+    for (py::Object* field : {&host, &env, &settings, &statistics, &validator}) visit(*field);
     visit(callbacks);
   }
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "checks/checklist.h"
 #include "foundation/constants.h"
 #include "foundation/text.h"
 #include "hierarchy/sorter.h"
@@ -122,9 +123,12 @@ void Pattern::set(const py::Object& record) {
 
 void Pattern::set_rules(const py::Iterable& project_rules) {
   const py::Dict fresh;
+  const py::Object classes = check_classes.is_none() ? py::List() : check_classes;
   for (const py::Object& project_rule : py::collect(project_rules)) {
+    const auto checklist = Checklist::create(classes, py::Object::none(), py::Object::none());
+    checklist->load(project_rule.attr(fields::kCheckConfig));
     auto rule = py::Ref<PatternRule>::make();
-    rule->init(project_rule, py::Object::none());
+    rule->init(project_rule, checklist);
     fresh.set(project_rule.attr(fields::kStamp), rule);
   }
   rules = fresh;
@@ -176,9 +180,10 @@ long long clamped(const py::Object& number) {
 
 void expose_pattern(const py::Scope& hierarchy) {
   const py::Scope pattern =
-      py::Class<Pattern>(hierarchy, "Pattern",
-                         "A class to describe hierarchy pattern.\n\n"
-                         "check_classes: the known check classes, from which the rules' checklists are built.")
+      py::Class<Pattern>(
+          hierarchy, "Pattern",
+          "A class to describe hierarchy pattern.\n\n"
+          "check_classes: the known check classes, from which the rules' checklists are built; None for none.")
           .init<&Pattern::init>({"check_classes"})
           .operation<&Pattern::get>("get",
                                     "The scopes that are compared with the scene, as the stored list: those below the\n"

@@ -73,6 +73,7 @@ namespace fields {
 inline const py::Name kRule("rule"), kChildren("children"), kRules("rules"), kPattern("pattern");
 inline const py::Name kStamp("stamp"), kName("name"), kIcon("icon"), kColor("color"), kRegex("regex");
 inline const py::Name kTypes("types"), kRange("range"), kMinimum("minimum"), kMaximum("maximum");
+inline const py::Name kCheckConfig("check_config");
 }  // namespace fields
 
 /// The rule of a scope; AttributeError with the reason for a scope that lacks one.

@@ -1,0 +1,185 @@
+#include "application/validator.h"
+
+#include "checks/check_result.h"
+#include "foundation/clock.h"
+#include "scene/operator.h"
+#include "scene/selection_scope.h"
+#include "server/statistics_records.h"
+
+namespace heron {
+namespace {
+
+const py::Name kSettings("settings"), kStatistics("statistics"), kCheck("check"), kMode("mode"), kPresets("presets");
+const py::Name kConfig("config"), kWorkspace("workspace"), kProject("project"), kGet("get"), kGetJoints("get_joints");
+const py::Name kChecked("checked"), kIsGhost("is_ghost"), kPath("path"), kStamp("stamp"), kIcon("icon");
+const py::Name kPattern("pattern"), kIsVerifiable("is_verifiable"), kGetChecklist("get_checklist");
+const py::Name kClassId("class_id"), kCheckControls("check_controls"), kParameters("parameters"), kResults("results");
+const py::Name kLength("length"), kAdd("add"), kWrite("write");
+
+constexpr int kSelectionMode = 0, kProjectMode = 1;
+
+bool is_mode(const py::Object& mode, int wanted) { return mode.equals(py::to_python(wanted)); }
+
+bool is_less(const py::Object& number, int limit) {
+  return py::checked(PyObject_RichCompareBool(number.get(), py::to_python(limit).get(), Py_LT)) != 0;
+}
+
+/// The enabled controls of a checklist: those that look at the scene as a whole, or those that look at one object.
+py::List controls_of(const py::Object& checklist, bool scene_oriented) {
+  return py::List(checklist.call(kGet, py::to_python(true), py::to_python(scene_oriented)));
+}
+
+}  // namespace
+
+void Checklists::init(const py::Object& api, const py::Object& classes) {
+  const py::Object stored = api.attr(kSettings).attr(kCheck);
+  workspace = Checklist::create(classes, stored.attr(kPresets), stored.attr(kConfig));
+  editor = Checklist::create(classes, stored.attr(kPresets), py::Object::none());
+}
+
+void Validator::init(const py::Object& api_, const py::Object& host_, const py::Object& classes,
+                     const py::Object& hierarchy_, const py::Object& buffer_) {
+  api = api_;
+  host = host_;
+  hierarchy = hierarchy_;
+  buffer = buffer_;
+  const auto checklists = py::Ref<Checklists>::make();
+  checklists->init(api, classes);
+  checklist = checklists;
+  queue = py::Ref<CheckQueue>::make();
+}
+
+void Validator::start() const {
+  const py::Object timestamp = clock::now();
+  const py::Object settings = api.attr(kSettings), statistics = api.attr(kStatistics);
+  const py::Object mode = settings.attr(kCheck).attr(kMode);
+  plan_checks(mode);
+  if (queue->is_empty()) return;
+  with_selection(host, [&] {
+    for (const py::Object& task : queue->tasks.items()) run(task);
+  });
+  const py::Object project =
+      is_mode(mode, kProjectMode) ? settings.attr(kWorkspace).attr(kProject) : py::Object::none();
+  statistics.call(kAdd, ValidationRecord::create(timestamp, clock::since(timestamp), project));
+  statistics.call(kWrite);
+}
+
+// Making a result runs its check.
+void Validator::run(const py::Object& task) const {
+  const py::Object statistics = api.attr(kStatistics), path = task.attr(kPath), results = task.attr(kResults);
+  for (const py::Object& control : py::collect(task.attr(kCheckControls))) {
+    const py::Object parameters = control.attr(kParameters), check = control.attr(kCheck);
+    const bool single = is_less(parameters.attr(kLength), 2);
+    for (const py::Object& parameter_task : py::collect(parameters)) {
+      results.call(kAdd, CheckResult::create(path, check, parameter_task, statistics, host, single));
+    }
+  }
+}
+
+void Validator::plan_checks(const py::Object& mode) const {
+  queue->clear();
+  if (is_mode(mode, kProjectMode)) {
+    plan_project_checks();
+  } else if (is_mode(mode, kSelectionMode)) {
+    plan_selection_checks();
+  }
+}
+
+void Validator::plan_selection_checks() const {
+  const py::Object workspace = checklist.attr(kWorkspace);
+  add_scene_task(controls_of(workspace, true));
+  const py::List controls = controls_of(workspace, false);
+  if (controls.empty()) return;
+  for (const py::Object& path : py::collect(host.call(host::kGetSelection))) {
+    queue->add(CheckTask::create(path, controls, py::Object::none(), py::Object::none()));
+  }
+}
+
+void Validator::plan_project_checks() const {
+  const std::vector<Verifiable> verifiable = find_verifiable();
+  // A check of the whole scene runs once, however many rules enable it: as the first of them says.
+  const py::Set planned;
+  const py::List scene_controls;
+  for (const Verifiable& object : verifiable) {
+    for (const py::Object& control : controls_of(object.checklist, true).items()) {
+      const py::Object class_id = control.attr(kCheck).attr(kClassId);
+      if (planned.contains(class_id)) continue;
+      scene_controls.append(control);
+      planned.add(class_id);
+    }
+  }
+  add_scene_task(scene_controls);
+  for (const Verifiable& object : verifiable) {
+    const py::List controls = controls_of(object.checklist, false);
+    if (controls.empty()) continue;
+    queue->add(CheckTask::create(object.joint.attr(kPath), controls, py::Object::none(), object.joint.attr(kIcon)));
+  }
+}
+
+std::vector<Validator::Verifiable> Validator::find_verifiable() const {
+  const py::Object pattern = hierarchy.attr(kPattern);
+  std::vector<Verifiable> found;
+  for (const py::Object& bucket : py::collect(buffer.call(kGet))) {
+    if (!bucket.attr(kChecked).truth()) continue;
+    for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
+      if (joint.call(kIsGhost).truth()) continue;  // stands for a group of roots, and is no object
+      if (!host.call(host::kObjectExists, joint.attr(kPath)).truth()) continue;
+      const py::Object stamp = joint.attr(kStamp);
+      if (!pattern.call(kIsVerifiable, stamp).truth()) continue;
+      found.push_back({joint, pattern.call(kGetChecklist, stamp)});
+    }
+  }
+  return found;
+}
+
+void Validator::add_scene_task(const py::List& controls) const {
+  if (controls.empty()) return;
+  static const py::Name kGetCurrentFile("get_current_file");
+  queue->add(CheckTask::create(host.call(kGetCurrentFile), controls, py::text("The Entire Scene"), py::Object::none()));
+}
+
+void expose_validator(const py::Scope& api) {
+  const py::Scope scope =
+      py::Class<Validator>(
+          api, "_Validator",
+          "Api component to handle validation process.\n\n"
+          "Runs the enabled checks of the workspace over the selection, or those of the rules over the\n"
+          "matched hierarchies, as the mode of the settings says, and keeps the results until the next\n"
+          "run.")
+          .init<&Validator::init>({"api", "operator", "classes", "hierarchy", "buffer"})
+          .operation<&Validator::start>(
+              "start",
+              "Plans the checks and runs them all; the results are in `queue`.\n\n"
+              "The selection of the host stays as it is, one record of the run and one of each check go to the\n"
+              "statistics, which are written. With nothing to check nothing is recorded. A check that fails stops\n"
+              "nothing: its result says so. Exceptions of the host pass.")
+          .operation<&Validator::plan_checks>(
+              "_plan_checks", {"mode"},
+              "Empties the queue and fills it as `mode`, one of `Constants.Check.Mode`,\n"
+              "says. Any other mode plans nothing.")
+          .operation<&Validator::plan_selection_checks>(
+              "_plan_selection_checks",
+              "Appends a task for the scene and one for each selected object, with the checks of the workspace.")
+          .operation<&Validator::plan_project_checks>(
+              "_plan_project_checks",
+              "Appends a task for the scene and one for each matched object, with the checks of its rule.\n\n"
+              "Objects that are gone, unchecked hierarchies and rules without enabled checks are left out.")
+          .accessor<&Validator::get_queue>("queue", "The tasks of the last run with their results.")
+          .field<&Validator::checklist>("checklist", "The two checklists, `workspace` and `editor`.")
+          .readonly<&Validator::api>("_api", "What the component belongs to.")
+          .readonly<&Validator::host>("_op", "The host.")
+          .readonly<&Validator::hierarchy>("_hierarchy", "The matcher, whose pattern knows the rules' checks.")
+          .readonly<&Validator::buffer>("_buffer", "The matched hierarchies.")
+          .readonly<&Validator::queue>("_queue", "The tasks of the last run with their results.")
+          .done();
+
+  py::Class<Checklists>(scope, "_CheckList",
+                        "The checklists that a front-end edits.\n\n"
+                        "api: gives the settings. classes: the known check classes.")
+      .init<&Checklists::init>({"api", "classes"})
+      .field<&Checklists::workspace>("workspace", "The checks of the selection mode, bound to the user's settings.")
+      .field<&Checklists::editor>("editor", "The checks that the editor of rules shows, bound to no settings.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "checks/check_queue.h"
+#include "checks/checklist.h"
+
+namespace heron {
+
+/// The checklists that a front-end edits.
+class Checklists {
+ public:
+  void init(const py::Object& api, const py::Object& classes);
+
+  py::Ref<Checklist> workspace;  ///< That of the selection mode, bound to the stored configuration.
+  py::Ref<Checklist> editor;     ///< For the editor of rules, bound to none.
+
+  template <class V>
+  void members(V& visit) {
+    visit(workspace);
+    visit(editor);
+  }
+};
+
+/// Plans checks for what the mode of the settings says, runs them, and keeps their results until the next run.
+class Validator {
+ public:
+  void init(const py::Object& api_, const py::Object& host_, const py::Object& classes, const py::Object& hierarchy_,
+            const py::Object& buffer_);
+
+  py::Object get_queue() const { return queue; }
+  void start() const;
+
+  void plan_checks(const py::Object& mode) const;
+  void plan_selection_checks() const;
+  void plan_project_checks() const;
+
+  py::Object api, host, hierarchy, buffer;
+  py::Object checklist;
+  py::Ref<CheckQueue> queue = py::Ref<CheckQueue>::make();
+
+  template <class V>
+  void members(V& visit) {
+    for (py::Object* field : {&api, &host, &hierarchy, &buffer, &checklist}) visit(*field);
+    visit(queue);
+  }
+
+ private:
+  /// An object of the scene, and the checks of the rule that it matched.
+  struct Verifiable {
+    py::Object joint, checklist;
+  };
+
+  std::vector<Verifiable> find_verifiable() const;
+  void add_scene_task(const py::List& controls) const;
+  void run(const py::Object& task) const;
+};
+
+/// Puts `_Validator` into `Api`.
+void expose_validator(const py::Scope& api);
+
+}  // namespace heron

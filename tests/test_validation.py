@@ -1,0 +1,312 @@
+"""Validations: what is planned in each mode, what runs, and what is left behind."""
+
+import gc
+import json
+import weakref
+from contextlib import contextmanager
+from types import ModuleType, SimpleNamespace
+
+import pytest
+from hosts import DictHost, logged
+
+import core
+
+Rule = core._Project.Settings.Rule
+Selection, Project = core.Constants.Check.Mode.Selection, core.Constants.Check.Mode.Project
+PLUGIN = """
+import core
+
+
+class Plugin(core.Check.Base):
+    @staticmethod
+    def parameters():
+        return core.Parameters.Block(core.Parameters.IntRange("word", value=0))
+
+
+class Names(Plugin):
+    class_id, long_name, category = "names", "Names", "object"
+
+    def check(self, path, parameters):
+        if path.endswith(str(parameters.word.value)):
+            raise core.Error.ValidationError
+
+
+class Scene(Names):
+    class_id, long_name, category, scene_oriented = "scene", "Scene", "scene", True
+"""
+
+
+class Home(core.Environment):
+    """Everything in one directory."""
+
+    target, scope = "standalone", "1.0"
+
+    def __init__(self, directory):
+        self.directory = directory
+        super().__init__()
+
+    def get_settings_file(self):
+        return str(self.directory / "settings.json")
+
+    def get_settings_directory(self):
+        return str(self.directory)
+
+    get_projects_directory = get_settings_directory
+
+    def get_statistics_file(self):
+        return str(self.directory / "statistics.json")
+
+    def records(self, category):
+        file = self.directory / "statistics.json"
+        return json.loads(file.read_text(encoding="utf-8"))[category] if file.exists() else []
+
+
+class Host(DictHost):
+    """A host whose selection scopes are counted."""
+
+    def __init__(self, *paths):
+        super().__init__()
+        self.scopes, self.ends = 0, []
+        for path in paths:
+            self.put(path)
+        self.selection = list(paths)
+
+    def get_current_file(self):
+        return "street.gltf"
+
+    def selection_manager(self):
+        @contextmanager
+        def scope():
+            self.scopes += 1
+            try:
+                yield
+            except BaseException as error:
+                self.ends.append(type(error))
+                raise
+            else:
+                self.ends.append(None)
+
+        return scope()
+
+
+@pytest.fixture(autouse=True)
+def process_environment(monkeypatch):
+    for name in ("SETTINGS", "TARGET", "SCOPE", "SERVER"):
+        monkeypatch.setenv(f"HERON-{name}", "")  # put back after the test
+
+
+@pytest.fixture
+def checks(tmp_path):
+    """The root module of a set of checks."""
+    directory = tmp_path / "checks"
+    directory.mkdir()
+    (directory / "names.py").write_text(PLUGIN, encoding="utf-8")
+    (directory / "__init__.py").write_text("")
+    module = ModuleType("checks")
+    module.__file__ = str(directory / "__init__.py")
+    return module
+
+
+@pytest.fixture
+def make(tmp_path, checks):
+    def make(host, mode=Selection):
+        home = tmp_path / "home"
+        home.mkdir(exist_ok=True)
+        api = core.Api(host, Home(home), checks=checks)
+        api.settings.check.mode = mode
+        return api
+
+    return make
+
+
+def enable(checklist, *ids, values=(0,)):
+    """Enables checks with a task for each of these values."""
+    for control in checklist:
+        if control.check.class_id in ids:
+            control.enabled = True
+            control.parameters.load([{"state": {"word": {"value": value}}} for value in values])
+
+
+def plan(api):
+    """What stands in the queue: name, path, icon and checks of each task."""
+    return [
+        (task.name, task.path, task.icon, [control.check.class_id for control in task.check_controls])
+        for task in api.validator.queue
+    ]
+
+
+def outcome(api):
+    return [[(result.name, result.status) for result in task.results] for task in api.validator.queue]
+
+
+def test_the_selection_is_checked_by_the_workspace(make):
+    host = Host("/b", "/a0")
+    api = make(host)
+    enable(api.validator.checklist.workspace, "names", "scene")
+    api.validator.start()
+    assert plan(api) == [
+        ("The Entire Scene", "street.gltf", None, ["scene"]),
+        ("/b", "/b", None, ["names"]),
+        ("/a0", "/a0", None, ["names"]),
+    ]
+    assert outcome(api) == [[("Scene", "pass")], [("Names", "pass")], [("Names", "fail")]]
+    assert (host.scopes, host.ends) == (1, [None])
+    (run,) = api.env.records("validate")
+    assert run["project"] is None and run["speed"] >= 0
+    assert [check["name"] for check in api.env.records("checks")] == ["Scene", "Names", "Names"]
+    first, second = list(api.validator.queue)[1:]
+    assert first.check_controls is second.check_controls
+
+
+def test_without_anything_to_check_nothing_is_left_behind(make):
+    host = Host("/a")
+    api = make(host)
+    enable(api.validator.checklist.editor, "names")  # the editor's checks never run
+    api.validator.start()
+    assert (len(api.validator.queue), host.scopes, api.env.records("validate")) == (0, 0, [])
+    enable(api.validator.checklist.workspace, "names", "scene")
+    host.selection = []
+    api.validator.start()
+    assert plan(api) == [("The Entire Scene", "street.gltf", None, ["scene"])]
+    for mode in (Project, 2, None, "0"):
+        api.validator._plan_checks(mode)
+        assert len(api.validator.queue) == 0  # what was planned before is gone
+
+
+def test_each_set_of_parameters_has_a_result_of_its_own(make):
+    api = make(Host("/a1"))
+    workspace = api.validator.checklist.workspace
+    enable(workspace, "names", values=(0, 1))
+    api.validator.start()
+    assert outcome(api) == [[("Names (Task 01)", "pass"), ("Names (Task 02)", "fail")]]
+    enable(workspace, "names", values=(1,))  # after the run: its results keep theirs
+    ((first, second),) = (task.results for task in api.validator.queue)
+    first.check(), second.check()
+    assert (first.status, second.status) == ("pass", "fail")
+    next(control for control in workspace if control.enabled).parameters.reset()
+    api.validator.start()
+    assert outcome(api) == [[]]
+
+
+def rules_of(*named):
+    """Rules with their checks, and joints that matched them."""
+    rules = []
+    for name, checks in named:
+        checklist = {
+            id: {"enabled": True, "parameters": [{"state": {"word": {"value": value}}}]}
+            for id, value in checks.items()
+        }
+        rules.append(Rule({"stamp": f"<{name}>", "name": name, "checklist": checklist}))
+    return SimpleNamespace(rules=rules, pattern=SimpleNamespace(children=[]))
+
+
+def joint(rule, path, *children):
+    return core.Scene._Buffer.DataJoint(
+        f"<{rule}>", rule, path, "mesh", list(children), f"icon of {rule}", ""
+    )
+
+
+def test_matched_objects_are_checked_by_their_rules(make):
+    host = Host("/car0", "/car0/wheel0", "/car0/plain", "/car0/nut", "/far0")
+    api = make(host, Project)
+    api.settings.workspace.project = "street.json"
+    api.validator._hierarchy.pattern.set(
+        rules_of(
+            ("ghost", {"names": 0}),
+            ("wheel", {"names": 0, "scene": 4}),
+            ("car", {"scene": 0}),
+            ("plain", {}),
+            ("unknown check", {"gone": 0}),
+        )
+    )
+    below = [
+        joint("wheel", "/car0/wheel0"),
+        joint("plain", "/car0/plain"),
+        joint("wheel", "/car0/gone0"),  # deleted since the scan
+        joint("unknown check", "/car0/nut"),
+        joint("no rule", "/car0/nut"),
+    ]
+    car = core.Scene._Buffer.DataBucket(joint("ghost", "", joint("car", "/car0", *below)), "car")
+    again = core.Scene._Buffer.DataBucket(joint("wheel", "/car0/wheel0"), "again")
+    unchecked = core.Scene._Buffer.DataBucket(joint("wheel", "/far0"), "unchecked", checked=False)
+    api.validator._buffer.add([car, again, unchecked])
+    api.validator.start()
+    assert plan(api) == [
+        ("The Entire Scene", "street.gltf", None, ["scene"]),
+        ("/car0/wheel0", "/car0/wheel0", "icon of wheel", ["names"]),
+        ("/car0/wheel0", "/car0/wheel0", "icon of wheel", ["names"]),
+    ]
+    (scene,) = next(iter(api.validator.queue)).check_controls
+    assert next(iter(scene.parameters)).word.value == 0  # that of the car, which comes first
+    assert outcome(api)[1:] == [[("Names", "fail")]] * 2
+    assert [run["project"] for run in api.env.records("validate")] == ["street.json"]
+    api.validator._buffer.clear()
+    api.validator.start()
+    assert (plan(api), len(api.env.records("validate"))) == ([], 1)
+
+
+def test_failures_of_the_host_pass_and_leave_the_scope(make):
+    host = Host("/a")
+    api = make(host)
+    enable(api.validator.checklist.workspace, "names", "scene")
+    host.failures["get_selection"] = OSError("no scene")
+    with pytest.raises(OSError, match="no scene"):
+        api.validator.start()
+    assert (host.scopes, plan(api)) == (0, [("The Entire Scene", "street.gltf", None, ["scene"])])
+    del host.failures["get_selection"]
+
+    def interrupt(path, parameters):
+        raise KeyboardInterrupt
+
+    names = api.validator.checklist.workspace
+    check = next(control.check for control in names if control.check.class_id == "names")
+    check.check = staticmethod(interrupt)
+    with pytest.raises(KeyboardInterrupt):
+        api.validator.start()
+    assert host.ends == [KeyboardInterrupt] and api.env.records("validate") == []
+
+
+def test_a_fix_changes_the_result_where_it_stands(make):
+    host = Host("/a0")
+    api = make(host)
+    enable(api.validator.checklist.workspace, "names")
+    check = next(control.check for control in api.validator.checklist.workspace if control.enabled)
+    state = {"broken": True}
+
+    def judge(self, path, parameters):
+        self.could_be_fixed = state["broken"]
+        if state["broken"]:
+            raise core.Error.ValidationError
+
+    check.check, check.fix_result = judge, lambda self, path, parameters: state.update(broken=False)
+    api.validator.start()
+    queue = api.validator.queue
+    assert (outcome(api), queue.fix_exists()) == ([[("Names", "fail")]], True)
+    queue.fix_all()
+    assert (outcome(api), queue.fix_exists()) == ([[("Names", "pass")]], False)
+    assert len(api.env.records("checks")) == 1  # the second run is in memory until the next write
+    api.statistics.write()
+    assert [record["result"] for record in api.env.records("checks")] == ["fail", "pass"]
+
+
+def test_the_engine_is_built_around_its_environment(make, tmp_path, monkeypatch):
+    class Broken(Home):
+        def get_statistics_file(self):
+            raise OSError("no file")
+
+    (tmp_path / "library").mkdir()
+    monkeypatch.setattr(core, "__file__", str(tmp_path / "library" / "core.so"))
+    with logged() as messages:
+        for environment in (None, object(), Broken(tmp_path)):
+            assert type(core.Api(Host(), environment).env) is core._LocalEnv
+    assert "OSError: no file" in messages
+    api = make(Host())
+    assert [found.class_id for found in api.validator._hierarchy.pattern.check_classes] == ["scene", "names"]
+    assert [found.name for found in api.settings.check.directories] == ["Default"]
+    assert api.settings.data["check"]["directories"] == []  # the embedded checks are never stored
+    workspace, editor = api.validator.checklist.workspace, api.validator.checklist.editor
+    assert workspace.config is api.settings.check.config and editor.config is None
+    alive = weakref.ref(api)
+    del api, workspace, editor
+    gc.collect()
+    assert alive() is None
