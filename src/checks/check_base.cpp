@@ -5,12 +5,13 @@
 
 #include "checks/named_buffer.h"
 #include "foundation/probe.h"
+#include "foundation/text.h"
 #include "parameters/block.h"
 
 namespace heron {
 namespace {
 
-const py::Name kParameters("parameters");
+const py::Name kParameters("parameters"), kClassId("class_id"), kCategory("category");
 
 bool is_text(const py::Object& value) { return value.is_text(); }
 bool is_integer(const py::Object& value) { return PyLong_Check(value.get()) != 0; }
@@ -53,6 +54,13 @@ py::Object CheckBase::parameters() {
 
 void CheckBase::check(const py::Object&, const py::Object&) const {
   py::raise(PyExc_NotImplementedError, "check() is left to the class of the check");
+}
+
+py::Object check_class_id(const py::Object& type) { return to_str(type.attr(kClassId)); }
+
+py::Object check_category(const py::Object& type) {
+  static const py::Name kLower("lower");
+  return to_str(to_str(type.attr(kCategory)).call(kLower));
 }
 
 bool is_valid_check(const py::Object& type) {

@@ -17,6 +17,10 @@ class CheckBase {
   py::Object result_message() const { return py::text(""); }
 };
 
+// What check classes are told apart and grouped by, as texts that compare alike.
+py::Object check_class_id(const py::Object& type);
+py::Object check_category(const py::Object& type);  ///< In lower case.
+
 /// Can this class serve as a check? It is asked everything that the engine uses of a check; an exception that it
 /// raises then is logged.
 bool is_valid_check(const py::Object& type);

@@ -11,8 +11,7 @@
 namespace heron {
 namespace {
 
-const py::Name kClassId("class_id"), kCategory("category"), kSortIndex("sort_index"), kEnabled("enabled");
-const py::Name kPath("path"), kJoin("join");
+const py::Name kSortIndex("sort_index"), kEnabled("enabled"), kPath("path"), kJoin("join");
 
 /// What `load` makes of a module, or None after a warning. A module that ends the program when it is imported, as a
 /// script left among the plug-ins does, has failed like any other.
@@ -46,11 +45,6 @@ py::List candidates(const py::Object& module) {
     if (is_candidate(value)) classes.append(value);
   }
   return classes;
-}
-
-py::Object category_of(const py::Object& type) {
-  static const py::Name kLower("lower");
-  return to_str(type.attr(kCategory)).call(kLower);
 }
 
 /// The place of a category among the known ones, behind all of them for another.
@@ -89,14 +83,14 @@ void CheckClasses::reload() {
     if (!place.attr(kEnabled).truth()) continue;
     directory = place;
     for (const py::Object& type : search(place, py::Object::none(), py::text("")).items()) {
-      const py::Object class_id = to_str(type.attr(kClassId));
+      const py::Object class_id = check_class_id(type);
       if (ids.contains(class_id)) continue;
       found.append(type);
       ids.add(class_id);
     }
   }
   array.extend(sort(found));
-  for (const py::Object& type : array.items()) table.set(to_str(type.attr(kClassId)), type);
+  for (const py::Object& type : array.items()) table.set(check_class_id(type), type);
 }
 
 py::List CheckClasses::search(const py::Object& place, const py::Object& container, const py::Object&) const {
@@ -151,7 +145,7 @@ py::List CheckClasses::sort(const py::List& classes) {
   const std::vector<py::Object> found = classes.items();
   const py::List rows;  // in the order of (rank, category, index, position)
   for (std::size_t i = 0; i < found.size(); ++i) {
-    const py::Object category = category_of(found[i]);
+    const py::Object category = check_category(found[i]);
     rows.append(
         py::tuple({py::to_python(rank(category)), category, found[i].attr(kSortIndex), py::to_python(i), found[i]}));
   }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "foundation/text.h"
+#include "checks/check_base.h"
 #include "runtime/modules.h"
 #include "settings/presets.h"
 
@@ -37,16 +37,6 @@ void CheckControl::init(const py::Object& type) {
 py::Object CheckControl::description() const {
   static const py::Name kDescription("description");
   return check.attr(kDescription);
-}
-
-py::Object CheckControl::class_id() const {
-  static const py::Name kClassId("class_id");
-  return to_str(check.attr(kClassId));
-}
-
-py::Object CheckControl::category() const {
-  static const py::Name kCategory("category"), kLower("lower");
-  return to_str(to_str(check.attr(kCategory)).call(kLower));
 }
 
 bool CheckControl::is_scene_oriented() const {
@@ -128,7 +118,7 @@ void Checklist::load(const py::Object& settings) {
   config = bound;
   std::vector<py::Object> known;
   for (const auto& control : entries()) {
-    known.push_back(control->class_id());
+    known.push_back(check_class_id(control->check));
     control->load(bound->get(known.back(), true));
   }
   bound->mask(py::tuple(known));
@@ -146,7 +136,7 @@ py::List Checklist::build_categories() const {
   const py::List order;
   const py::Dict table;
   for (const auto& control : entries()) {
-    const py::Object name = control->category();
+    const py::Object name = check_category(control->check);
     std::optional<py::Object> category = table.find(name);
     if (!category) {
       category = CheckCategory::create(name);

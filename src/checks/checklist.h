@@ -12,8 +12,6 @@ class CheckControl {
 
   void init(const py::Object& type);
   py::Object description() const;
-  py::Object class_id() const;
-  py::Object category() const;  ///< In lower case.
   bool is_enabled() const { return enabled.truth(); }
   bool is_scene_oriented() const;
 
