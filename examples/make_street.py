@@ -11,6 +11,13 @@ The right objects show the rules at work, the wrong ones what the rules catch:
 - car_yellow has no body,
 - "car_blue copy" is what is left when somebody duplicates an object,
 - post_03 has lost its bulb.
+
+Of the objects that fit the rules, the checks find fault with some:
+
+- the body of car_blue has a triangle without area, which can be fixed,
+- car_black is stretched,
+- the poles have more triangles than they should, which is worth a note,
+- the name check of the posts has an expression that lacks a parenthesis, and so cannot run.
 """
 
 from __future__ import annotations
@@ -96,8 +103,16 @@ def cylinder(radius: float, half_length: float, sides: int = 16) -> Shape:
     return shape
 
 
+def flawed(shape: Shape) -> Shape:
+    """The shape with a triangle more that has no area."""
+    shape.face([(-2.1, 0.3, 0.0), (0.0, 0.3, 0.0), (2.1, 0.3, 0.0)], (0.0, -1.0, 0.0))
+    return shape
+
+
+CAR_BODY = ((-2.1, 0.3, -0.85), (2.1, 0.9, 0.85)), ((-1.3, 0.9, -0.75), (0.9, 1.5, 0.75))
 SHAPES = {
-    "body": box(((-2.1, 0.3, -0.85), (2.1, 0.9, 0.85)), ((-1.3, 0.9, -0.75), (0.9, 1.5, 0.75))),
+    "body": box(*CAR_BODY),
+    "body_flawed": flawed(box(*CAR_BODY)),
     "body_far": box(((-2.0, 0.35, -0.8), (2.0, 1.2, 0.8))),
     "tyre": cylinder(0.34, 0.11),
     "rim": cylinder(0.2, 0.12, 8),
@@ -130,9 +145,9 @@ class Street:
         return self.node(name, mesh=index, **where, **members)
 
 
-def body(street: Street, name: str, color: str) -> int:
+def body(street: Street, name: str, color: str, shape: str) -> int:
     """A body in two levels of detail."""
-    near = street.mesh(f"{name}_lod0", "body", color)
+    near = street.mesh(f"{name}_lod0", shape, color)
     far = street.mesh(f"{name}_lod1", "body_far", color)
     return street.node(name, [near, far], extensions={"MSFT_lod": {"ids": [far]}})
 
@@ -153,10 +168,12 @@ def car(
     rims: bool = True,
     with_body: bool = True,
     stray: str = "",
+    shape: str = "body",
+    **members,
 ) -> int:
     """A car. `stray` is the name under which its rear right wheel goes by mistake."""
     color = name.partition("_")[2].partition(" ")[0]
-    children = [body(street, f"{name}_body", color)] if with_body else []
+    children = [body(street, f"{name}_body", color, shape)] if with_body else []
     for spot, x, z in (
         ("front_left", 1.3, -0.85),
         ("front_right", 1.3, 0.85),
@@ -168,7 +185,7 @@ def car(
     for number in range(lamps):
         side = -0.6 if number % 2 else 0.6
         children.append(street.mesh(f"{name}_lamp_{number + 1:02d}", "headlamp", "light", (2.1, 0.65, side)))
-    return street.node(name, children, translation=list(place))
+    return street.node(name, children, translation=list(place), **members)
 
 
 def post(street: Street, name: str, place: Point, bulbs: int) -> int:
@@ -196,8 +213,8 @@ def build_street() -> Street:
     street = Street()
     cars = [
         car(street, "car_red", (-16.0, 0.0, -2.5)),
-        car(street, "car_blue", (-9.0, 0.0, -2.5), rims=False),
-        car(street, "car_black", (-2.0, 0.0, -2.5), lamps=0),
+        car(street, "car_blue", (-9.0, 0.0, -2.5), rims=False, shape="body_flawed"),
+        car(street, "car_black", (-2.0, 0.0, -2.5), lamps=0, scale=[1.0, 1.0, 1.1]),
         car(street, "car_green", (5.0, 0.0, 2.5), stray="car_red_wheel_rear_right"),
         car(street, "car_yellow", (12.0, 0.0, 2.5), with_body=False),
         car(street, "car_blue copy", (19.0, 0.0, 2.5), rims=False),
@@ -305,7 +322,15 @@ def gltf_document(street: Street) -> dict:
 
 
 def rule(
-    number: int, name: str, regex: str, types: list[str], least: int, most: int, color: str, icon: str
+    number: int,
+    name: str,
+    regex: str,
+    types: list[str],
+    least: int,
+    most: int,
+    color: str,
+    icon: str,
+    checklist: dict | None = None,
 ) -> dict:
     """One rule of the project. The stamp is what nodes of the pattern refer to."""
     return {
@@ -313,26 +338,46 @@ def rule(
         "name": name,
         "regex": regex,
         "types": types,
-        "checklist": {},
+        "checklist": checklist or {},
         "range": [least, most],
         "color": color,
         "icon": icon,
     }
 
 
+def check(as_info: bool = False, **state) -> dict:
+    """A check that a rule enables: with the parameters of `state`, the others as the check has them."""
+    task = [{"as_info": as_info, "state": state}] if state else []
+    return {"enabled": True, "opened": False, "parameters": task}
+
+
+CARS = {
+    "heron.scene.duplicate_names": check(),
+    "heron.object.name": check(),
+    "heron.object.scale": check(),
+}
+MESHES = {
+    "heron.mesh.indices": check(),
+    "heron.mesh.degenerate_triangles": check(),
+    "heron.mesh.normals": check(),
+    "heron.material.missing": check(),
+}
+POLES = {**MESHES, "heron.mesh.triangle_budget": check(as_info=True, most={"value": 40})}
+POSTS = {"heron.object.name": check(pattern={"text": "post_([0-9]+"})}
+
 RULES = [
     rule(1, "ghost", "^(cars|posts)$", ["transform"], 0, 99, "#262626", "Ghost"),
-    rule(2, "car", "^<car:car_[a-z]+>$", ["transform"], 0, 1, "#d9534f", "Car"),
-    rule(3, "body", "^<car>_body$", ["lodGroup"], 1, 1, "#4390ea", "Body"),
-    rule(4, "level", r"^<car>_body_lod\d$", ["mesh"], 1, 4, "#7fb2ef", "Render"),
+    rule(2, "car", "^<car:car_[a-z]+>$", ["transform"], 0, 1, "#d9534f", "Car", CARS),
+    rule(3, "body", "^<car>_body$", ["lodGroup"], 1, 1, "#4390ea", "Body", {"heron.lod.decreasing": check()}),
+    rule(4, "level", r"^<car>_body_lod\d$", ["mesh"], 1, 4, "#7fb2ef", "Render", MESHES),
     rule(
         5, "wheel", "^<car>_wheel_<place:(front|rear)_(left|right)>$", ["transform"], 4, 4, "#f0ad4e", "Wheel"
     ),
     rule(6, "tyre", "^<car>_wheel_<place>_tyre$", ["mesh"], 1, 1, "#8a6d3b", "Render"),
     rule(7, "rim", "^<car>_wheel_<place>_rim$", ["mesh"], 0, 1, "#b8b8b8", "Render"),
     rule(8, "lamp", r"^<car>_lamp_\d+$", ["mesh"], 0, 4, "#ffe066", "Light"),
-    rule(9, "post", r"^<post:post_\d+>$", ["transform"], 0, 1, "#5cb85c", "Post"),
-    rule(10, "pole", "^<post>_pole$", ["mesh"], 1, 1, "#9aa0a6", "Render"),
+    rule(9, "post", r"^<post:post_\d+>$", ["transform"], 0, 1, "#5cb85c", "Post", POSTS),
+    rule(10, "pole", "^<post>_pole$", ["mesh"], 1, 1, "#9aa0a6", "Render", POLES),
     rule(11, "bulb", r"^<post>_bulb_\d+$", ["mesh"], 1, 2, "#ffe066", "Light"),
 ]
 

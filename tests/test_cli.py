@@ -14,7 +14,7 @@ from rich.console import Console
 import core
 from heron.cli import main
 from heron.hosts.gltf import GltfScene
-from heron.report import Report
+from heron.reports.hierarchies import Report
 
 EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
 STREET = str(EXAMPLES / "street.gltf")
@@ -46,7 +46,7 @@ def scan(tmp_path, capsys):
         if scene is not None:
             write(scene_path, scene)
         rules_path = write(tmp_path / "rules.json", rules)
-        status = main(["scan", str(scene_path), "--project", rules_path, *arguments])
+        status = main(["scan", str(scene_path), "--project", rules_path, "--home", str(tmp_path), *arguments])
         captured = capsys.readouterr()
         return status, captured.out, captured.err
 
@@ -72,6 +72,11 @@ def run_module(*arguments, stdout=subprocess.PIPE, **environment):
     )
 
 
+def run_scan(home, scene, rules, *arguments, **options):
+    """Runs a scan as a process of its own."""
+    return run_module("scan", scene, "--project", rules, "--home", str(home), *arguments, **options)
+
+
 # The example
 
 
@@ -81,8 +86,8 @@ def test_the_example_is_what_its_script_writes(tmp_path):
         assert (tmp_path / name).read_bytes() == (EXAMPLES / name).read_bytes()
 
 
-def test_the_example_shows_right_and_wrong_objects(capsys):
-    assert main(["scan", STREET, "--project", STREET_PROJECT]) == 0
+def test_the_example_shows_right_and_wrong_objects(tmp_path, capsys):
+    assert main(["scan", STREET, "--project", STREET_PROJECT, "--home", str(tmp_path)]) == 0
     found, _, refused = capsys.readouterr().out.partition("\nrefused\n")
     roots = [line.split()[0] for line in found.splitlines() if line and not line.startswith(" ")]
     assert roots == ["car_red", "car_blue", "car_black", "post_01", "post_02"]
@@ -301,7 +306,7 @@ def test_the_deepest_pattern_finds_shows_and_keeps_its_hierarchy(scan):
 def test_a_glb_is_scanned_and_saved(tmp_path, capsys):
     scene = write(tmp_path / "scene.glb", glb(scene_of(TREE), (0x004E4942, b"data")))
     rules = write(tmp_path / "rules.json", BELOW_GROUP)
-    assert main(["scan", scene, "--project", rules, "--json", "--save"]) == 0
+    assert main(["scan", scene, "--project", rules, "--json", "--save", "--home", str(tmp_path)]) == 0
     assert json.loads(capsys.readouterr().out) == GltfScene(scene).query_filedata()
     assert (tmp_path / "scene.glb").read_bytes().endswith(b"data")
 
@@ -313,15 +318,16 @@ def test_help_and_version():
     version = run_module("--version")
     assert version.stdout.decode().strip() == "heron " + ".".join(map(str, core.version))
     assert b"scan" in run_module("--help").stdout
-    scan_help = run_module("scan", "--help").stdout.decode()
-    assert all(option in scan_help for option in ("SCENE", "--project", "--select", "exit status"))
+    for command in ("scan", "validate", "checks"):
+        shown = run_module(command, "--help").stdout.decode()
+        assert all(option in shown for option in ("--home", "exit status"))
 
 
 @pytest.mark.parametrize("arguments", [[], ["--json"]])
-def test_a_reader_may_close_the_pipe(arguments):
+def test_a_reader_may_close_the_pipe(tmp_path, arguments):
     reader, writer = os.pipe()
     os.close(reader)
-    result = run_module("scan", STREET, "--project", STREET_PROJECT, *arguments, stdout=writer)
+    result = run_scan(tmp_path, STREET, STREET_PROJECT, *arguments, stdout=writer)
     os.close(writer)
     assert (result.returncode, result.stderr) == (0, b"")
 
@@ -331,15 +337,15 @@ def test_piped_output_is_plain_whatever_the_names(tmp_path, encoding):
     odd = ["\ud800", "\x1b[31mred", "a\nb", "[bold]x[/bold]", "дом", "名" * 60]
     scene = write(tmp_path / "scene.gltf", document([{"name": name, "mesh": 0} for name in odd]))
     rules = write(tmp_path / "rules.json", ANY_TOP)
-    result = run_module("scan", scene, "--project", rules, PYTHONIOENCODING=encoding, COLUMNS="40")
+    result = run_scan(tmp_path, scene, rules, PYTHONIOENCODING=encoding, COLUMNS="40")
     assert (result.returncode, result.stderr) == (0, b"")
     lines = [line.split() for line in result.stdout.decode(encoding).splitlines() if line]
     shown = ["\\ud800", "\\x1b[31mred", "a\\nb", "[bold]x[_bold]", "дом", "名" * 60]
     shown = [name.encode(encoding, "backslashreplace").decode(encoding) for name in shown]
     assert lines[:-1] == [[name, "any", "mesh", f"/{name}"] for name in shown]
-    as_json = run_module("scan", scene, "--project", rules, "--json", PYTHONIOENCODING=encoding)
+    as_json = run_scan(tmp_path, scene, rules, "--json", PYTHONIOENCODING=encoding)
     assert [name.replace("/", "_") for name in odd] == names(as_json.stdout)
-    unknown = run_module("scan", scene, "--project", rules, "--select", "/\x1b", PYTHONIOENCODING=encoding)
+    unknown = run_scan(tmp_path, scene, rules, "--select", "/\x1b", PYTHONIOENCODING=encoding)
     assert b"no object /\\x1b" in unknown.stderr
 
 

@@ -4,12 +4,15 @@ from __future__ import annotations
 
 import json
 import os
+import uuid
 from typing import Any, NoReturn
+
+from .errors import InputError
 
 Json = dict[str, Any]
 
 
-class FileError(ValueError):
+class FileError(InputError):
     """A file that cannot be used.
 
     Attributes:
@@ -58,6 +61,32 @@ def parse_object(path: str, raw: bytes, error: type[FileError]) -> Json:
     if not isinstance(value, dict):
         raise error(path, "the JSON is not an object")
     return value
+
+
+def replace_file(path: str, payload: bytes, error: type[FileError]) -> None:
+    """Puts `payload` in the place of a file in one step; the file keeps its mode, a link stays a link.
+
+    Raises:
+        FileError: Of the class `error`, if the file cannot be written; it stays as it was.
+    """
+    target = os.path.realpath(path)
+    temporary = f"{target}.{uuid.uuid4().hex[:8]}.tmp"
+    try:
+        mode = os.stat(target).st_mode & 0o7777 if os.path.exists(target) else None
+        try:
+            with open(temporary, "xb") as file:
+                file.write(payload)
+                file.flush()
+                os.fsync(file.fileno())
+            if mode is not None:
+                os.chmod(temporary, mode)
+            os.replace(temporary, target)
+        except BaseException:
+            if os.path.exists(temporary):
+                os.unlink(temporary)
+            raise
+    except OSError as cause:
+        raise error(path, f"cannot be written: {cause.strerror or cause}") from cause
 
 
 def same_directory(left: str, right: str) -> bool:

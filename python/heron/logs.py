@@ -6,13 +6,16 @@ import logging
 import threading
 from types import TracebackType
 
+# Seconds that handing over one record may take; then the thread must be somebody else's.
+_PATIENCE = 2.0
+
 
 class LogCollector(logging.Handler):
     """Keeps the warnings and errors that reach the root logger within a `with` block.
 
     The engine hands each record over on a thread of its own, which may outlive the call that
-    logged. Leaving the block waits for the threads that were started in it, so `messages` is
-    complete from then on.
+    logged. `settle`, and leaving the block, wait for the threads that were started in it, so
+    `messages` is complete from then on.
 
     Attributes:
         messages: (level, text) of each record, in order of arrival.
@@ -35,6 +38,20 @@ class LogCollector(logging.Handler):
         """The texts of the warnings."""
         return [text for level, text in self.messages if level < logging.ERROR]
 
+    def claim_errors(self, start: int) -> list[str]:
+        """Takes out the errors that came behind the first `start` messages; returns their texts."""
+        self.settle()
+        claimed = [text for level, text in self.messages[start:] if level >= logging.ERROR]
+        self.messages[start:] = [item for item in self.messages[start:] if item[0] < logging.ERROR]
+        return claimed
+
+    def settle(self) -> None:
+        """Waits for all that was logged so far, but not twice for a plug-in's own thread that runs on."""
+        for thread in set(threading.enumerate()) - self._earlier - {threading.current_thread()}:
+            thread.join(_PATIENCE)
+            if thread.is_alive():
+                self._earlier.add(thread)
+
     def __enter__(self) -> LogCollector:
         self._earlier = set(threading.enumerate())
         logging.getLogger().addHandler(self)
@@ -43,6 +60,5 @@ class LogCollector(logging.Handler):
     def __exit__(
         self, kind: type[BaseException] | None, value: BaseException | None, trace: TracebackType | None
     ) -> None:
-        for thread in set(threading.enumerate()) - self._earlier:
-            thread.join()
+        self.settle()
         logging.getLogger().removeHandler(self)

@@ -4,12 +4,13 @@ from __future__ import annotations
 
 import difflib
 
+from .errors import InputError
 from .hosts.gltf import GltfScene
 
 _SUGGESTIONS = 3
 
 
-class SelectionError(ValueError):
+class SelectionError(InputError):
     """A path that names no object of the scene; its text tells the nearest ones."""
 
 

@@ -1,15 +1,24 @@
-"""One scene, one project and the engine between them."""
+"""One scene, the rules of a project, the checks and the engine between them."""
 
 from __future__ import annotations
 
 import enum
+import os
+from collections.abc import Iterator, Sequence
+from typing import cast
 
 import core
 
+from . import checks
 from .diagnosis import Diagnosis
+from .errors import InputError
 from .hosts.gltf import GltfScene
 from .logs import LogCollector
+from .plugins import plugins_contained
 from .project import Record
+
+# What the engine says of settings that nobody has written yet.
+_NO_SETTINGS = "Incompatible Settings Version"
 
 
 class Outcome(enum.Enum):
@@ -22,26 +31,58 @@ class Outcome(enum.Enum):
     FAILED = "failed"
 
 
+class DirectoryError(InputError):
+    """A directory of checks that is none."""
+
+
 class Session:
-    """The engine set up for one scene and one project.
+    """The engine set up for one scene.
 
     Attributes:
         operator: The scene.
-        buffer: The hierarchies found in it.
+        api: The engine; it owns all parts below it.
+        buffer: The hierarchies found in the scene.
+        check_classes: The known checks.
+        warnings: What was logged while the checks and the settings were loaded, each text once.
+        unknown_checks: (rule, check id) of the checks that the record enables and nobody has.
     """
 
-    def __init__(self, operator: GltfScene, record: Record):
-        """Joins a scene with the rules and the pattern of a record."""
+    def __init__(
+        self,
+        operator: GltfScene,
+        record: Record | None = None,
+        environment: core.Environment | None = None,
+        check_directories: Sequence[str] = (),
+    ):
+        """Joins a scene with the rules and the pattern of a record, and with checks.
+
+        Args:
+            operator: The scene.
+            record: What its hierarchies should look like; None for work without a project.
+            environment: Where settings and statistics live; by default beside Heron's own files.
+            check_directories: Where to look for checks, besides the ones that come with Heron and
+                those of the settings. They hold for this session, the settings file stays as it is.
+
+        Raises:
+            DirectoryError: One of the directories does not exist.
+            PluginExit: A module of checks has called `sys.exit`.
+        """
         self.operator = operator
-        self._virtual = core.Scene._Virtual(operator)
-        self._hierarchy = core._Hierarchy(self._virtual, None)
-        self._hierarchy.pattern.set(record)
-        self.buffer = core.Scene._Buffer(operator, self._virtual, self._hierarchy)
-        with LogCollector():  # which settings it starts with is no matter of a scan
-            api = core.Api(operator, None)
-        callbacks = api.callbacks
+        self.environment = environment or core._LocalEnv()
+        self.unknown_checks: list[tuple[str, str]] = []
+        first_start = not os.path.exists(self.environment.get_settings_file())
+        with LogCollector() as log, plugins_contained():
+            self._build(record, check_directories)
+        told = (text for _, text in log.messages if not (first_start and text.startswith(_NO_SETTINGS)))
+        self.warnings = list(dict.fromkeys(told))
+        callbacks = self.api.callbacks
         self._scanner = core.Scene._Scanner(
-            api, operator, self._virtual, self._hierarchy, self.buffer, callbacks
+            self.api,
+            operator,
+            cast(core.Scene._Virtual, self._hierarchy._query_op),
+            self._hierarchy,
+            self.buffer,
+            callbacks,
         )
         self._outcome = Outcome.FAILED
         for event, outcome in (
@@ -50,6 +91,18 @@ class Session:
             (callbacks.used_scan_selection, Outcome.ALREADY_LOADED),
         ):
             event.register(lambda outcome=outcome: self._end(outcome))
+
+    def _build(self, record: Record | None, check_directories: Sequence[str]) -> None:
+        """Makes the engine; this runs code of plug-ins."""
+        self.api = core.Api(self.operator, self.environment, checks=checks)
+        self._hierarchy: core._Hierarchy = self.api.validator._hierarchy
+        self.buffer: core.Scene._Buffer = self.api.validator._buffer
+        self.check_classes: core.Check._Classes = self._hierarchy.pattern.check_classes
+        self._add_checks(check_directories)
+        if record is not None:
+            # Building the rules' checklists drops what no check is known for.
+            self.unknown_checks = list(self._find_unknown(record))
+            self._hierarchy.pattern.set(record)
 
     def load(self) -> None:
         """Takes over the hierarchies that the scene file holds from an earlier scan."""
@@ -70,6 +123,16 @@ class Session:
             selection = [path for root in selection for path in self.operator.get_children(root)]
         loaded = set(self.loaded_roots())
         return [path for path in selection if path not in loaded]
+
+    def everything_below(self, paths: Sequence[str]) -> list[str]:
+        """The objects at `paths` and all below them, parents before their children, each once."""
+        stack, seen = list(reversed(paths)), dict[str, None]()
+        while stack:
+            path = stack.pop()
+            if path not in seen:
+                seen[path] = None
+                stack.extend(reversed(self.operator.get_children(path)))
+        return list(seen)
 
     def begins_below_top(self) -> bool:
         """Whether hierarchies begin one level below the top of the scene, not at the top."""
@@ -102,6 +165,28 @@ class Session:
     def diagnosis(self) -> Diagnosis:
         """What tells why an object was refused in the last scan."""
         return Diagnosis(self._hierarchy)
+
+    def _add_checks(self, directories: Sequence[str]) -> None:
+        """Looks for checks in further directories, and takes their states from the settings."""
+        settings = self.api.settings.check
+        for path in directories:
+            if not os.path.isdir(path):
+                raise DirectoryError(f"{path}: no such directory")
+            settings.directories.register(os.path.basename(os.path.abspath(path)), path)
+        if not directories:
+            return
+        self.check_classes.reload()
+        if os.path.exists(self.environment.get_settings_file()):
+            # The first checklist has dropped the states of checks that were not known yet.
+            settings.config.apply(core._Settings(self.environment).check.config)
+        self.api.validator.checklist = core.Api._Validator._CheckList(self.api, self.check_classes)
+
+    def _find_unknown(self, record: Record) -> Iterator[tuple[str, str]]:
+        known = {check.class_id for check in self.check_classes}
+        for rule in record.rules:
+            for state in rule.check_config:
+                if state.enabled and state.class_id not in known:
+                    yield rule.name, state.class_id
 
     def _end(self, outcome: Outcome) -> None:
         self._outcome = outcome

@@ -15,6 +15,8 @@ from rich.text import Text
 
 import core
 
+from .console import printable
+
 _COLOR = re.compile(r"#[0-9A-Fa-f]{6}")
 _REFUSED_SHOWN = 20
 _GAP = "  "
@@ -105,13 +107,6 @@ class Report:
 
     def _safe(self, text: str | None) -> str:
         return printable(text or "", self._encoding)
-
-
-def printable(text: str, encoding: str = "utf-8") -> str:
-    """`text` with escapes for control characters, lone surrogates and what `encoding` lacks."""
-    if not text.isprintable():
-        text = "".join(char if char.isprintable() else ascii(char)[1:-1] for char in text)
-    return text.encode(encoding, "backslashreplace").decode(encoding)
 
 
 def _walk(root: core.Scene._Buffer.DataJoint) -> Iterator[tuple[core.Scene._Buffer.DataJoint, int]]:

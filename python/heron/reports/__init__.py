@@ -1,0 +1,1 @@
+"""Showing results: on a terminal, as a web page, and to other programs."""
