@@ -167,8 +167,9 @@ def test_one_item_of_a_combo_box_is_selected():
 def test_a_combo_box_without_items_selects_nothing():
     box = ComboBox("box", [])
     assert (box.get_selected(), box.get_selected(text=True), box.data, box.current_index) == (None, "", {}, 0)
-    with pytest.raises(AttributeError):
-        ComboBox("box", [Item("data")])
+    for name in "data", "clone":
+        with pytest.raises(AttributeError, match=name):
+            ComboBox("box", [Item(name)])
 
 
 def test_kinds_of_plug_ins_are_used_by_name():
@@ -247,6 +248,18 @@ def test_errors_of_stored_data_wait_for_the_check():
     assert copy._load_exceptions == wrong._load_exceptions != []
 
 
+def test_values_that_cannot_be_cloned_wait_for_the_check():
+    block = Block(*inputs())
+    block.load([{"state": {"limit": {"value": "much"}, "strict": {"enabled": True}}}])
+    (task,) = block
+    task.assert_no_errors()
+    copy = task.clone()
+    with pytest.raises(TypeError):
+        copy.assert_no_errors()
+    assert copy.state == {}
+    assert block.data[0]["state"]["limit"] == {"value": "much"}
+
+
 def test_entries_that_are_no_mappings_become_default_tasks():
     block = Block(*inputs())
     with logged() as messages:
@@ -262,6 +275,8 @@ def test_entries_that_are_no_mappings_become_default_tasks():
         ([Switch("a"), Switch("b"), Switch("a")], Error.AttributeNameRepeat),
         ([Switch("a"), Item("b")], Error.ParameterInputType),
         ([Switch("a"), Switch("data")], AttributeError),
+        ([Switch("a"), Switch("clone")], AttributeError),
+        ([Switch("a"), Switch("number")], AttributeError),
     ],
 )
 def test_errors_of_building_wait_for_the_check(made, error):

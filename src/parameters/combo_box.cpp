@@ -89,7 +89,7 @@ void ComboBox::build(const py::Object& items) {
     if (seen.contains(attr)) errors::raise<errors::AttributeNameRepeat>();
     array.append(item);
     seen.add(attr);
-    self.set_attr(attr, item);
+    add_member(self, py::TypeOf<ComboBox>::type, attr, item);
   }
 }
 
@@ -119,7 +119,7 @@ void expose_combo_box(const py::Scope& parameters) {
           "A choice of one of several items, each of which is a member under its own name, too.\n\n"
           "items: instances of `Item`; the first that is selected stays so, the first of all if none is.\n"
           "TypeError for any other object among them, Error.AttributeNameRepeat for two of one name,\n"
-          "AttributeError for one named like an accessor. A loop gives the items in order.")
+          "AttributeError for one named like a member of the class. A loop gives the items in order.")
           .init<&ComboBox::init>({"attr_name", "items", {"label", ""}, {"help_text", ""}})
           .iterate<&ComboBox::iterate>()
           .accessor<&ComboBox::current_index>("current_index",

@@ -8,6 +8,8 @@
 namespace heron {
 namespace {
 
+const py::Name kDict("__dict__");
+
 [[noreturn]] void left_to_kind(const std::string& member) {
   py::raise(PyExc_NotImplementedError, member + " is left to each kind of input");
 }
@@ -31,9 +33,18 @@ void ParameterInput::load(const py::Object&) { left_to_kind("load()"); }
 py::Object ParameterInput::clone() const { left_to_kind("clone()"); }
 
 void carry_attributes(const py::Object& from, const py::Object& to) {
-  static const py::Name kDict("__dict__");
   const py::Dict attributes(to.attr(kDict));
   for (const auto& [name, value] : py::Dict(from.attr(kDict)).items()) attributes.set(name, value);
+}
+
+void add_member(const py::Object& holder, PyTypeObject* type, const py::Object& name, const py::Object& value) {
+  static const py::Name kOrder("__mro__");
+  for (const py::Object& base : py::collect(py::Object::borrow(reinterpret_cast<PyObject*>(type)).attr(kOrder))) {
+    if (!py::holds(base.attr(kDict), name)) continue;
+    const py::Object message = format("\"{}\" is a member of {} itself", {name, py::text(py::label(type))});
+    py::raise(PyExc_AttributeError, py::Utf8(message).str());
+  }
+  holder.set_attr(name, value);
 }
 
 py::Object clones(const std::vector<py::Object>& originals) {

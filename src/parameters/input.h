@@ -53,6 +53,10 @@ py::Ref<T> twin(const T& original) {
   return copy;
 }
 
+/// Makes something a member of an instance of this class. AttributeError if the class itself has a member of that name:
+/// one would hide the other.
+void add_member(const py::Object& holder, PyTypeObject* type, const py::Object& name, const py::Object& value);
+
 /// The clones of these inputs, or of what else has `clone`, as a tuple.
 py::Object clones(const std::vector<py::Object>& originals);
 

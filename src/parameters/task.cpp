@@ -36,12 +36,25 @@ py::Ref<ParameterTask> ParameterTask::create(const py::Object& inputs, const py:
 }
 
 void ParameterTask::init(const py::Object& prototypes, const py::Object& reports_info) {
-  inputs = py::List(py::Object::steal(PySequence_List(clones(py::collect(prototypes)).get())));
   build_exceptions.clear();
   load_exceptions.clear();
   as_info = reports_info;
   number = py::to_python(0);
-  build();
+  table = py::Dict();
+  if (take_clones(py::collect(prototypes))) build();
+}
+
+bool ParameterTask::take_clones(const std::vector<py::Object>& prototypes) {
+  inputs = py::List();
+  for (const py::Object& prototype : prototypes) {
+    const py::Object clone = prototype.attr(names::kClone);
+    try {
+      inputs.append(clone());
+    } catch (const py::Error& error) {
+      keep(build_exceptions, error);
+    }
+  }
+  return build_exceptions.empty();
 }
 
 py::Dict ParameterTask::data() const {
@@ -92,7 +105,7 @@ void ParameterTask::enter(const py::Object& input) const {
   const py::Dict entered = table;
   const py::Object attr = input.attr(names::kAttr);
   if (entered.find(attr)) errors::raise<errors::AttributeNameRepeat>();
-  py::object_of(*this).set_attr(attr, input);
+  add_member(py::object_of(*this), py::TypeOf<ParameterTask>::type, attr, input);
   entered.set(attr, input);
 }
 
@@ -107,8 +120,9 @@ void expose_task(const py::Scope& block) {
       block, "Task",
       "One set of values for the inputs of a block: a check runs once for each task.\n\n"
       "It has clones of `inputs`, each of them a member under its attribute name. An object without `clone`\n"
-      "is an AttributeError. Whatever else is wrong with the inputs is kept until `assert_no_errors`: an\n"
-      "object that is no input, two of one name, one named like an accessor. A loop gives the inputs.")
+      "is an AttributeError. Whatever else is wrong with the inputs is kept until `assert_no_errors`: a\n"
+      "clone that fails, an object that is no input, two of one name, one named like a member of the class.\n"
+      "A loop gives the inputs.")
       .init<&ParameterTask::init>({"inputs", {"as_info", false}})
       .iterate<&ParameterTask::iterate>()
       .accessor<&ParameterTask::data>("data", "The JSON form, a new dict of \"as_info\" and \"state\".")

@@ -38,6 +38,8 @@ class ParameterTask {
   }
 
  private:
+  /// A value that the input's constructor refuses, from stored data perhaps, fails here: kept like other errors.
+  bool take_clones(const std::vector<py::Object>& prototypes);
   void enter(const py::Object& input) const;
 };
 
