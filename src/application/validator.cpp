@@ -2,6 +2,7 @@
 
 #include "checks/check_result.h"
 #include "foundation/clock.h"
+#include "runtime/collection_ease.h"
 #include "scene/operator.h"
 #include "scene/selection_scope.h"
 #include "server/statistics_records.h"
@@ -56,6 +57,7 @@ void Validator::start() const {
   plan_checks(mode);
   if (queue->is_empty()) return;
   with_selection(host, [&] {
+    const py::CollectionEase ease;
     for (const py::Object& task : queue->tasks.items()) run(task);
   });
   const py::Object project =

@@ -72,7 +72,7 @@ py::Dict ParameterTask::state() const {
 
 py::Ref<ParameterTask> ParameterTask::clone() const {
   auto copy = create(inputs, as_info);
-  copy->load(state());
+  if (table.size() != 0) copy->load(state());
   copy->load_exceptions.extend(load_exceptions);
   return copy;
 }
@@ -91,7 +91,7 @@ void ParameterTask::load(const py::Object& state) const {
 }
 
 void ParameterTask::build() {
-  table = py::Dict();
+  if (table.size() != 0) table = py::Dict();
   try {
     for (const py::Object& input : inputs.items()) enter(input);
   } catch (const py::Error& error) {
