@@ -27,8 +27,9 @@ CollectionEase::~CollectionEase() {
   if (!before_) return;
   try {
     modules::gc.attr(kSetThreshold).apply(before_);
-  } catch (const Error&) {
-    // Only memory can be short here, and the collector does its work with these thresholds too.
+  } catch (const Error& error) {
+    error.restore();
+    PyErr_WriteUnraisable(modules::gc.get().get());
   }
 }
 
