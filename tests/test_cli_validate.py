@@ -11,6 +11,7 @@ import pytest
 from gltf_files import document, nodes_of, project, rule, write
 from junitparser import JUnitXml
 
+import core
 from heron.cli import main
 
 EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
@@ -371,10 +372,33 @@ def test_a_project_that_asks_for_an_unknown_check_is_refused(heron, tmp_path):
     assert 'rule "body": no check t.scales; did you mean t.scale' in errors
 
 
-def test_a_home_that_cannot_be_made_is_told(tmp_path, capsys):
+def test_a_home_that_cannot_be_used_is_told(tmp_path, capsys):
     (tmp_path / "file").touch()
     assert main(["checks", "--home", str(tmp_path / "file" / "home")]) == 2
     assert "Not a directory" in capsys.readouterr().err
+    write(tmp_path / "statistics.json", [])
+    assert main(["checks", "--home", str(tmp_path)]) == 2
+    assert "statistics.json: the JSON is not an object" in capsys.readouterr().err
+
+
+def test_a_place_without_room_for_a_home_hints_at_the_option(tmp_path):
+    (tmp_path / Path(core.__file__).name).symlink_to(core.__file__)
+    (tmp_path / ".heron").touch()
+    path = os.pathsep.join([str(tmp_path), *sys.path])
+    result = subprocess.run(
+        [sys.executable, "-m", "heron", "checks"],
+        stderr=subprocess.PIPE,
+        env={**os.environ, "PYTHONPATH": path},
+    )
+    assert (result.returncode, result.stderr.count(b"\n")) == (2, 1)
+    assert b"name a directory with --home DIR" in result.stderr
+
+
+def test_a_scene_that_cannot_be_written_still_gets_its_report(heron, tmp_path, monkeypatch):
+    scene(tmp_path, TREE, ["Odd"])
+    monkeypatch.setattr(os, "replace", lambda *paths: (_ for _ in ()).throw(OSError("disk full")))
+    status, output, errors = heron("validate", "--enable", "t.scale", "--fix", "--save")
+    assert (status, "1 fixed" in output, "cannot be written: disk full" in errors) == (2, True, True)
 
 
 # The checks
@@ -429,6 +453,26 @@ def test_classes_that_cannot_be_used_are_told_with_the_reason(heron, tmp_path):
     assert (
         't.bad4 cannot be used: "category" is None, not a text' in heron("validate", "--enable", "t.bad4")[2]
     )
+
+
+def test_a_class_that_breaks_every_checklist_is_named(heron, tmp_path):
+    source = """
+        import core
+
+
+        class Mid(core.Check.Base):
+            pass
+
+
+        class Breaks(Mid):
+            @staticmethod
+            def parameters():
+                return core.Parameters.Block("no input")
+    """
+    (tmp_path / "studio" / "breaks.py").write_text(dedent(source))
+    status, output, errors = heron("checks")
+    assert (status, output) == (2, "")
+    assert "the parameters of the check class breaks.Breaks cannot be used" in errors
 
 
 def test_a_module_that_cannot_be_imported_costs_a_warning(heron, tmp_path):

@@ -100,7 +100,7 @@ def test_text_shows_what_was_found_fixed_and_left():
         "4 objects, 9 checks in 500.0 ms: 4 pass, 1 info, 3 fail, 1 error",
         "1 fixed, left: 5 pass, 1 info, 2 fail, 1 error",
         "the scene file stays as it was; --save would keep the fixes",
-        "1 object not checked: they fit no rule of the project",
+        "1 object not checked: no rule of the project fits",
     ]
 
 

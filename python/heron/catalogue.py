@@ -12,6 +12,7 @@ import core
 
 from .contract import refusal
 from .errors import InputError
+from .plugins import plugins_contained
 from .session import Session
 
 _SUGGESTIONS = 3
@@ -105,17 +106,15 @@ class Catalogue:
 
 
 def read_catalogue(session: Session) -> Catalogue:
-    """Describes all check classes that the engine found."""
-    classes = session.check_classes
-    # A class that several modules import is refused in each.
-    refused = {id(check): check for check in classes.get_denied()}.values()
-    denied = [
-        DeniedCheck(f"{check.__module__}.{check.__qualname__}", _file(check), refusal(check))
-        for check in refused
-    ]
+    """Describes all check classes that the engine found, and those that it refused."""
+    with plugins_contained():
+        checks = [_describe(check) for check in session.check_classes]
+        # A class that several modules import is refused in each.
+        refused = {id(check): check for check in session.check_classes.get_denied()}.values()
+        denied = [DeniedCheck(_name(check), _file(check), refusal(check)) for check in refused]
     # What a refused class has raised was logged, too.
     warnings = [text for text in session.warnings if not any(text in check.reason for check in denied)]
-    return Catalogue([_describe(check) for check in classes], denied, warnings)
+    return Catalogue(checks, denied, warnings)
 
 
 def require_known(classes: core.Check._Classes, ids: Iterable[str], where: str = "") -> None:
@@ -167,6 +166,10 @@ def _limits(one: core.Parameters._Input) -> dict[str, Any]:
     if not isinstance(one, (core.Parameters.IntRange, core.Parameters.FloatRange)):
         return {}
     return {name: getattr(one, name) for name in _LIMITS}
+
+
+def _name(check: type) -> str:
+    return f"{check.__module__}.{check.__qualname__}"
 
 
 def _file(check: type) -> str:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import json
 import os
 import platform
 
@@ -78,6 +79,22 @@ def find_home(directory: str | None) -> core.Environment:
             f"no place for settings and statistics beside {core.__file__}: {_reason(error)}; "
             "name a directory with --home DIR"
         ) from error
+
+
+def check_documents(environment: core.Environment) -> None:
+    """Looks for documents that the engine can neither use nor replace by itself.
+
+    Raises:
+        HomeError: One is JSON, and no object.
+    """
+    for path in (environment.get_settings_file(), environment.get_statistics_file()):
+        try:
+            with open(path, encoding="utf-8") as file:
+                document = json.load(file)
+        except (OSError, ValueError, RecursionError):
+            continue  # the engine recovers from these, and says so
+        if not isinstance(document, dict):
+            raise HomeError(f"{path}: the JSON is not an object; move the file away")
 
 
 def _reason(error: Exception) -> str:

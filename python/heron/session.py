@@ -12,6 +12,7 @@ import core
 from . import checks
 from .diagnosis import Diagnosis
 from .errors import InputError
+from .home import check_documents
 from .hosts.gltf import GltfScene
 from .logs import LogCollector
 from .plugins import plugins_contained
@@ -33,6 +34,10 @@ class Outcome(enum.Enum):
 
 class DirectoryError(InputError):
     """A directory of checks that is none."""
+
+
+class CheckError(InputError):
+    """A check class that the engine takes and then cannot work with."""
 
 
 class Session:
@@ -65,6 +70,8 @@ class Session:
 
         Raises:
             DirectoryError: One of the directories does not exist.
+            CheckError: A class in them cannot be used, and no other with it.
+            HomeError: The settings or the statistics are none.
             PluginExit: A module of checks has called `sys.exit`.
         """
         self.operator = operator
@@ -94,6 +101,7 @@ class Session:
 
     def _build(self, record: Record | None, check_directories: Sequence[str]) -> None:
         """Makes the engine; this runs code of plug-ins."""
+        check_documents(self.environment)
         self.api = core.Api(self.operator, self.environment, checks=checks)
         self._hierarchy: core._Hierarchy = self.api.validator._hierarchy
         self.buffer: core.Scene._Buffer = self.api.validator._buffer
@@ -176,10 +184,22 @@ class Session:
         if not directories:
             return
         self.check_classes.reload()
+        self._require_parameters()
         if os.path.exists(self.environment.get_settings_file()):
             # The first checklist has dropped the states of checks that were not known yet.
             settings.config.apply(core._Settings(self.environment).check.config)
         self.api.validator.checklist = core.Api._Validator._CheckList(self.api, self.check_classes)
+
+    def _require_parameters(self) -> None:
+        """Finds the class whose parameters would keep every checklist from being made."""
+        for check in self.check_classes:
+            try:
+                check.parameters().append_task()
+            except Exception as error:
+                name = f"{check.__module__}.{check.__qualname__}"
+                raise CheckError(
+                    f"the parameters of the check class {name} cannot be used: {error}"
+                ) from error
 
     def _find_unknown(self, record: Record) -> Iterator[tuple[str, str]]:
         known = {check.class_id for check in self.check_classes}

@@ -87,7 +87,11 @@ def add_parser(commands: argparse._SubParsersAction[argparse.ArgumentParser]) ->
         help="with --project, run these checks on every matched object, besides those of its rule; "
         "without, run these checks and no others. `heron checks` lists the ids",
     )
-    add_select(parser, "look only at these objects and what is below them (default: all)")
+    add_select(
+        parser,
+        "look only at these objects: with --project at the hierarchies they belong to, without at all "
+        "that is below them, too (default: all)",
+    )
     parser.add_argument(
         "--fix", action="store_true", help="fix what the checks can fix, and check that again"
     )
@@ -110,6 +114,7 @@ def run(options: argparse.Namespace) -> int:
     scene = GltfScene(options.scene)
     record = read_record(options.project) if options.project else None
     session = Session(scene, record, find_home(options.home), options.checks)
+    troubles = _warned(read_catalogue(session).troubles())
     _require_checks(session, options.enable)
     validation = Validation(options.scene, options.project, time.time(), fixing=options.fix)
     with LogCollector() as log, progress_bar() as progress, plugins_contained():
@@ -121,14 +126,22 @@ def run(options: argparse.Namespace) -> int:
         if options.fix:
             validator.fix()
     validation.seconds = time.time() - validation.started
-    if options.save and (session.buffer.get() or any(check.left for check in validation.checks())):
-        scene.save()
-        validation.saved = True
-    validation.warnings = [*read_catalogue(session).troubles(), *log.warnings(), *log.errors()]
-    for warning in validation.warnings:
-        complain(f"warning: {warning}")
-    _report(options, validation)
+    validation.warnings = troubles + _warned([*log.warnings(), *log.errors()])
+    try:
+        if options.save and (session.buffer.get() or any(check.left for check in validation.checks())):
+            scene.save()
+            validation.saved = True
+    finally:
+        # What was found is worth knowing even if the scene file cannot be written.
+        _report(options, validation)
     return CLEAN if any(validation.checks()) and validation.status in (PASS, INFO) else FINDINGS
+
+
+def _warned(warnings: list[str]) -> list[str]:
+    """The warnings, which are on standard error by now."""
+    for warning in warnings:
+        complain(f"warning: {warning}")
+    return warnings
 
 
 def _require_checks(session: Session, enabled: list[str]) -> None:

@@ -8,6 +8,7 @@ from datetime import datetime, timezone
 from functools import cache
 
 from jinja2 import Environment, PackageLoader, StrictUndefined, Template
+from markupsafe import Markup
 
 from ..outcome import PASS, STATUSES, ObjectOutcome, Validation, worst
 from .console import count, printable, printable_lines
@@ -98,6 +99,10 @@ class _Node:
             stack.extend(reversed(node.children.values()))
 
 
+def _finalize(value: object) -> object:
+    return printable(value) if isinstance(value, str) and not isinstance(value, Markup) else value
+
+
 @cache
 def _template() -> Template:
     environment = Environment(
@@ -107,7 +112,7 @@ def _template() -> Template:
         trim_blocks=True,
         lstrip_blocks=True,
         # Whatever is shown passes here first: a page has no place for control characters.
-        finalize=lambda value: printable(value) if type(value) is str else value,
+        finalize=_finalize,
     )
     environment.filters["lines"] = printable_lines
     environment.globals["count"] = count

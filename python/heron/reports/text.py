@@ -42,9 +42,7 @@ def summary(validation: Validation) -> list[str]:
         if validation.fixed() and not validation.saved:
             lines.append("the scene file stays as it was; --save would keep the fixes")
     if validation.refused:
-        lines.append(
-            f"{count(len(validation.refused), 'object')} not checked: they fit no rule of the project"
-        )
+        lines.append(f"{count(len(validation.refused), 'object')} not checked: no rule of the project fits")
     return lines
 
 
