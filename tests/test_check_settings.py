@@ -154,6 +154,10 @@ def test_a_list_takes_each_directory_that_exists_once(tmp_path, monkeypatch):
     paths = [str(tmp_path / name) for name in "bacc"]
     assert directories == paths
     assert [each["enabled"] for each in directories.data] == [True, False, True, True]
+    same = directories
+    (tmp_path / "d").mkdir()
+    same += [Directory("d", str(tmp_path / "d")), Directory("gone", str(tmp_path / "gone"))]
+    assert same is directories and directories.pop().name == "d"
     both = Directory.List([]) + directories
     assert type(both) is Directory.List
     assert both == paths

@@ -376,6 +376,20 @@ def test_wrong_parameters_keep_the_check_from_running():
     assert host.records[-1]["result"] == "error"
 
 
+def test_parameters_that_cannot_be_copied_are_an_error_of_the_check():
+    class Odd(core.Parameters.Switch):
+        @property
+        def data(self):
+            raise OSError("no data")
+
+    host = Host()
+    task = Block.Task([core.Parameters.Switch("on")])
+    task._table["on"] = Odd("on")
+    with logged() as messages:
+        result = Task.Result("/a", a_class(), task, host, host)
+    assert (result.status, messages) == (Status.Error, ["OSError: no data"])
+
+
 def test_name_has_the_number_of_its_task():
     block = Block()
     block.load([{}, {}])

@@ -486,6 +486,37 @@ def test_options_refuse_what_cannot_be_a_tree():
     assert Options("a", contents=[Switch("b", True), Switch("b")])._defaults == {"b": False}
 
 
+def cycles():
+    """Objects that hold themselves where an accessor reads on."""
+    inner = Parameters.IntSlice(Parameters.IntRange("a"), Parameters.IntRange("b"))
+    inner.start = inner
+    yield inner
+    deep = Parameters.IntSlice(Parameters.IntRange("a"), Parameters.IntRange("b"))
+    for _ in range(100_000):
+        outer = Parameters.IntSlice(Parameters.IntRange("a"), Parameters.IntRange("b"))
+        outer.start, deep = deep, outer
+    yield deep
+    texts = Parameters.TextMatchList("a")
+    texts._array.append(texts)
+    yield texts
+    block = Parameters.Block()
+    block._tasks.append(block)
+    yield block
+
+
+def test_what_holds_itself_cannot_be_read():
+    for one in cycles():
+        with pytest.raises(RecursionError):
+            _ = one.data
+
+
+def test_groups_that_stand_at_many_places_are_walked_once():
+    group = Parameters.Group(contents=[Parameters.Switch("on")])
+    for _ in range(60):
+        group = Parameters.Group(contents=[group, group])
+    assert list(Parameters.Options("a", contents=[group])._parameters) == ["on"]
+
+
 def test_the_collector_frees_what_refers_to_itself():
     options, block = exporter(), Block(*inputs())
     options.self = block.append_task().self = block.self = [options, block]

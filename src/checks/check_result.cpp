@@ -8,6 +8,7 @@
 #include "foundation/logger.h"
 #include "foundation/probe.h"
 #include "foundation/text.h"
+#include "parameters/task.h"
 #include "scene/selection_scope.h"
 #include "server/statistics_records.h"
 
@@ -54,6 +55,20 @@ py::Object make_check(const py::Object& type, const py::Object& number) {
   return prepared(stand_in, number);
 }
 
+/// A copy of the parameters. Where a plug-in's own input makes that fail, an empty task stands in that tells so when
+/// the check is run.
+py::Object cloned(const py::Object& parameters) {
+  static const py::Name kClone("clone");
+  try {
+    return parameters.call(kClone);
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    const auto stand_in = py::Ref<ParameterTask>::make();
+    stand_in->build_exceptions.append(error.value());
+    return stand_in;
+  }
+}
+
 }  // namespace
 
 py::Ref<CheckResult> CheckResult::create(const py::Object& path, const py::Object& type, const py::Object& task,
@@ -65,12 +80,12 @@ py::Ref<CheckResult> CheckResult::create(const py::Object& path, const py::Objec
 
 void CheckResult::init(const py::Object& object_path, const py::Object& type, const py::Object& parameters,
                        const py::Object& records, const py::Object& host, bool single) {
-  static const py::Name kNumber("number"), kClone("clone");
+  static const py::Name kNumber("number");
   op = host;
   statistics = records;
   check = make_check(type, single ? py::Object::none() : parameters.attr(kNumber));
   path = object_path;
-  task = parameters.call(kClone);
+  task = cloned(parameters);
   run();
 }
 

@@ -43,10 +43,13 @@ py::List ParameterBlock::data() const {
 
 void ParameterBlock::load(const py::Object& stored) const {
   reset();
+  const py::Object absent = py::List();  // no stored state is this object
   const bool is_stored = PyList_Check(stored.or_none()) != 0 && stored.length() != 0;
   for (const py::Object& item : (is_stored ? py::List(stored) : defaults()).items()) {
     const py::Object entry = mapping(item);
-    add(py::get(entry, names::kAsInfo, py::to_python(as_info_)), py::get(entry, names::kState, default_state()));
+    const py::Object task_as_info = py::get(entry, names::kAsInfo, py::to_python(as_info_));
+    const py::Object task_state = py::get(entry, names::kState, absent);
+    add(task_as_info, task_state.is(absent) ? default_state() : task_state);
   }
   update_numerator();
 }
@@ -90,7 +93,14 @@ py::Dict ParameterBlock::get_state(const py::Object& inputs) {
   return state;
 }
 
-py::Object ParameterBlock::default_state() const { return py::modules::copy.call(names::kDeepCopy, state); }
+py::Object ParameterBlock::default_state() const {
+  try {
+    return py::modules::copy.call(names::kDeepCopy, state);
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    return state;  // the data of a plug-in's own input may be such that there is no copy
+  }
+}
 
 py::Ref<ParameterTask> ParameterBlock::add(const py::Object& task_as_info, const py::Object& task_state) const {
   auto task = ParameterTask::create(inputs, py::to_python(false));

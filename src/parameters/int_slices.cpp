@@ -88,9 +88,8 @@ void IntSliceList::load(const py::Object& data) const {
 }
 
 py::Ref<IntSlice> IntSliceList::add() const {
-  auto slice = plain_slice();
-  slice->start.set_attr(names::kValue, default_start);
-  slice->stop.set_attr(names::kValue, default_stop);
+  auto slice =
+      IntSlice::create(IntRange::create(names::kStart, default_start), IntRange::create(names::kStop, default_stop));
   apply_specs(slice);
   array.append(slice);
   return slice;

@@ -1,5 +1,6 @@
 #include "parameters/options.h"
 
+#include <map>
 #include <optional>
 
 #include "foundation/assertions.h"
@@ -32,6 +33,33 @@ const py::Name* key_of(const py::Object& input) {
   if (ParameterOptions::is_combobox(input)) return &names::kSelectedAttr;
   return nullptr;
 }
+
+/// All inputs below groups by their names. A group that stands at many places is walked once.
+class InputsOfGroups {
+ public:
+  py::Dict find(const py::Object& parent) {
+    const py::Depth depth(" while the inputs of groups are sought");
+    py::Dict found;
+    for (const py::Object& child : py::collect(parent)) {
+      if (ParameterOptions::is_input(child)) {
+        found.set(child.attr(names::kAttr), child);
+      } else if (ParameterOptions::is_group(child)) {
+        for (const auto& [attr, input] : of_group(child).items()) found.set(attr, input);
+      }
+    }
+    return found;
+  }
+
+ private:
+  py::Dict of_group(const py::Object& group) {
+    const auto known = walked_.find(group.get());
+    if (known != walked_.end()) return known->second.second;
+    const py::Dict inputs = find(group);
+    return walked_.try_emplace(group.get(), group, inputs).first->second.second;
+  }
+
+  std::map<PyObject*, std::pair<py::Object, py::Dict>> walked_;  ///< With the group itself, so that it stays alive.
+};
 
 }  // namespace
 
@@ -75,16 +103,7 @@ bool ParameterOptions::is_float(const py::Object& node) { return py::Ref<FloatRa
 bool ParameterOptions::is_combobox(const py::Object& node) { return py::Ref<ComboBox>::holds(node); }
 
 py::Dict ParameterOptions::find_parameters(const py::Object& parent) const {
-  const py::Depth depth(" while the inputs of groups are sought");
-  py::Dict found;
-  for (const py::Object& child : py::collect(parent.is_none() ? py::object_of(*this) : parent)) {
-    if (is_input(child)) {
-      found.set(child.attr(names::kAttr), child);
-    } else if (is_group(child)) {
-      for (const auto& [attr, input] : find_parameters(child).items()) found.set(attr, input);
-    }
-  }
-  return found;
+  return InputsOfGroups().find(parent.is_none() ? py::object_of(*this) : parent);
 }
 
 py::Dict ParameterOptions::get_state() const {

@@ -22,9 +22,11 @@ void NumberRange::assign(const py::Object& min, const py::Object& max, const py:
   units = after;
 }
 
-py::Ref<IntRange> IntRange::create(const py::Name& attr_name) {
-  const auto type = py::Object::borrow(reinterpret_cast<PyObject*>(py::TypeOf<IntRange>::type));
-  return py::Ref<IntRange>(type(py::Object::borrow(attr_name.get())));
+py::Ref<IntRange> IntRange::create(const py::Name& attr_name, const py::Object& value) {
+  py::Dict named;
+  if (value) named.set(names::kValue, value);
+  const py::Object arguments = py::tuple({py::Object::borrow(attr_name.get())});
+  return py::Ref<IntRange>(py::type_of<IntRange>().apply(arguments, named));
 }
 
 void IntRange::init(const py::Object& attr_name, const py::Object& min, const py::Object& max, const py::Object& by,

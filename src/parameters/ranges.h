@@ -33,7 +33,8 @@ class NumberRange : public ParameterInput {
 class IntRange : public NumberRange {
  public:
   /// A range of this name with the defaults of the constructor.
-  static py::Ref<IntRange> create(const py::Name& attr_name);
+  /// With the value, or the default one for none.
+  static py::Ref<IntRange> create(const py::Name& attr_name, const py::Object& value = {});
 
   /// TypeError for numbers that are no integers and texts that are none.
   void init(const py::Object& attr_name, const py::Object& min, const py::Object& max, const py::Object& by,

@@ -8,11 +8,12 @@
 namespace heron {
 namespace {
 
-/// Frees an exception of the frames that it has passed: while it is kept, it would keep them and all that they hold,
-/// and more with each time that it is raised again.
+/// Frees an exception of the frames that it and those before it have passed: while it is kept, it would keep them and
+/// all that they hold, and more with each time that it is raised again.
 void drop_frames(const py::Object& exception) {
-  static const py::Name kTraceback("__traceback__");
-  exception.set_attr(kTraceback, py::Object::none());
+  PyException_SetTraceback(exception.get(), Py_None);
+  PyException_SetContext(exception.get(), nullptr);
+  PyException_SetCause(exception.get(), nullptr);
 }
 
 void keep(const py::List& exceptions, const py::Error& error) {

@@ -163,7 +163,12 @@ struct ClassOperation {
 
 template <class T, auto Get>
 PyObject* get_accessor(PyObject* self, void*) {
-  return guarded([&] { return to_python((value_of<T>(self).*Get)()).release(); }, nullptr);
+  return guarded(
+      [&] {
+        const Depth depth(" while a value is read");  // the runtime guards calls, and an accessor may read another
+        return to_python((value_of<T>(self).*Get)()).release();
+      },
+      nullptr);
 }
 
 template <class T, auto Set>
@@ -205,7 +210,12 @@ PyObject* text_slot(PyObject* self) {
 
 template <class T, auto F>
 Py_ssize_t length_slot(PyObject* self) {
-  return guarded([&] { return static_cast<Py_ssize_t>((value_of<T>(self).*F)()); }, -1);
+  return guarded(
+      [&] {
+        const Depth depth(" while a length is asked");
+        return static_cast<Py_ssize_t>((value_of<T>(self).*F)());
+      },
+      -1);
 }
 
 template <class T, auto F>
@@ -247,9 +257,20 @@ PyObject* add_slot(PyObject* left, PyObject* right) {
   return guarded([&] { return to_python((value_of<T>(left).*F)(Object::borrow(right))).release(); }, nullptr);
 }
 
+/// `self += other`, which changes the object itself.
 template <class T, auto F>
-PyObject* item_slot(PyObject* self, Py_ssize_t index) {
-  return guarded([&] { return to_python((value_of<T>(self).*F)(index)).release(); }, nullptr);
+PyObject* add_in_place_slot(PyObject* self, PyObject* other) {
+  return guarded(
+      [&] {
+        (value_of<T>(self).*F)(Object::borrow(other));
+        return Object::borrow(self).release();
+      },
+      nullptr);
+}
+
+template <class T, auto F>
+PyObject* item_slot(PyObject* self, PyObject* key) {
+  return guarded([&] { return to_python((value_of<T>(self).*F)(Object::borrow(key))).release(); }, nullptr);
 }
 
 /// What is gathered for a class until its type is made; the part of the builder that needs no template.
@@ -400,7 +421,7 @@ class Class {
   }
   template <auto F>
   Class& item() {
-    parts_.slot(Py_sq_item, &detail::item_slot<T, F>);
+    parts_.slot(Py_mp_subscript, &detail::item_slot<T, F>);
     return *this;
   }
   template <auto F>
@@ -416,6 +437,11 @@ class Class {
   template <auto F>
   Class& add() {
     parts_.slot(Py_nb_add, &detail::add_slot<T, F>);
+    return *this;
+  }
+  template <auto F>
+  Class& add_in_place() {
+    parts_.slot(Py_nb_inplace_add, &detail::add_in_place_slot<T, F>);
     return *this;
   }
   template <auto F>

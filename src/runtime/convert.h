@@ -33,7 +33,8 @@ class Iterable : public Object {
   }
 };
 
-// Python to C++. `accepts` says what is wanted where a value does not fit; `from` takes a value that fits.
+// Python to C++. `fits` asks, `wanted` says what was, for the message where a value does not fit; `from` takes a value
+// that fits.
 
 template <class T>
 struct From;

@@ -47,10 +47,19 @@ void CheckDirectoryList::init(const py::Iterable& data) {
   for (const py::Object& stored : stored::maps(data, kDirectories)) {
     const py::Object path = py::get(stored, kPath, py::text(""));
     if (path.is_text()) {
-      add_new(py::get(stored, kName, py::text("")), py::Text(path), py::get(stored, kEnabled, py::to_python(true)));
+      add_stored(stored, py::Text(path));
     } else {
       stored::warn(kPath);  // its default would be the working directory, which nobody has asked for
     }
+  }
+}
+
+void CheckDirectoryList::add_stored(const py::Object& stored, const py::Text& path) const {
+  try {
+    add_new(py::get(stored, kName, py::text("")), path, py::get(stored, kEnabled, py::to_python(true)));
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_OSError)) throw;
+    stored::warn(kPath);  // a relative path, and the working directory is gone
   }
 }
 
@@ -83,6 +92,8 @@ void CheckDirectoryList::add_new(const py::Object& name, const py::Text& path, c
   directory->set_enabled(enable);
   append(directory);
 }
+
+void CheckDirectoryList::add_in_place(const py::Object& other) const { extend(py::Iterable(other)); }
 
 void CheckDirectoryList::insert(Py_ssize_t index, const py::Object& directory) const {
   if (is_approved(directory)) items().insert(index, directory);
@@ -149,6 +160,7 @@ void expose_check_directory(const py::Scope& check) {
                                                    "Whether it is a `Directory` that exists and is not in the list.")
       .readonly<&CheckDirectoryList::embedded>("_embedded", "The embedded directory, or None.")
       .add<&CheckDirectoryList::add>()
+      .add_in_place<&CheckDirectoryList::add_in_place>()
       .done();
 }
 

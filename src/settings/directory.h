@@ -36,7 +36,9 @@ class CheckDirectoryList {
 
   py::List data() const;                          ///< The JSON form, without the embedded directory.
   py::Object add(const py::Object& other) const;  ///< A new list of both.
-  void embed(const py::Object& module);           ///< Adds the directory of a module, if it is one with a file.
+  void add_in_place(const py::Object& other) const;
+  void embed(const py::Object& module);  ///< Adds the directory of a module, if it is one with a file.
+  /// `register`, which is a keyword of C++.
   void add_new(const py::Object& name, const py::Text& path, const py::Object& enable) const;
 
   // What is not approved is left out without a word.
@@ -53,6 +55,7 @@ class CheckDirectoryList {
   }
 
  private:
+  void add_stored(const py::Object& stored, const py::Text& path) const;
   py::List items() const { return py::List(py::object_of(*this)); }
 };
 
