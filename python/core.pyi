@@ -458,7 +458,11 @@ class _File:
 
         @staticmethod
         def write(path: _Path, data: object) -> None:
-            """Replaces the file's content, in the layout of all documents."""
+            """Replaces the file's content, in the layout of all documents.
+
+            UnicodeEncodeError for lone surrogates and RecursionError for more than 500 levels, before the
+            file is touched.
+            """
 
         @disjoint_base
         class AccessQueue:
@@ -498,7 +502,9 @@ class _File:
             def __enter__(self) -> Any:
                 """The document; an empty map where there is no file. Error.AccessQueueTimeout."""
 
-            def __exit__(self, exc_type: object, exc_val: object, exc_tb: object) -> None: ...
+            def __exit__(self, exc_type: object, exc_val: object, exc_tb: object) -> None:
+                """Only after an `__enter__` that succeeded."""
+
             def _assert_access(self) -> None: ...
             def _is_free(self) -> bool: ...
             def _is_next(self) -> bool: ...
@@ -2395,11 +2401,12 @@ class _Statistics:
     def write(self, clear: bool = False) -> None:
         """Merges the records in memory into the file, by category and time; with `clear`, empties the file.
 
-        A failure is logged, and the records stay.
+        A failure is logged, and the records stay. A file found corrupted is moved aside, and a new one
+        written.
         """
 
     def create_http_request(self, username: str) -> _Statistics.HttpRequest:
-        """A request with a deep copy of the records."""
+        """A request with a deep copy of the records, without those that cannot be written."""
 
     def accept_http_response(self, response: object, clear: bool = True) -> None:
         """Takes the server's answer. If it took the records, `clear` drops them, from the file too."""

@@ -297,6 +297,27 @@ def test_who_stays_too_long_is_passed_by(path, clock):
     assert File.Json.read(path) == {"slow": True} and names(path) == [path.name]
 
 
+def test_a_queue_whose_constructor_never_ran_touches_nothing(path, marker):
+    class Unbuilt(Queue):
+        def __init__(self):
+            pass
+
+    old = marker(".lock", 36)
+    steps = [
+        "_assert_access",
+        "_is_free",
+        "_is_next",
+        "_release_access",
+        "_get_editors_sequence",
+        "__enter__",
+    ]
+    queue = Unbuilt()
+    for call in [*(getattr(queue, step) for step in steps), lambda: queue._delete_outdated(str(old))]:
+        with pytest.raises(RuntimeError, match="never ran"):
+            call()
+    assert names(path) == [old.name]
+
+
 def spawn(program, *arguments):
     return subprocess.Popen(
         [sys.executable, "-c", program, *map(str, arguments)],

@@ -277,21 +277,64 @@ def test_what_is_no_record_is_set_aside_once_and_no_record_is_lost(file):
     assert not log
 
 
+def test_what_cannot_be_set_aside_stays(file, monkeypatch):
+    monkeypatch.setattr("time.time", lambda: 1763200000.0)
+    monkeypatch.setattr("time.sleep", lambda seconds: None)
+    store = open_store(file)
+    store.add(record(1))
+    unsound = [{"checks": [{"timestamp": time}]} for time in ("Monday", "Tuesday")]
+    aside = file.parent / ".corrupted"
+    aside.write_text("no directory")
+
+    def write(document):
+        file.write_text(json.dumps(document))
+        with logged() as log:
+            store.write()
+        return sorted(text.partition(":")[0] for text in log)
+
+    warning = f"Incompatible Statistics Records - {file}".partition(":")[0]
+    assert write(unsound[0]) == sorted([warning, "NotADirectoryError"])
+    assert content(file) == unsound[0]
+    aside.unlink()
+    assert write(unsound[0]) == [warning]
+    assert write(unsound[1]) == sorted([warning, "FileExistsError"])  # in the same second
+    assert content(file) == unsound[1]
+    assert [json.loads(text) for text in set_aside(file)] == unsound[:1]
+    assert store._data["checks"] == [record(1).data]
+
+
+@pytest.mark.parametrize("clear", [False, True])
+def test_a_file_cut_off_meanwhile_is_set_aside_by_the_next_write(file, clear):
+    store = open_store(file)
+    store.add(record(1))
+    file.write_text('{"checks": [')
+    with logged() as log:
+        store.write(clear)
+        store.write(clear)
+    error, message = sorted(log)
+    assert error.startswith("JSONDecodeError: ")
+    assert message == f"Read Corrupted Statistics: {file}"
+    assert set_aside(file) == [b'{"checks": [']
+    assert content(file) == ({} if clear else LISTS | {"checks": [record(1).data]})
+
+
 def test_a_record_that_cannot_be_written_spoils_no_other(file):
     endless = {"timestamp": 3}
     endless["self"] = endless
     store = open_store(file)
     store.add(record(1))
-    for name in ("\ud800", object()):
+    for name in ("\ud800", object(), threading.Lock()):
         store.add(record(2, name))
     for data in (None, {}, endless):
         store.add(SimpleNamespace(key="checks", data=data))
     with logged() as log:
         store.write()
         store.write()
-    assert log == ["Statistics Records Cannot Be Written"] * 2
+        request = store.create_http_request("Zoe")
+    assert log == ["Statistics Records Cannot Be Written"] * 3
     assert content(file)["checks"] == [record(1).data]
-    assert len(store._data["checks"]) == 6
+    assert json.loads(bytes(request))["contents"] == EMPTY | {"checks": [record(1).data]}
+    assert len(store._data["checks"]) == 7
 
 
 def test_records_go_when_the_server_took_them(file):

@@ -48,7 +48,7 @@ void touch(const py::Object& path) {
 
 void AccessQueue::init(const py::Object& json_path, bool write_, double access_timeout_,
                        double life_duration_threshold_) {
-  path = paths::normalised(json_path);
+  path = py::Text(paths::normalised(json_path));
   directory = paths::directory(path);
   filename = paths::file_name(path);
   path_lock = format("{}.lock", {path});
@@ -77,7 +77,12 @@ void AccessQueue::exit() const {
       [&] { release_access(); });
 }
 
+void AccessQueue::assert_built() const {
+  if (!path) py::raise(PyExc_RuntimeError, "an access queue is used whose constructor never ran");
+}
+
 void AccessQueue::assert_access() const {
+  assert_built();
   if (!paths::exist(directory)) {
     PyErr_SetNone(PyExc_FileNotFoundError);
     throw py::Error();
@@ -87,6 +92,7 @@ void AccessQueue::assert_access() const {
 }
 
 bool AccessQueue::is_free() const {
+  assert_built();
   return wait(access_timeout, kGateStep, [&] {
     delete_outdated(path_lock);
     return !paths::exist(path_lock);
@@ -94,6 +100,7 @@ bool AccessQueue::is_free() const {
 }
 
 bool AccessQueue::is_next() const {
+  assert_built();
   touch(path_lock);
   touch(path_id);
   sleep(kQueueStep);  // whoever passed the gate at the same time is in the queue by now
@@ -104,6 +111,7 @@ bool AccessQueue::is_next() const {
 }
 
 void AccessQueue::release_access() const {
+  assert_built();
   if (paths::exist(path_id)) paths::remove(path_id);
   if (!editors_sequence().empty()) return;  // the gate stays closed until the last of this batch has left
   try {
@@ -116,6 +124,7 @@ void AccessQueue::release_access() const {
 // The order of the listing is the order of the queue: all see the same, which is what counts.
 py::List AccessQueue::editors_sequence() const {
   static const py::Name kListDirectory("listdir"), kMatch("match");
+  assert_built();
   const py::Object pattern = format(R"(^{}\.id\.\d+)", {filename});
   py::List editors;
   for (const py::Object& name : py::collect(py::modules::os.call(kListDirectory, directory))) {
@@ -129,6 +138,7 @@ py::List AccessQueue::editors_sequence() const {
 
 void AccessQueue::delete_outdated(const py::Object& marker) const {
   static const py::Name kModified("getmtime");
+  assert_built();
   try {
     const py::Object age = clock::since(py::modules::path.call(kModified, marker));
     if (py::From<double>::from(age.get()) > life_duration_threshold) paths::remove(marker);
@@ -150,9 +160,11 @@ void expose_access_queue(const py::Scope& json) {
       "whole content, clear the document and update it. A queue serves one entry at a time, on one thread.\n\n"
       "Nothing but marker files beside the document is used: \".lock\" closes the gate, \".id.\" and a number\n"
       "stands for each participant inside it, and the first of them in the listing of the directory is next. So\n"
-      "the guard is a lease: who stays for longer than the threshold loses it. And it has one limit: a participant\n"
+      "the guard is a lease: who stays for longer than the threshold loses it. And it has two limits. A participant\n"
       "that stalls for more than 0.1 seconds between finding the gate open and making its id file may come when\n"
-      "another is inside already. The document's name must mean itself as a regular expression.")
+      "another is inside already. One that stalls between deleting its id file and deleting the lock for as long as\n"
+      "another's whole turn may open the gate of a new batch, whose members then meet newcomers. The document's\n"
+      "name must mean itself as a regular expression.")
       .init<&AccessQueue::init>({"json_path",
                                  {"write", false},
                                  {"access_timeout", AccessQueue::kAccessTimeout},
@@ -163,7 +175,8 @@ void expose_access_queue(const py::Scope& json) {
           "FileNotFoundError if the directory is missing, Error.AccessQueueTimeout if\n"
           "others take too long, ValueError if the document is corrupted.")
       .operation<&AccessQueue::leave>("__exit__", {"exc_type", "exc_val", "exc_tb"},
-                                      "Writes the document, if that was asked for, and lets the next one in.")
+                                      "Writes the document, if that was asked for, and lets the next one in.\n\n"
+                                      "Only after an `__enter__` that succeeded.")
       .operation<&AccessQueue::assert_access>("_assert_access",
                                               "Waits for access: FileNotFoundError, or Error.AccessQueueTimeout.")
       .operation<&AccessQueue::is_free>("_is_free", "Waits until the gate is open; false if that takes too long.")

@@ -31,7 +31,7 @@ class AccessQueue {
 
   py::Object path, directory, filename, path_lock, path_id;
   bool write = false;
-  double access_timeout = 0, life_duration_threshold = 0;
+  double access_timeout = kAccessTimeout, life_duration_threshold = kLifeDurationThreshold;
   py::Object data;
 
   template <class V>
@@ -43,6 +43,9 @@ class AccessQueue {
     visit(path_id);
     visit(data);
   }
+
+ private:
+  void assert_built() const;  ///< RuntimeError for an instance whose constructor never ran.
 };
 
 /// What a `with` statement over a queue is for Python: enters, calls `use(document)`, and leaves in every case.

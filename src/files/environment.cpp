@@ -124,7 +124,8 @@ void expose_environment(const py::Scope& module, const py::Scope& assertions) {
       "end: it asks for the settings directory, the target and the scope, and puts them into the environment of the\n"
       "process as \"HERON-SETTINGS\", \"HERON-TARGET\" and \"HERON-SCOPE\".\n\n"
       "user_home: the value of \"USERPROFILE\" when the library was loaded, or else the user's home directory.\n"
-      "name: the name of the hidden directory in it.")
+      "name: the name of the hidden directory in it. `root` takes both from the instance, so that a derived class can\n"
+      "have its own; `decode_user` and `encode_user`, which have no instance, take the home from `Environment` itself.")
       .init<&Environment::init>({})
       .attribute("user_home", find_user_home())
       .attribute("name", py::text(".heron"))

@@ -1,5 +1,6 @@
 #include "files/json_file.h"
 
+#include "files/json_body.h"
 #include "files/paths.h"
 #include "files/stream.h"
 #include "foundation/assertions.h"
@@ -26,11 +27,16 @@ void dump(const py::Object& data, const py::Object& stream) {
   py::modules::json.attr(kDump).apply(py::tuple({data, stream}), layout());
 }
 
-void set_aside(const py::Object& path) {
-  static const py::Name kMove("move");
+/// Where a corrupted file is kept from now on; the directory is made if missing.
+py::Object place_aside(const py::Object& path) {
   const py::Object directory = paths::join(paths::directory(path), py::text(".corrupted"));
   paths::make_directory(directory);
-  py::modules::shutil.call(kMove, path, paths::join(directory, timed_name(paths::file_name(path))));
+  return paths::join(directory, timed_name(paths::file_name(path)));
+}
+
+void move(const py::Object& path, const py::Object& place) {
+  static const py::Name kMove("move");
+  py::modules::shutil.call(kMove, path, place);
 }
 
 }  // namespace
@@ -47,24 +53,40 @@ void write(const py::Object& path, const py::Object& data) {
   with_stream(open_data(path, "w"), [&](const py::Object& stream) { dump(data, stream); });
 }
 
-void rehearse(const py::Object& data) {
-  static const py::Name kDumps("dumps"), kEncode("encode");
-  py::modules::json.attr(kDumps).apply(py::tuple({data}), layout()).call(kEncode, py::text(kEncoding));
+// The layout makes no difference to what can be written, and one line is written several times as fast.
+void rehearse(const py::Object& data) { json_body::bytes(json_body::text(data)); }
+
+bool is_writable(const py::Object& data) {
+  try {
+    rehearse(data);
+    return true;
+  } catch (const py::Error& error) {
+    for (PyObject* refusal : {PyExc_TypeError, PyExc_ValueError, PyExc_RecursionError}) {
+      if (error.matches(refusal)) return false;
+    }
+    throw;
+  }
 }
 
 py::Object timed_name(const py::Object& file_name) {
   static const py::Name kSplitExtension("splitext");
   const std::vector<py::Object> parts = py::collect(py::modules::path.call(kSplitExtension, file_name));
-  return format("{}-{:.0f}{}", {parts[0], clock::now(), parts[1]});
+  return format("{}-{:.0f}{}", {py::Text(parts[0]), clock::now(), parts[1]});
 }
 
 void move_corrupted(const py::Object& path) {
   try {
-    set_aside(path);
+    move(path, place_aside(path));
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
   }
+}
+
+void set_aside(const py::Object& path) {
+  const py::Object place = place_aside(path);
+  if (paths::exist(place)) py::raise(PyExc_FileExistsError, "another file was moved aside in this second");
+  move(path, place);
 }
 
 }  // namespace heron::json_file

@@ -9,17 +9,24 @@ namespace heron::json_file {
 /// The value in a file. ValueError for what is no JSON or no UTF-8, RecursionError for what is nested too deep.
 py::Object read(const py::Object& path);
 
-/// Replaces the file's content. What cannot be written is refused first, as far as it can be told without writing; any
-/// other failure leaves a file that the next reader finds corrupted.
+/// Replaces the file's content. Lone surrogates and what is nested too deep are refused before the file is touched. Any
+/// other failure cuts the file off, and the next reader finds it corrupted: a full disk, but also an object that JSON
+/// cannot hold, or an integer of more digits than the runtime writes. Of those `rehearse` tells.
 void write(const py::Object& path, const py::Object& data);
 
 /// Raises what `write` would raise of this document, for a file whose old content must outlive a failure.
 void rehearse(const py::Object& data);
 
+bool is_writable(const py::Object& data);  ///< Would `rehearse` raise nothing?
+
 /// The name with the present time in it: "settings-1763200000.json".
 py::Object timed_name(const py::Object& file_name);
 
-/// Moves a file into ".corrupted" beside it, under its timed name. A failure is logged, and the file stays.
+/// Moves a file into ".corrupted" beside it, under its timed name, where it may replace another of the same second. A
+/// failure is logged, and the file stays.
 void move_corrupted(const py::Object& path);
+
+/// The same for a file whose content must not be lost: replaces no other, and raises if the file stays.
+void set_aside(const py::Object& path);
 
 }  // namespace heron::json_file

@@ -6,6 +6,14 @@
 #include "foundation/text.h"
 
 namespace heron {
+namespace {
+
+void move_aside(const py::Object& path, std::string_view corrupted) {
+  logger::error(format(corrupted, {path}));
+  json_file::move_corrupted(path);
+}
+
+}  // namespace
 
 py::Object read_stored_document(const py::Object& path, std::string_view corrupted) {
   py::Object stored;
@@ -14,14 +22,30 @@ py::Object read_stored_document(const py::Object& path, std::string_view corrupt
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     if (error.matches(PyExc_ValueError)) {
-      logger::error(format(corrupted, {path}));
-      json_file::move_corrupted(path);
+      move_aside(path, corrupted);
     } else {
       logger::caught(error);
     }
     return {};  // even if it was read and only the release failed
   }
   return stored;
+}
+
+void change_stored_document(const py::Object& path, std::string_view corrupted,
+                            const std::function<void(const py::Object& document)>& change) {
+  bool is_read = false;
+  const auto use = [&](const py::Object& document) {
+    is_read = true;
+    change(document);
+  };
+  try {
+    with_document(path, true, use);
+  } catch (const py::Error& error) {
+    if (is_read || !error.matches(PyExc_ValueError)) throw;
+    logger::caught(error);
+    move_aside(path, corrupted);
+    with_document(path, true, use);
+  }
 }
 
 }  // namespace heron

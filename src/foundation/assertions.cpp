@@ -22,11 +22,13 @@ py::Object clean(const py::Object& data) {
   if (data.is_text()) {
     py::Object::steal(PyUnicode_AsUTF8String(data.get()));
   } else if (PyDict_Check(data.or_none())) {
+    py::checked(PyErr_CheckSignals());  // a document that shares its parts may be walked for ever
     for (const auto& [key, value] : py::Dict(data).items()) {
       if (key.is_text()) clean(key);
       clean(value);
     }
   } else if (PyList_Check(data.or_none()) || PyTuple_Check(data.or_none())) {
+    py::checked(PyErr_CheckSignals());
     for (const py::Object& value : py::collect(data)) clean(value);
   }
   return data;
@@ -47,9 +49,9 @@ py::Scope expose_assertions(const py::Scope& module) {
 
   const py::Scope json = py::make_namespace(scope, "Json", "Tests of documents.");
   py::function<&assertions::clean>(json, "clean", {"data"},
-                                   "The document itself, its texts in maps and lists of any depth made ready to be\n"
-                                   "written, in place.\n\n"
-                                   "RecursionError for a document that holds itself or is too deep,\n"
+                                   "Returns the document itself after checking that its texts and its depth can be\n"
+                                   "written.\n\n"
+                                   "RecursionError for a document that holds itself or has more than 500 levels,\n"
                                    "UnicodeEncodeError for one with lone surrogates in its keys or texts.");
   return scope;
 }

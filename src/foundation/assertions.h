@@ -10,8 +10,8 @@ namespace assertions {
 /// Refuses a name that an input of parameters cannot have: TypeError, ValueError, or an error of `errors`.
 void attribute(const py::Object& name);
 
-/// The document itself, made ready to be written as JSON. RecursionError if it holds itself or is too deep,
-/// UnicodeEncodeError for lone surrogates in its keys or texts.
+/// Returns the document itself after checking that its texts and its depth can be written as JSON. RecursionError if it
+/// holds itself or has more than 500 levels, UnicodeEncodeError for lone surrogates in its keys or texts.
 py::Object clean(const py::Object& data);
 
 }  // namespace assertions

@@ -44,16 +44,9 @@ void exception(const py::Object& message, const py::Dict& kwargs) {
   error(message.is_text() ? (*strip)(message, py::text("\n")) : message, kwargs);
 }
 
-/// Class and words of an error; the runtime's own for one that cannot be turned into text.
+/// Class and words of an error.
 py::Object described(const py::Error& error) {
-  constexpr std::string_view kPattern = "{}: {}";
-  const py::Object type = py::text(error.value().type_name());
-  try {
-    return format(kPattern, {type, error.value()});
-  } catch (const py::Error& failed) {
-    if (!failed.is_failure()) throw;
-    return format(kPattern, {type, py::text("<exception str() failed>")});
-  }
+  return format("{}: {}", {py::text(error.value().type_name()), printable(error.value())});
 }
 
 }  // namespace

@@ -6,7 +6,8 @@
 namespace heron::probe {
 
 // Questions to an object from outside, which may do anything when it is asked: a failure is logged and counts as
-// no answer.
+// no answer. Each question is asked by itself: an operation is looked up once to see whether it is there and once more
+// to be taken.
 
 /// What `function` returns, or None if it fails.
 template <class F>

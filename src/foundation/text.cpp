@@ -63,6 +63,15 @@ py::Object format(std::string_view pattern, const std::vector<py::Object>& value
   return format_values(py::Text(py::text(pattern)), py::tuple(values));
 }
 
+py::Object printable(const py::Object& value) {
+  try {
+    return format("{}", {value});
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    return py::text("<exception str() failed>");
+  }
+}
+
 void expose_text(const py::Scope& module) {
   expose_str_class(module);
   module.set("version", py::tuple({py::to_python(0), py::to_python(8), py::to_python(20)}));

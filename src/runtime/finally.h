@@ -4,8 +4,8 @@
 
 namespace heron::py {
 
-/// Runs `undo` if `body` fails, interrupts included. An error of `undo` takes the place of the first one, unless that
-/// is an interrupt or exit, which must pass.
+/// Runs `undo` if `body` fails, interrupts included. An error of `undo` takes the place of the first one, as
+/// Python's own does, unless that is an interrupt or exit, which must pass.
 template <class Body, class Undo>
 void undo_on_failure(Body&& body, Undo&& undo) {
   try {

@@ -1,6 +1,5 @@
 #include "server/statistics.h"
 
-#include "files/access_queue.h"
 #include "files/json_file.h"
 #include "files/paths.h"
 #include "files/stored_document.h"
@@ -17,10 +16,21 @@ namespace {
 
 const py::Name kVersionName("version");
 
+constexpr std::string_view kCorrupted = "Read Corrupted Statistics: {}";
+
 bool is_newer(const py::Object& version) {
   const bool is_number = PyLong_Check(version.or_none()) != 0 || PyFloat_Check(version.or_none()) != 0;
   const py::Object ours = py::to_python(Statistics::kVersion);
   return is_number && py::checked(PyObject_RichCompareBool(version.get(), ours.get(), Py_GT)) != 0;
+}
+
+void warn_of_unwritable() { logger::warning(py::text("Statistics Records Cannot Be Written")); }
+
+/// What of the records can be sent: mostly all of them, and then nothing is tried by itself.
+py::Dict sendable(const py::Dict& data) {
+  if (json_file::is_writable(data)) return data;
+  warn_of_unwritable();
+  return SoundStatistics(data).content();
 }
 
 }  // namespace
@@ -47,7 +57,7 @@ void Statistics::write(bool clear) const {
     clear ? document.clear() : extend(document);
   };
   try {
-    locked(mutex, [&] { with_document(path, true, change); });
+    locked(mutex, [&] { change_stored_document(path, kCorrupted, change); });
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
@@ -57,7 +67,7 @@ void Statistics::write(bool clear) const {
 py::Object Statistics::create_http_request(const py::Object& username) const {
   static const py::Name kDeepCopy("deepcopy");
   py::Object contents;
-  locked(mutex, [&] { contents = py::modules::copy.call(kDeepCopy, data); });
+  locked(mutex, [&] { contents = py::modules::copy.call(kDeepCopy, sendable(data)); });
   return StatisticsRequest::create(username, contents);
 }
 
@@ -72,7 +82,7 @@ void Statistics::accept_http_response(const py::Object& response, bool clear_sen
 
 py::Dict Statistics::read() const {
   if (!paths::exist(path)) return {};
-  const py::Object stored = read_stored_document(path, "Read Corrupted Statistics: {}");
+  const py::Object stored = read_stored_document(path, kCorrupted);
   if (!stored) return {};
   if (is_newer(py::get(stored, kVersionName, py::to_python(0)))) {
     logger::warning(format("Incompatible Statistics Version - {}", {path}));
@@ -96,11 +106,11 @@ void Statistics::ensure_attributes() const {
 
 void Statistics::extend(const py::Dict& document) const {
   const SoundStatistics stored(document), ours(data);
-  if (!ours.is_whole()) logger::warning(py::text("Statistics Records Cannot Be Written"));
+  if (!ours.is_whole()) warn_of_unwritable();
   if (!stored.is_whole()) {
-    // What is left out would be gone with the write: the file stays, in another place.
     logger::warning(format("Incompatible Statistics Records - {}", {path}));
-    json_file::move_corrupted(path);
+    // What is left out would be gone with the write: the file is kept, in another place, or nothing changes.
+    if (paths::exist(path)) json_file::set_aside(path);
     document.clear();
     document.update(stored.content());
   }
@@ -136,14 +146,17 @@ void expose_statistics(const py::Scope& module) {
           .operation<&Statistics::add>("add", {"record"},
                                        "Keeps `record.data` in the category `record.key`, in memory. A category that\n"
                                        "does not exist keeps nothing.")
-          .operation<&Statistics::write>("write", {{"clear", false}},
-                                         "Merges the records in memory into the file, by category and time; with "
-                                         "`clear`, empties the file instead.\n\n"
-                                         "Waits for the file's queue, and `add` waits meanwhile. A failure is logged, "
-                                         "and the records stay. Records\n"
-                                         "in memory that cannot be written are passed over with a warning.")
-          .operation<&Statistics::create_http_request>("create_http_request", {"username"},
-                                                       "An `HttpRequest` with a deep copy of the records.")
+          .operation<&Statistics::write>(
+              "write", {{"clear", false}},
+              "Merges the records in memory into the file, by category and time; with "
+              "`clear`, empties the file instead.\n\n"
+              "Waits for the file's queue, and `add` waits meanwhile. A failure is logged, and the records stay.\n"
+              "Records in memory that cannot be written are passed over with a warning. A file found corrupted is\n"
+              "logged and moved aside, and a new one written.")
+          .operation<&Statistics::create_http_request>(
+              "create_http_request", {"username"},
+              "An `HttpRequest` with a deep copy of the records; without those\n"
+              "that cannot be written, if there are any, and with a warning.")
           .operation<&Statistics::accept_http_response>(
               "accept_http_response", {"response", {"clear", true}},
               "Takes the server's answer. If it took the records, `clear` drops them, from the file too.")
@@ -152,7 +165,9 @@ void expose_statistics(const py::Scope& module) {
                                         "The records in the file, a new dict. See the class for what is left out.")
           .operation<&Statistics::extend>("_extend", {"json_data"},
                                           "Merges the records in memory into a document, in place. Those in memory\n"
-                                          "replace those of the same time; \"version\" stays as it is.")
+                                          "replace those of the same time; \"version\" stays as it is. If the\n"
+                                          "document has what cannot be kept, the store's own file is moved aside\n"
+                                          "first: OSError if that fails.")
           .operation<&Statistics::clear>("_clear", "Empties every list in memory, in place.")
           .static_operation<&timed_table::of>("_timed_table", {"json_data"},
                                               "Category to timestamp to record. The member \"version\", in any letter\n"

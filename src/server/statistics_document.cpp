@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "files/json_file.h"
 #include "runtime/convert.h"
-#include "server/json_body.h"
 #include "server/statistics_records.h"
 
 namespace heron {
@@ -40,13 +40,13 @@ bool may_stand(const py::Object& name, const py::Object& value) {
 bool is_writable(const py::Object& name, const py::Object& value) {
   const py::Dict document;
   document.set(name, value);
-  return json_body::is_writable(document);
+  return json_file::is_writable(document);
 }
 
 }  // namespace
 
 SoundStatistics::SoundStatistics(const py::Dict& document) {
-  const bool all_writable = json_body::is_writable(document);  // mostly so: then nothing is tried by itself
+  const bool all_writable = json_file::is_writable(document);  // mostly so: then nothing is tried by itself
   for (const auto& [name, value] : document.items()) add(name, value, all_writable);
 }
 
@@ -97,7 +97,7 @@ py::Dict bucket(const py::Dict& table, const py::Object& category) {
 py::Dict flat(const py::Dict& table) {
   py::Dict lists;
   for (const auto& [category, records] : table.items()) {
-    lists.set(category, py::Object::steal(PyDict_Values(records.get())));
+    lists.set(category, py::Object::steal(PyDict_Values(py::Dict(records).get())));
   }
   return lists;
 }

@@ -1,7 +1,7 @@
 #include "server/statistics_exchange.h"
 
+#include "files/json_body.h"
 #include "foundation/probe.h"
-#include "server/json_body.h"
 
 namespace heron {
 namespace {
@@ -53,9 +53,9 @@ void expose_statistics_exchange(const py::Scope& statistics) {
   py::Class<StatisticsRequest>(
       statistics, "HttpRequest",
       "The records of a user, on their way to the server.\n\n"
-      "The text form is the body, JSON on one line, and `bytes` gives it encoded. TypeError for\n"
-      "contents that JSON cannot hold, RecursionError for such as are too deep; `bytes` refuses\n"
-      "lone surrogates with UnicodeEncodeError.")
+      "The text form is the body, JSON on one line, and `bytes` gives it encoded. Both raise TypeError for\n"
+      "contents that JSON cannot hold, RecursionError for such as are too deep, UnicodeEncodeError for lone\n"
+      "surrogates.")
       .init<&StatisticsRequest::init>({"username", "contents"})
       .attribute("headers", headers())
       .readonly<&StatisticsRequest::username>("username", "Who sends it.")

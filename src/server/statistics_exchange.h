@@ -10,8 +10,8 @@ class StatisticsRequest {
   static py::Object create(const py::Object& username, const py::Object& contents);
 
   void init(const py::Object& username, const py::Object& contents);
-  py::Object text() const;   ///< The body: JSON on one line.
-  py::Object bytes() const;  ///< The body, encoded; UnicodeEncodeError for lone surrogates.
+  py::Object text() const;   ///< The body: JSON on one line; UnicodeEncodeError for lone surrogates.
+  py::Object bytes() const;  ///< The body, encoded.
 
   py::Object username, contents;
 

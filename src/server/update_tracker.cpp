@@ -3,14 +3,11 @@
 #include <algorithm>
 
 #include "foundation/logger.h"
-#include "foundation/probe.h"
 #include "foundation/text.h"
 #include "runtime/modules.h"
 
 namespace heron {
 namespace {
-
-const py::Name kHost("host");
 
 py::List parts_of(const py::Object& version) {
   static const py::Name kSplit("split");
@@ -19,10 +16,20 @@ py::List parts_of(const py::Object& version) {
 
 py::Object joined(const py::List& parts) { return py::Object::steal(PyUnicode_Join(py::text(".").get(), parts.get())); }
 
+bool is_decimal(const py::Object& part) {
+  static const py::Name kIsDecimal("isdecimal");
+  return part.call(kIsDecimal).truth();
+}
+
 /// A part as a number. The runtime refuses to make integers of very many digits, which a server may send.
 py::Object number(const py::Object& part) {
   static const py::Name kDecimal("Decimal");
-  return py::modules::decimal.call(kDecimal, part);
+  try {
+    return py::Object::steal(PyNumber_Long(part.get()));
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_ValueError) || !is_decimal(part)) throw;
+    return py::modules::decimal.call(kDecimal, part);
+  }
 }
 
 bool is_less(const py::Object& left, const py::Object& right) {
@@ -51,23 +58,27 @@ py::Object UpdateTracker::handle_version(const py::Iterable& value) const {
     const py::Object integer = py::Object::steal(PyNumber_Index(element.get()));
     parts.append(py::Object::steal(PyObject_Str(integer.get())));
   }
+  if (parts.empty()) parts.append(py::text("0"));
   return clean_version(py::Text(joined(parts)));
 }
 
 py::Object UpdateTracker::get_version_response() const {
+  static const py::Name kHost("host");
+  py::Object host = py::Object::none();
   try {
-    return ask_server();
+    host = urls.attr(kHost);
+    return ask_server(host);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
-    logger::error(format("Could not check version for update from {}", {probe::attribute(urls, kHost)}));
+    logger::error(format("Could not check version for update from {}", {printable(host)}));
     return py::Object::none();
   }
 }
 
-py::Object UpdateTracker::ask_server() const {
+py::Object UpdateTracker::ask_server(const py::Object& host) const {
   static const py::Name kHttpsConnection("HTTPSConnection"), kRequest("request"), kGetResponse("getresponse");
   static const py::Name kGetHeader("getheader"), kClose("close"), kPath("path"), kLatest("latest");
-  const py::Object connection = py::modules::http_client.call(kHttpsConnection, urls.attr(kHost));
+  const py::Object connection = py::modules::http_client.call(kHttpsConnection, host);
   connection.call(kRequest, py::text("GET"), urls.attr(kPath).attr(kLatest));
   const py::Object version = connection.call(kGetResponse).call(kGetHeader, py::text("Heron-Version"), py::text(""));
   if (is_version(version)) return clean_version(py::Text(version));
@@ -76,10 +87,9 @@ py::Object UpdateTracker::ask_server() const {
 }
 
 bool UpdateTracker::is_version(const py::Object& string) {
-  static const py::Name kIsDecimal("isdecimal");
   if (!string.is_text()) return false;
   const std::vector<py::Object> parts = parts_of(string).items();
-  return std::all_of(parts.begin(), parts.end(), [](const auto& part) { return part.call(kIsDecimal).truth(); });
+  return std::all_of(parts.begin(), parts.end(), is_decimal);
 }
 
 py::Object UpdateTracker::clean_version(const py::Text& string) {
@@ -109,7 +119,8 @@ void expose_update_tracker(const py::Scope& module) {
           "exist",
           "Whether the server has a newer version. A failure to ask is logged, and says no.\n\n"
           "Blocks on the network, with no time-out but the platform's: for a thread of its own.")
-      .operation<&UpdateTracker::handle_version>("_handle_version", {"value"}, "Numbers as a version text.")
+      .operation<&UpdateTracker::handle_version>("_handle_version", {"value"},
+                                                 "Numbers as a version text; \"0.0.0\" for none.")
       .operation<&UpdateTracker::get_version_response>(
           "_get_version_response",
           "Asks the server for its version, from the header \"Heron-Version\". None if it does not tell a version;\n"
@@ -120,7 +131,7 @@ void expose_update_tracker(const py::Scope& module) {
       .static_operation<&UpdateTracker::is_above_version>(
           "_is_above_version", {"lower", "upper"},
           "Whether the version `upper` is newer than `lower`. Parts that only one of them has do not count.\n\n"
-          "ArithmeticError for a part that is no number.")
+          "ValueError for a part that is no number.")
       .readonly<&UpdateTracker::accepted>("accepted", "Whether the tracker was built.")
       .readonly<&UpdateTracker::remote_version>("version", "The version that the server told last, or None.")
       .readonly<&UpdateTracker::urls>("_urls", "Host and paths of the server.")

@@ -30,7 +30,7 @@ class UpdateTracker {
   }
 
  private:
-  py::Object ask_server() const;
+  py::Object ask_server(const py::Object& host) const;
 };
 
 void expose_update_tracker(const py::Scope& module);

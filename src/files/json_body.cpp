@@ -1,4 +1,4 @@
-#include "server/json_body.h"
+#include "files/json_body.h"
 
 #include "foundation/assertions.h"
 #include "foundation/text.h"
@@ -16,18 +16,6 @@ py::Object text(const py::Object& document) {
 py::Object bytes(const py::Object& text) {
   static const py::Name kEncode("encode");
   return text.call(kEncode, py::text(kEncoding));
-}
-
-bool is_writable(const py::Object& document) {
-  try {
-    bytes(text(document));
-    return true;
-  } catch (const py::Error& error) {
-    for (PyObject* refusal : {PyExc_TypeError, PyExc_ValueError, PyExc_RecursionError}) {
-      if (error.matches(refusal)) return false;
-    }
-    throw;
-  }
 }
 
 }  // namespace heron::json_body
