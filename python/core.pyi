@@ -2574,8 +2574,8 @@ class Check:
     class Base:
         """An abstract class of checks: looks at one scene object and reports what is wrong with it.
 
-        A plug-in derives its checks at least two steps below: classes derived from this one directly are not
-        taken for checks. It overrides the attributes and `check`, and what else it needs. An instance serves
+        A plug-in derives its checks at least two steps below: a class derived from this one alone is not
+        taken for a check. It overrides the attributes and `check`, and what else it needs. An instance serves
         one object: `check` may keep there what the other operations need.
         """
 
@@ -3115,9 +3115,10 @@ class Api:
         def start(self) -> None:
             """Plans the checks and runs them all; the results are in `queue`.
 
-            The selection of the host stays as it is, one record of the run and one of each check go to the
-            statistics, which are written. With nothing to check nothing is recorded. A check that fails stops
-            nothing: its result says so. Exceptions of the host pass.
+            The selection of the host stays as it is; a record of this run and one of each run of a check
+            go to the statistics, which are written. With nothing to check nothing is recorded. A check that
+            fails stops nothing: its result says so. Exceptions of the host pass; RuntimeError within a
+            validation.
             """
 
         def _plan_checks(self, mode: int) -> None:

@@ -1,7 +1,9 @@
 """Checks: how plug-ins are found and judged, how checklists switch them, how they run and fix."""
 
+import copy
 import gc
 import os
+import pickle
 import sys
 import weakref
 from types import SimpleNamespace
@@ -202,6 +204,8 @@ def test_denied_classes_are_shown_and_may_repeat(tmp_path):
 def test_buffer_is_a_list_with_a_name():
     buffer = core.Structure.NamedBuffer("edges", items=(1, 2))
     buffer.__init__("faces", [3])
+    for twin in (copy.copy(buffer), copy.deepcopy(buffer), pickle.loads(pickle.dumps(buffer))):
+        assert (type(twin), twin, twin.name) == (type(buffer), [1, 2, 3], "faces")
     assert buffer == [1, 2, 3] and (buffer.name, buffer.length, buffer.has_issues()) == ("faces", 3, True)
     buffer.clear()
     assert buffer.is_empty and not buffer.has_issues() and core.Structure.NamedBuffer().name == ""
@@ -404,7 +408,47 @@ def test_class_that_makes_no_check_gives_an_error_and_a_record():
     with logged() as messages:
         result = outcome(a_class(__init__=raising(OSError("not today"))), host, single=False)
         assert (result.status, result.name, result.could_be_fixed) == ("error", "Made (Task 01)", False)
-    assert "OSError: not today" in messages and [r["result"] for r in host.records] == ["error"]
+        result.check()
+    assert messages == ["OSError: not today"] * 2 and [r["result"] for r in host.records] == ["error"] * 2
+
+
+def test_plug_ins_of_any_shape_stop_no_run():
+    class Gone:
+        def __get__(self, check, type):
+            if check is None:
+                return "text"
+            raise OSError("no name")
+
+    class Undecided:
+        def __bool__(self):
+            raise OSError("no answer")
+
+    def undecided(self, path, parameters):
+        parameters.as_info = Undecided()
+        raise core.Error.ValidationError
+
+    host = Host()
+    with logged() as messages:
+        assert outcome(a_class(long_name=Gone(), check=lambda *_: None), host).status == Status.Pass
+        assert outcome(a_class(check=undecided), host).status == Status.Error
+    assert messages == ["OSError: no name", "OSError: no answer"]
+    assert [record["name"] for record in host.records] == [None, "Made"]
+
+
+def test_what_a_check_does_to_its_own_result_crashes_nothing():
+    results, seen = [], []
+
+    class Check(Plugin):
+        @property
+        def check(self):
+            if results:
+                results.pop().__init__("other", a_class(check=lambda *_: None), task, host, None)
+            return lambda path, parameters: seen.append(len(path))
+
+    host, task = Host(), Block().append_task()
+    results.append(Task.Result("a" * 10**7, Check, task, host, None))
+    results[0].check()
+    assert seen == [10**7, 10**7]
 
 
 def test_interrupts_and_exits_pass_and_leave_the_scope():

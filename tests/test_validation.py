@@ -266,6 +266,20 @@ def test_failures_of_the_host_pass_and_leave_the_scope(make):
     assert host.ends == [KeyboardInterrupt] and api.env.records("validate") == []
 
 
+def test_a_check_that_starts_a_validation_has_failed(make):
+    api = make(Host("/a", "/b"))
+    enable(api.validator.checklist.workspace, "names")
+    check = next(control.check for control in api.validator.checklist.workspace if control.enabled)
+    check.check = lambda self, path, parameters: api.validator.start()
+    with logged() as messages:
+        api.validator.start()
+    assert outcome(api) == [[("Names", "error")]] * 2
+    assert messages == ["RuntimeError: a validation is running"] * 2
+    check.check = lambda self, path, parameters: None
+    api.validator.start()
+    assert outcome(api) == [[("Names", "pass")]] * 2
+
+
 def test_a_fix_changes_the_result_where_it_stands(make):
     host = Host("/a0")
     api = make(host)

@@ -3,6 +3,7 @@
 #include "checks/check_result.h"
 #include "foundation/clock.h"
 #include "runtime/collection_ease.h"
+#include "runtime/finally.h"
 #include "scene/operator.h"
 #include "scene/selection_scope.h"
 #include "server/statistics_records.h"
@@ -50,15 +51,24 @@ void Validator::init(const py::Object& api_, const py::Object& host_, const py::
   queue = py::Ref<CheckQueue>::make();
 }
 
-void Validator::start() const {
+// A check that starts a validation would start the check again, and so on.
+void Validator::start() {
+  const auto self = py::Ref<Validator>::of(*this);  // what runs may let go of it
+  if (running_) py::raise(PyExc_RuntimeError, "a validation is running");
+  running_ = true;
+  py::finally([&] { plan_and_run(); }, [&] { running_ = false; });
+}
+
+void Validator::plan_and_run() const {
   const py::Object timestamp = clock::now();
   const py::Object settings = api.attr(kSettings), statistics = api.attr(kStatistics);
   const py::Object mode = settings.attr(kCheck).attr(kMode);
   plan_checks(mode);
-  if (queue->is_empty()) return;
+  const auto planned = queue;
+  if (planned->is_empty()) return;
   with_selection(host, [&] {
     const py::CollectionEase ease;
-    for (const py::Object& task : queue->tasks.items()) run(task);
+    for (const py::Object& task : planned->tasks.items()) run(task);
   });
   const py::Object project =
       is_mode(mode, kProjectMode) ? settings.attr(kWorkspace).attr(kProject) : py::Object::none();
@@ -79,7 +89,8 @@ void Validator::run(const py::Object& task) const {
 }
 
 void Validator::plan_checks(const py::Object& mode) const {
-  queue->clear();
+  const auto planned = queue;
+  planned->clear();
   if (is_mode(mode, kProjectMode)) {
     plan_project_checks();
   } else if (is_mode(mode, kSelectionMode)) {
@@ -152,9 +163,10 @@ void expose_validator(const py::Scope& api) {
           .operation<&Validator::start>(
               "start",
               "Plans the checks and runs them all; the results are in `queue`.\n\n"
-              "The selection of the host stays as it is, one record of the run and one of each check go to the\n"
+              "The selection of the host stays as it is; a record of this run and one of each run of a check go to "
+              "the\n"
               "statistics, which are written. With nothing to check nothing is recorded. A check that fails stops\n"
-              "nothing: its result says so. Exceptions of the host pass.")
+              "nothing: its result says so. Exceptions of the host pass; RuntimeError within a validation.")
           .operation<&Validator::plan_checks>(
               "_plan_checks", {"mode"},
               "Empties the queue and fills it as `mode`, one of `Constants.Check.Mode`,\n"

@@ -27,7 +27,7 @@ class Validator {
             const py::Object& buffer_);
 
   py::Object get_queue() const { return queue; }
-  void start() const;
+  void start();
 
   void plan_checks(const py::Object& mode) const;
   void plan_selection_checks() const;
@@ -51,7 +51,10 @@ class Validator {
 
   std::vector<Verifiable> find_verifiable() const;
   void add_scene_task(const py::List& controls) const;
+  void plan_and_run() const;
   void run(const py::Object& task) const;
+
+  bool running_ = false;
 };
 
 /// Puts `_Validator` into `Api`.

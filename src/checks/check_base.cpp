@@ -72,8 +72,8 @@ void expose_check_base(const py::Scope& check) {
   py::Class<CheckBase>(
       check, "Base",
       "An abstract class of checks: looks at one scene object and reports what is wrong with it.\n\n"
-      "A plug-in derives its checks at least two steps below: classes derived from this one directly are not\n"
-      "taken for checks. It overrides the attributes and `check`, and what else it needs. An instance serves\n"
+      "A plug-in derives its checks at least two steps below: a class derived from this one alone is not taken\n"
+      "for a check. It overrides the attributes and `check`, and what else it needs. An instance serves\n"
       "one object: `check` may keep there what the other operations need.")
       .static_operation<&CheckBase::parameters>(
           "parameters", {}, "A new `Parameters.Block` of the inputs that the user can set; one without inputs here.")

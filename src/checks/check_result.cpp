@@ -32,27 +32,20 @@ const Statuses& statuses() {
   return *all;
 }
 
-/// Makes a new check ready to run for one of several tasks of parameters, or for the only one (None).
-py::Object prepared(const py::Object& check, const py::Object& number) {
-  if (!number.is_none()) {
-    check.set_attr(kLongName, format("{} (Task {:02d})", {check.attr(kLongName), number}));
+/// Makes a new check ready to run, named after the number of its task if it is one of several.
+void prepare(const py::Object& check, const py::Object& task, bool single) {
+  static const py::Name kNumber("number");
+  if (!single) {
+    check.set_attr(kLongName, format("{} (Task {:02d})", {check.attr(kLongName), task.attr(kNumber)}));
   }
   check.set_attr(kResult, py::Ref<NamedBuffer>::make());
-  return check;
 }
 
-/// A new instance of the class. If there is none to be had, the base of all checks stands in, which fails when it
-/// runs, so that a run over many objects goes on and tells of the failure like of any other.
-py::Object make_check(const py::Object& type, const py::Object& number) {
-  try {
-    return prepared(type(), number);
-  } catch (const py::Error& error) {
-    if (!error.is_failure()) throw;
-    logger::caught(error);
-  }
+/// The base of all checks under the name of a class of which there is no instance to be had.
+py::Object stand_in_for(const py::Object& type) {
   const auto stand_in = py::Ref<CheckBase>::make();
-  for (const py::Name* name : {&kLongName, &kSceneOriented}) stand_in.set_attr(*name, type.attr(*name));
-  return prepared(stand_in, number);
+  for (const py::Name* name : {&kLongName, &kSceneOriented}) stand_in.set_attr(*name, probe::attribute(type, *name));
+  return stand_in;
 }
 
 /// A copy of the parameters. Where a plug-in's own input makes that fail, an empty task stands in that tells so when
@@ -80,10 +73,9 @@ py::Ref<CheckResult> CheckResult::create(const py::Object& path, const py::Objec
 
 void CheckResult::init(const py::Object& object_path, const py::Object& type, const py::Object& parameters,
                        const py::Object& records, const py::Object& host, bool single) {
-  static const py::Name kNumber("number");
   op = host;
   statistics = records;
-  check = make_check(type, single ? py::Object::none() : parameters.attr(kNumber));
+  make_check(type, parameters, single);
   path = object_path;
   task = cloned(parameters);
   run();
@@ -100,27 +92,54 @@ void CheckResult::run() {
   const py::Object timestamp = clock::now();
   judge();
   const py::Object speed = clock::since(timestamp);
-  statistics.call(kAdd, CheckRecord::create(timestamp, speed, name(), status));
+  const py::Object long_name = probe::call([&] { return name(); });
+  statistics.call(kAdd, CheckRecord::create(timestamp, speed, long_name, status));
+}
+
+// A run over many objects goes on where there is no instance to be had: each run of the check then fails as that did.
+void CheckResult::make_check(const py::Object& type, const py::Object& parameters, bool single) {
+  never_made = py::Object();
+  try {
+    check = type();
+    prepare(check, parameters, single);
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    never_made = error.value();
+    check = stand_in_for(type);
+    prepare(check, parameters, single);
+  }
 }
 
 void CheckResult::judge() {
-  static const py::Name kAssertNoErrors("assert_no_errors"), kClear("clear"), kCheck("check"), kAsInfo("as_info");
-  const py::Object no = py::to_python(false);
   try {
-    task.call(kAssertNoErrors);
-    check.set_attr(kCouldBeFixed, no);
-    check.set_attr(kCouldBeSelected, no);
-    check.attr(kResult).call(kClear);
-    check.call(kCheck, path, task);
+    if (never_made) py::raise_object(never_made);
+    examine();
   } catch (const py::Error& error) {
     if (errors::is<errors::ValidationError>(error)) {
-      status = task.attr(kAsInfo).truth() ? statuses().info : statuses().fail;
+      status = finding();
       return;
     }
     status = statuses().error;  // of a check that was interrupted, too: it has not passed
     if (!error.is_failure()) throw;
     logger::caught(error);
   }
+}
+
+void CheckResult::examine() const {
+  static const py::Name kAssertNoErrors("assert_no_errors"), kClear("clear"), kCheck("check");
+  const py::Object no = py::to_python(false);
+  task.call(kAssertNoErrors);
+  check.set_attr(kCouldBeFixed, no);
+  check.set_attr(kCouldBeSelected, no);
+  check.attr(kResult).call(kClear);
+  check.call(kCheck, path, task);
+}
+
+py::Object CheckResult::finding() const {
+  static const py::Name kAsInfo("as_info");
+  const py::Object as_info = probe::call([&] { return py::to_python(task.attr(kAsInfo).truth()); });
+  if (as_info.is_none()) return statuses().error;  // the check has put something there that cannot tell
+  return as_info.truth() ? statuses().info : statuses().fail;
 }
 
 void CheckResult::fix_result() {

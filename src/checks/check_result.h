@@ -28,14 +28,18 @@ class CheckResult {
 
   py::Object op, statistics, check, path, task;
   py::Object status = py::Object::none();
+  py::Object never_made;  ///< What kept the check from being made; none if it was.
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&op, &statistics, &check, &path, &task, &status}) visit(*field);
+    for (py::Object* field : {&op, &statistics, &check, &path, &task, &status, &never_made}) visit(*field);
   }
 
  private:
+  void make_check(const py::Object& type, const py::Object& parameters, bool single);
   void judge();
+  void examine() const;
+  py::Object finding() const;  ///< The status of a check that has found something.
 };
 
 /// The results of one task.

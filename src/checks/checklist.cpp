@@ -114,14 +114,14 @@ py::List Checklist::get(bool enabled, bool scene_oriented) const {
 
 void Checklist::load(const py::Object& settings) {
   if (!py::Ref<CheckConfig>::holds(settings)) return;
-  const py::Ref<CheckConfig> bound(settings);
-  config = bound;
+  static const py::Name kGet("get"), kMask("mask");
+  config = settings;
   std::vector<py::Object> known;
   for (const auto& control : entries()) {
     known.push_back(check_class_id(control->check));
-    control->load(bound->get(known.back(), true));
+    control->load(settings.call(kGet, known.back(), py::to_python(true)));
   }
-  bound->mask(py::tuple(known));
+  settings.attr(kMask).apply(py::tuple(known));
 }
 
 void Checklist::save() const {

@@ -196,7 +196,8 @@ void expose_pattern(const py::Scope& hierarchy) {
               "Rebuilds the pattern from a record's `rules` and `pattern`, and sorts it for the search.\n\n"
               "AttributeError if a node refers to a rule that is not in the list; RecursionError for a tree that is\n"
               "too deep.")
-          .operation<&Pattern::set_rules>("_set_rules", {"rules"}, "Replaces the rules by copies of these.")
+          .operation<&Pattern::set_rules>("_set_rules", {"rules"},
+                                          "Replaces the rules by copies of these; they stay as they were if one fails.")
           .operation<&Pattern::set_hierarchy>(
               "_set_hierarchy", {"pattern", {"root", nullptr}},
               "Appends a scope for each child of a node to `root`, or makes them the whole tree.")

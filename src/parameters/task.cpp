@@ -22,12 +22,6 @@ void keep(const py::List& exceptions, const py::Error& error) {
   exceptions.append(error.value());
 }
 
-[[noreturn]] void raise_again(const py::Object& exception) {
-  drop_frames(exception);
-  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception.get());
-  throw py::Error();
-}
-
 }  // namespace
 
 py::Ref<ParameterTask> ParameterTask::create(const py::Object& inputs, const py::Object& as_info) {
@@ -112,7 +106,7 @@ void ParameterTask::enter(const py::Object& input) const {
 
 void ParameterTask::assert_no_errors() const {
   for (const py::List& exceptions : {build_exceptions, load_exceptions}) {
-    if (!exceptions.empty()) raise_again(exceptions.at(0));
+    if (!exceptions.empty()) py::raise_object(exceptions.at(0));
   }
 }
 

@@ -32,8 +32,9 @@ void List::extend(const Object& values) const {
 }
 
 void List::clear() const {
-  for (Py_ssize_t size = PyList_Size(pointer_); size > 0; size = PyList_Size(pointer_)) {
-    checked(PyList_SetSlice(pointer_, size - 1, size, nullptr));
+  const Object held(*this);  // the end of an element may replace the field in which this list stands
+  for (Py_ssize_t size = PyList_Size(held.get()); size > 0; size = PyList_Size(held.get())) {
+    checked(PyList_SetSlice(held.get(), size - 1, size, nullptr));
   }
 }
 

@@ -59,10 +59,12 @@ Py_ssize_t Object::length() const {
 std::string Object::type_name() const {
   if (is_none()) return "None";
   static const Name kName("__name__");
-  const Object name = borrow(reinterpret_cast<PyObject*>(Py_TYPE(pointer_))).attr(kName);
-  const char* text = PyUnicode_AsUTF8AndSize(name.get(), nullptr);
+  PyObject* name = PyObject_GetAttr(reinterpret_cast<PyObject*>(Py_TYPE(pointer_)), kName.get());
+  const char* text = name != nullptr ? PyUnicode_AsUTF8AndSize(name, nullptr) : nullptr;
+  std::string known = text != nullptr ? text : "object";  // a metaclass may refuse to tell it
   if (text == nullptr) PyErr_Clear();
-  return text != nullptr ? text : "object";
+  Py_DecRef(name);
+  return known;
 }
 
 Object Object::attr(const Name& name) const {
@@ -145,6 +147,12 @@ void raise_type() {
   PyErr_SetNone(PyExc_TypeError);
   throw Error();
 }
+void raise_object(const Object& exception) {
+  PyException_SetTraceback(exception.get(), Py_None);
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception.get());
+  throw Error();
+}
+
 void raise_value(const std::string& message) { raise(PyExc_ValueError, message); }
 
 namespace {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <concepts>
 #include <exception>
 #include <string>
@@ -61,25 +62,50 @@ class Object {
   void set_attr(const Name& name, const Object& value) const;
   void set_attr(const Object& name, const Object& value) const;  ///< TypeError unless the name is text.
 
-  /// Calls the object, or its operation of this name, with positional arguments.
+  /// Calls the object, or its operation of this name, with positional arguments. All of them are held meanwhile: they
+  /// may stand in fields of an object that the call, or the look-up of the name, changes.
   template <std::convertible_to<Object>... A>
-  Object operator()(const A&... arguments) const {
-    const Object held(*this);
-    return steal(
-        PyObject_CallFunctionObjArgs(held.or_none(), static_cast<const Object&>(arguments).or_none()..., nullptr));
-  }
+  Object operator()(const A&... arguments) const;
   template <std::convertible_to<Object>... A>
-  Object call(const Name& name, const A&... arguments) const {
-    const Object held(*this);
-    return steal(PyObject_CallMethodObjArgs(held.or_none(), name.get(),
-                                            static_cast<const Object&>(arguments).or_none()..., nullptr));
-  }
+  Object call(const Name& name, const A&... arguments) const;
   /// Calls the object with a tuple of arguments and a dict of named ones (or none).
   Object apply(const Object& arguments, const Object& named = {}) const;
 
  protected:
   PyObject* pointer_;
 };
+
+/// References that are kept for the time of a call.
+template <std::size_t N>
+class Held {
+ public:
+  template <class... A>
+  explicit Held(const A&... objects) : objects_{static_cast<const Object&>(objects)...} {}
+
+  template <class F>
+  Object apply(F&& function) const {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+      return Object::steal(function(objects_[I].or_none()...));
+    }(std::make_index_sequence<N>());
+  }
+
+ private:
+  std::array<Object, N> objects_;
+};
+template <class... A>
+Held(const A&...) -> Held<sizeof...(A)>;
+
+template <std::convertible_to<Object>... A>
+Object Object::operator()(const A&... arguments) const {
+  return Held(*this, arguments...).apply([](auto*... all) { return PyObject_CallFunctionObjArgs(all..., nullptr); });
+}
+
+template <std::convertible_to<Object>... A>
+Object Object::call(const Name& name, const A&... arguments) const {
+  return Held(*this, arguments...).apply([&](PyObject* object, auto*... given) {
+    return PyObject_CallMethodObjArgs(object, name.get(), given..., nullptr);
+  });
+}
 
 /// A Python exception on its way through C++.
 class Error : public std::exception {
@@ -102,7 +128,8 @@ Error current_error();
 /// Raise a Python exception of this class with this message.
 [[noreturn]] void raise(PyObject* type, const std::string& message);
 [[noreturn]] void raise_type(const std::string& message);
-[[noreturn]] void raise_type();  ///< Without a message.
+[[noreturn]] void raise_type();                           ///< Without a message.
+[[noreturn]] void raise_object(const Object& exception);  ///< This very exception, with a trace that begins here.
 [[noreturn]] void raise_value(const std::string& message);
 
 /// Throws the pending error if a call of the C interface says so by a negative result.
