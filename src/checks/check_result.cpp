@@ -43,7 +43,7 @@ void prepare(const py::Object& check, const py::Object& task, bool single) {
 
 /// The base of all checks under the name of a class of which there is no instance to be had.
 py::Object stand_in_for(const py::Object& type) {
-  const auto stand_in = py::Ref<CheckBase>::make();
+  auto stand_in = py::Ref<CheckBase>::make();
   for (const py::Name* name : {&kLongName, &kSceneOriented}) stand_in.set_attr(*name, probe::attribute(type, *name));
   return stand_in;
 }
@@ -56,7 +56,7 @@ py::Object cloned(const py::Object& parameters) {
     return parameters.call(kClone);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
-    const auto stand_in = py::Ref<ParameterTask>::make();
+    auto stand_in = py::Ref<ParameterTask>::make();
     stand_in->build_exceptions.append(error.value());
     return stand_in;
   }
