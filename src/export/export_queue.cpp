@@ -1,0 +1,45 @@
+#include "export/export_queue.h"
+
+namespace heron {
+
+py::Ref<ExportTask> ExportTask::create(const py::Object& name) {
+  auto task = py::Ref<ExportTask>::make();
+  task->init(name);
+  return task;
+}
+
+void ExportTask::init(const py::Object& task_name) {
+  *this = ExportTask();
+  name = task_name;
+}
+
+void ExportTask::add(const py::Iterable& paths) const {
+  static const py::Name kExtend("extend");
+  roots.call(kExtend, paths);
+}
+
+void expose_export_queue(const py::Scope& exporting) {
+  const py::Scope queue =
+      py::Class<ExportQueue>(exporting, "Queue", "What is to be exported: a task for each file, in order.")
+          .init<&ExportQueue::init>({})
+          .iterate<&ExportQueue::iterate>()
+          .length<&ExportQueue::size>()
+          .operation<&ExportQueue::add>("add", {"task"}, "Appends a task.")
+          .operation<&ExportQueue::clear>("clear", "Removes all tasks, the last first.")
+          .operation<&ExportQueue::is_empty>("is_empty", "Whether there is no task.")
+          .readonly<&ExportQueue::tasks>("_tasks", "The tasks in order.")
+          .done();
+
+  py::Class<ExportTask>(queue, "Task", "What goes into one exported file. It is written only once it is confirmed.")
+      .init<&ExportTask::init>({"name"})
+      .operation<&ExportTask::confirm>("confirm", "Lets the task be exported.")
+      .operation<&ExportTask::is_confirmed>("is_confirmed", "Whether the task may be exported.")
+      .operation<&ExportTask::is_empty>("is_empty", "Whether the task has no objects.")
+      .operation<&ExportTask::add>("add", {py::Parameter::rest("paths")}, "Appends objects.")
+      .field<&ExportTask::name>("name", "The name of the task.")
+      .field<&ExportTask::roots>("roots", "The paths of the objects, a list.")
+      .readonly<&ExportTask::confirmed>("_confirmed", "One of `Constants.Plugin.Status`.")
+      .done();
+}
+
+}  // namespace heron

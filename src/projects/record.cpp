@@ -1,0 +1,158 @@
+#include "projects/record.h"
+
+#include "runtime/modules.h"
+
+namespace heron {
+namespace {
+
+const py::Name kAuthor("author"), kComment("comment"), kExport("export"), kRules("rules"), kPattern("pattern");
+const py::Name kDirectory("directory"), kOptions("options"), kFlags("flags"), kDeepCopy("deepcopy");
+
+py::Object deep_copy(const py::Object& value) { return py::modules::copy.call(kDeepCopy, value); }
+
+}  // namespace
+
+py::Ref<RecordExport> RecordExport::create(const py::Object& data) {
+  auto exporting = py::Ref<RecordExport>::make();
+  exporting->init(data);
+  return exporting;
+}
+
+void RecordExport::init(const py::Object& stored) {
+  *this = RecordExport();
+  directory = py::get(stored, kDirectory, directory);
+  options = py::get(stored, kOptions, options);
+  flags->load(py::get(stored, kFlags, py::Dict()));
+}
+
+py::Object RecordExport::get_options() const { return deep_copy(options); }
+
+void RecordExport::set_options(const py::Object& chosen) const {
+  static const py::Name kClear("clear"), kUpdate("update"), kData("data");
+  if (!py::Ref<ExportOptions>::holds(chosen)) return;
+  const py::Object data = chosen.attr(kData);
+  options.call(kClear);
+  options.call(kUpdate, data);
+}
+
+py::Dict RecordExport::data() const {
+  py::Dict data;
+  data.set(kDirectory, directory);
+  data.set(kOptions, deep_copy(options));
+  data.set(kFlags, deep_copy(flags->data()));
+  return data;
+}
+
+py::Ref<Record> Record::create(const py::Object& history, const py::Object& data, const py::Object& timestamp) {
+  auto record = py::Ref<Record>::make();
+  record->init(history, data, timestamp);
+  return record;
+}
+
+py::Object Record::empty(const py::Object& type, const py::Object& history) {
+  return type(history, py::Dict(), py::to_python(0));
+}
+
+void Record::init(const py::Object& owner, const py::Object& stored, const py::Object& time) {
+  history = owner;
+  apply(stored);
+  init_data = data();
+  timestamp = py::Object::steal(PyNumber_Long(time.get()));
+}
+
+void Record::apply(const py::Object& stored) {
+  author = py::get(stored, kAuthor, py::text(""));
+  comment = py::get(stored, kComment, py::text(""));
+  exporting = RecordExport::create(py::get(stored, kExport, py::Dict()));
+  rules = py::Ref<RuleList>::make();
+  rules->init(py::get(stored, kRules, py::List()));
+  pattern = py::Ref<RuleRoot>::make();
+  pattern->load(py::get(stored, kPattern, py::List()), rules);
+}
+
+bool Record::equals(const py::Object& other) const {
+  return py::Ref<Record>::holds(other) && data().equals(py::Ref<Record>(other)->data());
+}
+
+void Record::select() const {
+  static const py::Name kPointer("pointer");
+  if (!is_promise()) history.set_attr(kPointer, timestamp);
+}
+
+bool Record::is_selected() const {
+  static const py::Name kPointer("pointer");
+  return history.attr(kPointer).equals(timestamp);
+}
+
+bool Record::is_promise() const {
+  return py::checked(PyObject_RichCompareBool(timestamp.get(), py::to_python(1).get(), Py_LT)) != 0;
+}
+
+py::Ref<Record> Record::clone() const { return create(history, data(), timestamp); }
+
+// What is under edit goes back to what it was: the saved state lives on in the clone.
+void Record::save() {
+  static const py::Name kSaveRecord("save_record");
+  const py::Ref<Record> saved = clone();
+  reset();
+  history.call(kSaveRecord, saved);
+}
+
+py::Dict Record::data() const {
+  py::Dict data;
+  data.set(kExport, exporting->data());
+  data.set(kRules, rules->data());
+  data.set(kPattern, pattern->data());
+  data.set(kAuthor, author);
+  data.set(kComment, comment);
+  return data;
+}
+
+py::Scope expose_record(const py::Scope& settings) {
+  const py::Scope scope =
+      py::Class<Record>(settings, "Record",
+                        "One saved state of a project: its rules, their tree and how it is exported.\n\n"
+                        "history: what it belongs to. data: the JSON form, of which every key may be missing.\n"
+                        "timestamp: the second at which it was saved; 0 for a promise, a working copy that becomes a\n"
+                        "record when it is saved. Equal records have equal data, whenever they were saved.")
+          .init<&Record::init>({"history", "data", {"timestamp", 0}})
+          .class_operation<&Record::empty>("emtpy", {"history"}, "A new promise without rules.")
+          .operation<&Record::apply>("_apply", {"data"}, "Takes all content from a JSON form, as new objects.")
+          .equals<&Record::equals>()
+          .operation<&Record::select>("select", "Makes it the state that the project applies; not for a promise.")
+          .operation<&Record::is_selected>("is_selected", "Is it the state that the project applies?")
+          .operation<&Record::is_promise>("is_promise", "Was it never saved?")
+          .operation<&Record::is_changed>("is_changed", "Does it differ from what it was at first?")
+          .operation<&Record::reset>("reset", "Drops all edits. The rules and their tree are new objects then.")
+          .operation<&Record::clone>("clone", "A new record of the same content and time, which counts as unchanged.")
+          .operation<&Record::save>("save",
+                                    "Puts a clone into the history, which saves the project; the record itself goes\n"
+                                    "back to what it was at first.")
+          .operation<&Record::clear_author>("clear_author", "Empties the author.")
+          .operation<&Record::clear_comment>("clear_comment", "Empties the comment.")
+          .operation<&Record::clear_timestamp>("clear_timestamp", "Makes it a promise.")
+          .accessor<&Record::data>("data", "The JSON form, a new dict. The time is not part of it.")
+          .field<&Record::timestamp>("timestamp", "Seconds since the epoch at which it was saved; 0 for a promise.")
+          .field<&Record::author>("author", "Who saved it.")
+          .field<&Record::comment>("comment", "Why it was saved.")
+          .field<&Record::exporting>("export", "How it is exported.")
+          .field<&Record::rules>("rules", "The rules, in order.")
+          .field<&Record::pattern>("pattern", "The tree of the rules.")
+          .readonly<&Record::history>("_history", "What it belongs to.")
+          .readonly<&Record::init_data>("_init_data", "The JSON form as it was at first.")
+          .done();
+
+  py::Class<RecordExport>(scope, "Export", "How a record is exported, from its JSON form; every key may be missing.")
+      .init<&RecordExport::init>({"data"})
+      .operation<&RecordExport::get_options>("get_options", "A deep copy of the exporters' options.")
+      .operation<&RecordExport::set_options>("set_options", {"options"},
+                                             "Takes the data of an `_Export.Options`; anything else changes nothing.")
+      .accessor<&RecordExport::data>("data", "The JSON form, a new dict.")
+      .field<&RecordExport::directory>("directory", "Where files go, as the user gave it: \"~\" is not expanded.")
+      .field<&RecordExport::flags>("flags", "The switches of the export.")
+      .readonly<&RecordExport::options>("_options", "The stored options of the exporters.")
+      .done();
+  return scope;
+}
+
+}  // namespace heron
