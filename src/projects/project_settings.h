@@ -1,0 +1,68 @@
+#pragma once
+
+#include "projects/history.h"
+
+namespace heron {
+
+/// One project: a named document with the history of its records, one JSON file in the projects directory.
+class ProjectSettings {
+ public:
+  static constexpr int kVersion = 3;  ///< Of the format.
+
+  static py::Ref<ProjectSettings> create(const py::Object& collection, const py::Object& directory,
+                                         const py::Object& filename, const py::Object& file_data);
+  /// The project of a file; without a version if the file cannot be used.
+  static py::Object read(const py::Object& type, const py::Object& collection, const py::Object& json_path);
+  static py::Object open(const py::Object& path);  ///< The document of a file; an empty map if there is none.
+
+  void init(const py::Object& related_collection, const py::Object& project_directory, const py::Object& file,
+            const py::Object& file_data);
+  void apply(const py::Object& file_data);
+
+  bool equals(const py::Object& other) const;
+  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(history.or_none())); }
+
+  py::Object get_directory() const { return directory; }
+  py::Object get_filename() const { return filename; }
+  py::Object get_name() const { return name; }
+  py::Object get_description() const { return description; }
+  py::Object get_target() const { return target; }
+  py::Object get_history() const { return history; }
+  void set_name(const py::Object& text);
+  void set_description(const py::Object& text);
+  py::Object path();  ///< Gives the project its file name if it has none yet.
+  bool is_compatible() const;
+  py::Object version() const;  ///< Of the document that was read.
+  py::Dict data() const;       ///< The JSON form, without the time of the last edit.
+
+  void ensure_filename();
+  void remove() { deleted = py::to_python(true); }
+  py::Ref<Record> get_record_promise() const;
+  py::Ref<ProjectSettings> clone() const;
+  void clear_name() { name = to_str(py::text("")); }
+  void clear_filename() { filename = to_str(py::text("")); }
+  void save();
+  void mark_edited();
+  void reload();
+  void write();
+  bool is_outdated();
+
+  py::Object collection, directory, filename, name, description, target;
+  py::Ref<History> history = py::Ref<History>::make();
+  py::Object edit_timestamp, deleted;
+  py::Object written_size;  ///< Of the file, in bytes, when this object last read or wrote it.
+
+  template <class V>
+  void members(V& visit) {
+    for (py::Object* field : {&collection, &directory, &filename, &name, &description, &target, &edit_timestamp,
+                              &deleted, &written_size}) {
+      visit(*field);
+    }
+    visit(history);
+  }
+};
+
+/// Puts `Settings` into `_Project`. Returns its scope, for what nests in it.
+py::Scope expose_project_settings(const py::Scope& project);
+
+}  // namespace heron
