@@ -1,5 +1,7 @@
 #include "application/api.h"
 #include "checks/checks.h"
+#include "export/export_options.h"
+#include "export/export_queue.h"
 #include "files/environment.h"
 #include "files/file.h"
 #include "files/software.h"
@@ -14,7 +16,7 @@
 #include "foundation/text.h"
 #include "hierarchy/hierarchy.h"
 #include "parameters/parameters.h"
-#include "projects/rule_tree.h"
+#include "projects/project_settings.h"
 #include "scene/buffer.h"
 #include "scene/operator.h"
 #include "scene/scanner.h"
@@ -60,11 +62,17 @@ void expose(const heron::py::Scope& module) {
 
   heron::expose_checks(module, assertions);
 
+  const heron::py::Scope exporting = heron::py::make_namespace(module, "_Export", "What an export consists of.");
+  heron::expose_export_flags(exporting);
+  heron::expose_export_queue(exporting);
+  heron::expose_export_options(exporting);
+
   const heron::py::Scope projects = heron::py::make_namespace(module, "_Project", "Projects, and what they hold.");
-  const heron::py::Scope project = heron::py::make_namespace(projects, "Settings", "One project.");
+  const heron::py::Scope project = heron::expose_project_settings(projects);
   const heron::py::Scope rule = heron::expose_rule(project);
   heron::expose_rule_list(rule);
   heron::expose_rule_tree(rule);
+  heron::expose_history(heron::expose_record(project));
 
   heron::expose_api(module);
 }

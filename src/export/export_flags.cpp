@@ -24,7 +24,8 @@ py::Dict ExportFlags::data() const {
 }
 
 void expose_export_flags(const py::Scope& exporting) {
-  py::Class<ExportFlags>(exporting, "Flags", "The switches of an export, all off at first; values are kept as they come.")
+  py::Class<ExportFlags>(exporting, "Flags",
+                         "The switches of an export, all off at first; values are kept as they come.")
       .init<&ExportFlags::init>({})
       .accessor<&ExportFlags::data>("data", "The JSON form, a new dict of the four switches.")
       .operation<&ExportFlags::load>("load", {"data"}, "Takes the switches from a JSON form; off where it lacks one.")

@@ -204,13 +204,14 @@ void expose_history(const py::Scope& record) {
                                      "key, or a selection, that is one but no time.")
           .operation<&History::find_pointer>("_get_pointer", {"file_data"},
                                              "The time that the document selects, or that of its first record.")
-          .operation<&History::get_record>("get_record",
-                                           "A clone of the selected record, or of the newest one; a promise without one.")
+          .operation<&History::get_record>(
+              "get_record", "A clone of the selected record, or of the newest one; a promise without one.")
           .operation<&History::select_record>("select_record", {"record"},
                                               "Selects this very record; nothing happens if it is not here.")
-          .operation<&History::save_record>("save_record", {"record"},
-                                            "Adds a record under the present second, selects it, and saves the project.\n\n"
-                                            "Dropped without a word while another save runs.")
+          .operation<&History::save_record>(
+              "save_record", {"record"},
+              "Adds a record under the present second, selects it, and saves the project.\n\n"
+              "Dropped without a word while another save runs.")
           .static_operation<&History::is_timestamp>("_is_timestamp", {"string"},
                                                     "Whether a number can be made of the value.")
           .accessor<&History::data>("data", "The JSON form, a new dict of each record's data by its time as text.")
@@ -227,9 +228,10 @@ void expose_history(const py::Scope& record) {
       .init<&EditToggle::init>({"history"})
       .iterate<&EditToggle::iterate>()
       .accessor<&EditToggle::get_current>("current", "The record under edit; without one a new promise each time.")
-      .operation<&EditToggle::switch_to>("switch", {"index"},
-                                         "Drops the edits of a saved record, then takes the one at `index` under edit,\n"
-                                         "if there is one. Returns what is under edit now, or None.")
+      .operation<&EditToggle::switch_to>(
+          "switch", {"index"},
+          "Drops the edits of a saved record, then takes the one at `index` under edit,\n"
+          "if there is one. Returns what is under edit now, or None.")
       .operation<&EditToggle::clear>("clear", "Has no records and none under edit.")
       .operation<&EditToggle::update>("update", "Takes the records of the history anew; the newest is under edit.")
       .operation<&EditToggle::set_promise>("set_promise", {"record"},

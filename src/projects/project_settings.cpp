@@ -1,8 +1,8 @@
 #include "projects/project_settings.h"
 
 #include "files/access_queue.h"
-#include "files/json_file.h"
 #include "files/paths.h"
+#include "files/stored_document.h"
 #include "foundation/clock.h"
 #include "foundation/logger.h"
 #include "foundation/stamp.h"
@@ -39,20 +39,9 @@ py::Object ProjectSettings::read(const py::Object& type, const py::Object& colle
 }
 
 py::Object ProjectSettings::open(const py::Object& path) {
-  py::Object document;
-  try {
-    with_document(path, false, [&](const py::Object& read) { document = read; });
-  } catch (const py::Error& error) {
-    if (!error.is_failure()) throw;
-    if (error.matches(PyExc_ValueError)) {
-      logger::error(format("Read Corrupted Project: {}", {path}));
-      json_file::move_corrupted(path);
-    } else {
-      logger::caught(error);
-    }
-    return py::Dict();
-  }
-  if (PyDict_Check(document.or_none()) != 0) return document;
+  const py::Object document = read_stored_document(path, "Read Corrupted Project: {}");
+  if (!document) return py::Dict();
+  if (PyDict_Check(document.get()) != 0) return document;
   logger::warning(py::text("Incompatible Project File"));
   return py::Dict();
 }
@@ -77,7 +66,7 @@ void ProjectSettings::apply(const py::Object& file_data) {
   py::Ref<History>(history)->load(file_data);
   edit_timestamp = py::get(file_data, kEditTimestamp, py::to_python(0.0));
   deleted = py::get(file_data, kDeleted, py::to_python(false));
-  object_of(*this).set_attr(kVersionKey, py::get(file_data, kVersionKey, py::to_python(-1)));
+  py::object_of(*this).set_attr(kVersionKey, py::get(file_data, kVersionKey, py::to_python(-1)));
   filename = to_str(py::get(file_data, kFilename, nothing));
   target = to_str(py::get(file_data, kTarget, nothing));
 }
@@ -94,7 +83,7 @@ py::Object ProjectSettings::path() {
   return paths::join(directory, filename);
 }
 
-py::Object ProjectSettings::version() const { return object_of(*this).attr(kVersionKey); }
+py::Object ProjectSettings::version() const { return py::object_of(*this).attr(kVersionKey); }
 
 bool ProjectSettings::is_compatible() const { return version().equals(py::to_python(kVersion)); }
 
@@ -166,3 +155,67 @@ bool ProjectSettings::is_outdated() {
   if (!paths::exist(file)) return false;
   return py::checked(PyObject_RichCompareBool(written_size.get(), size_of(file).get(), Py_LT)) != 0;
 }
+
+py::Scope expose_project_settings(const py::Scope& project) {
+  using Project = ProjectSettings;
+  const py::Scope scope =
+      py::Class<Project>(
+          project, "Settings",
+          "One project: a named document with the history of its records.\n\n"
+          "related_collection: what it belongs to. directory, filename: where its file is; the document's own\n"
+          "\"filename\" wins. file_data: the document, of which every key may be missing. Equal projects have equal\n"
+          "data, whenever they were edited. A loop gives the records, newest first.")
+          .init<&Project::init>({"related_collection", "directory", "filename", "file_data"})
+          .attribute("version", py::to_python(Project::kVersion))
+          .class_operation<&Project::read>("init", {"parent", "json_path"},
+                                           "The project of a file. One that cannot be used gives a project without a\n"
+                                           "version, and a record in the log.")
+          .static_operation<&RuleList::predefined>("predefined_rules", {}, "The rules that a new project offers.")
+          .static_operation<&Project::open>("_open", {"path"},
+                                            "The document of a file; an empty dict, with a record in the log, where\n"
+                                            "it cannot be used. A corrupted file is moved into \".corrupted\".")
+          .equals<&Project::equals>()
+          .iterate<&Project::iterate>()
+          .accessor<&Project::get_directory>("directory", "The directory of the file.")
+          .accessor<&Project::get_filename>("filename", "The name of the file; empty until `path` was read.")
+          .accessor<&Project::get_name, &Project::set_name>("name",
+                                                            "The name. Writing anything but text changes nothing.")
+          .accessor<&Project::get_description, &Project::set_description>(
+              "description", "What the project is for. Writing anything but text changes nothing.")
+          .accessor<&Project::get_target>("target", "The host application, one of `Constants.Plugin.Target`.")
+          .accessor<&Project::get_history>("history", "The saved records.")
+          .accessor<&Project::path>("path",
+                                    "The path of the file; gives the project a file name if it has a name but none\n"
+                                    "yet. Without a name it is the directory itself.")
+          .accessor<&Project::is_compatible>("compatible", "Is the document of the format of this release?")
+          .operation<&Project::apply>("apply", {"file_data"}, "Takes all content from a document.")
+          .operation<&Project::ensure_filename>("_ensure_filename", "Makes a file name of the name, if there is none.")
+          .operation<&Project::remove>("delete", "Marks the project as deleted; `mark_edited` and `write` follow.")
+          .operation<&Project::get_record_promise>("get_record_promise",
+                                                   "A copy of the present state, from which the next record begins.")
+          .operation<&Project::clone>("clone", "A new project of the same content, as if it was never edited.")
+          .operation<&Project::clear_name>("clear_name", "Empties the name.")
+          .operation<&Project::clear_filename>("clear_filename", "Has `path` make a file name anew.")
+          .operation<&Project::save>("save", "Marks the project as edited and has the collection write it.")
+          .operation<&Project::mark_edited>("mark_edited", "Notes the present time as that of the last edit.")
+          .operation<&Project::reload>("reload", "Takes all content from the file, if it exists.")
+          .operation<&Project::write>("write", "Writes the file. A failure is logged and goes no further.")
+          .operation<&Project::is_outdated>("is_outdated",
+                                            "Is the file larger than when this object last read or wrote it?")
+          .accessor<&Project::data>("data", "The JSON form, a new dict, without the time of the last edit.")
+          .field<&Project::edit_timestamp>("edit_timestamp", "When it was last edited, in seconds since the epoch.")
+          .field<&Project::deleted>("deleted", "Is it deleted, though its file stays until the server knows?")
+          .readonly<&Project::collection>("_collection", "What it belongs to.")
+          .readonly<&Project::directory>("_directory", "The stored `directory`.")
+          .readonly<&Project::filename>("_filename", "The stored `filename`.")
+          .readonly<&Project::name>("_name", "The stored `name`.")
+          .readonly<&Project::description>("_description", "The stored `description`.")
+          .readonly<&Project::target>("_target", "The stored `target`.")
+          .readonly<&Project::history>("_history", "The stored `history`.")
+          .readonly<&Project::written_size>("_write_timestamp",
+                                            "The size of the file in bytes when this object last read or wrote it.")
+          .done();
+  return scope;
+}
+
+}  // namespace heron

@@ -54,8 +54,8 @@ class ProjectSettings {
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&collection, &directory, &filename, &name, &description, &target, &edit_timestamp,
-                              &deleted, &written_size}) {
+    for (py::Object* field :
+         {&collection, &directory, &filename, &name, &description, &target, &edit_timestamp, &deleted, &written_size}) {
       visit(*field);
     }
     visit(history);

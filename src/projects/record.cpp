@@ -1,5 +1,6 @@
 #include "projects/record.h"
 
+#include "export/export_options.h"
 #include "runtime/modules.h"
 
 namespace heron {
