@@ -16,7 +16,8 @@
 #include "foundation/text.h"
 #include "hierarchy/hierarchy.h"
 #include "parameters/parameters.h"
-#include "projects/project_settings.h"
+#include "projects/collection.h"
+#include "projects/project_header.h"
 #include "scene/buffer.h"
 #include "scene/operator.h"
 #include "scene/scanner.h"
@@ -73,6 +74,8 @@ void expose(const heron::py::Scope& module) {
   heron::expose_rule_list(rule);
   heron::expose_rule_tree(rule);
   heron::expose_history(heron::expose_record(project));
+  heron::expose_project_header(projects);
+  heron::expose_project_collection(projects);
 
   heron::expose_api(module);
 }

@@ -6,6 +6,12 @@
 
 namespace heron::json_body {
 
+py::Object headers() {
+  py::Dict headers;
+  headers.set(py::text(kTypeHeader), py::text(kType));
+  return headers;
+}
+
 py::Object text(const py::Object& document) {
   static const py::Name kDumps("dumps"), kEnsureAscii("ensure_ascii");
   py::Dict options;

@@ -1,12 +1,16 @@
 #include "projects/project_settings.h"
 
+#include <cmath>
+
 #include "files/access_queue.h"
+#include "files/json_file.h"
 #include "files/paths.h"
 #include "files/stored_document.h"
 #include "foundation/clock.h"
 #include "foundation/logger.h"
 #include "foundation/stamp.h"
 #include "runtime/modules.h"
+#include "settings/stored.h"
 
 namespace heron {
 namespace {
@@ -18,6 +22,42 @@ const py::Name kEditTimestamp("edit_timestamp");
 py::Object size_of(const py::Object& path) {
   static const py::Name kGetSize("getsize");
   return py::modules::path.call(kGetSize, path);
+}
+
+/// The same; none where there is no file, or no more.
+py::Object size_if_any(const py::Object& path) {
+  if (!paths::exist(path)) return {};
+  try {
+    return size_of(path);
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_FileNotFoundError)) throw;
+    return {};
+  }
+}
+
+/// Text of a document; empty, with a warning, for anything else: all projects are sorted and told apart by such.
+py::Object text_at(const py::Object& document, const py::Name& key) {
+  const py::Object value = py::get(document, key, py::text(""));
+  if (value.is_text()) return to_str(value);
+  stored::warn(key);
+  return to_str(py::text(""));
+}
+
+/// A file name of a document. One that leads elsewhere would have a file out of the directory replaced, or deleted.
+py::Object filename_at(const py::Object& document) {
+  const py::Object name = text_at(document, kFilename);
+  if (name.equals(paths::file_name(name))) return name;
+  stored::warn(kFilename);
+  return to_str(py::text(""));
+}
+
+/// A number of a document that can be compared with any other.
+py::Object number_at(const py::Object& document, const py::Name& key, const py::Object& otherwise) {
+  py::Object value = py::get(document, key, otherwise);
+  const bool is_float = PyFloat_Check(value.or_none()) != 0;
+  if (is_float ? std::isfinite(PyFloat_AsDouble(value.get())) : PyLong_Check(value.or_none()) != 0) return value;
+  stored::warn(key);
+  return otherwise;
 }
 
 void replace_text(py::Object& text, const py::Object& value) {
@@ -54,21 +94,21 @@ void ProjectSettings::init(const py::Object& related_collection, const py::Objec
   history = py::Ref<History>::make();
   history->init(py::Ref<ProjectSettings>::of(*this));
   apply(file_data);
-  const py::Object joined = paths::join(directory, filename);
-  written_size = joined.truth() && paths::exist(joined) ? size_of(joined) : py::to_python(0.0);
+  const py::Object size = size_if_any(paths::join(directory, filename));
+  written_size = size ? size : py::to_python(0.0);
 }
 
-// What the document says of its own name wins over the name under which it was found.
+// The history first: it refuses what cannot be used, and then the project is what it was. What the document says of
+// its own name wins over the name under which it was found.
 void ProjectSettings::apply(const py::Object& file_data) {
-  const py::Object nothing = py::text("");
-  name = to_str(py::get(file_data, kName, nothing));
-  description = to_str(py::get(file_data, kDescription, nothing));
-  py::Ref<History>(history)->load(file_data);
-  edit_timestamp = py::get(file_data, kEditTimestamp, py::to_python(0.0));
+  history->load(file_data);
+  name = text_at(file_data, kName);
+  description = text_at(file_data, kDescription);
+  edit_timestamp = number_at(file_data, kEditTimestamp, py::to_python(0.0));
   deleted = py::get(file_data, kDeleted, py::to_python(false));
-  py::object_of(*this).set_attr(kVersionKey, py::get(file_data, kVersionKey, py::to_python(-1)));
-  filename = to_str(py::get(file_data, kFilename, nothing));
-  target = to_str(py::get(file_data, kTarget, nothing));
+  py::object_of(*this).set_attr(kVersionKey, number_at(file_data, kVersionKey, py::to_python(-1)));
+  filename = filename_at(file_data);
+  target = text_at(file_data, kTarget);
 }
 
 bool ProjectSettings::equals(const py::Object& other) const {
@@ -98,6 +138,13 @@ py::Dict ProjectSettings::data() const {
   data.set(kFilename, filename);
   data.set(kTarget, target);
   return data;
+}
+
+py::Dict ProjectSettings::document(const py::Object& project) {
+  static const py::Name kData("data");
+  py::Dict document(project.attr(kData));
+  document.set(kEditTimestamp, project.attr(kEditTimestamp));
+  return document;
 }
 
 // A part of the name that says what it is, and a code that tells it from others of the name.
@@ -134,14 +181,14 @@ void ProjectSettings::reload() {
 }
 
 void ProjectSettings::write() {
-  static const py::Name kClear("clear"), kUpdate("update");
   try {
     const py::Object file = path();
-    const py::Dict document = data();
-    document.set(kEditTimestamp, edit_timestamp);
-    with_document(file, true, [&](const py::Object& stored) {
-      stored.call(kClear);
-      stored.call(kUpdate, document);
+    const py::Dict contents = document(py::Ref<ProjectSettings>::of(*this));
+    json_file::rehearse(contents);  // a failure after the file is opened would cut it off
+    with_document(file, true, [&](const py::Object& document) {
+      const py::Dict stored(document);
+      stored.clear();
+      stored.update(contents);
     });
     written_size = size_of(file);
   } catch (const py::Error& error) {
@@ -151,9 +198,8 @@ void ProjectSettings::write() {
 }
 
 bool ProjectSettings::is_outdated() {
-  const py::Object file = path();
-  if (!paths::exist(file)) return false;
-  return py::checked(PyObject_RichCompareBool(written_size.get(), size_of(file).get(), Py_LT)) != 0;
+  const py::Object size = size_if_any(path());
+  return size && written_size.is_less(size);
 }
 
 py::Scope expose_project_settings(const py::Scope& project) {

@@ -32,8 +32,9 @@ class ProjectSettings {
   void set_description(const py::Object& text);
   py::Object path();  ///< Gives the project its file name if it has none yet.
   bool is_compatible() const;
-  py::Object version() const;  ///< Of the document that was read.
-  py::Dict data() const;       ///< The JSON form, without the time of the last edit.
+  py::Object version() const;                           ///< Of the document that was read.
+  py::Dict data() const;                                ///< The JSON form, without the time of the last edit.
+  static py::Dict document(const py::Object& project);  ///< What is written and sent: the same with that time.
 
   void ensure_filename();
   void remove() { deleted = py::to_python(true); }

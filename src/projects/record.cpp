@@ -85,9 +85,7 @@ bool Record::is_selected() const {
   return history.attr(kPointer).equals(timestamp);
 }
 
-bool Record::is_promise() const {
-  return py::checked(PyObject_RichCompareBool(timestamp.get(), py::to_python(1).get(), Py_LT)) != 0;
-}
+bool Record::is_promise() const { return timestamp.is_less(py::to_python(1)); }
 
 py::Ref<Record> Record::clone() const { return create(history, data(), timestamp); }
 

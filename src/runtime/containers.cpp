@@ -103,6 +103,12 @@ bool holds(const Object& container, const Object& item) {
   return checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
 }
 
+Object values_at(const Dict& table, const List& keys) {
+  static const Name kGet("get");
+  const auto builtin = [](PyTypeObject& type) { return Object::borrow(reinterpret_cast<PyObject*>(&type)); };
+  return builtin(PyFilter_Type)(Object::none(), builtin(PyMap_Type)(table.attr(kGet), keys));
+}
+
 Object iterator(const std::vector<Object>& items) { return Object::steal(PyObject_GetIter(tuple(items).get())); }
 
 }  // namespace heron::py

@@ -78,4 +78,7 @@ bool holds(const Object& container, const Object& item);
 /// A new iterator over a copy of these elements.
 Object iterator(const std::vector<Object>& items);
 
+/// A new iterator over the values at these keys, each looked up in its turn; one that has gone by then is passed over.
+Object values_at(const Dict& table, const List& keys);
+
 }  // namespace heron::py

@@ -42,6 +42,12 @@ bool Object::equals(const Object& other) const {
   return checked(PyObject_RichCompareBool(left.or_none(), right.or_none(), Py_EQ)) != 0;
 }
 
+bool Object::is_less(const Object& other) const {
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep both alive
+  const Object left(*this), right(other);
+  return checked(PyObject_RichCompareBool(left.or_none(), right.or_none(), Py_LT)) != 0;
+}
+
 Py_hash_t Object::hash() const {
   const Object held(*this);
   const Py_hash_t hash = PyObject_Hash(held.or_none());

@@ -51,11 +51,12 @@ class Object {
   bool is(const Object& other) const { return pointer_ == other.pointer_; }
   bool is_none() const { return pointer_ == nullptr || pointer_ == Py_None; }
   bool is_text() const { return pointer_ != nullptr && PyUnicode_Check(pointer_); }
-  bool truth() const;                      ///< What a test in Python says; nothing is false.
-  bool equals(const Object& other) const;  ///< Python's `==`.
-  Py_hash_t hash() const;                  ///< Python's `hash`.
-  Py_ssize_t length() const;               ///< Python's `len`.
-  std::string type_name() const;           ///< Short name of the type, for messages.
+  bool truth() const;                       ///< What a test in Python says; nothing is false.
+  bool equals(const Object& other) const;   ///< Python's `==`.
+  bool is_less(const Object& other) const;  ///< Python's `<`.
+  Py_hash_t hash() const;                   ///< Python's `hash`.
+  Py_ssize_t length() const;                ///< Python's `len`.
+  std::string type_name() const;            ///< Short name of the type, for messages.
 
   Object attr(const Name& name) const;
   Object attr(const Name& name, const Object& otherwise) const;  ///< `otherwise` where there is no such attribute.

@@ -8,12 +8,6 @@ namespace {
 
 const py::Name kUsername("username"), kContents("contents");
 
-py::Dict headers() {
-  py::Dict headers;
-  headers.set(py::text("Content-type"), py::text("application/json"));
-  return headers;
-}
-
 }  // namespace
 
 py::Object StatisticsRequest::create(const py::Object& username, const py::Object& contents) {
@@ -57,7 +51,7 @@ void expose_statistics_exchange(const py::Scope& statistics) {
       "contents that JSON cannot hold, RecursionError for such as are too deep, UnicodeEncodeError for lone\n"
       "surrogates.")
       .init<&StatisticsRequest::init>({"username", "contents"})
-      .attribute("headers", headers())
+      .attribute("headers", json_body::headers())
       .readonly<&StatisticsRequest::username>("username", "Who sends it.")
       .readonly<&StatisticsRequest::contents>("contents", "The records, by category.")
       .readonly<&StatisticsRequest::contents>("_contents", "The records, by category.")

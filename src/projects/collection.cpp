@@ -1,0 +1,296 @@
+#include "projects/collection.h"
+
+#include "files/access_queue.h"
+#include "files/paths.h"
+#include "foundation/lock.h"
+#include "foundation/logger.h"
+#include "projects/project_exchange.h"
+#include "projects/project_header.h"
+#include "runtime/modules.h"
+
+namespace heron {
+namespace {
+
+const py::Name kName("name"), kFilename("filename"), kPath("path"), kEdited("edit_timestamp"), kDeleted("deleted");
+const py::Name kTarget("target"), kVersion("version"), kCallbacks("callbacks");
+
+bool is_project_file(const py::Object& name) {
+  static const py::Name kSplitExtension("splitext");
+  const std::vector<py::Object> parts = py::collect(py::modules::path.call(kSplitExtension, name));
+  return parts.at(1).equals(py::text(".json"));
+}
+
+/// The names in a directory, in its own order; none, with a record in the log, if it cannot be read.
+std::vector<py::Object> names_in(const py::Object& directory) {
+  static const py::Name kListDirectory("listdir");
+  try {
+    return py::collect(py::modules::os.call(kListDirectory, directory));
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_OSError)) throw;
+    logger::caught(error);
+    return {};
+  }
+}
+
+void warn_of(const py::Object& path) { logger::warning(format("Incompatible Project File - {}", {path})); }
+
+/// Reads the file again. If it cannot be used, the project stays what it was: it may have edits of its own.
+void reload(const ProjectCollection& collection, const py::Object& project) {
+  static const py::Name kReload("reload"), kApply("apply");
+  const py::Dict before = ProjectSettings::document(project);
+  try {
+    project.call(kReload);
+    if (collection.is_approved(project)) return;
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+  }
+  project.call(kApply, before);
+  warn_of(project.attr(kPath));
+}
+
+/// Nothing may be erased for the sake of an answer that is no list: an empty map, of an error perhaps, holds no project
+/// either.
+void refuse_other_than_list(const py::Object& projects) {
+  const bool is_response = py::Ref<ProjectsResponse>::holds(projects);
+  const py::Object body = is_response ? py::Ref<ProjectsResponse>(projects)->projects : projects;
+  if (PyDict_Check(body.or_none()) || body.is_text())
+    py::raise_type("a list of projects expected, not " + body.type_name());
+}
+
+}  // namespace
+
+void ProjectCollection::init(const py::Object& application, const py::Object& target_application) {
+  static const py::Name kLock("Lock"), kEnv("env"), kGetProjectsDirectory("get_projects_directory");
+  api = application;
+  target = target_application;
+  mutex_edit = py::modules::threading.call(kLock);
+  directory = api.attr(kEnv).call(kGetProjectsDirectory);
+  table = py::Dict();
+  load();
+}
+
+std::vector<py::Object> ProjectCollection::present() const {
+  std::vector<py::Object> present;
+  for (py::Object& project : table.values()) {
+    if (!project.attr(kDeleted).truth()) present.push_back(std::move(project));
+  }
+  return present;
+}
+
+py::List ProjectCollection::names() const {
+  py::List names;
+  locked(mutex_edit, [&] {
+    for (const py::Object& project : present()) names.append(project.attr(kName));
+  });
+  py::checked(PyList_Sort(names.get()));
+  return names;
+}
+
+py::List ProjectCollection::headers() const {
+  static const py::Name kAttrGetter("attrgetter"), kSort("sort"), kKey("key");
+  py::List headers;
+  locked(mutex_edit, [&] {
+    for (const py::Object& project : present()) headers.append(ProjectHeader::create(project));
+  });
+  py::Dict by;
+  by.set(kKey, py::modules::operators.call(kAttrGetter, py::text(kName.text()), py::text(kEdited.text())));
+  headers.attr(kSort).apply(py::tuple({}), by);
+  return headers;
+}
+
+py::Object ProjectCollection::iterate() const {
+  py::List paths;
+  locked(mutex_edit, [&] {
+    for (const auto& [path, project] : table.items()) paths.append(path);
+  });
+  py::checked(PyList_Sort(paths.get()));
+  return py::values_at(table, paths);
+}
+
+py::Object ProjectCollection::get(const py::Object& filename) const {
+  static const py::Name kIsOutdated("is_outdated");
+  py::Object found;
+  locked(mutex_edit, [&] {
+    for (const py::Object& project : table.values()) {
+      if (!project.attr(kFilename).equals(filename)) continue;
+      found = project;
+      break;
+    }
+    if (found && found.call(kIsOutdated).truth()) reload(*this, found);
+  });
+  return found ? found : get_empty();
+}
+
+py::Object ProjectCollection::get_file(const py::Object& name) const {
+  py::Object path = py::Object::none();
+  locked(mutex_edit, [&] {
+    for (const py::Object& project : table.values()) {
+      if (!project.attr(kName).equals(name)) continue;
+      path = project.attr(kPath);
+      break;
+    }
+  });
+  return path;
+}
+
+py::Ref<ProjectSettings> ProjectCollection::get_empty() const {
+  py::Dict data;
+  data.set(kVersion, py::to_python(ProjectSettings::kVersion));
+  data.set(kTarget, target);
+  return ProjectSettings::create(self(), directory, py::text(""), data);
+}
+
+bool ProjectCollection::is_approved(const py::Object& project) const {
+  if (!py::Ref<ProjectSettings>::holds(project)) return false;
+  return project.attr(kTarget).equals(target) && !project.attr(kVersion).is_less(py::to_python(0));
+}
+
+py::Object ProjectCollection::create_http_request() const {
+  py::List documents;
+  locked(mutex_edit, [&] {
+    for (const py::Object& project : table.values()) documents.append(ProjectSettings::document(project));
+  });
+  return ProjectsRequest::create(target, documents);
+}
+
+void ProjectCollection::accept_http_response(const py::Object& projects) const {
+  if (py::Ref<ProjectsResponse>::holds(projects) && !py::Ref<ProjectsResponse>(projects)->accepted) {
+    logger::warning(py::text("Projects Response Was Not Accepted"));
+    return;
+  }
+  const py::Set kept;
+  for (const py::Object& contents : py::collect(projects)) {
+    if (const py::Object path = accept(contents)) kept.add(path);
+  }
+  refuse_other_than_list(projects);
+  erase_all_but(kept);
+  logger::debug(py::text("Projects Synchronized"));
+}
+
+/// Takes one project of the server's. Returns the path whose project stays, or none.
+py::Object ProjectCollection::accept(const py::Object& contents) const {
+  const py::Object filename = py::get(contents, kFilename, py::text(""));
+  py::Object project;
+  try {
+    project = ProjectSettings::create(self(), directory, filename, contents);
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+    return filename.is_text() ? paths::join(directory, filename) : py::Object();  // ours may be sound
+  }
+  if (!is_approved(project)) return {};
+  const py::Object current = get(project.attr(kFilename));
+  if (current.attr(kEdited).is_less(project.attr(kEdited))) save(project);
+  return project.attr(kPath);
+}
+
+void ProjectCollection::erase_all_but(const py::Set& kept) const {
+  locked(mutex_edit, [&] {
+    for (const auto& [path, project] : table.items()) {
+      if (!kept.contains(to_str(path))) erase(path);
+    }
+  });
+}
+
+void ProjectCollection::load() const {
+  locked(mutex_edit, [&] {
+    table.clear();
+    for (const py::Object& name : names_in(directory)) {
+      if (is_project_file(name)) load_file(paths::join(directory, name));
+    }
+  });
+}
+
+// A project that cannot be built must not keep the others from loading. Its file stays.
+void ProjectCollection::load_file(const py::Object& json_path) const {
+  try {
+    const py::Object project = ProjectSettings::read(py::type_of<ProjectSettings>(), self(), json_path);
+    if (is_approved(project)) table.set(project.attr(kPath), project);
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+    warn_of(json_path);
+  }
+}
+
+void ProjectCollection::save(const py::Object& project) const {
+  static const py::Name kWrite("write"), kProjectsSaved("projects_saved");
+  locked(mutex_edit, [&] {
+    project.call(kWrite);
+    table.set(project.attr(kPath), project);
+  });
+  api.attr(kCallbacks).call(kProjectsSaved);
+}
+
+void ProjectCollection::erase(const py::Object& path) const {
+  table.remove(path);
+  try {
+    with_document(path, false, [&](const py::Object&) { paths::remove(path); });
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+  }
+}
+
+void expose_project_collection(const py::Scope& project) {
+  using Collection = ProjectCollection;
+  const py::Scope scope =
+      py::Class<Collection>(
+          project, "Collection",
+          "All projects of one target application, as the projects directory has them.\n\n"
+          "api: gives `env`, whose projects directory is read at once, and `callbacks`. target: one of\n"
+          "`Constants.Plugin.Target`. Files of other targets, those without a version, and those that cannot be read\n"
+          "are passed over, the last with a record in the log, and stay. A directory that cannot be read is logged\n"
+          "and counts as empty. All operations may be called from any thread. A loop gives the projects in the order\n"
+          "of their paths.")
+          .init<&Collection::init>({"api", "target"})
+          .accessor<&Collection::names>("names", "A new sorted list of the names of all projects that are not deleted.")
+          .accessor<&Collection::headers>("headers",
+                                          "A new list of a `Header` for each project that is not deleted, sorted by\n"
+                                          "name and time of the last edit.")
+          .iterate<&Collection::iterate>()
+          .operation<&Collection::get>(
+              "get", {"filename"},
+              "The project of this file name; a new one, as of `get_empty`, if there is none.\n\n"
+              "It is read again if its file has grown. If that file cannot be used, it stays what it was, and a\n"
+              "warning is logged.")
+          .operation<&Collection::save_project>("save_project", {"settings"},
+                                                "Writes a project, makes it part of the collection, and reports\n"
+                                                "`projects_saved`.")
+          .operation<&Collection::is_approved>("is_approved", {"settings"},
+                                               "Whether it is a project of this target that has a version, be it of\n"
+                                               "another format.")
+          .operation<&Collection::get_file>("get_file", {"name"},
+                                            "The path of the first project of this name, deleted ones included, or\n"
+                                            "None.")
+          .operation<&Collection::get_empty>("get_empty", "A new project of this target, not part of the collection.")
+          .operation<&Collection::create_http_request>("create_http_request",
+                                                       "An `HttpRequest` of all projects, deleted ones included.")
+          .operation<&Collection::accept_http_response>(
+              "accept_http_response", {"projects"},
+              "Puts the server's projects in the place of these.\n\n"
+              "projects: the documents, in practice an `HttpResponse`; one that was not accepted changes nothing, and\n"
+              "is logged. Projects that are newer than here, or unknown here, are written. All that are not among\n"
+              "them are erased, files included, those of another target or without a version too. A document of\n"
+              "which no project can be made is logged, and a project of its file name stays what it was.\n"
+              "AttributeError for a document that is no mapping, TypeError for anything but a list; nothing is\n"
+              "erased then.")
+          .operation<&Collection::load>("_load", "Reads all projects of the directory anew.")
+          .operation<&Collection::load_file>("_load_file", {"json_path"},
+                                             "Reads a project and takes it up if it is approved. A file that cannot\n"
+                                             "be used is logged, and stays.")
+          .operation<&Collection::save>("_save_project", {"settings"}, "The same as `save_project`.")
+          .operation<&Collection::erase>("_erase_project", {"path"},
+                                         "Drops a project and its file, with the lock held. A failure is logged, and\n"
+                                         "the file stays.")
+          .readonly<&Collection::api>("_api", "The application.")
+          .field<&Collection::target>("target", "The target application.")
+          .field<&Collection::directory>("directory", "The projects directory.")
+          .readonly<&Collection::table>("_table", "The projects by their paths.")
+          .readonly<&Collection::mutex_edit>("_mutex_edit", "Guards `_table`.")
+          .done();
+  expose_project_exchange(scope);
+}
+
+}  // namespace heron

@@ -1,0 +1,40 @@
+#include "projects/project_header.h"
+
+#include "foundation/text.h"
+
+namespace heron {
+
+py::Object ProjectHeader::create(const py::Object& project) {
+  auto header = py::Ref<ProjectHeader>::make();
+  header->init(project);
+  return header;
+}
+
+void ProjectHeader::init(const py::Object& project) {
+  static const py::Name kName("name"), kFilename("filename"), kEdited("edit_timestamp"), kCompatible("compatible");
+  name = project.attr(kName);
+  filename = project.attr(kFilename);
+  edit_timestamp = project.attr(kEdited);
+  compatible = project.attr(kCompatible);
+}
+
+py::Object ProjectHeader::text() const {
+  constexpr std::string_view kPattern =
+      R"(Project.Header(name="{}", filename="{}", edit_timestamp="{}", compatible={}))";
+  return format(kPattern, {name, filename, edit_timestamp, compatible});
+}
+
+void expose_project_header(const py::Scope& project) {
+  py::Class<ProjectHeader>(project, "Header", "What a list of projects shows of one, as it was when this was made.")
+      .init<&ProjectHeader::init>({"settings"})
+      .readonly<&ProjectHeader::name>("name", "The name of the project.")
+      .readonly<&ProjectHeader::filename>("filename", "The name of its file, by which it is loaded.")
+      .readonly<&ProjectHeader::edit_timestamp>("edit_timestamp", "When it was last edited, in seconds.")
+      .readonly<&ProjectHeader::compatible>("compatible", "Whether it is of the format of this release.")
+      .readonly<&ProjectHeader::name>("_name", "The stored `name`.")
+      .readonly<&ProjectHeader::filename>("_filename", "The stored `filename`.")
+      .text<&ProjectHeader::text>()
+      .done();
+}
+
+}  // namespace heron
