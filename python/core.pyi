@@ -2872,12 +2872,221 @@ class Check:
                         """Appends a result."""
 
 @final
+class _Export:
+    """What an export consists of."""
+
+    @disjoint_base
+    class Flags:
+        """The switches of an export, all off at first; values are kept as they come."""
+
+        automatic_uv: bool
+        """Make texture coordinates where there are none."""
+        triangulate: bool
+        """Make triangles of all faces."""
+        reset_xforms: bool
+        """Apply the transforms of the objects to their geometry."""
+        version_control: bool
+        """Number the files instead of replacing them."""
+
+        @property
+        def data(self) -> dict[str, bool]:
+            """The JSON form, a new dict of the four switches."""
+
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Takes the switches from a JSON form; off where it lacks one."""
+
+    @disjoint_base
+    class Queue:
+        """What is to be exported: a task for each file, in order."""
+
+        @property
+        def _tasks(self) -> list[_Export.Queue.Task]: ...
+        def __iter__(self) -> Iterator[_Export.Queue.Task]: ...
+        def __len__(self) -> int: ...
+        def add(self, task: _Export.Queue.Task) -> None:
+            """Appends a task."""
+
+        def clear(self) -> None:
+            """Removes all tasks, the last first."""
+
+        def is_empty(self) -> bool:
+            """Whether there is no task."""
+
+        @disjoint_base
+        class Task:
+            """What goes into one exported file. It is written only once it is confirmed."""
+
+            name: str
+            roots: list[str]
+            """The paths of the objects."""
+
+            def __init__(self, name: str) -> None: ...
+            @property
+            def _confirmed(self) -> bool: ...
+            def confirm(self) -> None:
+                """Lets the task be exported."""
+
+            def is_confirmed(self) -> bool:
+                """Whether the task may be exported."""
+
+            def is_empty(self) -> bool:
+                """Whether the task has no objects."""
+
+            def add(self, *paths: str) -> None:
+                """Appends objects."""
+
+    @disjoint_base
+    class Options:
+        """The exporters on offer, one of them selected: the first one at first.
+
+        Each exporter is a member under its attribute name, too. Arguments of other classes are ignored.
+        """
+
+        def __init__(self, *options: object) -> None: ...
+        @type_check_only
+        def __getattr__(self, name: str) -> Any:
+            """The exporter of this attribute name."""
+
+        def __iter__(self) -> Iterator[Parameters.Options]: ...
+        @property
+        def _options(self) -> list[Parameters.Options]: ...
+        @property
+        def _selected(self) -> Parameters.Options | None: ...
+        @property
+        def selected(self) -> Parameters.Options | None:
+            """The selected exporter's options."""
+
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict of "selected" and "formats"."""
+
+        def select(self, option: object) -> None:
+            """Selects an exporter by its options, their attribute name or their label.
+
+            An unknown one changes nothing if there is a selected one.
+            """
+
+        def _select_any(self) -> None: ...
+        def load(self, data: Mapping[str, Any]) -> None:
+            """Takes the options and the selection of a JSON form."""
+
+        def clone(self) -> _Export.Options:
+            """New options of the same exporters, values and selection."""
+
+@final
 class _Project:
     """Projects, and what they hold."""
 
-    @final
+    @disjoint_base
     class Settings:
-        """One project."""
+        """One project: a named document with the history of its records. A loop gives them, newest first.
+
+        The document's own "filename" wins over the given one. Equal projects have equal data, whenever they
+        were edited.
+        """
+
+        version: int
+        """Of the format: that of this release in the class, that of the document in an instance."""
+        edit_timestamp: float
+        """When it was last edited, in seconds since the epoch."""
+        deleted: bool
+        """Is it deleted, though its file stays until the server knows?"""
+        name: str
+        description: str
+
+        def __init__(
+            self, related_collection: object, directory: _Path, filename: str, file_data: Mapping[str, Any]
+        ) -> None: ...
+        @classmethod
+        def init(cls, parent: object, json_path: _Path) -> Self:
+            """The project of a file; one without a version, and a record in the log, if it cannot be read."""
+
+        @staticmethod
+        def predefined_rules() -> list[_Project.Settings.Rule]:
+            """The rules that a new project offers."""
+
+        @staticmethod
+        def _open(path: _Path) -> _JsonMap: ...
+        def __iter__(self) -> Iterator[_Project.Settings.Record]: ...
+        def __eq__(self, other: object, /) -> bool: ...
+        __hash__: ClassVar[None]  # type: ignore[assignment]
+        @property
+        def _collection(self) -> Any: ...
+        @property
+        def _directory(self) -> str: ...
+        @property
+        def _filename(self) -> str: ...
+        @property
+        def _name(self) -> str: ...
+        @property
+        def _description(self) -> str: ...
+        @property
+        def _target(self) -> str: ...
+        @property
+        def _history(self) -> _Project.Settings.Record.History: ...
+        @property
+        def _write_timestamp(self) -> float: ...
+        @property
+        def directory(self) -> str:
+            """The directory of the file."""
+
+        @property
+        def filename(self) -> str:
+            """The name of the file; empty until `path` was read."""
+
+        @property
+        def target(self) -> str:
+            """The host application, one of `Constants.Plugin.Target`."""
+
+        @property
+        def history(self) -> _Project.Settings.Record.History:
+            """The saved records."""
+
+        @property
+        def path(self) -> str:
+            """The path of the file. Gives the project a file name if it has a name but none yet."""
+
+        @property
+        def compatible(self) -> bool:
+            """Whether the document is of the format of this release."""
+
+        @property
+        def data(self) -> _JsonMap:
+            """The JSON form, a new dict, without the time of the last edit."""
+
+        def apply(self, file_data: Mapping[str, Any]) -> None:
+            """Takes all content from a document; nothing of one whose records cannot be used."""
+
+        def _ensure_filename(self) -> None: ...
+        def delete(self) -> None:
+            """Marks the project as deleted; `mark_edited` and `write` follow."""
+
+        def get_record_promise(self) -> _Project.Settings.Record:
+            """A copy of the present state, from which the next record begins."""
+
+        def clone(self) -> _Project.Settings:
+            """A new project of the same content, as if it was never edited."""
+
+        def clear_name(self) -> None:
+            """Empties the name."""
+
+        def clear_filename(self) -> None:
+            """Has `path` make a file name anew."""
+
+        def save(self) -> None:
+            """Marks the project as edited and has the collection write it."""
+
+        def mark_edited(self) -> None:
+            """Notes the present time as that of the last edit."""
+
+        def reload(self) -> None:
+            """Takes all content from the file, if it exists."""
+
+        def write(self) -> None:
+            """Writes the file. A failure is logged, and the file stays as it was."""
+
+        def is_outdated(self) -> bool:
+            """Whether the file is larger than when this object last read or wrote it."""
 
         @disjoint_base
         class Rule:
@@ -3029,6 +3238,303 @@ class _Project:
                         self, data: Iterable[Mapping[str, Any]], rules: _Project.Settings.Rule.List
                     ) -> None:
                         """Builds the tree from its JSON form; nodes without a rule are left out."""
+
+        @disjoint_base
+        class Record:
+            """One saved state of a project: its rules, their tree and how it is exported.
+
+            A record of timestamp 0 is a promise, a working copy that becomes a record when it is saved. Equal
+            records have equal data, whenever they were saved.
+            """
+
+            timestamp: int
+            """Seconds since the epoch at which it was saved; 0 for a promise."""
+            author: str
+            comment: str
+            export: _Project.Settings.Record.Export
+            rules: _Project.Settings.Rule.List
+            pattern: _Project.Settings.Rule.Tree.Root
+            """The tree of the rules."""
+
+            def __init__(
+                self,
+                history: _Project.Settings.Record.History,
+                data: Mapping[str, Any],
+                timestamp: float | str = 0,
+            ) -> None: ...
+            @classmethod
+            def emtpy(cls, history: _Project.Settings.Record.History) -> Self:
+                """A new promise without rules."""
+
+            def _apply(self, data: Mapping[str, Any]) -> None: ...
+            def __eq__(self, other: object, /) -> bool: ...
+            __hash__: ClassVar[None]  # type: ignore[assignment]
+            @property
+            def _history(self) -> _Project.Settings.Record.History: ...
+            @property
+            def _init_data(self) -> _JsonMap: ...
+            @property
+            def data(self) -> _JsonMap:
+                """The JSON form, a new dict. The time is not part of it."""
+
+            def select(self) -> None:
+                """Makes it the state that the project applies; not for a promise."""
+
+            def is_selected(self) -> bool:
+                """Whether it is the state that the project applies."""
+
+            def is_promise(self) -> bool:
+                """Whether it was never saved."""
+
+            def is_changed(self) -> bool:
+                """Whether it differs from what it was at first."""
+
+            def reset(self) -> None:
+                """Drops all edits. The rules and their tree are new objects then."""
+
+            def clone(self) -> _Project.Settings.Record:
+                """A new record of the same content and time, which counts as unchanged."""
+
+            def save(self) -> None:
+                """Puts a clone into the history, which saves the project; the record itself is reset."""
+
+            def clear_author(self) -> None:
+                """Empties the author."""
+
+            def clear_comment(self) -> None:
+                """Empties the comment."""
+
+            def clear_timestamp(self) -> None:
+                """Makes it a promise."""
+
+            @disjoint_base
+            class Export:
+                """How a record is exported, from its JSON form; every key may be missing."""
+
+                directory: str
+                """Where files go, as the user gave it: "~" is not expanded."""
+                flags: _Export.Flags
+
+                def __init__(self, data: Mapping[str, Any]) -> None: ...
+                @property
+                def _options(self) -> _JsonMap: ...
+                @property
+                def data(self) -> _JsonMap:
+                    """The JSON form, a new dict."""
+
+                def get_options(self) -> _JsonMap:
+                    """A deep copy of the exporters' options."""
+
+                def set_options(self, options: object) -> None:
+                    """Takes the data of an `_Export.Options`; anything else changes nothing."""
+
+            @disjoint_base
+            class History:
+                """The saved records of one project, and which is selected. A loop gives the newest first."""
+
+                pointer: int
+                """The time of the selected record, 0 for none. Writing an unknown time changes nothing."""
+
+                def __init__(self, project_settings: object) -> None: ...
+                def __iter__(self) -> Iterator[_Project.Settings.Record]: ...
+                @property
+                def _project_settings(self) -> Any: ...
+                @property
+                def _pointer(self) -> int: ...
+                @property
+                def _records(self) -> dict[int, _Project.Settings.Record]: ...
+                @property
+                def _edit_toggle(self) -> _Project.Settings.Record.History.EditToggle: ...
+                @property
+                def _mutex_save(self) -> Any: ...
+                @property
+                def edit_toggle(self) -> _Project.Settings.Record.History.EditToggle:
+                    """The records as an editor shows them."""
+
+                @property
+                def data(self) -> _JsonMap:
+                    """The JSON form, a new dict of each record's data by its time as text."""
+
+                def clear(self) -> None:
+                    """Drops all records; the pointer stays."""
+
+                def bake(self) -> None:
+                    """Drops all records but the selected one."""
+
+                def load(self, file_data: Mapping[str, Any]) -> None:
+                    """Takes the records and the selection of a project's document, all of it or nothing."""
+
+                def _get_pointer(self, file_data: Mapping[str, Any]) -> int: ...
+                def get_record(self) -> _Project.Settings.Record:
+                    """A clone of the selected record, or of the newest one; a promise without one."""
+
+                def select_record(self, record: object) -> None:
+                    """Selects this very record; nothing happens if it is not here."""
+
+                def save_record(self, record: object) -> None:
+                    """Adds a record under the present second, selects it, and saves the project.
+
+                    Dropped without a word while another save runs.
+                    """
+
+                @staticmethod
+                def _is_timestamp(string: object) -> bool: ...
+
+                @disjoint_base
+                class EditToggle:
+                    """The records among which an editor switches, newest first after a promise."""
+
+                    def __init__(self, history: _Project.Settings.Record.History) -> None: ...
+                    def __iter__(self) -> Iterator[_Project.Settings.Record]: ...
+                    @property
+                    def _history(self) -> _Project.Settings.Record.History: ...
+                    @property
+                    def _current(self) -> _Project.Settings.Record | None: ...
+                    @property
+                    def _records(self) -> list[_Project.Settings.Record]: ...
+                    @property
+                    def current(self) -> _Project.Settings.Record:
+                        """The record under edit; without one a new promise each time."""
+
+                    def switch(self, index: int) -> _Project.Settings.Record | None:
+                        """Drops the edits of a saved record, then takes the one at `index` under edit."""
+
+                    def clear(self) -> None:
+                        """Has no records and none under edit."""
+
+                    def update(self) -> None:
+                        """Takes the records of the history anew; the newest is under edit."""
+
+                    def set_promise(self, record: object) -> None:
+                        """Takes the records anew and puts a promise before them, under edit."""
+
+    @disjoint_base
+    class Header:
+        """What a list of projects shows of one."""
+
+        def __init__(self, settings: _Project.Settings) -> None: ...
+        @property
+        def _name(self) -> str: ...
+        @property
+        def _filename(self) -> str: ...
+        @property
+        def name(self) -> str:
+            """The name of the project."""
+
+        @property
+        def filename(self) -> str:
+            """The name of its file, by which it is loaded."""
+
+        @property
+        def edit_timestamp(self) -> float:
+            """When it was last edited, in seconds since the epoch."""
+
+        @property
+        def compatible(self) -> bool:
+            """Whether it is of the format of this release."""
+
+    @disjoint_base
+    class Collection:
+        """All projects of one target application, as the projects directory has them.
+
+        Files that cannot be used are passed over, with a record in the log, and stay. Any thread may use it.
+        """
+
+        target: str
+        directory: str
+        def __init__(self, api: object, target: str) -> None: ...
+        def __iter__(self) -> Iterator[_Project.Settings]: ...
+        @property
+        def _api(self) -> Any: ...
+        @property
+        def _table(self) -> dict[str, _Project.Settings]: ...
+        @property
+        def _mutex_edit(self) -> Any: ...
+        @property
+        def names(self) -> list[str]:
+            """A new sorted list of the names of all projects that are not deleted."""
+
+        @property
+        def headers(self) -> list[_Project.Header]:
+            """A new list of all projects that are not deleted, sorted by name and time of the last edit."""
+
+        def get(self, filename: str) -> _Project.Settings:
+            """The project of this file name, read again if its file has grown; a new one if there is none."""
+
+        def save_project(self, settings: _Project.Settings) -> None:
+            """Writes a project, makes it part of the collection, and reports `projects_saved`."""
+
+        def is_approved(self, settings: object) -> bool:
+            """Whether it is a project of this target that has a version, be it of another format."""
+
+        def get_file(self, name: str) -> str | None:
+            """The path of the first project of this name, deleted ones included."""
+
+        def get_empty(self) -> _Project.Settings:
+            """A new project of this target, not part of the collection."""
+
+        def create_http_request(self) -> _Project.Collection.HttpRequest:
+            """A request of all projects, deleted ones included."""
+
+        def accept_http_response(self, projects: Iterable[Mapping[str, Any]]) -> None:
+            """Puts the server's projects in the place of these: newer ones are written, others are erased.
+
+            A response that was not accepted changes nothing.
+            """
+
+        def _load(self) -> None: ...
+        def _load_file(self, json_path: str) -> None: ...
+        def _save_project(self, settings: _Project.Settings) -> None: ...
+        def _erase_project(self, path: str) -> None: ...
+
+        @disjoint_base
+        class HttpRequest:
+            """The projects of one target, on their way to the server. The text form is the body, JSON."""
+
+            headers: ClassVar[dict[str, str]]
+            def __init__(self, target: str, projects: _JsonList) -> None: ...
+            def __iter__(self) -> Iterator[_JsonMap]: ...
+            def __bytes__(self) -> bytes:
+                """The body in UTF-8."""
+
+            @property
+            def _target(self) -> str: ...
+            @property
+            def _projects(self) -> _JsonList: ...
+            @property
+            def target(self) -> str:
+                """The host application whose projects they are."""
+
+            @property
+            def projects(self) -> _JsonList:
+                """The documents of the projects."""
+
+        @disjoint_base
+        class HttpResponse:
+            """What the server said to the projects: all that it has of the target.
+
+            Equal responses have equal `projects`, whether they were accepted or not.
+            """
+
+            headers: ClassVar[dict[str, str]]
+            def __init__(self, response: object) -> None: ...
+            def __iter__(self) -> Iterator[_JsonMap]: ...
+            def __eq__(self, other: object, /) -> bool: ...
+            __hash__: ClassVar[None]  # type: ignore[assignment]
+            @property
+            def _accepted(self) -> bool: ...
+            @property
+            def _projects(self) -> Any: ...
+            @property
+            def accepted(self) -> bool:
+                """Whether there was JSON in the response."""
+
+            @property
+            def projects(self) -> Any:
+                """The decoded body; empty where it was not accepted."""
+
+            def _decode(self, response: object) -> Any: ...
+            def _content(self, response: object) -> Any: ...
 
 @disjoint_base
 class Api:

@@ -1,6 +1,8 @@
 #include "export/export_options.h"
 
+#include "parameters/input.h"
 #include "parameters/options.h"
+#include "settings/stored.h"
 
 namespace heron {
 namespace {
@@ -14,7 +16,7 @@ void ExportOptions::init(const py::Object& offered) {
   for (const py::Object& option : py::collect(offered)) {
     if (!py::Ref<ParameterOptions>::holds(option)) continue;
     options.append(option);
-    py::checked(PyObject_SetAttr(py::object_of(*this).get(), option.attr(kAttr).get(), option.get()));
+    add_member(py::object_of(*this), py::TypeOf<ExportOptions>::type, option.attr(kAttr), option);
   }
   select_any();
 }
@@ -35,7 +37,7 @@ void ExportOptions::select(const py::Object& option) {
       return;
     }
   }
-  if (!selected.truth()) select_any();
+  if (selected.is_none()) select_any();
 }
 
 void ExportOptions::select_any() {
@@ -43,11 +45,8 @@ void ExportOptions::select_any() {
 }
 
 void ExportOptions::load(const py::Object& stored) {
-  const py::Object formats = py::get(stored, kFormats, py::Dict());
-  for (const py::Object& option : options.items()) {
-    static const py::Name kGet("get");
-    option.call(kLoad, formats.call(kGet, option.attr(kAttr), py::Dict()));
-  }
+  const py::Object formats = stored::map_at(stored, kFormats);
+  for (const py::Object& option : options.items()) option.call(kLoad, stored::map_at(formats, option.attr(kAttr)));
   select(py::get(stored, kSelected));
 }
 
@@ -65,8 +64,8 @@ void expose_export_options(const py::Scope& exporting) {
   py::Class<ExportOptions>(
       exporting, "Options",
       "The exporters on offer, each a `Parameters.Options`, one of them selected: the first one at first.\n\n"
-      "Each exporter is a member under its attribute name, too. Arguments of other classes are ignored. A loop gives\n"
-      "the exporters in order.")
+      "Each exporter is a member under its attribute name, too; AttributeError for one named like a member of the\n"
+      "class. Arguments of other classes are ignored. A loop gives the exporters in order.")
       .init<&ExportOptions::init>({py::Parameter::rest("options")})
       .accessor<&ExportOptions::get_selected>("selected", "The selected exporter's options, or None.")
       .iterate<&ExportOptions::iterate>()
@@ -75,7 +74,9 @@ void expose_export_options(const py::Scope& exporting) {
                                          "Selects an exporter by its options, their attribute name or their label.\n\n"
                                          "An unknown one changes nothing if there is a selected one.")
       .operation<&ExportOptions::select_any>("_select_any", "Selects the first exporter, if there is one.")
-      .operation<&ExportOptions::load>("load", {"data"}, "Takes the options and the selection of a JSON form.")
+      .operation<&ExportOptions::load>("load", {"data"},
+                                       "Takes the options and the selection of a JSON form.\n\n"
+                                       "What is no mapping in it counts as absent, with a warning.")
       .operation<&ExportOptions::clone>("clone", "New options of the same exporters, values and selection.")
       .readonly<&ExportOptions::options>("_options", "The exporters in order.")
       .readonly<&ExportOptions::selected>("_selected", "The selected exporter's options, or None.")

@@ -17,6 +17,16 @@ py::Object to_integer(const py::Object& value) {
   return py::Object::borrow(reinterpret_cast<PyObject*>(&PyLong_Type))(value);
 }
 
+/// The time that a document selects, or else that of the first record.
+py::Object pointer_among(const py::Dict& records, const py::Object& file_data) {
+  static const py::Name kSelected("selected_record");
+  const py::Object selected = py::get(file_data, kSelected);
+  py::Object timestamp = History::is_timestamp(selected) ? to_integer(selected) : py::to_python(0);
+  if (records.find(timestamp)) return timestamp;
+  const auto held = records.items();
+  return held.empty() ? py::to_python(0) : held.front().first;
+}
+
 bool is_promise(const py::Object& record) {
   static const py::Name kIsPromise("is_promise");
   return record.call(kIsPromise).truth();
@@ -44,15 +54,12 @@ py::List History::newest_first() const {
   return times;
 }
 
-py::Object History::iterate() const {
-  std::vector<py::Object> newest;
-  const py::Dict held(records);
-  for (const py::Object& timestamp : newest_first().items()) newest.push_back(*held.find(timestamp));
-  return py::iterator(newest);
-}
+py::Object History::iterate() const { return py::values_at(records, newest_first()); }
 
 void History::set_pointer(const py::Object& timestamp) {
-  if (py::holds(records, timestamp)) pointer = timestamp;
+  for (const auto& [time, record] : records.items()) {
+    if (time.equals(timestamp)) pointer = time;
+  }
 }
 
 void History::clear() const {
@@ -71,26 +78,27 @@ void History::bake() const {
 }
 
 void History::load(const py::Object& file_data) {
-  static const py::Name kRecords("records"), kItems("items"), kUpdate("update");
+  static const py::Name kUpdate("update");
+  const py::Dict read = read_records(file_data);
+  const py::Object selected = pointer_among(read, file_data);
   clear();
-  for (const py::Object& pair : py::collect(py::get(file_data, kRecords, py::Dict()).call(kItems))) {
-    const std::vector<py::Object> entry = py::collect(pair);
-    if (!is_timestamp(entry.at(0))) continue;
-    const py::Object timestamp = to_integer(to_float(entry.at(0)));
-    records.set(timestamp, Record::create(py::Ref<History>::of(*this), entry.at(1), timestamp));
-  }
-  pointer = find_pointer(file_data);
+  records.update(read);
+  pointer = selected;
   edit_toggle.call(kUpdate);
 }
 
-py::Object History::find_pointer(const py::Object& file_data) const {
-  static const py::Name kSelected("selected_record");
-  const py::Object selected = py::get(file_data, kSelected);
-  py::Object timestamp = is_timestamp(selected) ? to_integer(selected) : py::to_python(0);
-  if (py::holds(records, timestamp)) return timestamp;
-  const auto held = records.items();
-  return held.empty() ? py::to_python(0) : held.front().first;
+py::Dict History::read_records(const py::Object& file_data) const {
+  static const py::Name kRecords("records");
+  py::Dict read;
+  for (const auto& [key, data] : py::pairs(py::get(file_data, kRecords, py::Dict()))) {
+    if (!is_timestamp(key)) continue;
+    const py::Object timestamp = to_integer(to_float(key));
+    read.set(timestamp, Record::create(py::Ref<History>::of(*this), data, timestamp));
+  }
+  return read;
 }
+
+py::Object History::find_pointer(const py::Object& file_data) const { return pointer_among(records, file_data); }
 
 py::Ref<Record> History::get_record() const {
   const py::Ref<History> self = py::Ref<History>::of(*this);
@@ -108,11 +116,10 @@ void History::select_record(const py::Object& record) {
 
 // A second save while one runs comes from a double click or a callback, and is dropped.
 void History::save_record(const py::Object& record) {
-  static const py::Name kLocked("locked"), kAcquire("acquire"), kRelease("release");
+  static const py::Name kAcquire("acquire"), kRelease("release");
   static const py::Name kUpdate("update"), kSave("save");
-  if (!py::Ref<Record>::holds(record) || mutex_save.call(kLocked).truth()) return;
-  const py::Object mutex = mutex_save;
-  mutex.call(kAcquire);
+  const py::Object mutex = mutex_save, at_once = py::to_python(false);
+  if (!py::Ref<Record>::holds(record) || !mutex.call(kAcquire, at_once).truth()) return;
   py::finally(
       [&] {
         const py::Object timestamp = to_integer(clock::now());
@@ -160,8 +167,7 @@ py::Object EditToggle::get_current() const {
 py::Object EditToggle::switch_to(const py::Object& index) {
   static const py::Name kReset("reset");
   if (!current.is_none() && !is_promise(current)) current.call(kReset);
-  const py::Object count = py::to_python(records.size());
-  if (py::checked(PyObject_RichCompareBool(index.get(), count.get(), Py_LT)) != 0) {
+  if (index.is_less(py::to_python(records.size()))) {
     current = py::Object::steal(PyObject_GetItem(records.get(), index.get()));
   }
   return current;
@@ -200,8 +206,9 @@ void expose_history(const py::Scope& record) {
           .operation<&History::bake>("bake", "Drops all records but the selected one.")
           .operation<&History::load>("load", {"file_data"},
                                      "Takes the records and the selection of a project's document.\n\n"
-                                     "Records whose key is no number are left out; ValueError or OverflowError for a\n"
-                                     "key, or a selection, that is one but no time.")
+                                     "Records whose key is no number are left out. ValueError or OverflowError for a\n"
+                                     "key, or a selection, that is one but no time; AttributeError, TypeError or\n"
+                                     "ValueError for records that cannot be built. Nothing has changed then.")
           .operation<&History::find_pointer>("_get_pointer", {"file_data"},
                                              "The time that the document selects, or that of its first record.")
           .operation<&History::get_record>(

@@ -14,12 +14,12 @@ class History {
   py::Object iterate() const;  ///< The records, newest first; lazy over the times as they are now.
   py::List newest_first() const;
   py::Object get_pointer() const { return pointer; }
-  void set_pointer(const py::Object& timestamp);
+  void set_pointer(const py::Object& timestamp);  ///< Nothing if there is no record of this time.
   py::Object get_edit_toggle() const { return edit_toggle; }
 
   void clear() const;
-  void bake() const;  ///< Keeps the selected record only.
-  void load(const py::Object& file_data);
+  void bake() const;                       ///< Keeps the selected record only.
+  void load(const py::Object& file_data);  ///< All of it, or after a failure nothing.
   py::Object find_pointer(const py::Object& file_data) const;
   py::Ref<Record> get_record() const;
   void select_record(const py::Object& record);
@@ -38,6 +38,9 @@ class History {
     for (py::Object* field : {&project_settings, &pointer, &edit_toggle, &mutex_save}) visit(*field);
     visit(records);
   }
+
+ private:
+  py::Dict read_records(const py::Object& file_data) const;
 };
 
 /// What an editor shows of a history: the records among which the user switches, and the one under edit.

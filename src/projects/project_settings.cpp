@@ -1,7 +1,5 @@
 #include "projects/project_settings.h"
 
-#include <cmath>
-
 #include "files/access_queue.h"
 #include "files/json_file.h"
 #include "files/paths.h"
@@ -35,29 +33,12 @@ py::Object size_if_any(const py::Object& path) {
   }
 }
 
-/// Text of a document; empty, with a warning, for anything else: all projects are sorted and told apart by such.
-py::Object text_at(const py::Object& document, const py::Name& key) {
-  const py::Object value = py::get(document, key, py::text(""));
-  if (value.is_text()) return to_str(value);
-  stored::warn(key);
-  return to_str(py::text(""));
-}
-
 /// A file name of a document. One that leads elsewhere would have a file out of the directory replaced, or deleted.
 py::Object filename_at(const py::Object& document) {
-  const py::Object name = text_at(document, kFilename);
+  py::Object name = stored::text_at(document, kFilename);
   if (name.equals(paths::file_name(name))) return name;
   stored::warn(kFilename);
   return to_str(py::text(""));
-}
-
-/// A number of a document that can be compared with any other.
-py::Object number_at(const py::Object& document, const py::Name& key, const py::Object& otherwise) {
-  py::Object value = py::get(document, key, otherwise);
-  const bool is_float = PyFloat_Check(value.or_none()) != 0;
-  if (is_float ? std::isfinite(PyFloat_AsDouble(value.get())) : PyLong_Check(value.or_none()) != 0) return value;
-  stored::warn(key);
-  return otherwise;
 }
 
 void replace_text(py::Object& text, const py::Object& value) {
@@ -102,13 +83,13 @@ void ProjectSettings::init(const py::Object& related_collection, const py::Objec
 // its own name wins over the name under which it was found.
 void ProjectSettings::apply(const py::Object& file_data) {
   history->load(file_data);
-  name = text_at(file_data, kName);
-  description = text_at(file_data, kDescription);
-  edit_timestamp = number_at(file_data, kEditTimestamp, py::to_python(0.0));
+  name = stored::text_at(file_data, kName);
+  description = stored::text_at(file_data, kDescription);
+  edit_timestamp = stored::number_at(file_data, kEditTimestamp, py::to_python(0.0));
   deleted = py::get(file_data, kDeleted, py::to_python(false));
-  py::object_of(*this).set_attr(kVersionKey, number_at(file_data, kVersionKey, py::to_python(-1)));
+  py::object_of(*this).set_attr(kVersionKey, stored::number_at(file_data, kVersionKey, py::to_python(-1)));
   filename = filename_at(file_data);
-  target = text_at(file_data, kTarget);
+  target = stored::text_at(file_data, kTarget);
 }
 
 bool ProjectSettings::equals(const py::Object& other) const {
@@ -234,7 +215,11 @@ py::Scope expose_project_settings(const py::Scope& project) {
                                     "The path of the file; gives the project a file name if it has a name but none\n"
                                     "yet. Without a name it is the directory itself.")
           .accessor<&Project::is_compatible>("compatible", "Is the document of the format of this release?")
-          .operation<&Project::apply>("apply", {"file_data"}, "Takes all content from a document.")
+          .operation<&Project::apply>("apply", {"file_data"},
+                                      "Takes all content from a document.\n\n"
+                                      "Records that cannot be used are refused as by `History.load`, and nothing has\n"
+                                      "changed then. Any other value of the wrong kind counts as absent, with a\n"
+                                      "warning; so does a file name that leads to another directory.")
           .operation<&Project::ensure_filename>("_ensure_filename", "Makes a file name of the name, if there is none.")
           .operation<&Project::remove>("delete", "Marks the project as deleted; `mark_edited` and `write` follow.")
           .operation<&Project::get_record_promise>("get_record_promise",

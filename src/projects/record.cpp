@@ -2,6 +2,7 @@
 
 #include "export/export_options.h"
 #include "runtime/modules.h"
+#include "settings/stored.h"
 
 namespace heron {
 namespace {
@@ -22,8 +23,8 @@ py::Ref<RecordExport> RecordExport::create(const py::Object& data) {
 void RecordExport::init(const py::Object& stored) {
   *this = RecordExport();
   directory = py::get(stored, kDirectory, directory);
-  options = py::get(stored, kOptions, options);
-  flags->load(py::get(stored, kFlags, py::Dict()));
+  options = stored::map_at(stored, kOptions);
+  flags->load(stored::map_at(stored, kFlags));
 }
 
 py::Object RecordExport::get_options() const { return deep_copy(options); }
@@ -64,7 +65,7 @@ void Record::init(const py::Object& owner, const py::Object& stored, const py::O
 void Record::apply(const py::Object& stored) {
   author = py::get(stored, kAuthor, py::text(""));
   comment = py::get(stored, kComment, py::text(""));
-  exporting = RecordExport::create(py::get(stored, kExport, py::Dict()));
+  exporting = RecordExport::create(stored::map_at(stored, kExport));
   rules = py::Ref<RuleList>::make();
   rules->init(py::get(stored, kRules, py::List()));
   pattern = py::Ref<RuleRoot>::make();

@@ -1,5 +1,7 @@
 #include "settings/stored.h"
 
+#include <cmath>
+
 #include "foundation/probe.h"
 #include "foundation/text.h"
 
@@ -8,9 +10,18 @@ namespace {
 
 const py::Name kGet("get");
 
+bool is_number(const py::Object& value) {
+  if (PyFloat_Check(value.or_none()) != 0) return std::isfinite(PyFloat_AsDouble(value.get()));
+  return PyLong_Check(value.or_none()) != 0;
+}
+
+bool is_text(const py::Object& value) { return value.is_text(); }
+
+py::Object as_object(const py::Name& name) { return py::Object::borrow(name.get()); }
+
 template <class Fits>
-py::Object value_at(const py::Object& document, const py::Name& key, const py::Object& otherwise, Fits fits) {
-  py::Object value = py::get(document, key, otherwise);
+py::Object value_at(const py::Object& document, const py::Object& key, const py::Object& otherwise, Fits fits) {
+  py::Object value = document.call(kGet, key, otherwise);
   if (fits(value)) return value;
   stored::warn(key);
   return otherwise;
@@ -24,12 +35,22 @@ bool stored::is_list(const py::Object& value) {
   return !value.is_text() && !is_map(value) && py::Iterable::fits(value.or_none());
 }
 
-py::Object stored::map_at(const py::Object& document, const py::Name& key) {
+py::Object stored::map_at(const py::Object& document, const py::Name& key) { return map_at(document, as_object(key)); }
+
+py::Object stored::map_at(const py::Object& document, const py::Object& key) {
   return value_at(document, key, py::Dict(), is_map);
 }
 
 py::Object stored::list_at(const py::Object& document, const py::Name& key) {
-  return value_at(document, key, py::List(), is_list);
+  return value_at(document, as_object(key), py::List(), is_list);
+}
+
+py::Object stored::text_at(const py::Object& document, const py::Name& key) {
+  return to_str(value_at(document, as_object(key), py::text(""), is_text));
+}
+
+py::Object stored::number_at(const py::Object& document, const py::Name& key, const py::Object& otherwise) {
+  return value_at(document, as_object(key), otherwise, is_number);
 }
 
 std::vector<py::Object> stored::maps(const py::Object& list, const py::Name& key) {
@@ -45,6 +66,6 @@ std::vector<py::Object> stored::maps(const py::Object& list, const py::Name& key
 }
 
 void stored::warn(const py::Object& key) { logger::warning(format("Incompatible Stored Value - {}", {key})); }
-void stored::warn(const py::Name& key) { warn(py::Object::borrow(key.get())); }
+void stored::warn(const py::Name& key) { warn(as_object(key)); }
 
 }  // namespace heron
