@@ -101,9 +101,7 @@ py::List ProjectCollection::headers() const {
 
 py::Object ProjectCollection::iterate() const {
   py::List paths;
-  locked(mutex_edit, [&] {
-    for (const auto& [path, project] : table.items()) paths.append(path);
-  });
+  locked(mutex_edit, [&] { paths = table.keys(); });
   py::checked(PyList_Sort(paths.get()));
   return py::values_at(table, paths);
 }

@@ -45,16 +45,12 @@ void History::init(const py::Object& project) {
   mutex_save = py::modules::threading.call(kLock);
 }
 
-py::List History::newest_first() const {
-  static const py::Name kSort("sort"), kReverse("reverse");
-  const py::List times;
-  for (const auto& [timestamp, record] : py::Dict(records).items()) times.append(timestamp);
+py::Object History::iterate() const {
+  const py::List times = records.keys();
   py::checked(PyList_Sort(times.get()));
-  times.call(kReverse);
-  return times;
+  py::checked(PyList_Reverse(times.get()));
+  return py::values_at(records, times);
 }
-
-py::Object History::iterate() const { return py::values_at(records, newest_first()); }
 
 void History::set_pointer(const py::Object& timestamp) {
   for (const auto& [time, record] : records.items()) {
@@ -101,11 +97,10 @@ py::Dict History::read_records(const py::Object& file_data) const {
 py::Object History::find_pointer(const py::Object& file_data) const { return pointer_among(records, file_data); }
 
 py::Ref<Record> History::get_record() const {
-  const py::Ref<History> self = py::Ref<History>::of(*this);
   if (const auto selected = records.find(pointer)) return py::Ref<Record>(*selected)->clone();
-  const py::List times = newest_first();
-  if (!times.empty()) return py::Ref<Record>(*records.find(times.at(0)))->clone();
-  return Record::create(self, py::Dict(), py::to_python(0));
+  const std::vector<py::Object> newest_first = py::collect(iterate());
+  if (!newest_first.empty()) return py::Ref<Record>(newest_first.front())->clone();
+  return Record::create(py::Ref<History>::of(*this), py::Dict(), py::to_python(0));
 }
 
 void History::select_record(const py::Object& record) {

@@ -12,7 +12,6 @@ class History {
   void init(const py::Object& project);
 
   py::Object iterate() const;  ///< The records, newest first; lazy over the times as they are now.
-  py::List newest_first() const;
   py::Object get_pointer() const { return pointer; }
   void set_pointer(const py::Object& timestamp);  ///< Nothing if there is no record of this time.
   py::Object get_edit_toggle() const { return edit_toggle; }

@@ -55,12 +55,11 @@ py::Ref<ProjectSettings> ProjectSettings::create(const py::Object& collection, c
 }
 
 py::Object ProjectSettings::read(const py::Object& type, const py::Object& collection, const py::Object& json_path) {
-  const py::Object document = open(json_path);
-  return type(collection, paths::directory(json_path), paths::file_name(json_path), document);
+  return type(collection, paths::directory(json_path), paths::file_name(json_path), open(json_path));
 }
 
 py::Object ProjectSettings::open(const py::Object& path) {
-  const py::Object document = read_stored_document(path, "Read Corrupted Project: {}");
+  py::Object document = read_stored_document(path, "Read Corrupted Project: {}");
   if (!document) return py::Dict();
   if (PyDict_Check(document.get()) != 0) return document;
   logger::warning(py::text("Incompatible Project File"));

@@ -46,6 +46,7 @@ class Dict : public Object {
   void update(const Dict& other) const { checked(PyDict_Update(pointer_, other.pointer_)); }
   void clear() const { PyDict_Clear(pointer_); }
   std::vector<std::pair<Object, Object>> items() const;
+  List keys() const { return List(steal(PyDict_Keys(pointer_))); }  ///< A new list.
   std::vector<Object> values() const;
 };
 
