@@ -1,0 +1,387 @@
+"""All projects of one target: the directory, the lists, and the exchange with a server."""
+
+import json
+import os
+import shutil
+import threading
+from concurrent.futures import ThreadPoolExecutor
+from types import SimpleNamespace
+
+import pytest
+from hosts import logged
+from hypothesis import given
+from hypothesis import strategies as st
+
+from core import Constants, _CallBacks, _Project
+
+Collection, Settings = _Project.Collection, _Project.Settings
+Maya, Blender = Constants.Plugin.Target.DCC_Maya, Constants.Plugin.Target.DCC_Blender
+
+
+@pytest.fixture
+def hurried(monkeypatch):
+    """Nobody else is in the queue of a file here, so there is nothing to wait for."""
+    monkeypatch.setattr("time.sleep", lambda seconds: None)
+
+
+def document(filename="a.json", edited=10.0, **changes):
+    name = filename.partition(".")[0]
+    records = {"5": {"author": "Zoë", "rules": [{"stamp": "s", "name": "car"}], "pattern": [{"stamp": "s"}]}}
+    whole = {"name": name, "filename": filename, "target": Maya, "version": 3, "records": records}
+    return whole | {"edit_timestamp": edited} | changes
+
+
+def store(directory, *documents):
+    for contents in documents:
+        (directory / contents["filename"]).write_text(json.dumps(contents), encoding="utf-8")
+
+
+def open_collection(directory, target=Maya):
+    env = SimpleNamespace(get_projects_directory=lambda: str(directory))
+    return Collection(SimpleNamespace(env=env, callbacks=_CallBacks()), target)
+
+
+def files(directory):
+    """The time of the last edit in each project file."""
+    return {
+        file.name: json.loads(file.read_text(encoding="utf-8")).get("edit_timestamp")
+        for file in directory.glob("*.json")
+    }
+
+
+class Answer:
+    """What a transport hands back."""
+
+    def __init__(self, body, content_type="application/json"):
+        self.body = body if isinstance(body, bytes) else json.dumps(body).encode()
+        self.headers = {"Content-type": content_type}
+
+    def getheader(self, name, default):
+        return self.headers.get(name, default)
+
+    def read(self):
+        return self.body
+
+
+def response(body, content_type="application/json"):
+    return Collection.HttpResponse(Answer(body, content_type))
+
+
+pytestmark = pytest.mark.usefixtures("hurried")
+
+
+def test_a_directory_is_read_for_one_target(tmp_path):
+    store(
+        tmp_path,
+        document("b.json"),
+        document("a.json", deleted=True),
+        document("old.json", version=2),
+        document("other.json", target=Blender),
+        document("bare.json", version=None),
+        document("range.json", records={"1": {"rules": [{"range": [1]}]}}),
+        document("time.json", records={"nan": {}}),
+    )
+    (tmp_path / "damaged.json").write_text("{", encoding="utf-8")
+    (tmp_path / "directory.json").mkdir()
+    for name in ("a.JSON", ".json", "notes.txt"):
+        (tmp_path / name).write_text("{", encoding="utf-8")
+    before = set(os.listdir(tmp_path))
+    for name in ("a.json.lock", "a.json.id.12"):  # left behind long ago
+        (tmp_path / name).touch()
+        os.utime(tmp_path / name, (0, 0))
+    with logged() as log:
+        collection = open_collection(tmp_path)
+    assert collection.names == ["b", "old"]
+    assert [project.name for project in collection] == ["a", "b", "old"]
+    assert {project.name: project.compatible for project in collection}["old"] is False
+    assert set(os.listdir(tmp_path)) == before - {"damaged.json"} | {".corrupted"}
+    for expected in (
+        f"Read Corrupted Project: {tmp_path / 'damaged.json'}",
+        f"Incompatible Project File - {tmp_path / 'range.json'}",
+        f"Incompatible Project File - {tmp_path / 'time.json'}",
+        "Incompatible Stored Value - version",
+    ):
+        assert expected in log
+
+
+def test_a_directory_that_cannot_be_read_counts_as_empty(tmp_path):
+    with logged() as log:
+        assert open_collection(tmp_path / "missing").names == []
+    assert log[0].startswith("FileNotFoundError")
+
+
+def test_lists_are_sorted_and_pass_deleted_projects_over(tmp_path):
+    store(
+        tmp_path,
+        document("2.json", 20, name="b"),
+        document("1.json", 30, name="b"),
+        document("3.json", 5, name="c", deleted=True),
+        document("4.json", 40, name="a", version=2),
+    )
+    collection = open_collection(tmp_path)
+    assert collection.names == ["a", "b", "b"]
+    headers = collection.headers
+    assert [(h.name, h.filename, h.edit_timestamp, h.compatible) for h in headers] == [
+        ("a", "4.json", 40, False),
+        ("b", "2.json", 20, True),
+        ("b", "1.json", 30, True),
+    ]
+    assert str(headers[0]) == (
+        'Project.Header(name="a", filename="4.json", edit_timestamp="40", compatible=False)'
+    )
+    assert collection.get("3.json").deleted
+    assert collection.get_file("c") == str(tmp_path / "3.json")
+    assert collection.get_file("d") is None
+
+
+def test_an_unknown_file_name_gives_a_new_project(tmp_path):
+    collection = open_collection(tmp_path)
+    project = collection.get("unknown.json")
+    assert (project.version, project.target, project.filename, project.edit_timestamp) == (3, Maya, "", 0.0)
+    assert project._collection is collection
+    assert collection.is_approved(project)
+    assert list(collection) == []
+    for wrong in (
+        None,
+        document(),
+        Settings(None, "", "", document(target=Blender)),
+        Settings(None, "", "", {}),
+    ):
+        assert not collection.is_approved(wrong)
+
+
+def test_a_saved_project_is_part_of_the_collection_before_it_is_told(tmp_path):
+    collection, seen = open_collection(tmp_path), []
+    collection._api.callbacks.projects_saved.register(lambda: seen.append(collection.names))
+    project = collection.get_empty()
+    project.name = "Ten houses"
+    project.get_record_promise().save()
+    assert seen == [["Ten houses"]]
+    assert collection.get(project.filename) is project
+    assert open_collection(tmp_path).get(project.filename) == project
+    assert files(tmp_path) == {project.filename: project.edit_timestamp}
+
+
+def test_a_project_is_read_again_when_its_file_has_grown(tmp_path):
+    store(tmp_path, document())
+    collection = open_collection(tmp_path)
+    project = collection.get("a.json")
+    store(tmp_path, document(name="of another process"))
+    assert collection.get("a.json") is project
+    assert project.name == "of another process"
+
+
+@pytest.mark.parametrize(
+    "content",
+    [
+        "{" * 2000,
+        json.dumps(document(records={"inf": {}}, description="x" * 2000)),
+        '{"x": "' + "x" * 2000 + '"}',
+    ],
+)
+def test_a_file_that_has_become_useless_leaves_the_project_as_it_was(tmp_path, content):
+    store(tmp_path, document())
+    collection = open_collection(tmp_path)
+    before = collection.get("a.json").data
+    (tmp_path / "a.json").write_text(content, encoding="utf-8")
+    with logged() as log:
+        project = collection.get("a.json")
+    assert f"Incompatible Project File - {tmp_path / 'a.json'}" in log
+    assert (project.data, project.edit_timestamp) == (before, 10.0)
+    assert collection.names == ["a"]
+
+
+def test_a_request_has_all_projects(tmp_path):
+    store(tmp_path, document("ü.json", 1.5, deleted=True))
+    request = open_collection(tmp_path).create_http_request()
+    assert request.target == Maya
+    assert [(p["name"], p["deleted"]) for p in request] == [("ü", True)]
+    assert list(request.projects[0])[-1] == "edit_timestamp"
+    assert json.loads(bytes(request)) == {"target": Maya, "projects": request.projects}
+    assert b"\n" not in bytes(request)
+    assert "ü".encode() in bytes(request)
+    assert str(open_collection(tmp_path, Blender).create_http_request()) == (
+        '{"target": "blender", "projects": []}'
+    )
+    assert request.headers == Collection.HttpResponse.headers == {"Content-type": "application/json"}
+    with pytest.raises(UnicodeEncodeError):
+        bytes(Collection.HttpRequest(Maya, [{"name": "\ud800"}]))
+
+
+def test_a_response_of_another_content_type_is_not_accepted():
+    for content_type in ("application/json; charset=utf-8", "Application/json", "", None):
+        with logged() as log:
+            other = response([document()], content_type)
+        assert (other.accepted, other.projects, log) == (False, [], [])
+    assert response([]) == other != response([document()])
+    assert other != []
+    with pytest.raises(TypeError):
+        hash(other)
+
+
+def test_a_response_that_cannot_be_decoded_is_not_accepted():
+    for body in (b"\xff", b"", b"<html>", b"\xef\xbb\xbf[]", b"[" * 100_000):
+        with logged() as log:
+            broken = response(body)
+        assert (broken.accepted, broken.projects, len(log)) == (False, {}, 1)
+    with logged() as log:
+        assert not Collection.HttpResponse(SimpleNamespace()).accepted
+    assert log[0].startswith("AttributeError")
+
+
+def test_a_response_replaces_the_projects(tmp_path):
+    store(
+        tmp_path,
+        document("older.json", 10),
+        document("same.json", 10),
+        document("newer.json", 20),
+        document("gone.json", 10),
+        document("other.json", 10),
+        document("blender.json", 10, target=Blender),
+    )
+    collection, told = open_collection(tmp_path), []
+    collection._api.callbacks.projects_saved.register(lambda: told.append(1))
+    same = collection.get("same.json")
+    body = [
+        document("older.json", 11, name="fresh"),
+        document("same.json", 10, name="ignored"),
+        document("newer.json", 19, name="ignored"),
+        document("unknown.json", 0.1),
+        document("zero.json", 0.0),
+        document("other.json", 30, target=Blender),
+        document("bare.json", 30, version=-1),
+    ]
+    collection.accept_http_response(response(body))
+    expected = {"older.json": 11, "same.json": 10, "newer.json": 20, "unknown.json": 0.1}
+    assert files(tmp_path) == expected | {"blender.json": 10}
+    assert {project.filename: project.edit_timestamp for project in collection} == expected
+    assert collection.get("older.json").name == "fresh"
+    assert collection.get("same.json") is same
+    assert len(told) == 2
+    collection.accept_http_response(response([]))
+    assert files(tmp_path) == {"blender.json": 10}
+
+
+@pytest.mark.parametrize(
+    ("body", "error"),
+    [
+        ([document("a.json", 99, name="new"), 5], AttributeError),
+        ({"error": "no"}, AttributeError),
+        ({}, TypeError),
+        ("", TypeError),
+        (None, TypeError),
+        (7, TypeError),
+    ],
+)
+def test_rubbish_in_an_accepted_response_erases_nothing(tmp_path, body, error):
+    store(tmp_path, document("a.json"), document("b.json"))
+    collection = open_collection(tmp_path)
+    answer = response(body)
+    assert answer.accepted
+    with pytest.raises(error):
+        collection.accept_http_response(answer)
+    assert sorted(files(tmp_path)) == ["a.json", "b.json"]
+    assert len(collection.names) == 2
+
+
+def test_a_response_that_was_not_accepted_changes_nothing(tmp_path):
+    store(tmp_path, document())
+    collection = open_collection(tmp_path)
+    with logged() as log:
+        for answer in (response([], "text/html"), response(b"")):
+            collection.accept_http_response(answer)
+    assert log.count("Projects Response Was Not Accepted") == 2
+    assert files(tmp_path) == {"a.json": 10}
+    assert collection.names == ["a"]
+
+
+def test_a_broken_project_of_the_server_costs_no_other(tmp_path):
+    store(tmp_path, document("a.json"), document("b.json"), document("gone.json"))
+    collection = open_collection(tmp_path)
+    with logged() as log:
+        collection.accept_http_response(
+            [
+                document("a.json", 99, records={"1": {"rules": [{"range": 5}]}}),
+                document("b.json", 99),
+                document("../evil.json", 99, name="evil"),
+            ]
+        )
+    assert any(line.startswith("TypeError") for line in log)
+    assert "Incompatible Stored Value - filename" in log
+    (evil,) = set(files(tmp_path)) - {"a.json", "b.json"}
+    assert evil.startswith("evil_")
+    assert files(tmp_path) == {"a.json": 10, "b.json": 99, evil: 99}
+    assert not (tmp_path.parent / "evil.json").exists()
+    assert collection.get("a.json").edit_timestamp == 10
+
+
+def test_a_file_that_cannot_be_erased_stays(tmp_path):
+    store(tmp_path, document("a.json"), document("b.json"))
+    collection = open_collection(tmp_path)
+    (tmp_path / "a.json").write_text("{", encoding="utf-8")
+    (tmp_path / "b.json").unlink()
+    with logged() as log:
+        collection.accept_http_response([])
+    assert (collection.names, len(log)) == ([], 2)
+    assert os.listdir(tmp_path) == ["a.json"]
+    assert not collection._mutex_edit.locked()
+
+
+TIMES = st.dictionaries(st.sampled_from(["a.json", "b.json", "c.json"]), st.integers(1, 3))
+
+
+@given(here=TIMES, there=TIMES)
+def test_an_exchange_leaves_the_newest_of_what_the_server_has(tmp_path_factory, here, there):
+    directory = tmp_path_factory.mktemp("projects")
+    store(directory, *(document(name, time, description="here") for name, time in here.items()))
+    collection = open_collection(directory)
+    collection.accept_http_response(
+        response([document(name, time, description="there") for name, time in there.items()])
+    )
+    expected = {name: max(time, here.get(name, 0)) for name, time in there.items()}
+    assert files(directory) == expected
+    assert {project.filename: project.edit_timestamp for project in collection} == expected
+    for project in collection:
+        newer = there[project.filename] > here.get(project.filename, 0)
+        assert project.description == ("there" if newer else "here")
+    shutil.rmtree(directory)
+
+
+def test_lists_are_read_while_another_thread_synchronises(tmp_path):
+    names = [f"{i}.json" for i in range(6)]
+    collection, done = open_collection(tmp_path), threading.Event()
+
+    def read():
+        while not done.is_set():
+            assert len(collection.names) <= len(names)
+            assert {project.target for project in collection} <= {Maya}
+            assert all(header.filename in names for header in collection.headers)
+            assert {project["target"] for project in collection.create_http_request()} <= {Maya}
+            assert collection.get("0.json").target == Maya
+
+    with ThreadPoolExecutor(3) as pool:
+        readers = [pool.submit(read) for _ in range(2)]
+        try:
+            for time in range(1, 6):
+                here = names[time % 2 :: 2]
+                collection.accept_http_response([document(name, time) for name in here])
+                assert sorted(files(tmp_path)) == sorted(here)
+        finally:
+            done.set()
+        for reader in readers:
+            reader.result(60)
+
+
+def test_an_interrupt_leaves_the_lock_free(tmp_path, monkeypatch):
+    collection = open_collection(tmp_path)
+
+    def interrupt(seconds):
+        raise KeyboardInterrupt
+
+    with monkeypatch.context() as patch:
+        patch.setattr("time.sleep", interrupt)
+        with pytest.raises(KeyboardInterrupt):
+            collection.accept_http_response([document()])
+    assert collection.names == []
+    collection.accept_http_response([document()])
+    assert collection.names == ["a"]

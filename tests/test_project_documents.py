@@ -1,0 +1,287 @@
+"""One project: its document, its file, and what is wrong with either."""
+
+import gc
+import json
+import os
+import re
+import weakref
+
+import pytest
+from hosts import logged
+
+from core import Constants, _Project, _Str
+
+Settings = _Project.Settings
+Maya = Constants.Plugin.Target.DCC_Maya
+
+DOCUMENT = {
+    "name": "Street",
+    "description": "Ten houses",
+    "records": {"20": Settings.Record(None, {"comment": "new"}).data, "10": Settings.Record(None, {}).data},
+    "selected_record": 10,
+    "deleted": False,
+    "version": 3,
+    "filename": "street.json",
+    "target": Maya,
+}
+DATED = DOCUMENT | {"edit_timestamp": 12.5}
+
+
+@pytest.fixture(autouse=True)
+def hurried(monkeypatch):
+    """Nobody else is in the queue of a file here, so there is nothing to wait for."""
+    monkeypatch.setattr("time.sleep", lambda seconds: None)
+
+
+def make(directory, document=DATED):
+    return Settings(None, str(directory), "given.json", document)
+
+
+def named(directory, name):
+    return make(directory, {"name": name, "version": 3})
+
+
+def store(directory, name, content=DATED):
+    file = directory / name
+    file.write_text(content if isinstance(content, str) else json.dumps(content), encoding="utf-8")
+    return file
+
+
+def test_a_project_writes_its_document_in_order(tmp_path):
+    project = make(tmp_path)
+    project.write()
+    text = (tmp_path / "street.json").read_text(encoding="utf-8")
+    assert list(json.loads(text)) == list(DATED)
+    assert text == json.dumps(DATED, indent=2, ensure_ascii=False)
+    assert os.listdir(tmp_path) == ["street.json"]
+
+    again = Settings.init(None, str(tmp_path / "street.json"))
+    assert again == project
+    assert again.data == DOCUMENT
+    assert (again.edit_timestamp, again._write_timestamp) == (12.5, len(text))
+    assert [record.timestamp for record in again] == [20, 10]
+    assert {type(getattr(again, f)) for f in ("name", "description", "filename", "target")} == {_Str}
+
+
+def test_projects_are_equal_by_their_data(tmp_path):
+    project = make(tmp_path)
+    clone = project.clone()
+    assert clone == project != make(tmp_path, DATED | {"name": "Other"})
+    assert (clone.edit_timestamp, clone.filename) == (0.0, "street.json")
+    assert project != DOCUMENT
+    with pytest.raises(TypeError):
+        hash(project)
+    clone.clear_filename()
+    clone.clear_name()
+    assert (clone.name, clone.filename, clone.path) == ("", "", os.path.join(tmp_path, ""))
+
+
+def test_names_are_text_and_blanks_around_them_are_not_written(tmp_path):
+    project = make(tmp_path, {})
+    for value in (5, None, b"x"):
+        project.name = project.description = value
+    assert project.name == project.description == ""
+    project.name = "  Ten houses "
+    assert (project.name, project.data["name"]) == ("  Ten houses ", "Ten houses")
+
+
+@pytest.mark.parametrize(
+    ("name", "pattern"),
+    [
+        ("Ten Houses", r"ten_houses_[0-9a-f]{8}\.json"),
+        ("Дом", r"dom_[0-9a-f]{8}\.json"),
+        ("../..", r"[._]*[0-9a-f]{8}\.json"),
+        ("家", r"[0-9a-f]{8}\.json"),
+    ],
+)
+def test_a_file_name_is_made_once_of_the_name(tmp_path, name, pattern):
+    project = named(tmp_path, name)
+    assert project.filename == ""
+    path = project.path
+    assert os.path.dirname(path) == str(tmp_path)
+    assert re.fullmatch(pattern, project.filename)
+    project.name = "other"
+    assert project.path == path == os.path.join(tmp_path, project.filename)
+    assert named(tmp_path, name).path != path
+
+
+def test_the_file_name_in_the_document_wins(tmp_path):
+    file = store(tmp_path, "renamed.json")
+    project = Settings.init(None, str(file))
+    assert project.path == str(tmp_path / "street.json")
+    project.write()
+    assert sorted(os.listdir(tmp_path)) == ["renamed.json", "street.json"]
+
+
+@pytest.mark.parametrize("filename", ["../street.json", "/street.json", "a/b.json", 5, ["street.json"], None])
+def test_no_document_leads_out_of_its_directory(tmp_path, filename):
+    with logged() as log:
+        project = make(tmp_path, DATED | {"filename": filename})
+    assert log == ["Incompatible Stored Value - filename"]
+    assert project.filename == ""
+    assert os.path.dirname(project.path) == str(tmp_path)
+
+
+@pytest.mark.parametrize(
+    ("key", "value", "kept"),
+    [
+        ("name", 5, ""),
+        ("description", ["x"], ""),
+        ("target", None, ""),
+        ("version", "3", -1),
+        ("version", float("nan"), -1),
+        ("edit_timestamp", "soon", 0.0),
+        ("edit_timestamp", float("inf"), 0.0),
+    ],
+)
+def test_values_of_the_wrong_kind_count_as_absent(tmp_path, key, value, kept):
+    with logged() as log:
+        project = make(tmp_path, DATED | {key: value})
+    assert log == [f"Incompatible Stored Value - {key}"]
+    assert getattr(project, key) == kept
+
+
+def test_an_empty_document_has_the_defaults(tmp_path):
+    project = make(tmp_path, {})
+    assert project.data == {
+        "name": "",
+        "description": "",
+        "records": {},
+        "selected_record": 0,
+        "deleted": False,
+        "version": -1,
+        "filename": "",
+        "target": "",
+    }
+    assert (project.edit_timestamp, project.compatible) == (0.0, False)
+    assert project.history.get_record().is_promise()
+
+
+def test_the_version_is_that_of_the_document(tmp_path):
+    assert Settings.version == 3
+    for version, compatible in ((2, False), (3, True), (4, False)):
+        project = make(tmp_path, DATED | {"version": version})
+        assert (project.version, project.compatible, project.data["version"]) == (
+            version,
+            compatible,
+            version,
+        )
+
+
+def test_records_that_cannot_be_used_leave_a_project_as_it_was(tmp_path):
+    project = make(tmp_path)
+    with pytest.raises(ValueError, match="bounds"):
+        project.apply({"name": "New", "records": {"1": {"rules": [{"range": []}]}}})
+    assert project.data == DOCUMENT
+    assert project.edit_timestamp == 12.5
+
+
+@pytest.mark.parametrize(
+    ("content", "message", "stays"),
+    [
+        ("{", "Read Corrupted Project: {}", False),
+        ("", "Read Corrupted Project: {}", False),
+        ("\ufeff{}", "Read Corrupted Project: {}", False),
+        ("[1]", "Incompatible Project File", True),
+        ("null", "Incompatible Project File", True),
+        ("[" * 100_000, "RecursionError: .*", True),
+    ],
+)
+def test_a_file_that_cannot_be_used_gives_an_empty_project(tmp_path, content, message, stays):
+    file = store(tmp_path, "street.json", content)
+    with logged() as log:
+        project = Settings.init(None, str(file))
+    assert len(log) == 1 and re.fullmatch(message.replace("{}", re.escape(str(file))), log[0])
+    assert project.version == -1
+    assert file.exists() == stays
+    (kept,) = [file] if stays else (tmp_path / ".corrupted").iterdir()
+    assert kept.read_text(encoding="utf-8") == content
+
+
+def test_a_file_that_cannot_be_read_stays(tmp_path):
+    with logged() as log:
+        assert Settings._open(str(tmp_path)) == {}
+        assert Settings._open(str(tmp_path / "missing" / "x.json")) == {}
+        assert Settings._open(str(tmp_path / "missing.json")) == {}
+    assert len(log) == 2
+    assert os.listdir(tmp_path) == []
+
+
+def test_a_write_that_fails_leaves_the_file_as_it_was(tmp_path):
+    project = make(tmp_path)
+    project.write()
+    size, before = project._write_timestamp, (tmp_path / "street.json").read_bytes()
+    project.description = "x" * 1000
+    project.name = "\ud800"
+    with logged() as log:
+        project.write()
+    assert "UnicodeEncodeError" in log[0]
+    project.edit_timestamp = object()
+    project.name = "Street"
+    with logged() as log:
+        project.write()
+    assert "TypeError" in log[0]
+    assert ((tmp_path / "street.json").read_bytes(), project._write_timestamp) == (before, size)
+
+    file = store(tmp_path, "street.json", "[1]")
+    project.edit_timestamp = 1.0
+    with logged() as log:
+        project.write()
+    assert len(log) == 1
+    assert json.loads(file.read_text(encoding="utf-8")) == [1]
+
+
+def test_a_file_that_has_grown_is_outdated_until_it_is_written(tmp_path):
+    project = make(tmp_path)
+    assert not project.is_outdated()
+    project.write()
+    file = tmp_path / "street.json"
+    store(tmp_path, "street.json", DATED | {"name": "Streets", "description": "x" * 4000})
+    assert project.is_outdated()
+    project.reload()
+    assert (project.name, project.edit_timestamp) == ("Streets", 12.5)
+    assert project.is_outdated()
+    project.write()
+    assert not project.is_outdated()
+    store(tmp_path, "street.json", {})
+    assert not project.is_outdated()
+    file.unlink()
+    assert not project.is_outdated()
+    project.reload()
+    assert project.name == "Streets"
+
+
+def test_saving_marks_the_edit_and_goes_through_the_collection(tmp_path, monkeypatch):
+    class Shelf:
+        def __init__(self):
+            self.saved = []
+
+        def save_project(self, project):
+            self.saved.append((project, project.edit_timestamp, list(project.data["records"])))
+
+    monkeypatch.setattr("time.time", lambda: 1234.75)
+    shelf = Shelf()
+    project = Settings(shelf, str(tmp_path), "", DATED)
+    promise = project.get_record_promise()
+    assert (promise.is_promise(), promise.author, promise.comment) == (True, "", "")
+    promise.comment = "third"
+    promise.save()
+    assert shelf.saved == [(project, 1234.75, ["20", "10", "1234"])]
+    assert project.data["selected_record"] == 1234
+    project.delete()
+    assert project.deleted is True
+    assert len(shelf.saved) == 1
+
+
+def test_each_project_offers_rules_of_its_own():
+    first, second = Settings.predefined_rules(), Settings.predefined_rules()
+    assert [rule.name for rule in first] == ["empty", "render", "ghost"]
+    assert {rule.stamp for rule in first}.isdisjoint(rule.stamp for rule in second)
+
+
+def test_projects_leave_no_leak(tmp_path):
+    project = make(tmp_path)
+    weak = weakref.ref(project)
+    del project
+    gc.collect()
+    assert weak() is None

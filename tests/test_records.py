@@ -1,0 +1,332 @@
+"""The saved states of a project, their history, and what an editor shows of it."""
+
+import gc
+import re
+import threading
+import weakref
+from types import SimpleNamespace
+
+import pytest
+from hosts import logged
+from hypothesis import given
+from hypothesis import strategies as st
+
+from core import Parameters, _Export, _Project
+
+Record = _Project.Settings.Record
+History = Record.History
+
+RULES = [{"stamp": "a", "name": "car", "range": [1, 2]}, {"stamp": "b", "name": "wheel"}]
+TREE = [{"stamp": "a", "children": [{"stamp": "b", "children": []}]}]
+FLAGS = dict.fromkeys(("automatic_uv", "triangulate", "reset_xforms", "version_control"), False)
+EXPORT = {"directory": "~/out", "options": {"selected": "glb", "formats": {}}, "flags": FLAGS}
+FULL = {"export": EXPORT, "rules": RULES, "pattern": TREE, "author": "Zoë", "comment": "first"}
+
+
+class Project:
+    """What a history needs of its project."""
+
+    def __init__(self):
+        self.saves = 0
+        self.on_save = lambda: None
+
+    def save(self):
+        self.saves += 1
+        self.on_save()
+
+
+def make_history(*times, selected=None):
+    """A history of records whose comments are their times."""
+    history = History(Project())
+    records = {str(time): {"comment": str(time)} for time in times}
+    history.load({"records": records} | ({} if selected is None else {"selected_record": selected}))
+    return history
+
+
+def comments(records):
+    return [record.comment for record in records]
+
+
+def test_a_record_gives_back_its_data_in_order():
+    record = Record(None, FULL, "12")
+    assert list(record.data) == list(FULL)
+    assert record.data == Record(None, record.data).data
+    assert record.rules.get("b").name == "wheel"
+    assert (record.timestamp, record.author, record.export.directory) == (12, "Zoë", "~/out")
+    assert record.data["pattern"] == TREE
+    assert list(record.data["export"]) == ["directory", "options", "flags"]
+    assert list(record.data["export"]["flags"]) == list(FLAGS)
+    assert Record.emtpy(None).data == {
+        "export": {"directory": "~", "options": {}, "flags": FLAGS},
+        "rules": [],
+        "pattern": [],
+        "author": "",
+        "comment": "",
+    }
+
+
+def test_records_are_equal_by_their_data():
+    record = Record(None, FULL, 1)
+    assert record == Record(None, FULL, 2) != Record(None, {}, 1)
+    assert record != FULL
+    with pytest.raises(TypeError):
+        hash(record)
+
+
+def test_edits_are_told_and_dropped():
+    record = Record(None, FULL, 7)
+    record.rules.append(_Project.Settings.Rule({"name": "door"}))
+    record.export.flags.triangulate = True
+    clone = record.clone()
+    assert (record.is_changed(), clone.is_changed()) == (True, False)
+    assert (clone.timestamp, clone.rules.names) == (7, ["car", "wheel", "door"])
+    old = record.rules
+    record.reset()
+    assert not record.is_changed()
+    assert record.rules is not old
+    assert (record.rules.names, record.export.flags.triangulate) == (["car", "wheel"], False)
+    assert clone.rules.names == ["car", "wheel", "door"]
+
+
+def test_stored_export_options_are_copies():
+    size = Parameters.IntRange("size", maximum=9)
+    options = _Export.Options(Parameters.Options("glb", contents=(size,)))
+    stored = {"nested": [1]}
+    export = Record.Export({"options": stored, "flags": {"triangulate": True}})
+    export.get_options()["nested"].append(2)
+    export.data["options"]["nested"].append(2)
+    export.set_options({"other": 1})
+    assert export._options is stored
+    assert (stored, export.flags.triangulate) == ({"nested": [1]}, True)
+    size.value = 5
+    export.set_options(options)
+    assert export._options is stored
+    assert stored == {"selected": "glb", "formats": {"glb": {"size": 5}}}
+
+
+def test_a_promise_becomes_a_record_when_it_is_saved(monkeypatch):
+    monkeypatch.setattr("time.time", lambda: 99.9)
+    history = make_history(5)
+    promise = Record.emtpy(history)
+    promise.select()
+    assert promise.is_promise() and not promise.is_selected()
+    assert history.pointer == 5
+    promise.comment = "new"
+    promise.save()
+    assert (promise.comment, promise.timestamp) == ("", 0)
+    assert (history.pointer, history._project_settings.saves) == (99, 1)
+    saved = history._records[99]
+    assert (saved.comment, saved.timestamp, saved.is_changed()) == ("new", 99, False)
+    assert saved.is_selected() and history.edit_toggle.current is saved
+
+    promise.comment = "of the same second"
+    promise.save()
+    assert comments(history) == ["of the same second", "5"]
+
+
+@pytest.mark.parametrize(
+    ("times", "selected", "pointer"),
+    [
+        ((5, 9, 7), None, 5),
+        ((5, 9, 7), 9, 9),
+        ((5, 9, 7), "7", 7),
+        ((5, 9, 7), 7.9, 7),
+        ((5, 9, 7), 6, 5),
+        ((5, 9, 7), "", 5),
+        ((5, 9, 7), [9], 5),
+        ((), 9, 0),
+    ],
+)
+def test_a_stale_selection_falls_back_on_the_first_record_of_the_file(times, selected, pointer):
+    history = make_history(*times, selected=selected)
+    assert history.pointer == pointer
+    assert history.get_record().timestamp == pointer
+    assert history.get_record() is not history.get_record()
+
+
+def test_the_newest_record_stands_in_for_one_that_has_gone():
+    history = make_history(5, 9, 7, selected=7)
+    del history._records[7]
+    assert history.get_record().comment == "9"
+    history.bake()
+    assert list(history) == list(history.edit_toggle) == []
+    assert history.get_record().is_promise()
+
+
+def test_the_pointer_takes_times_of_records_only():
+    history = make_history(5, 9)
+    for value in (6, "9", None, [9], float("nan")):
+        history.pointer = value
+        assert history.pointer == 5
+    history.pointer = 9
+    assert history.get_record().comment == "9"
+    history.select_record(history._records[9].clone())
+    history.select_record(history._records[5])
+    assert history.pointer == 5
+
+
+def test_baking_leaves_the_selected_record():
+    history = make_history(1, 2, 3, selected=2)
+    history.bake()
+    assert list(history.data) == ["2"]
+    assert comments(history.edit_toggle) == ["2"]
+
+
+def test_keys_that_are_no_times_are_left_out():
+    history = History(Project())
+    records = {"x": {}, "": {}, "3.7": {"comment": "3"}, " 1e1 ": {"comment": "10"}}
+    history.load({"records": records, "selected_record": None})
+    assert list(history._records) == [3, 10]
+    assert list(history.data) == ["3", "10"]
+    for text, is_time in (("12", True), (1.5, True), ("-1e3", True), (None, False), ("", False), ([], False)):
+        assert History._is_timestamp(text) is is_time
+
+
+@pytest.mark.parametrize(
+    ("document", "error"),
+    [
+        ({"records": {"nan": {}}}, ValueError),
+        ({"records": {"inf": {}}}, OverflowError),
+        ({"records": {"1": {}}, "selected_record": "1.5"}, ValueError),
+        ({"records": {"1": {"rules": [{"range": [1, 2, 3]}]}}}, ValueError),
+        ({"records": {"1": {"rules": 5}}}, TypeError),
+        ({"records": {"1": {"pattern": [5]}}}, AttributeError),
+        ({"records": {"1": 5}}, AttributeError),
+        ({"records": [1]}, AttributeError),
+        (5, AttributeError),
+    ],
+)
+def test_records_that_cannot_be_used_change_nothing(document, error):
+    history = make_history(5, 9, selected=9)
+    with pytest.raises(error):
+        history.load(document)
+    assert (history.pointer, comments(history)) == (9, ["9", "5"])
+    assert comments(history.edit_toggle) == ["9", "5"]
+
+
+def test_what_is_broken_inside_a_record_is_left_out_with_a_warning():
+    tree = [{"stamp": "?", "children": TREE}, {"stamp": "a", "children": [{"stamp": "?"}, {"stamp": "b"}]}]
+    with logged() as log:
+        record = Record(None, {"rules": RULES, "pattern": tree, "export": 5})
+        export = Record.Export({"options": [], "flags": None, "directory": None})
+    assert log.count("Incompatible Hierarchy Settings") == 2
+    assert record.data["pattern"] == TREE
+    assert record.export.directory == "~"
+    assert export.data == {"directory": None, "options": {}, "flags": FLAGS}
+    assert {str(message) for message in log[2:]} <= {
+        f"Incompatible Stored Value - {key}" for key in ("export", "options", "flags")
+    } | {"Incompatible Hierarchy Settings"}
+
+
+@given(st.dictionaries(st.integers(1, 10**9), st.text(max_size=3)), st.integers(0, 10**9))
+def test_a_history_gives_back_its_document(comments_by_time, selected):
+    history = History(Project())
+    records = {str(time): Record(None, {"comment": text}).data for time, text in comments_by_time.items()}
+    history.load({"records": records, "selected_record": selected})
+    assert list(history.data.items()) == list(records.items())
+    assert [record.timestamp for record in history] == sorted(comments_by_time, reverse=True)
+    assert (
+        history.pointer
+        == (selected if selected in comments_by_time else next(iter(comments_by_time), 0))
+        == history._get_pointer({"selected_record": selected})
+    )
+    again = History(Project())
+    again.load({"records": history.data, "selected_record": history.pointer})
+    assert again.data == history.data
+
+
+def test_a_loop_over_a_history_outlives_changes():
+    history = make_history(5, 9, 7)
+    records = iter(history)
+    assert next(records).comment == "9"
+    history.bake()
+    assert comments(records) == ["5"]
+
+
+def test_a_save_within_a_save_is_dropped():
+    history = make_history(5)
+    project, other = history._project_settings, Record(history, {"comment": "other"})
+
+    def save_again():
+        assert history._mutex_save.locked()
+        other.save()
+        thread = threading.Thread(target=other.save)
+        thread.start()
+        thread.join()
+
+    project.on_save = save_again
+    Record(history, {"comment": "outer"}).save()
+    assert (project.saves, comments(history)) == (1, ["outer", "5"])
+
+
+def test_a_save_that_fails_lets_the_next_one_pass():
+    history = make_history()
+    project = history._project_settings
+    project.on_save = lambda: 1 / 0
+    with pytest.raises(ZeroDivisionError):
+        Record.emtpy(history).save()
+    project.on_save = lambda: None
+    history.save_record("no record")
+    assert project.saves == 1
+    Record.emtpy(history).save()
+    assert project.saves == 2
+
+
+def test_an_editor_switches_among_the_records():
+    toggle = make_history(5, 9, 7).edit_toggle
+    assert comments(toggle) == ["9", "7", "5"]
+    first = toggle.current
+    assert first.comment == "9"
+    first.comment = "edited"
+    assert toggle.switch(99) is first
+    assert first.comment == "9"
+    assert toggle.switch(1).comment == "7"
+    assert toggle.switch(-1).comment == "5"
+    with pytest.raises(IndexError):
+        toggle.switch(-9)
+
+
+def test_a_promise_under_edit_survives_a_switch_but_no_update():
+    history = make_history(5, 9)
+    toggle, promise = history.edit_toggle, history.get_record()
+    promise.clear_timestamp()
+    toggle.switch(1)
+    toggle.set_promise(promise)
+    toggle.set_promise(SimpleNamespace())
+    assert toggle.current is promise
+    assert [*toggle] == [promise, *history]
+    promise.comment = "edited"
+    toggle.switch(1)
+    assert toggle.switch(0) is promise
+    assert promise.comment == "edited"
+    toggle.update()
+    assert (toggle.current.comment, comments(toggle)) == ("9", ["9", "5"])
+
+
+def test_an_editor_without_records_gives_a_promise_each_time():
+    toggle = make_history().edit_toggle
+    assert toggle.switch(0) is None
+    assert toggle.current.is_promise()
+    assert toggle.current is not toggle.current
+
+
+def test_records_and_their_history_leave_no_leak():
+    history = make_history(5, 9)
+    weak = weakref.ref(history)
+    del history
+    gc.collect()
+    assert weak() is None
+
+
+@pytest.mark.parametrize("kind", [Record, Record.Export, History, History.EditToggle, _Project.Settings])
+def test_an_instance_without_a_constructor_call_is_safe(kind):
+    bare = kind.__new__(kind)
+    for name in dir(kind):
+        if re.match("__|clear_timestamp", name):
+            continue
+        try:
+            value = getattr(bare, name)
+            value() if callable(value) else None
+        except (AttributeError, TypeError, RuntimeError):
+            pass
+    assert repr(bare)
