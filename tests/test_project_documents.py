@@ -273,12 +273,6 @@ def test_saving_marks_the_edit_and_goes_through_the_collection(tmp_path, monkeyp
     assert len(shelf.saved) == 1
 
 
-def test_each_project_offers_rules_of_its_own():
-    first, second = Settings.predefined_rules(), Settings.predefined_rules()
-    assert [rule.name for rule in first] == ["empty", "render", "ghost"]
-    assert {rule.stamp for rule in first}.isdisjoint(rule.stamp for rule in second)
-
-
 def test_projects_leave_no_leak(tmp_path):
     project = make(tmp_path)
     weak = weakref.ref(project)

@@ -11,13 +11,14 @@ const py::Name kLoad("load"), kClone("clone");
 }  // namespace
 
 void ExportOptions::init(const py::Object& offered) {
-  options = py::List();
-  selected = py::Object::none();
+  const py::List taken;
   for (const py::Object& option : py::collect(offered)) {
     if (!py::Ref<ParameterOptions>::holds(option)) continue;
-    options.append(option);
+    taken.append(option);
     add_member(py::object_of(*this), py::TypeOf<ExportOptions>::type, option.attr(kAttr), option);
   }
+  options = taken;
+  selected = py::Object::none();
   select_any();
 }
 

@@ -31,6 +31,15 @@ py::Object read_stored_document(const py::Object& path, std::string_view corrupt
   return stored;
 }
 
+void replace_stored_document(const py::Object& path, const py::Dict& contents) {
+  json_file::rehearse(contents);  // a failure after the file is opened would cut it off
+  with_document(path, true, [&](const py::Object& document) {
+    const py::Dict stored(document);
+    stored.clear();
+    stored.update(contents);
+  });
+}
+
 void change_stored_document(const py::Object& path, std::string_view corrupted,
                             const std::function<void(const py::Object& document)>& change) {
   bool is_read = false;

@@ -1,9 +1,9 @@
 #include "projects/project_exchange.h"
 
+#include "files/json_body.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
 #include "runtime/modules.h"
-#include "files/json_body.h"
 
 namespace heron {
 namespace {

@@ -1,7 +1,5 @@
 #include "projects/project_settings.h"
 
-#include "files/access_queue.h"
-#include "files/json_file.h"
 #include "files/paths.h"
 #include "files/stored_document.h"
 #include "foundation/clock.h"
@@ -81,7 +79,7 @@ void ProjectSettings::init(const py::Object& related_collection, const py::Objec
 // The history first: it refuses what cannot be used, and then the project is what it was. What the document says of
 // its own name wins over the name under which it was found.
 void ProjectSettings::apply(const py::Object& file_data) {
-  history->load(file_data);
+  py::Ref<History>(history)->load(file_data);
   name = stored::text_at(file_data, kName);
   description = stored::text_at(file_data, kDescription);
   edit_timestamp = stored::number_at(file_data, kEditTimestamp, py::to_python(0.0));
@@ -111,7 +109,7 @@ py::Dict ProjectSettings::data() const {
   py::Dict data;
   data.set(kName, naming::space_filter(py::Text(name)));
   data.set(kDescription, description);
-  data.set(kRecords, history->data());
+  data.set(kRecords, py::Ref<History>(history)->data());
   data.set(kSelected, history->get_pointer());
   data.set(kDeleted, deleted);
   data.set(kVersionKey, version());
@@ -138,7 +136,7 @@ void ProjectSettings::ensure_filename() {
 }
 
 py::Ref<Record> ProjectSettings::get_record_promise() const {
-  py::Ref<Record> promise = history->get_record();
+  py::Ref<Record> promise = py::Ref<History>(history)->get_record();
   promise->clear_author();
   promise->clear_comment();
   promise->clear_timestamp();
@@ -163,13 +161,7 @@ void ProjectSettings::reload() {
 void ProjectSettings::write() {
   try {
     const py::Object file = path();
-    const py::Dict contents = document(py::Ref<ProjectSettings>::of(*this));
-    json_file::rehearse(contents);  // a failure after the file is opened would cut it off
-    with_document(file, true, [&](const py::Object& document) {
-      const py::Dict stored(document);
-      stored.clear();
-      stored.update(contents);
-    });
+    replace_stored_document(file, document(py::Ref<ProjectSettings>::of(*this)));
     written_size = size_of(file);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;

@@ -21,10 +21,11 @@ py::Ref<RecordExport> RecordExport::create(const py::Object& data) {
 }
 
 void RecordExport::init(const py::Object& stored) {
-  *this = RecordExport();
-  directory = py::get(stored, kDirectory, directory);
+  directory = py::get(stored, kDirectory, py::text("~"));
   options = stored::map_at(stored, kOptions);
-  flags->load(stored::map_at(stored, kFlags));
+  const auto switches = py::Ref<ExportFlags>::make();
+  switches->load(stored::map_at(stored, kFlags));
+  flags = switches;
 }
 
 py::Object RecordExport::get_options() const { return deep_copy(options); }
@@ -63,13 +64,15 @@ void Record::init(const py::Object& owner, const py::Object& stored, const py::O
 }
 
 void Record::apply(const py::Object& stored) {
+  const auto read_rules = py::Ref<RuleList>::make();
+  read_rules->init(py::get(stored, kRules, py::List()));
+  const auto read_pattern = py::Ref<RuleRoot>::make();
+  read_pattern->load(py::get(stored, kPattern, py::List()), read_rules);
   author = py::get(stored, kAuthor, py::text(""));
   comment = py::get(stored, kComment, py::text(""));
   exporting = RecordExport::create(stored::map_at(stored, kExport));
-  rules = py::Ref<RuleList>::make();
-  rules->init(py::get(stored, kRules, py::List()));
-  pattern = py::Ref<RuleRoot>::make();
-  pattern->load(py::get(stored, kPattern, py::List()), rules);
+  rules = read_rules;
+  pattern = read_pattern;
 }
 
 bool Record::equals(const py::Object& other) const {
@@ -100,9 +103,9 @@ void Record::save() {
 
 py::Dict Record::data() const {
   py::Dict data;
-  data.set(kExport, exporting->data());
-  data.set(kRules, rules->data());
-  data.set(kPattern, pattern->data());
+  data.set(kExport, py::Ref<RecordExport>(exporting)->data());
+  data.set(kRules, py::Ref<RuleList>(rules)->data());
+  data.set(kPattern, py::Ref<RuleRoot>(pattern)->data());
   data.set(kAuthor, author);
   data.set(kComment, comment);
   return data;

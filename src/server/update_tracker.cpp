@@ -32,10 +32,6 @@ py::Object number(const py::Object& part) {
   }
 }
 
-bool is_less(const py::Object& left, const py::Object& right) {
-  return py::checked(PyObject_RichCompareBool(left.get(), right.get(), Py_LT)) != 0;
-}
-
 }  // namespace
 
 void UpdateTracker::init(const py::Object& api, const py::Iterable& version) {
@@ -103,7 +99,7 @@ bool UpdateTracker::is_above_version(const py::Text& lower, const py::Text& uppe
   const std::vector<py::Object> lows = parts_of(lower).items(), highs = parts_of(upper).items();
   for (std::size_t i = 0; i < std::min(lows.size(), highs.size()); ++i) {
     const py::Object low = number(lows[i]), high = number(highs[i]);
-    if (!low.equals(high)) return is_less(low, high);
+    if (!low.equals(high)) return low.is_less(high);
   }
   return false;
 }

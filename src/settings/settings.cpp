@@ -1,7 +1,5 @@
 #include "settings/settings.h"
 
-#include "files/access_queue.h"
-#include "files/json_file.h"
 #include "files/stored_document.h"
 #include "foundation/constants.h"
 #include "foundation/logger.h"
@@ -79,13 +77,7 @@ py::Object Settings::read() const {
 
 void Settings::write() const {
   try {
-    const py::Dict current = data();
-    json_file::rehearse(current);  // a failure after the file is opened would cut it off
-    with_document(path, true, [&](const py::Object& document) {
-      const py::Dict stored(document);
-      stored.clear();
-      stored.update(current);
-    });
+    replace_stored_document(path, data());
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
