@@ -1,7 +1,5 @@
 #include "projects/history.h"
 
-#include <algorithm>
-
 #include "foundation/clock.h"
 #include "runtime/finally.h"
 #include "runtime/modules.h"
