@@ -44,6 +44,9 @@ class DictHost(core.Scene.Operator):
     def select(self, *paths):
         self.selection = list(paths)
 
+    def register_scene_opened_callback(self, function):
+        pass
+
     def query_filedata(self):
         return self.data
 

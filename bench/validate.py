@@ -101,6 +101,9 @@ class Host(core.Scene.Operator):
     def query_filedata(self):
         return []
 
+    def register_scene_opened_callback(self, function):
+        pass
+
     @staticmethod
     def selection_manager():
         return nullcontext()

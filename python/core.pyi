@@ -3540,15 +3540,16 @@ class _Project:
 class Api:
     """A common class to have access to all program components.
 
-    operator: the host. environment: where the host keeps its files. export_options: the exporters. checks:
-    the root module of an embedded set of checks. A front-end builds one and calls `shutdown` at the end.
+    operator: the host. environment: where the host keeps its files. export_options: the exporters, each a
+    `Parameters.Options`. checks: the root module of an embedded set of checks. A front-end builds one and
+    calls `shutdown` at the end. Exceptions of the host pass.
     """
 
     def __init__(
         self,
         operator: Scene.Operator,
         environment: object,
-        export_options: list[Any] | None = None,
+        export_options: Iterable[Parameters.Options] | None = None,
         checks: ModuleType | None = None,
     ) -> None: ...
     env: Environment
@@ -3559,6 +3560,14 @@ class Api:
     """The records of use."""
     validator: Api._Validator
     """Runs the checks."""
+    export: Api._Export
+    """Writes hierarchies out of the scene."""
+    project: Api._Project
+    """Knows the projects, and which of them is current."""
+    scene: Api._Scene
+    """Finds and keeps the hierarchies of the scene."""
+    http: Api._Http
+    """Makes and reads what is exchanged with the shared server."""
 
     @property
     def _op(self) -> Scene.Operator: ...
@@ -3649,3 +3658,255 @@ class Api:
             """The checks that the editor of rules shows, bound to no settings."""
 
             def __init__(self, api: Api, classes: Iterable[type[Check.Base]]) -> None: ...
+
+    @disjoint_base
+    class _Export:
+        """Api component to handle export process.
+
+        Writes hierarchies out of the scene through the host, each into a file of its own.
+        options: the exporters, each a `Parameters.Options`.
+        """
+
+        options: _Export.Options
+        """The exporters with their options, one selected."""
+        flags: _Export.Flags
+        """The switches of the export."""
+
+        def __init__(
+            self,
+            api: Api,
+            operator: Scene.Operator,
+            buffer: Scene._Buffer,
+            options: Iterable[Parameters.Options] | None = None,
+        ) -> None: ...
+        @property
+        def _api(self) -> Api: ...
+        @property
+        def _op(self) -> Scene.Operator: ...
+        @property
+        def _buffer(self) -> Scene._Buffer: ...
+        @property
+        def _queue(self) -> _Export.Queue: ...
+        def start(self) -> None:
+            """Exports the matched hierarchies, or what is selected, as the mode of the checks says.
+
+            The settings say where to: the user chooses, the directory of the project, or that of the open
+            scene. Without one that exists `lost_export_directory` is called, and nothing else happens. See
+            `project`.
+            """
+
+        def project(self, directory: str) -> None:
+            """Exports the checked hierarchies of the buffer.
+
+            A hierarchy of which a root is gone is left out. With nothing to export `empty_export_selection`
+            is called and no more happens. Each hierarchy goes through the host into a file of its own. A
+            failure is logged and keeps none of the others from being written. In the end `export_success`
+            is called, or `export_skipped` with the names of those that were not written, and the statistics
+            have one record more. The selection of the host stays as it is.
+            """
+
+        def selected(self, directory: str) -> None:
+            """Exports the roots of the selection, in the same way as `project`."""
+
+        def _get_directory(self) -> str | None:
+            """The directory that the settings lead to; a false value if there is none, or the user cancels.
+
+            A chosen one is where the next choice begins; the settings are not written.
+            """
+
+        def _perform(self, planner: Callable[[], object], directory: str) -> None:
+            """Empties the queue, has `planner` fill it, and exports it."""
+
+        def _plan_project_queue(self) -> None:
+            """Appends a task for each checked hierarchy that is still there."""
+
+        def _plan_selection_queue(self) -> None:
+            """Appends a task for each root of the selection."""
+
+        def _resolve_queue(self, directory: str) -> None:
+            """Exports the tasks of the queue."""
+
+        @staticmethod
+        def _create_path(directory: str, filename: str, type: str, version_control: bool = False) -> str:
+            """The path of an exported file.
+
+            Args:
+                directory: Where it goes.
+                filename: Its name without extension.
+                type: The format, which in lower case is the extension.
+                version_control: Number the file, one above the files whose names begin like `filename`,
+                    taken as a regular expression, and have the format's extension.
+
+            Raises:
+                re.error: `filename` is no regular expression.
+                OSError: The directory cannot be listed.
+            """
+
+    @disjoint_base
+    class _Project:
+        """Api component to manage projects.
+
+        Knows which project is current, and puts what it says into the engine: the pattern, and the options
+        and flags of the export. A project of another format, or an unknown one, is no error: another one
+        stands in for it.
+        """
+
+        collection: _Project.Collection
+        """All projects of the host."""
+
+        def __init__(self, api: Api, hierarchy: _Hierarchy) -> None: ...
+        @property
+        def _api(self) -> Api: ...
+        @property
+        def _hierarchy(self) -> _Hierarchy: ...
+        @property
+        def _pointer(self) -> Api._Project._LoadPointer: ...
+        def get_current(self) -> _Project.Settings:
+            """The current project.
+
+            It is the one that the settings name; without a usable one the first usable project, which is
+            loaded and becomes the current one in the settings; without any a new, empty one.
+            """
+
+        def get_clone(self) -> _Project.Settings:
+            """A copy of the current project without name and file, to be edited as a new one."""
+
+        def delete_current(self) -> None:
+            """Marks the current project as deleted, and loads the first of the others.
+
+            Its file stays, so that the server hears of it. Without another project the engine keeps the
+            pattern.
+            """
+
+        def get_empty(self) -> _Project.Settings:
+            """A new project without a file."""
+
+        def get_headers(self) -> list[_Project.Header]:
+            """A new list of a header for each project."""
+
+        def is_active(self) -> bool:
+            """Whether validations follow the project, not the selection."""
+
+        def is_exists(self, filename: str) -> bool:
+            """Whether there is a project with this file name."""
+
+        def load(self, filename: str) -> None:
+            """Loads a project; the first one if there is none of this file name.
+
+            The same state of the same project is not loaded twice in a row.
+            """
+
+        def _load(self, project_settings: _Project.Settings) -> None:
+            """Puts a project into the engine, unless it is of another format or there already.
+
+            The settings are written when it is another project than before.
+            """
+
+        @disjoint_base
+        class _LoadPointer:
+            """Which state of which project was loaded last."""
+
+            filename: str | None
+            """The file name of the project; None at first."""
+            timestamp: float | None
+            """When it was last edited; None at first."""
+
+            def same(self, settings: _Project.Settings) -> bool:
+                """Whether it is this project, as it was last edited."""
+
+            def other(self, settings: _Project.Settings) -> bool:
+                """Whether it is another project."""
+
+            def edited(self, settings: _Project.Settings) -> bool:
+                """Whether it was edited at another time."""
+
+            def set(self, settings: _Project.Settings) -> None:
+                """Remembers this project as it was last edited."""
+
+    @disjoint_base
+    class _Scene:
+        """Api component to communicate with the scene.
+
+        Loads the current project, then what is embedded in the open scene, and that again each time the host
+        has opened a scene: no scan is needed, and what the file holds is believed. Exceptions of the host
+        pass.
+        """
+
+        hierarchy: _Hierarchy
+        """The matcher."""
+        buffer: Scene._Buffer
+        """The matched hierarchies."""
+        scanner: Scene._Scanner
+        """Looks for hierarchies below the selection."""
+
+        def __init__(
+            self,
+            api: Api,
+            operator: Scene.Operator,
+            virtual: Scene._Virtual,
+            hierarchy: _Hierarchy,
+            buffer: Scene._Buffer,
+        ) -> None: ...
+        @property
+        def _api(self) -> Api: ...
+        @property
+        def _op(self) -> Scene.Operator: ...
+        def directory_dialog(self, start: str = "~") -> str | None:
+            """Lets the user choose a directory, beginning at `start`.
+
+            Both `start` and the result may hold "~" for the user's home, as paths in the settings and in
+            projects do.
+
+            Returns:
+                The directory, or None if the user cancels.
+            """
+
+        def _load_states(self) -> None:
+            """Loads the current project, if there is one."""
+
+        def _link_buffer(self) -> None:
+            """Loads the buffer, and has the host load it whenever a scene is opened."""
+
+        def _load_buffer(self) -> None:
+            """Loads the buffer from the open scene, then calls `buffer_loaded`."""
+
+    @disjoint_base
+    class _Http:
+        """Api component to communicate with the shared server.
+
+        It opens no connection: a front-end asks for a request, sends it as suits its host, and hands the
+        response back, on the thread that owns the scene. A response is anything with `getheader(name,
+        default)` and `read()`.
+        """
+
+        def __init__(self, api: Api) -> None: ...
+        @property
+        def _api(self) -> Api: ...
+        @property
+        def _last_projects(self) -> _Project.Collection.HttpResponse | None: ...
+        def projects_request(self) -> _Project.Collection.HttpRequest:
+            """The request that brings all projects to the server."""
+
+        def projects_response(self, response: object) -> None:
+            """Applies the server's answer to `projects_request`.
+
+            The projects of an accepted answer that is not the same as the last one replace the local ones,
+            the current one is loaded again, and `projects_synchronized` is called.
+            `projects_response_closed` is called last in any case. An answer that cannot be read is logged
+            and changes nothing; one that can, but lists no projects, raises what comes of that.
+            """
+
+        def statistics_request(self) -> _Statistics.HttpRequest:
+            """The request that brings the statistics to the server.
+
+            They go under the user's name in the environment of the process, "USERNAME".
+            """
+
+        def statistics_response(self, response: object) -> None:
+            """Takes the server's answer to `statistics_request`.
+
+            What it has got is erased here if the settings say so.
+            """
+
+        def no_response(self) -> None:
+            """Calls `http_no_response`: for a front-end that got no answer."""

@@ -2,7 +2,9 @@
 
 import sys
 from pathlib import Path
+from types import ModuleType
 
+import pytest
 from hypothesis import HealthCheck, settings
 
 import core
@@ -10,10 +12,51 @@ import core
 # The plain writing of the matching, which tests compare with.
 sys.path.append(str(Path(__file__).parents[1] / "bench"))
 
+PLUGIN = """
+import core
+
+
+class Plugin(core.Check.Base):
+    @staticmethod
+    def parameters():
+        return core.Parameters.Block(core.Parameters.IntRange("word", value=0))
+
+
+class Names(Plugin):
+    class_id, long_name, category = "names", "Names", "object"
+
+    def check(self, path, parameters):
+        if path.endswith(str(parameters.word.value)):
+            raise core.Error.ValidationError
+
+
+class Scene(Names):
+    class_id, long_name, category, scene_oriented = "scene", "Scene", "scene", True
+"""
+
 # A machine may be slow; that is no fault of the code.
 settings.register_profile("heron", deadline=None, suppress_health_check=[HealthCheck.too_slow])
 settings.register_profile("sanitized", parent=settings.get_profile("heron"), max_examples=25)
 settings.load_profile("heron")
+
+
+@pytest.fixture(autouse=True)
+def process_environment(monkeypatch):
+    """What environments and settings tell the process is put back after each test."""
+    for name in ("SETTINGS", "TARGET", "SCOPE", "SERVER"):
+        monkeypatch.setenv(f"HERON-{name}", "")
+
+
+@pytest.fixture
+def checks(tmp_path):
+    """The root module of a set of checks."""
+    directory = tmp_path / "checks"
+    directory.mkdir()
+    (directory / "names.py").write_text(PLUGIN, encoding="utf-8")
+    (directory / "__init__.py").write_text("")
+    module = ModuleType("checks")
+    module.__file__ = str(directory / "__init__.py")
+    return module
 
 
 def pytest_report_header() -> str:

@@ -1,13 +1,16 @@
 """A scene in dictionaries, and what it takes to match a pattern with it."""
 
+import json
 import logging
 import threading
 from collections import Counter
 from contextlib import contextmanager
 from functools import partial, wraps
+from pathlib import Path
 from types import SimpleNamespace
 
 import core
+import heron.home
 
 Rule = core._Project.Settings.Rule
 
@@ -35,7 +38,8 @@ class DictHost(core.Scene.Operator):
     def __init__(self):
         super().__init__()
         self.objects, self.children, self.selection, self.data = {}, {}, [], []
-        self.appended, self.removed, self.selected = [], [], []
+        self.appended, self.removed, self.selected, self.opened = [], [], [], []
+        self.scopes, self.ends, self.file = 0, [], "street.gltf"
         self.calls, self.failures = Counter(), {}
         self.before = lambda operation: None  # what a test does inside a call
 
@@ -83,6 +87,29 @@ class DictHost(core.Scene.Operator):
         self.selection = list(paths)
         self.selected.append(self.selection)
 
+    def selection_manager(self):
+        @contextmanager
+        def scope():
+            self.scopes += 1
+            try:
+                yield
+            except BaseException as error:
+                self.ends.append(type(error))
+                raise
+            else:
+                self.ends.append(None)
+
+        return scope()
+
+    def get_current_file(self):
+        return self.file
+
+    def register_scene_opened_callback(self, function):
+        self.opened.append(function)
+
+    def delete_callbacks(self):
+        self.opened.clear()
+
     @counted
     def query_filedata(self):
         return self.data
@@ -102,6 +129,15 @@ class DictHost(core.Scene.Operator):
     @counted
     def postscript_scan_remove(self, joint):
         self.removed.append(joint.path)
+
+
+class Home(heron.home.Home):
+    """Everything in one directory."""
+
+    def records(self, category):
+        """What the file of the statistics holds."""
+        file = Path(self.get_statistics_file())
+        return json.loads(file.read_text(encoding="utf-8")).get(category, []) if file.exists() else []
 
 
 def scene(tree, parent="", into=None):

@@ -1,110 +1,26 @@
 """Validations: what is planned in each mode, what runs, and what is left behind."""
 
 import gc
-import json
 import weakref
-from contextlib import contextmanager
-from types import ModuleType, SimpleNamespace
+from types import SimpleNamespace
 
 import pytest
-from hosts import DictHost, logged
+from hosts import DictHost, Home, logged
 
 import core
 
 Rule = core._Project.Settings.Rule
 Selection, Project = core.Constants.Check.Mode.Selection, core.Constants.Check.Mode.Project
-PLUGIN = """
-import core
-
-
-class Plugin(core.Check.Base):
-    @staticmethod
-    def parameters():
-        return core.Parameters.Block(core.Parameters.IntRange("word", value=0))
-
-
-class Names(Plugin):
-    class_id, long_name, category = "names", "Names", "object"
-
-    def check(self, path, parameters):
-        if path.endswith(str(parameters.word.value)):
-            raise core.Error.ValidationError
-
-
-class Scene(Names):
-    class_id, long_name, category, scene_oriented = "scene", "Scene", "scene", True
-"""
-
-
-class Home(core.Environment):
-    """Everything in one directory."""
-
-    target, scope = "standalone", "1.0"
-
-    def __init__(self, directory):
-        self.directory = directory
-        super().__init__()
-
-    def get_settings_file(self):
-        return str(self.directory / "settings.json")
-
-    def get_settings_directory(self):
-        return str(self.directory)
-
-    get_projects_directory = get_settings_directory
-
-    def get_statistics_file(self):
-        return str(self.directory / "statistics.json")
-
-    def records(self, category):
-        file = self.directory / "statistics.json"
-        return json.loads(file.read_text(encoding="utf-8"))[category] if file.exists() else []
 
 
 class Host(DictHost):
-    """A host whose selection scopes are counted."""
+    """A host whose objects are all selected."""
 
     def __init__(self, *paths):
         super().__init__()
-        self.scopes, self.ends = 0, []
         for path in paths:
             self.put(path)
         self.selection = list(paths)
-
-    def get_current_file(self):
-        return "street.gltf"
-
-    def selection_manager(self):
-        @contextmanager
-        def scope():
-            self.scopes += 1
-            try:
-                yield
-            except BaseException as error:
-                self.ends.append(type(error))
-                raise
-            else:
-                self.ends.append(None)
-
-        return scope()
-
-
-@pytest.fixture(autouse=True)
-def process_environment(monkeypatch):
-    for name in ("SETTINGS", "TARGET", "SCOPE", "SERVER"):
-        monkeypatch.setenv(f"HERON-{name}", "")  # put back after the test
-
-
-@pytest.fixture
-def checks(tmp_path):
-    """The root module of a set of checks."""
-    directory = tmp_path / "checks"
-    directory.mkdir()
-    (directory / "names.py").write_text(PLUGIN, encoding="utf-8")
-    (directory / "__init__.py").write_text("")
-    module = ModuleType("checks")
-    module.__file__ = str(directory / "__init__.py")
-    return module
 
 
 @pytest.fixture

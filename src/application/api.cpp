@@ -1,5 +1,10 @@
 #include "application/api.h"
 
+#include "application/export_driver.h"
+#include "application/made.h"
+#include "application/project_facade.h"
+#include "application/scene_facade.h"
+#include "application/server_exchange.h"
 #include "application/validator.h"
 #include "checks/check_classes.h"
 #include "files/environment.h"
@@ -12,20 +17,10 @@
 #include "settings/settings.h"
 
 namespace heron {
-namespace {
-
-/// A new instance of one of our classes, its constructor called.
-template <class T, class... A>
-py::Ref<T> made(const A&... arguments) {
-  auto object = py::Ref<T>::make();
-  object->init(arguments...);
-  return object;
-}
-
-}  // namespace
 
 // The order of construction is fixed: what comes later uses what came before while it is built.
-void Api::init(const py::Object& host_, const py::Object& environment, const py::Object&, const py::Object& checks) {
+void Api::init(const py::Object& host_, const py::Object& environment, const py::Object& export_options,
+               const py::Object& checks) {
   const auto self = py::Ref<Api>::of(*this);
   host = host_;
   callbacks = py::Ref<CallBacks>::make();
@@ -40,6 +35,10 @@ void Api::init(const py::Object& host_, const py::Object& environment, const py:
   const auto hierarchy = made<Hierarchy>(snapshot, classes);
   const auto buffer = made<Buffer>(host, snapshot, hierarchy);
   validator = made<Validator>(self, host, classes, hierarchy, buffer);
+  exporting = made<ExportDriver>(self, host, buffer, export_options);
+  project = made<ProjectFacade>(self, hierarchy);
+  scene = made<SceneFacade>(self, host, snapshot, hierarchy, buffer);
+  http = made<ServerExchange>(self);
 }
 
 void Api::shutdown() const {
@@ -76,7 +75,8 @@ void expose_api(const py::Scope& module) {
           module, "Api",
           "A common class to have access to all program components.\n\n"
           "operator: the host, a `Scene.Operator`. environment: where the host keeps its files. export_options:\n"
-          "the exporters. checks: the root module of an embedded set of checks. A front-end builds one and calls\n"
+          "the exporters, each a `Parameters.Options`. checks: the root module of an embedded set of checks. A "
+          "front-end builds one and calls\n"
           "`shutdown` at the end. Exceptions of the host pass.")
           .init<&Api::init>({"operator", "environment", {"export_options", nullptr}, {"checks", nullptr}})
           .operation<&Api::shutdown>("shutdown",
@@ -92,8 +92,16 @@ void expose_api(const py::Scope& module) {
           .field<&Api::settings>("settings", "The settings of the user.")
           .field<&Api::statistics>("statistics", "The records of use.")
           .field<&Api::validator>("validator", "Runs the checks.")
+          .field<&Api::exporting>("export", "Writes hierarchies out of the scene.")
+          .field<&Api::project>("project", "Knows the projects, and which of them is current.")
+          .field<&Api::scene>("scene", "Finds and keeps the hierarchies of the scene.")
+          .field<&Api::http>("http", "Makes and reads what is exchanged with the shared server.")
           .done();
   expose_validator(scope);
+  expose_export_driver(scope);
+  expose_project_facade(scope);
+  expose_scene_facade(scope);
+  expose_server_exchange(scope);
 }
 
 }  // namespace heron

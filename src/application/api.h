@@ -19,11 +19,13 @@ class Api {
 
   py::Object host;
   py::Ref<CallBacks> callbacks = py::Ref<CallBacks>::make();
-  py::Object env, settings, statistics, validator;
+  py::Object env, settings, statistics, validator, exporting, project, scene, http;
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&host, &env, &settings, &statistics, &validator}) visit(*field);
+    for (py::Object* field : {&host, &env, &settings, &statistics, &validator, &exporting, &project, &scene, &http}) {
+      visit(*field);
+    }
     visit(callbacks);
   }
 };

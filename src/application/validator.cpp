@@ -2,6 +2,7 @@
 
 #include "checks/check_result.h"
 #include "foundation/clock.h"
+#include "foundation/constants.h"
 #include "runtime/collection_ease.h"
 #include "runtime/finally.h"
 #include "scene/operator.h"
@@ -18,13 +19,7 @@ const py::Name kPattern("pattern"), kIsVerifiable("is_verifiable"), kGetChecklis
 const py::Name kClassId("class_id"), kCheckControls("check_controls"), kParameters("parameters"), kResults("results");
 const py::Name kLength("length"), kAdd("add"), kWrite("write");
 
-constexpr int kSelectionMode = 0, kProjectMode = 1;
-
-bool is_mode(const py::Object& mode, int wanted) { return mode.equals(py::to_python(wanted)); }
-
-bool is_less(const py::Object& number, int limit) {
-  return py::checked(PyObject_RichCompareBool(number.get(), py::to_python(limit).get(), Py_LT)) != 0;
-}
+bool is_mode(const py::Object& mode, CheckMode wanted) { return mode.equals(constants::number(wanted)); }
 
 /// The enabled controls of a checklist: those that look at the scene as a whole, or those that look at one object.
 py::List controls_of(const py::Object& checklist, bool scene_oriented) {
@@ -71,7 +66,7 @@ void Validator::plan_and_run() const {
     for (const py::Object& task : planned->tasks.items()) run(task);
   });
   const py::Object project =
-      is_mode(mode, kProjectMode) ? settings.attr(kWorkspace).attr(kProject) : py::Object::none();
+      is_mode(mode, CheckMode::kProject) ? settings.attr(kWorkspace).attr(kProject) : py::Object::none();
   statistics.call(kAdd, ValidationRecord::create(timestamp, clock::since(timestamp), project));
   statistics.call(kWrite);
 }
@@ -81,7 +76,7 @@ void Validator::run(const py::Object& task) const {
   const py::Object statistics = api.attr(kStatistics), path = task.attr(kPath), results = task.attr(kResults);
   for (const py::Object& control : py::collect(task.attr(kCheckControls))) {
     const py::Object parameters = control.attr(kParameters), check = control.attr(kCheck);
-    const bool single = is_less(parameters.attr(kLength), 2);
+    const bool single = parameters.attr(kLength).is_less(py::to_python(2));
     for (const py::Object& parameter_task : py::collect(parameters)) {
       results.call(kAdd, CheckResult::create(path, check, parameter_task, statistics, host, single));
     }
@@ -91,9 +86,9 @@ void Validator::run(const py::Object& task) const {
 void Validator::plan_checks(const py::Object& mode) const {
   const auto planned = queue;
   planned->clear();
-  if (is_mode(mode, kProjectMode)) {
+  if (is_mode(mode, CheckMode::kProject)) {
     plan_project_checks();
-  } else if (is_mode(mode, kSelectionMode)) {
+  } else if (is_mode(mode, CheckMode::kSelection)) {
     plan_selection_checks();
   }
 }
@@ -147,8 +142,8 @@ std::vector<Validator::Verifiable> Validator::find_verifiable() const {
 
 void Validator::add_scene_task(const py::List& controls) const {
   if (controls.empty()) return;
-  static const py::Name kGetCurrentFile("get_current_file");
-  queue->add(CheckTask::create(host.call(kGetCurrentFile), controls, py::text("The Entire Scene"), py::Object::none()));
+  queue->add(
+      CheckTask::create(host.call(host::kGetCurrentFile), controls, py::text("The Entire Scene"), py::Object::none()));
 }
 
 void expose_validator(const py::Scope& api) {

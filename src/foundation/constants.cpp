@@ -22,11 +22,13 @@ void expose_group(const py::Scope& outer, const char* name, const char* doc, std
 }  // namespace
 
 void expose_constants(const py::Scope& module) {
+  using constants::number;
   using py::to_python;
   const py::Scope all = py::make_namespace(module, "Constants", "All enumerations of the system.");
 
   const py::Scope check = py::make_namespace(all, "Check", "Constants of checks.");
-  expose_group(check, "Mode", "What a validation looks at.", {{"Selection", to_python(0)}, {"Project", to_python(1)}});
+  expose_group(check, "Mode", "What a validation looks at.",
+               {{"Selection", number(CheckMode::kSelection)}, {"Project", number(CheckMode::kProject)}});
   const py::Scope category =
       py::make_namespace(check, "Category", "Groups of checks, in the order in which they are shown.");
   for (const auto& [name, text] : constants::kCategories) category.set(name, str(text));
@@ -39,7 +41,9 @@ void expose_constants(const py::Scope& module) {
   const py::Scope exporting = py::make_namespace(all, "Export", "Constants of the export.");
   expose_group(exporting, "Format", "File formats.", {{"FBX", str("fbx")}});
   expose_group(exporting, "Mode", "Where exported files go.",
-               {{"Choose", to_python(0)}, {"Project", to_python(1)}, {"Local", to_python(2)}});
+               {{"Choose", number(ExportMode::kChoose)},
+                {"Project", number(ExportMode::kProject)},
+                {"Local", number(ExportMode::kLocal)}});
 
   const py::Scope scene = py::make_namespace(all, "Scene", "Constants of the scene.");
   expose_group(scene, "Type", "Types of scene objects, the same in every host.",

@@ -6,8 +6,21 @@
 
 namespace heron {
 
-/// Texts of `Constants` that the engine itself uses.
+/// What a validation looks at.
+enum class CheckMode { kSelection, kProject };
+
+/// Where exported files go.
+enum class ExportMode { kChoose, kProject, kLocal };
+
+/// Values of `Constants` that the engine itself uses.
 namespace constants {
+
+/// A mode as `Constants` has it.
+template <class Mode>
+py::Object number(Mode mode) {
+  return py::to_python(static_cast<int>(mode));
+}
+
 inline constexpr std::string_view kGhost = "ghost";
 inline constexpr std::string_view kSceneRoot = "sceneRoot";
 inline constexpr std::string_view kTransform = "transform";

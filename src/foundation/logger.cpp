@@ -53,6 +53,7 @@ py::Object described(const py::Error& error) {
 
 namespace logger {
 void debug(const py::Object& message) { heron::debug(message, py::Dict()); }
+void info(const py::Object& message) { heron::info(message, py::Dict()); }
 void warning(const py::Object& message) { heron::warning(message, py::Dict()); }
 void error(const py::Object& message) { heron::error(message, py::Dict()); }
 void exception(const py::Object& message) { heron::exception(message, py::Dict()); }

@@ -7,6 +7,7 @@ namespace heron {
 /// The one door to the log, for the engine's own use; `Logger` is the same for Python.
 namespace logger {
 void debug(const py::Object& message);
+void info(const py::Object& message);
 void warning(const py::Object& message);
 void error(const py::Object& message);
 void exception(const py::Object& message);

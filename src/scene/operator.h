@@ -60,6 +60,7 @@ namespace host {
 inline const py::Name kObjectExists("object_exists"), kGetType("get_type"), kGetParent("get_parent");
 inline const py::Name kGetChildren("get_children"), kNameFromPath("name_from_path");
 inline const py::Name kGetSelection("get_selection"), kGetSelectionRoots("get_selection_roots"), kSelect("select");
+inline const py::Name kGetCurrentFile("get_current_file"), kDirectoryDialog("directory_dialog");
 inline const py::Name kQueryFiledata("query_filedata"), kEmbedFiledata("embed_filedata");
 inline const py::Name kEraseFiledata("erase_filedata");
 inline const py::Name kPostscriptScanAppend("postscript_scan_append");

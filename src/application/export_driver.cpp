@@ -1,0 +1,208 @@
+#include "application/export_driver.h"
+
+#include "application/directory_dialog.h"
+#include "application/export_path.h"
+#include "application/made.h"
+#include "export/export_flags.h"
+#include "export/export_options.h"
+#include "files/paths.h"
+#include "foundation/constants.h"
+#include "foundation/logger.h"
+#include "scene/operator.h"
+#include "scene/selection_scope.h"
+#include "server/statistics_records.h"
+
+namespace heron {
+namespace {
+
+const py::Name kSettings("settings"), kStatistics("statistics"), kCallbacks("callbacks"), kMode("mode");
+const py::Name kExport("export"), kDirectory("directory"), kName("name"), kVersionControl("version_control");
+
+bool is(const py::Object& mode, auto wanted) { return mode.equals(constants::number(wanted)); }
+
+}  // namespace
+
+void ExportDriver::init(const py::Object& api_, const py::Object& host_, const py::Object& buffer_,
+                        const py::Object& offered) {
+  api = api_;
+  host = host_;
+  buffer = buffer_;
+  options = made<ExportOptions>(offered.truth() ? offered : py::tuple({}));
+  flags = py::Ref<ExportFlags>::make();
+  queue = py::Ref<ExportQueue>::make();
+}
+
+// What is exported follows how the user validates; where it goes is a setting of its own.
+void ExportDriver::start() const {
+  static const py::Name kLostExportDirectory("lost_export_directory"), kCheck("check");
+  const py::Object directory = get_directory();
+  if (!directory.truth() || !paths::exist(directory)) {
+    fire(kLostExportDirectory);
+    return;
+  }
+  const py::Object mode = api.attr(kSettings).attr(kCheck).attr(kMode);
+  if (is(mode, CheckMode::kProject)) {
+    project(directory);
+  } else if (is(mode, CheckMode::kSelection)) {
+    selected(directory);
+  }
+}
+
+void ExportDriver::project(const py::Object& directory) const {
+  static const py::Name kPlan("_plan_project_queue");
+  perform(py::object_of(*this).attr(kPlan), directory);
+}
+
+void ExportDriver::selected(const py::Object& directory) const {
+  static const py::Name kPlan("_plan_selection_queue");
+  perform(py::object_of(*this).attr(kPlan), directory);
+}
+
+py::Object ExportDriver::get_directory() const {
+  static const py::Name kProject("project"), kGetCurrent("get_current"), kHistory("history"), kEnv("env");
+  static const py::Name kGetRecord("get_record"), kDecodeUser("decode_user");
+  const py::Object settings = api.attr(kSettings).attr(kExport);
+  const py::Object mode = settings.attr(kMode);
+  if (is(mode, ExportMode::kProject)) {
+    const py::Object record = api.attr(kProject).call(kGetCurrent).attr(kHistory).call(kGetRecord);
+    const py::Object directory = record.attr(kExport).attr(kDirectory);
+    return directory.truth() ? api.attr(kEnv).call(kDecodeUser, directory) : py::Object::none();
+  }
+  if (is(mode, ExportMode::kLocal)) return paths::directory(host.call(host::kGetCurrentFile));
+  if (!is(mode, ExportMode::kChoose)) return py::Object::none();
+  py::Object directory = ask_directory(host, settings.attr(kDirectory));
+  if (!directory.truth()) return py::Object::none();
+  settings.set_attr(kDirectory, directory);
+  return directory;
+}
+
+void ExportDriver::perform(const py::Object& planner, const py::Object& directory) const {
+  queue->clear();
+  planner();
+  resolve_queue(directory);
+}
+
+void ExportDriver::plan_project_queue() const {
+  static const py::Name kGet("get"), kChecked("checked"), kGetRoots("get_roots"), kJoint("joint");
+  for (const py::Object& bucket : py::collect(buffer.call(kGet))) {
+    if (!bucket.attr(kChecked).truth()) continue;
+    const auto task = ExportTask::create(bucket.attr(kName));
+    const std::vector<py::Object> roots = py::collect(buffer.call(kGetRoots, bucket.attr(kJoint)));
+    if (!exist(roots)) continue;
+    task->add(py::Iterable(py::tuple(roots)));
+    queue->add(task);
+  }
+}
+
+void ExportDriver::plan_selection_queue() const {
+  for (const py::Object& root : py::collect(host.call(host::kGetSelectionRoots))) {
+    const auto task = ExportTask::create(py::text(name_from_path(py::Utf8(root))));
+    task->add(py::Iterable(py::tuple({root})));
+    queue->add(task);
+  }
+}
+
+bool ExportDriver::exist(const std::vector<py::Object>& paths) const {
+  bool all = true;
+  for (const py::Object& path : paths) {
+    if (!host.call(host::kObjectExists, path).truth()) all = false;
+  }
+  return all;
+}
+
+void ExportDriver::resolve_queue(const py::Object& directory) const {
+  static const py::Name kEmptySelection("empty_export_selection"), kSuccess("export_success");
+  static const py::Name kSkipped("export_skipped"), kIsEmpty("is_empty"), kIsConfirmed("is_confirmed");
+  static const py::Name kSelected("selected"), kAdd("add"), kWrite("write");
+  const auto planned = queue;
+  if (planned->is_empty()) {
+    fire(kEmptySelection);
+    return;
+  }
+  const py::Object exporter = options.attr(kSelected);
+  with_selection(host, [&] {
+    for (const py::Object& task : planned->tasks.items()) {
+      if (!task.call(kIsEmpty).truth()) write(task, exporter, directory);
+    }
+  });
+  std::vector<py::Object> skipped;
+  for (const py::Object& task : planned->tasks.items()) {
+    if (!task.call(kIsConfirmed).truth()) skipped.push_back(task.attr(kName));
+  }
+  fire(skipped.empty() ? kSuccess : kSkipped, skipped);
+  const py::Object statistics = api.attr(kStatistics);
+  statistics.call(kAdd, py::Ref<ExportRecord>::make());
+  statistics.call(kWrite);
+}
+
+// One file that cannot be written keeps none of the others.
+void ExportDriver::write(const py::Object& task, const py::Object& exporter, const py::Object& directory) const {
+  static const py::Name kAttr("attr"), kData("data"), kRoots("roots"), kConfirm("confirm");
+  static const py::Name kAutomaticUv("automatic_uv"), kTriangulate("triangulate"), kResetXforms("reset_xforms");
+  try {
+    const py::Object type = exporter.attr(kAttr), values = exporter.attr(kData);
+    const py::Object file =
+        export_path(directory, py::Text(task.attr(kName)), py::Text(type), flags.attr(kVersionControl).truth());
+    py::Dict switches;
+    for (const py::Name* flag : {&kAutomaticUv, &kTriangulate, &kResetXforms}) switches.set(*flag, flags.attr(*flag));
+    host.attr(kExport).apply(py::tuple({task.attr(kRoots), file, type, values}), switches);
+    task.call(kConfirm);
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+  }
+}
+
+void ExportDriver::fire(const py::Name& event, const std::vector<py::Object>& arguments) const {
+  api.attr(kCallbacks).attr(event).apply(py::tuple(arguments));
+}
+
+void expose_export_driver(const py::Scope& api) {
+  py::Class<ExportDriver>(api, "_Export",
+                          "Api component to handle export process.\n\n"
+                          "Writes hierarchies out of the scene through the host, each into a file of its own.\n"
+                          "options: the exporters, each a `Parameters.Options`.")
+      .init<&ExportDriver::init>({"api", "operator", "buffer", {"options", nullptr}})
+      .operation<&ExportDriver::start>(
+          "start",
+          "Exports the matched hierarchies, or what is selected, as the mode of the checks says.\n\n"
+          "The settings say where to: the user chooses, the directory of the project, or that of the open scene.\n"
+          "Without one that exists `lost_export_directory` is called, and nothing else happens. See `project`.")
+      .operation<&ExportDriver::project>(
+          "project", {"directory"},
+          "Exports the checked hierarchies of the buffer.\n\n"
+          "A hierarchy of which a root is gone is left out. With nothing to export `empty_export_selection` is called\n"
+          "and no more happens. Each hierarchy goes through the host into a file of its own. A failure is logged and\n"
+          "keeps none of the others from being written. In the end `export_success` is called, or `export_skipped`\n"
+          "with the names of those that were not written, and the statistics have one record more.\n"
+          "The selection of the host stays as it is.")
+      .operation<&ExportDriver::selected>("selected", {"directory"},
+                                          "Exports the roots of the selection, in the same way as `project`.")
+      .operation<&ExportDriver::get_directory>(
+          "_get_directory",
+          "The directory that the settings lead to; a false value if there is none, or the user cancels.\n\n"
+          "A chosen one is where the next choice begins; the settings are not written.")
+      .operation<&ExportDriver::perform>("_perform", {"planner", "directory"},
+                                         "Empties the queue, has `planner` fill it, and exports it.")
+      .operation<&ExportDriver::plan_project_queue>("_plan_project_queue",
+                                                    "Appends a task for each checked hierarchy that is still there.")
+      .operation<&ExportDriver::plan_selection_queue>("_plan_selection_queue",
+                                                      "Appends a task for each root of the selection.")
+      .operation<&ExportDriver::resolve_queue>("_resolve_queue", {"directory"}, "Exports the tasks of the queue.")
+      .static_operation<&export_path>(
+          "_create_path", {"directory", "filename", "type", {"version_control", false}},
+          "The path of an exported file.\n\n"
+          "directory: where it goes. filename: its name without extension. type: the format, which in lower case is\n"
+          "the extension. version_control: number the file, one above the files whose names begin like `filename`,\n"
+          "taken as a regular expression, and have the format's extension. `re.error` if it is none, and OSError if\n"
+          "the directory cannot be listed.")
+      .field<&ExportDriver::options>("options", "The exporters with their options, one selected.")
+      .field<&ExportDriver::flags>("flags", "The switches of the export.")
+      .readonly<&ExportDriver::api>("_api", "What the component belongs to.")
+      .readonly<&ExportDriver::host>("_op", "The host.")
+      .readonly<&ExportDriver::buffer>("_buffer", "The matched hierarchies.")
+      .readonly<&ExportDriver::queue>("_queue", "The tasks of the last export.")
+      .done();
+}
+
+}  // namespace heron

@@ -1,0 +1,76 @@
+#include "application/scene_facade.h"
+
+#include "application/directory_dialog.h"
+#include "application/made.h"
+#include "scene/operator.h"
+
+namespace heron {
+namespace {
+const py::Name kCallbacks("callbacks"), kEnv("env"), kProject("project"), kFilename("filename"), kLoad("load");
+}  // namespace
+
+void SceneFacade::init(const py::Object& api_, const py::Object& host_, const py::Object& snapshot,
+                       const py::Ref<Hierarchy>& hierarchy_, const py::Object& buffer_) {
+  api = api_;
+  host = host_;
+  hierarchy = hierarchy_;
+  buffer = buffer_;
+  scanner = made<Scanner>(api, host, snapshot, hierarchy_, buffer, api.attr(kCallbacks));
+  load_states();
+  link_buffer();
+}
+
+py::Object SceneFacade::directory_dialog(const py::Object& start) const {
+  static const py::Name kDecodeUser("decode_user"), kEncodeUser("encode_user");
+  const py::Object env = api.attr(kEnv);
+  const py::Object path = ask_directory(host, env.call(kDecodeUser, start));
+  return path.truth() ? env.call(kEncodeUser, path) : py::Object::none();
+}
+
+// An empty project has no file, and nothing to load.
+void SceneFacade::load_states() const {
+  static const py::Name kGetCurrent("get_current"), kIsExists("is_exists");
+  const py::Object projects = api.attr(kProject);
+  const py::Object filename = projects.call(kGetCurrent).attr(kFilename);
+  if (projects.call(kIsExists, filename).truth()) projects.call(kLoad, filename);
+}
+
+void SceneFacade::link_buffer() const {
+  static const py::Name kRegister("register_scene_opened_callback"), kLoadBuffer("_load_buffer");
+  load_buffer();
+  host.call(kRegister, py::object_of(*this).attr(kLoadBuffer));
+}
+
+void SceneFacade::load_buffer() const {
+  static const py::Name kBufferLoaded("buffer_loaded");
+  buffer.call(kLoad);
+  api.attr(kCallbacks).call(kBufferLoaded);
+}
+
+void expose_scene_facade(const py::Scope& api) {
+  py::Class<SceneFacade>(
+      api, "_Scene",
+      "Api component to communicate with the scene.\n\n"
+      "Loads the current project, then what is embedded in the open scene, and that again each time\n"
+      "the host has opened a scene: no scan is needed, and what the file holds is believed.\n"
+      "Exceptions of the host pass.")
+      .init<&SceneFacade::init>({"api", "operator", "virtual", "hierarchy", "buffer"})
+      .operation<&SceneFacade::directory_dialog>(
+          "directory_dialog", {{"start", "~"}},
+          "Lets the user choose a directory, beginning at `start`.\n\n"
+          "Both `start` and the result may hold \"~\" for the user's home, as paths in the settings and in projects\n"
+          "do. Returns None if the user cancels.")
+      .operation<&SceneFacade::load_states>("_load_states", "Loads the current project, if there is one.")
+      .operation<&SceneFacade::link_buffer>("_link_buffer",
+                                            "Loads the buffer, and has the host load it whenever a scene is opened.")
+      .operation<&SceneFacade::load_buffer>("_load_buffer",
+                                            "Loads the buffer from the open scene, then calls `buffer_loaded`.")
+      .field<&SceneFacade::hierarchy>("hierarchy", "The matcher.")
+      .field<&SceneFacade::buffer>("buffer", "The matched hierarchies.")
+      .field<&SceneFacade::scanner>("scanner", "Looks for hierarchies below the selection.")
+      .readonly<&SceneFacade::api>("_api", "What the component belongs to.")
+      .readonly<&SceneFacade::host>("_op", "The host.")
+      .done();
+}
+
+}  // namespace heron
