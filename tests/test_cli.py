@@ -288,6 +288,7 @@ def test_json_is_what_the_file_keeps_and_append_adds_to_it(scan, tmp_path):
     status, output, _ = scan(None, BELOW_GROUP, "--append", "--save")
     assert "2 hierarchies with 5 objects found (1 of them from earlier scans)" in output
     assert GltfScene(str(path)).query_filedata() == json.loads(second)
+    assert "2 hierarchies with 5 objects found, " in scan(None, BELOW_GROUP)[1]  # what it held is left aside
     content = path.read_bytes()
     status, _, errors = scan(None, BELOW_GROUP, "--append", "--select", "/group/asset_a")
     assert (status, "leave out --append" in errors) == (2, True)

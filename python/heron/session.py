@@ -5,7 +5,6 @@ from __future__ import annotations
 import enum
 import os
 from collections.abc import Iterator, Sequence
-from typing import cast
 
 import core
 
@@ -83,14 +82,6 @@ class Session:
         told = (text for _, text in log.messages if not (first_start and text.startswith(_NO_SETTINGS)))
         self.warnings = list(dict.fromkeys(told))
         callbacks = self.api.callbacks
-        self._scanner = core.Scene._Scanner(
-            self.api,
-            operator,
-            cast(core.Scene._Virtual, self._hierarchy._query_op),
-            self._hierarchy,
-            self.buffer,
-            callbacks,
-        )
         self._outcome = Outcome.FAILED
         for event, outcome in (
             (callbacks.empty_scan_result, Outcome.NOTHING_FOUND),
@@ -103,8 +94,9 @@ class Session:
         """Makes the engine; this runs code of plug-ins."""
         check_documents(self.environment)
         self.api = core.Api(self.operator, self.environment, checks=checks)
-        self._hierarchy: core._Hierarchy = self.api.validator._hierarchy
-        self.buffer: core.Scene._Buffer = self.api.validator._buffer
+        self._hierarchy: core._Hierarchy = self.api.scene.hierarchy
+        self.buffer: core.Scene._Buffer = self.api.scene.buffer
+        self.buffer.set([])  # what the scene file holds counts only after `load`
         self.check_classes: core.Check._Classes = self._hierarchy.pattern.check_classes
         self._add_checks(check_directories)
         if record is not None:
@@ -158,14 +150,14 @@ class Session:
             How the scan ended. After `FAILED` the reason is in the log.
         """
         self._outcome = Outcome.FAILED
-        if self._scanner.upload_buffer(append):
+        if self.api.scene.scanner.upload_buffer(append):
             self._outcome = Outcome.FOUND
         return self._outcome
 
     def refused(self) -> list[str]:
         """The objects at which a hierarchy could have begun in the last scan, and none did."""
         scene_roots = self.operator.get_selection_roots()
-        scopes = self._hierarchy.root_scopes(self._scanner._find_scope_roots(scene_roots))
+        scopes = self._hierarchy.root_scopes(self.api.scene.scanner._find_scope_roots(scene_roots))
         found = set(self.loaded_roots())
         candidates = dict.fromkeys(path for scope in scopes for path in scope)
         return [path for path in candidates if path not in found]

@@ -21,7 +21,7 @@ Progress = Callable[[int, int], None]
 
 def enable_in_rules(session: Session, ids: Collection[str]) -> None:
     """Enables checks in every rule of the project, besides those that the rules enable."""
-    for rule in session.api.validator._hierarchy.pattern._rules.values():
+    for rule in session.api.scene.hierarchy.pattern._rules.values():
         for control in rule.checklist:
             control.enabled = control.enabled or control.check.class_id in ids
 
@@ -160,7 +160,7 @@ def _verdict(result: core.Check._Queue.Task.Result, run: _Run) -> Verdict:
 
 def _matched_rules(session: Session) -> dict[str, deque[str]]:
     """The rules of each path that has object checks, in the order in which the engine takes its joints."""
-    pattern = session.api.validator._hierarchy.pattern
+    pattern = session.api.scene.hierarchy.pattern
     rules = defaultdict[str, deque[str]](deque)
     for bucket in session.buffer.get():
         for joint in bucket.get_joints() if bucket.checked else ():
