@@ -57,7 +57,7 @@ py::Object cloned(const py::Object& parameters) {
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     auto stand_in = py::Ref<ParameterTask>::make();
-    stand_in->build_exceptions.append(error.value());
+    stand_in->get_build_exceptions().append(error.value());
     return stand_in;
   }
 }

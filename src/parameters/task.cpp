@@ -31,22 +31,22 @@ py::Ref<ParameterTask> ParameterTask::create(const py::Object& inputs, const py:
 }
 
 void ParameterTask::init(const py::Object& prototypes, const py::Object& reports_info) {
-  build_exceptions.clear();
-  load_exceptions.clear();
+  if (!build_exceptions.empty()) get_build_exceptions().clear();
+  if (!load_exceptions.empty()) get_load_exceptions().clear();
   as_info = reports_info;
   number = py::to_python(0);
-  table = py::Dict();
+  table.reset();
   if (take_clones(py::collect(prototypes))) build();
 }
 
 bool ParameterTask::take_clones(const std::vector<py::Object>& prototypes) {
-  inputs = py::List();
+  inputs.reset();
   for (const py::Object& prototype : prototypes) {
     const py::Object clone = prototype.attr(names::kClone);
     try {
-      inputs.append(clone());
+      get_inputs().append(clone());
     } catch (const py::Error& error) {
-      keep(build_exceptions, error);
+      keep(get_build_exceptions(), error);
     }
   }
   return build_exceptions.empty();
@@ -61,19 +61,22 @@ py::Dict ParameterTask::data() const {
 
 py::Dict ParameterTask::state() const {
   py::Dict state;
-  for (const auto& [attr, input] : table.items()) state.set(attr, input.attr(names::kData));
+  if (table.empty()) return state;
+  for (const auto& [attr, input] : get_table().items()) state.set(attr, input.attr(names::kData));
   return state;
 }
 
 py::Ref<ParameterTask> ParameterTask::clone() const {
-  auto copy = create(inputs, as_info);
-  if (table.size() != 0) copy->load(state());
-  copy->load_exceptions.extend(load_exceptions);
+  auto copy = py::Ref<ParameterTask>::make();
+  copy->as_info = as_info;
+  if (!inputs.empty()) copy->init(get_inputs(), as_info);
+  if (!table.empty()) copy->load(state());
+  if (!load_exceptions.empty()) copy->get_load_exceptions().extend(load_exceptions);
   return copy;
 }
 
 void ParameterTask::load(const py::Object& state) const {
-  const py::Dict known = table;  // the inputs may do anything while they load
+  const py::Dict known = get_table();  // the inputs may do anything while they load
   try {
     for (const auto& [attr, data] : py::pairs(state)) {
       const auto input = known.find(attr);
@@ -81,23 +84,24 @@ void ParameterTask::load(const py::Object& state) const {
       input->call(names::kLoad, data);
     }
   } catch (const py::Error& error) {
-    keep(load_exceptions, error);
+    keep(get_load_exceptions(), error);
   }
 }
 
 void ParameterTask::build() {
-  if (table.size() != 0) table = py::Dict();
+  table.reset();
+  if (inputs.empty()) return;
   try {
-    for (const py::Object& input : inputs.items()) enter(input);
+    for (const py::Object& input : get_inputs().items()) enter(input);
   } catch (const py::Error& error) {
-    keep(build_exceptions, error);
-    table = py::Dict();
+    keep(get_build_exceptions(), error);
+    table.reset();
   }
 }
 
 void ParameterTask::enter(const py::Object& input) const {
   if (!py::Ref<ParameterInput>::holds(input)) errors::raise<errors::ParameterInputType>();
-  const py::Dict entered = table;
+  const py::Dict entered = get_table();
   const py::Object attr = input.attr(names::kAttr);
   if (entered.find(attr)) errors::raise<errors::AttributeNameRepeat>();
   add_member(py::object_of(*this), py::TypeOf<ParameterTask>::type, attr, input);
@@ -105,8 +109,8 @@ void ParameterTask::enter(const py::Object& input) const {
 }
 
 void ParameterTask::assert_no_errors() const {
-  for (const py::List& exceptions : {build_exceptions, load_exceptions}) {
-    if (!exceptions.empty()) py::raise_object(exceptions.at(0));
+  for (const auto* exceptions : {&build_exceptions, &load_exceptions}) {
+    if (!exceptions->empty()) py::raise_object(exceptions->get().at(0));
   }
 }
 
@@ -135,10 +139,10 @@ void expose_task(const py::Scope& block) {
       .operation<&ParameterTask::build>("_build", "Makes the inputs members and enters them in the table.")
       .field<&ParameterTask::as_info>("as_info", "Whether a failed check is reported as information only.")
       .field<&ParameterTask::number>("number", "The position in the block, from 1; 0 outside of one.")
-      .readonly<&ParameterTask::inputs>("_inputs", "The task's own inputs in order.")
-      .readonly<&ParameterTask::build_exceptions>("_build_exceptions", "What was caught while building.")
-      .readonly<&ParameterTask::load_exceptions>("_load_exceptions", "What was caught while loading.")
-      .readonly<&ParameterTask::table>("_table", "The inputs by their attribute names.")
+      .accessor<&ParameterTask::get_inputs>("_inputs", "The task's own inputs in order.")
+      .accessor<&ParameterTask::get_build_exceptions>("_build_exceptions", "What was caught while building.")
+      .accessor<&ParameterTask::get_load_exceptions>("_load_exceptions", "What was caught while loading.")
+      .accessor<&ParameterTask::get_table>("_table", "The inputs by their attribute names.")
       .done();
 }
 

@@ -13,7 +13,11 @@ class ParameterTask {
 
   py::Dict data() const;   ///< The JSON form: "as_info" and "state".
   py::Dict state() const;  ///< The data of each input by its name.
-  py::Object iterate() const { return py::iterator(inputs.items()); }
+  py::Object iterate() const { return py::iterator(get_inputs().items()); }
+  py::List get_inputs() const { return inputs.get(); }
+  py::List get_build_exceptions() const { return build_exceptions.get(); }
+  py::List get_load_exceptions() const { return load_exceptions.get(); }
+  py::Dict get_table() const { return table.get(); }
   py::Ref<ParameterTask> clone() const;
 
   // What goes wrong in these two is kept and not raised: it comes to light when the check is run.
@@ -23,9 +27,8 @@ class ParameterTask {
 
   py::Object as_info = py::to_python(false);  ///< A failed check is reported as information.
   py::Object number = py::to_python(0);       ///< Position in the block, from 1.
-  py::List inputs;
-  py::List build_exceptions, load_exceptions;
-  py::Dict table;  ///< The inputs by their names; empty if they could not be built.
+  py::Lazy<py::List> inputs, build_exceptions, load_exceptions;
+  py::Lazy<py::Dict> table;  ///< The inputs by their names; empty if they could not be built.
 
   template <class V>
   void members(V& visit) {
