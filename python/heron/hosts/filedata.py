@@ -5,6 +5,9 @@ from __future__ import annotations
 import json
 from typing import Any, TypeGuard
 
+# Under which key of the "extras" of a document the data stand.
+EXTRAS_KEY = "heron"
+
 # No scan makes deeper data, and JSON writers follow the levels by recursion.
 MAX_JOINT_DEPTH = 200
 

@@ -10,7 +10,7 @@ from typing import TYPE_CHECKING, Any, ClassVar
 import core
 
 from ..files import Json
-from .filedata import is_filedata, plain
+from .filedata import EXTRAS_KEY, is_filedata, plain
 from .gltf_file import GltfError, GltfFile
 from .gltf_tree import SceneTree, read_tree
 
@@ -19,7 +19,6 @@ if TYPE_CHECKING:
 
 __all__ = ["GltfError", "GltfScene", "current_scene"]
 
-EXTRAS_KEY = "heron"
 _TYPE = core.Constants.Scene.Type
 
 
@@ -255,7 +254,7 @@ class GltfScene(core.Scene.Operator):
     def postscript_scan_remove(self, joint: core.Scene._Buffer.DataJoint) -> None:
         """Does nothing: a glTF node bears no marks."""
 
-    # What this host lacks
+    # Export
 
     def export(
         self,
@@ -267,12 +266,38 @@ class GltfScene(core.Scene.Operator):
         triangulate: bool = False,
         reset_xforms: bool = False,
     ) -> None:
-        """Not offered by this host yet.
+        """Writes hierarchies to a file of their own, with all that they refer to and nothing else.
+
+        Objects keep their place in the world: the top of a hierarchy takes over the transforms of the objects
+        above it. Animations of the hierarchy's objects come along. Skins bring their joints, bare and at
+        their place, if those stand elsewhere. The embedded data stay behind, since they tell of the scene.
+
+        The file and those beside it get their names only when all of them are written. Images are kept under
+        their names, or under numbered ones where a file of other content has the name. The scene itself
+        stays as it is.
+
+        Args:
+            roots: The paths of the hierarchies, each written with all below it.
+            file_path: Where to; the extension is added if there is none. A file that is there is replaced,
+                unless the open scene consists of it.
+            type: "glb" or "gltf", in any case.
+            args: The options of the exporter of this name (see `heron.hosts.gltf_export.exporters`) that
+                are not to have their usual values.
+            automatic_uv: Gives meshes without texture coordinates those of a box around each part.
+            triangulate: Makes lists of strips and fans.
+            reset_xforms: Applies the transforms of objects to their meshes. Lights, cameras and objects
+                without anything, which consist of their place alone, keep it.
 
         Raises:
-            NotImplementedError: Always.
+            GltfError: An argument does not serve; something is missing or broken; what is to be done cannot
+                be done to an object; or a file cannot be written. All files stay as they were.
         """
-        raise NotImplementedError(f"glTF scenes cannot be exported yet: {file_path} not written")
+        from .gltf_export import Flags, export_hierarchies
+
+        flags = Flags(automatic_uv, triangulate, reset_xforms)
+        export_hierarchies(self, self._open_file(), roots, file_path, type, args, flags)
+
+    # What this host lacks
 
     def directory_dialog(self, starting: str = "~", caption: str = "") -> None:
         """None: there is nobody to ask."""

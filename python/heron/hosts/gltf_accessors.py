@@ -40,7 +40,7 @@ _SHAPES = {
     "MAT4": (4, 4),
 }
 _TYPES_BY_WIDTH = {1: "SCALAR", 2: "VEC2", 3: "VEC3", 4: "VEC4"}
-_MATRIX_ALIGNMENT = 4
+_ALIGNMENT = 4
 
 # An accessor without a buffer view is all zeros; a few bytes of text must not fill the memory.
 MAX_ZEROS = 2**28
@@ -56,7 +56,7 @@ class _Element(NamedTuple):
     @property
     def column_stride(self) -> int:
         size = self.rows * self.component.itemsize
-        return size if self.columns == 1 else size + -size % _MATRIX_ALIGNMENT
+        return size if self.columns == 1 else size + -size % _ALIGNMENT
 
     @property
     def size(self) -> int:
@@ -67,6 +67,22 @@ class _Element(NamedTuple):
     def stride(self) -> int:
         """The distance of elements that follow one another."""
         return self.columns * self.column_stride
+
+
+class Extent(NamedTuple):
+    """The bytes of a buffer view in which elements lie, with all that stands between them.
+
+    Attributes:
+        part: Where the accessor names the view: the keys down to the object that does.
+        view: The number of the buffer view.
+        start: The first byte within it.
+        end: The byte behind the last one; the same if there are no elements.
+    """
+
+    part: tuple[str, ...]
+    view: int
+    start: int
+    end: int
 
 
 @dataclass(frozen=True)
@@ -129,14 +145,34 @@ class Accessors:
         """
         return self._layout(index, where).count
 
-    def add(self, values: Array, target: int, bounds: bool = False) -> int:
+    def extents(self, index: int, where: str) -> list[Extent]:
+        """The parts of buffer views that an accessor needs. They are known to be there.
+
+        Raises:
+            GltfError: As `read`.
+        """
+        layout = self._layout(index, where)
+        found = []
+        if "bufferView" in layout.record:
+            found.append(self._extent((), layout.record, layout.element, layout.count, layout.name))
+        if layout.sparse is not None:
+            self._values(layout)  # tells whether its indices fit
+            name = f"the sparse part of {layout.name}"
+            count = self._members.size(layout.sparse, "count", name)
+            places, component = self._sparse_places(layout.sparse, name)
+            values = self._member_object(layout.sparse, "values", name)
+            found.append(self._extent(("sparse", "indices"), places, component, count, name))
+            found.append(self._extent(("sparse", "values"), values, layout.element, count, name))
+        return found
+
+    def add(self, values: Array, target: int | None = None, bounds: bool = False) -> int:
         """Appends an accessor for `values`, one element for each row, and returns its number.
 
         The accessors that stood there before stay, since others may use them.
 
         Args:
             values: Of a component type that glTF has, with one to four columns.
-            target: `VERTICES` or `INDICES`.
+            target: `VERTICES`, `INDICES`, or None for what no graphics card draws.
             bounds: Tells the lowest and the highest values, as positions must.
 
         Raises:
@@ -152,6 +188,31 @@ class Accessors:
         if bounds:
             record["min"], record["max"] = limits(little)
         return append_to(self._members.document, "accessors", record)
+
+    def add_rows(self, index: int, where: str, rows: Array) -> int:
+        """Appends an accessor for some rows of another one, for vertices, and returns its number.
+
+        They are stored in the same way where that way has room for whole words, else as 32-bit
+        floating-point numbers.
+
+        Args:
+            index: The number of the other accessor.
+            where: Who asks, for the text of an error.
+            rows: The numbers of the rows.
+
+        Raises:
+            GltfError: As `read` and `add`, or it holds matrices, which vertices have not.
+        """
+        layout = self._layout(index, where)
+        if layout.element.columns > 1:
+            raise self._members.error(f"{layout.name} holds matrices, which cannot be vertices' own")
+        whole_words = layout.element.size % _ALIGNMENT == 0
+        values = self._values(layout)[rows] if whole_words else self._decode(layout)[rows].astype(np.float32)
+        bounds = len(values) > 0 and bool({"min", "max"} & layout.record.keys())
+        new = self.add(values, VERTICES, bounds)
+        if layout.normalized and whole_words:
+            self._members.item("accessors", new, where)["normalized"] = True
+        return new
 
     def _layout(self, index: int, where: str) -> _Layout:
         record = self._members.item("accessors", index, where)
@@ -169,31 +230,42 @@ class Accessors:
         count = self._members.size(record, "count", name)
         elements = None
         if "bufferView" in record:
-            view = self._members.size(record, "bufferView", name)
-            elements = self._elements(record, view, element, count, name)
+            elements = self._elements(record, element, count, name)
         elif count * element.columns * element.rows * element.component.itemsize > MAX_ZEROS:
             raise self._members.error(f"{name} has {count} elements and no data")
         sparse: Json | None = self._members.member(record, "sparse", dict, name)
         return _Layout(name, record, element, count, normalized, elements, sparse)
 
-    def _elements(self, owner: Json, view_index: int, element: _Element, count: int, name: str) -> Array:
-        """The elements in a buffer view, without a copy where their layout allows."""
+    def _place(
+        self, owner: Json, element: _Element, count: int, name: str
+    ) -> tuple[memoryview, int, int, int]:
+        """The bytes of the buffer view that `owner` names, the elements' start, end and stride."""
+        view_index = self._members.size(owner, "bufferView", name)
         view = self._buffers.view(view_index, name)
         offset = self._members.size(owner, "byteOffset", name, 0)
         stride = element.stride if view.stride is None else view.stride
         if stride < element.size:
             raise self._members.error(f"{name} needs {element.size} bytes an element; the stride is {stride}")
-        end = offset + stride * (count - 1) + element.size if count else 0
-        if end > len(view.data):
+        end = offset + stride * (count - 1) + element.size if count else offset
+        if count and end > len(view.data):
             raise self._members.error(
                 f"{name} ends at byte {end} of buffer view {view_index}, which has {len(view.data)}"
             )
+        return view.data, offset, end, stride
+
+    def _extent(self, part: tuple[str, ...], owner: Json, element: _Element, count: int, name: str) -> Extent:
+        _, start, end, _ = self._place(owner, element, count, name)
+        return Extent(part, owner["bufferView"], start, end)
+
+    def _elements(self, owner: Json, element: _Element, count: int, name: str) -> Array:
+        """The elements in a buffer view, without a copy where their layout allows."""
+        data, offset, _, stride = self._place(owner, element, count, name)
         width = element.columns * element.rows
         if not count:
             return np.empty((0, width), element.component)
         strides = (stride, element.column_stride, element.component.itemsize)
         shape = (count, element.columns, element.rows)
-        array: Array = np.ndarray(shape, element.component, view.data, offset, strides)
+        array: Array = np.ndarray(shape, element.component, data, offset, strides)
         return array[:, 0, :] if element.columns == 1 else array.reshape(count, width)
 
     def _decode(self, layout: _Layout) -> Array:
@@ -214,22 +286,29 @@ class Accessors:
     def _overwritten(self, elements: Array, layout: _Layout, sparse: Json) -> Array:
         """A copy in which the elements that `sparse` names are replaced."""
         name = f"the sparse part of {layout.name}"
+        count = self._sparse_count(layout, sparse, name)
+        places, element = self._sparse_places(sparse, name)
+        indices = self._elements(places, element, count, name)[:, 0]
+        if count and (int(indices.max()) >= layout.count or np.any(indices[1:] <= indices[:-1])):
+            raise self._members.error(f"the indices of {name} do not rise or point beyond its end")
+        values = self._member_object(sparse, "values", name)
+        result = elements.copy()
+        result[indices] = self._elements(values, layout.element, count, name)
+        return result
+
+    def _sparse_count(self, layout: _Layout, sparse: Json, name: str) -> int:
         count = self._members.size(sparse, "count", name)
         if count > layout.count:
             raise self._members.error(f"{name} replaces {count} of {layout.count} elements")
+        return count
+
+    def _sparse_places(self, sparse: Json, name: str) -> tuple[Json, _Element]:
+        """The object that tells which elements are replaced, and how their numbers are stored."""
         places = self._member_object(sparse, "indices", name)
         component = self._members.size(places, "componentType", name)
         if component not in _SPARSE_INDICES:
             raise self._members.error(f'{name} has the unfit "componentType" {component} for its indices')
-        view = self._members.size(places, "bufferView", name)
-        indices = self._elements(places, view, _Element(_COMPONENTS[component], 1, 1), count, name)[:, 0]
-        if count and (int(indices.max()) >= layout.count or np.any(indices[1:] <= indices[:-1])):
-            raise self._members.error(f"the indices of {name} do not rise or point beyond its end")
-        values = self._member_object(sparse, "values", name)
-        view = self._members.size(values, "bufferView", name)
-        result = elements.copy()
-        result[indices] = self._elements(values, view, layout.element, count, name)
-        return result
+        return places, _Element(_COMPONENTS[component], 1, 1)
 
     def _member_object(self, owner: Json, key: str, name: str) -> Json:
         value: Json | None = self._members.member(owner, key, dict, name)

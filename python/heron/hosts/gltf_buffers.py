@@ -6,7 +6,7 @@ import base64
 import binascii
 import os
 import re
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 from urllib.parse import unquote, unquote_to_bytes
 
 from ..files import Json
@@ -54,6 +54,14 @@ class Buffers:
         self._loaded: dict[tuple[str, int], bytes] = {}
         self._growing: _Growing | None = None
 
+    def copy(self, file: GltfFile, members: Members) -> Buffers:
+        """The buffers of a copy of the file: what was read from files is shared, what is new is not."""
+        other = Buffers(file, members)
+        other._loaded = self._loaded
+        if self._growing is not None:
+            other._growing = replace(self._growing, tail=bytearray(self._growing.tail))
+        return other
+
     def view(self, index: int, where: str) -> BufferView:
         """The buffer view `index`, which `where` names.
 
@@ -85,6 +93,21 @@ class Buffers:
             self.view(self._members.size(record, "bufferView", where), where)
         elif _DATA_URI.fullmatch(uri) is None:
             self._find_file(uri, where)
+
+    def read_image(self, record: Json, where: str) -> bytes:
+        """The data of an image, as they are stored.
+
+        Args:
+            record: The image's object in the document.
+            where: What it is called in an error.
+
+        Raises:
+            GltfError: They cannot be read.
+        """
+        uri: str | None = self._members.member(record, "uri", str, where)
+        if uri is not None:
+            return self._load(uri, None, where)
+        return bytes(self.view(self._members.size(record, "bufferView", where), where).data)
 
     def add_view(self, data: bytes, target: int | None = None) -> int:
         """Appends `data` in a buffer view of its own, and returns the number of the view.
@@ -159,7 +182,8 @@ class Buffers:
             return chunks[0][1]
         raise self._members.error(f'buffer {index} has no data: there is no "uri" and no binary chunk')
 
-    def _load(self, uri: str, length: int, name: str) -> bytes:
+    def _load(self, uri: str, length: int | None, name: str) -> bytes:
+        """What is at `uri`; the beginning of a file, or all of it without a `length`."""
         embedded = _DATA_URI.fullmatch(uri)
         if embedded is not None:
             kind, text = embedded.groups()
@@ -180,13 +204,13 @@ class Buffers:
             raise self._members.error(f"the file of {name} is missing: {path}")
         return path
 
-    def _read(self, path: str, length: int, name: str) -> bytes:
+    def _read(self, path: str, length: int | None, name: str) -> bytes:
         try:
             with open(path, "rb") as file:
                 size = os.fstat(file.fileno()).st_size
-                if size < length:
+                if length is not None and size < length:
                     raise self._members.error(f"{name} has {size} bytes in {path} where {length} are told")
-                return file.read(length)
+                return file.read(-1 if length is None else length)
         except OSError as error:
             raise self._members.error(f"{path} cannot be read: {error.strerror or error}") from error
 

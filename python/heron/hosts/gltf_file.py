@@ -10,11 +10,11 @@ import json
 import os
 import re
 import struct
-import uuid
-from collections.abc import Iterator
+from collections.abc import Iterable, Iterator
 from dataclasses import dataclass, field
+from urllib.parse import unquote
 
-from ..files import FileError, Json, parse_object, read_bytes, same_directory
+from ..files import FileError, Json, parse_object, read_bytes, replace_file, same_directory
 
 GLB_MAGIC = b"glTF"
 GLB_VERSION = 2
@@ -88,7 +88,7 @@ class GltfFile:
         """
         path = self.path if path is None else os.fspath(path)
         self._check_target(path)
-        _replace(path, self._encode(path))
+        replace_file(path, self.encode(path), GltfError)
         self.path = path
 
     def _check_target(self, path: str) -> None:
@@ -96,13 +96,18 @@ class GltfFile:
         if extension != wanted:
             raise GltfError(path, f'a "{extension}" file cannot be saved as "{wanted}"')
         if not same_directory(path, self.path):
-            beside = next(_relative_uris(self.document), None)
+            beside = next(relative_uris(self.document), None)
             if beside is not None:
                 raise GltfError(
                     path, f'cannot be saved in another directory: "{beside}" stands beside {self.path}'
                 )
 
-    def _encode(self, path: str) -> bytes:
+    def encode(self, path: str) -> bytes:
+        """The bytes of the file; `path` stands in errors.
+
+        Raises:
+            GltfError: The document has no JSON form, or the file is too large for its container.
+        """
         text = _serialize(path, self.document, self.indent)
         if self.chunks is None:
             return text
@@ -166,37 +171,24 @@ def _serialize(path: str, document: Json, indent: str | None) -> bytes:
     return text.encode("utf-8", "backslashreplace")
 
 
-def _relative_uris(document: Json) -> Iterator[str]:
+def relative_files(file: GltfFile) -> set[str]:
+    """The real paths of a file and of all others that it refers to."""
+    names = (unquote(uri) for uri in relative_uris(file.document))
+    beside = (os.path.join(file.directory, name) for name in names if "\0" not in name)
+    # The process may have gone elsewhere since the file was read.
+    own = os.path.join(file.directory, os.path.basename(file.path))
+    return {os.path.realpath(path) for path in (file.path, own, *beside)}
+
+
+def relative_uris(document: Json) -> Iterator[str]:
     """Yields the URIs in the document that depend on the directory of the file."""
-    stack: list[object] = [document]
+    stack: list[Json | list[object]] = [document]
     while stack:
         value = stack.pop()
-        if isinstance(value, list):
-            stack.extend(value)
-        elif isinstance(value, dict):
+        items: Iterable[object] = value
+        if isinstance(value, dict):
             uri = value.get("uri")
             if isinstance(uri, str) and not ABSOLUTE_URI.match(uri):
                 yield uri
-            stack.extend(item for key, item in value.items() if key != "extras")
-
-
-def _replace(path: str, payload: bytes) -> None:
-    """Puts `payload` in the place of a file, which keeps its mode; a link stays a link."""
-    target = os.path.realpath(path)
-    temporary = f"{target}.{uuid.uuid4().hex[:8]}.tmp"
-    try:
-        mode = os.stat(target).st_mode & 0o7777 if os.path.exists(target) else None
-        try:
-            with open(temporary, "xb") as file:
-                file.write(payload)
-                file.flush()
-                os.fsync(file.fileno())
-            if mode is not None:
-                os.chmod(temporary, mode)
-            os.replace(temporary, target)
-        except BaseException:
-            if os.path.exists(temporary):
-                os.unlink(temporary)
-            raise
-    except OSError as error:
-        raise GltfError(path, f"cannot be written: {error.strerror or error}") from error
+            items = (item for key, item in value.items() if key != "extras")
+        stack.extend(item for item in items if isinstance(item, (dict, list)))

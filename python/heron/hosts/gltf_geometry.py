@@ -50,6 +50,13 @@ class Geometry:
         self.buffers = Buffers(file, self.members)
         self.accessors = Accessors(self.members, self.buffers, self.cache)
 
+    def copy(self, file: GltfFile) -> Geometry:
+        """The geometry of a copy of the file. Changes stay there, what was read from files is shared."""
+        other = Geometry(file)
+        other.buffers = self.buffers.copy(file, other.members)
+        other.accessors = Accessors(other.members, other.buffers, other.cache)
+        return other
+
     def mesh(self, index: int, where: str) -> Mesh:
         """The mesh `index`, which `where` names.
 
@@ -165,6 +172,10 @@ class Primitive:
         """Whether it has the attribute, such as "NORMAL"."""
         return semantic in self._attributes
 
+    def attributes(self) -> list[str]:
+        """The names of its attributes."""
+        return list(self._attributes)
+
     def vertex_count(self) -> int:
         """The number of vertices."""
         if not self.has("POSITION"):
@@ -182,20 +193,24 @@ class Primitive:
             GltfError: Its data cannot be read, or there are more or fewer than vertices.
         """
         self._must_be_plain()
-        accessor = self._accessor(semantic)
-        values = self._geometry.accessors.read(accessor, f"{semantic}, {self.where}", *types)
-        if len(values) != self.vertex_count():
-            raise self._members.error(
-                f"accessor {accessor} has {len(values)} values for {semantic} of {self.where}, "
-                f"which has {self.vertex_count()} vertices"
-            )
-        return values
+        return self._vertex_values(self._accessor(semantic), f"{semantic}, {self.where}", *types)
 
     def positions(self) -> Array:
         """The places of the vertices as 64-bit numbers; none if there are no positions."""
         if not self.has("POSITION"):
             return np.empty((0, 3))
         return self.attribute("POSITION", "VEC3").astype(np.float64)
+
+    def finite_positions(self) -> Array:
+        """As `positions`.
+
+        Raises:
+            GltfError: One of them is no number, or infinite; or they cannot be read.
+        """
+        positions = self.positions()
+        if not np.isfinite(positions).all():
+            raise self._members.error(f"{self.where} has a position that is no number")
+        return positions
 
     def position_accessor(self) -> Json:
         """The accessor of the positions, which must be there: its object in the document."""
@@ -212,6 +227,25 @@ class Primitive:
         They are no numbers, or infinite, where a position is.
         """
         return self.once("bounds", lambda: np.array(limits(self.stored_positions())))
+
+    def targets(self) -> list[Json]:
+        """What its vertices can morph into: for each target an object of attributes, as in the document."""
+        targets: list[Json] = self._members.member(self.record, "targets", list, self.where) or []
+        if not all(isinstance(target, dict) for target in targets):
+            raise self._members.error(f'"targets" of {self.where} is no list of objects')
+        return targets
+
+    def target_values(self, target: Json, semantic: str) -> Array:
+        """The offsets of an attribute in one of `targets`, one row for each vertex.
+
+        Raises:
+            GltfError: They cannot be read, or there are more or fewer than vertices.
+        """
+        self._must_be_plain()
+        where = f"a target of {self.where}"
+        return self._vertex_values(
+            self._members.size(target, semantic, where), f"{semantic}, {where}", "VEC3"
+        )
 
     def indices(self) -> Array:
         """The vertices in the order in which they are drawn, by number. None is held to the vertices."""
@@ -261,6 +295,19 @@ class Primitive:
         self.mode = _TRIANGLES
         self._geometry.changed()
 
+    def list_triangles(self) -> None:
+        """Makes a list of a strip or a fan, without those triangles that show nothing since a vertex repeats.
+
+        Raises:
+            GltfError: The triangles cannot be read, or the buffers as they are cannot take more.
+        """
+        if not self.has_triangles or self.is_list:
+            return
+        triangles = self.triangles()
+        solid = triangles[np.all(triangles != np.roll(triangles, 1, axis=1), axis=1)]
+        if len(solid):
+            self.set_triangles(solid)
+
     def set_normals(self, normals: Array) -> None:
         """Replaces the normals.
 
@@ -273,6 +320,35 @@ class Primitive:
         self._attributes["NORMAL"] = self._geometry.accessors.add(normals.astype(np.float32), VERTICES)
         self._geometry.changed()
 
+    def split(self, vertices: Array, triangles: Array) -> None:
+        """Replaces the vertices, in the morph targets too, and the triangles, which become a list.
+
+        Args:
+            vertices: For each new vertex the number of the old one that it takes its attributes from.
+            triangles: At least one row of three numbers of new vertices.
+
+        Raises:
+            GltfError: Data cannot be read, or the buffers as they are cannot take more.
+        """
+        self._must_be_plain()
+        owners = (self._attributes, *self.targets())
+        for owner, split in [(owner, self._split(owner, vertices)) for owner in owners]:
+            owner.update(split)
+        self.set_triangles(triangles)
+
+    def set_texture_coordinates(self, coordinates: Array) -> None:
+        """Gives it a first set of texture coordinates.
+
+        Args:
+            coordinates: One row of two for each vertex.
+
+        Raises:
+            GltfError: The buffers as they are cannot take more.
+        """
+        values = coordinates.astype(np.float32)
+        self._attributes["TEXCOORD_0"] = self._geometry.accessors.add(values, VERTICES)
+        self._geometry.changed()
+
     def set_bounds(self) -> None:
         """Tells the lowest and the highest position as they are."""
         record = self.position_accessor()
@@ -281,6 +357,25 @@ class Primitive:
 
     def _accessor(self, semantic: str) -> int:
         return self._members.size(self._attributes, semantic, f"the attributes of {self.where}")
+
+    def _split(self, attributes: Json, vertices: Array) -> dict[str, int]:
+        """The numbers of new accessors for attributes, with values of those of the vertices."""
+        accessors = {}
+        for semantic in attributes:
+            accessor = self._members.size(attributes, semantic, f"the attributes of {self.where}")
+            where = f"{semantic}, {self.where}"
+            self._vertex_values(accessor, where)
+            accessors[semantic] = self._geometry.accessors.add_rows(accessor, where, vertices)
+        return accessors
+
+    def _vertex_values(self, accessor: int, where: str, *types: str) -> Array:
+        values = self._geometry.accessors.read(accessor, where, *types)
+        if len(values) != self.vertex_count():
+            raise self._members.error(
+                f"accessor {accessor} has {len(values)} values for {where}, "
+                f"which has {self.vertex_count()} vertices"
+            )
+        return values
 
     def _index_accessor(self) -> int | None:
         if "indices" not in self.record:
