@@ -677,6 +677,8 @@ def test_a_scene_with_any_odd_value_is_exported_whole_or_refused(tmp_path_factor
     owner[place[-1]] = odd
     directory = tmp_path_factory.mktemp("odd")
     (directory / "street.bin").write_bytes(raw)
+    (directory / "maps").mkdir()
+    (directory / "maps" / "wood grain.png").write_bytes(PNG)
     roots = ["/world/post"] if flags & 1 else ["/world"]
     try:
         scene = GltfScene(write(directory / "scene.gltf", content))
@@ -733,7 +735,7 @@ def test_data_of_somebody_else_keep_their_name(scene, tmp_path):
 
 
 @pytest.mark.parametrize("failure", [OSError(28, "No space left on device"), KeyboardInterrupt()])
-@pytest.mark.parametrize("step", range(8))
+@pytest.mark.parametrize("step", range(9))
 def test_a_failure_at_any_step_leaves_all_files_as_they_were(scene, tmp_path, monkeypatch, step, failure):
     out = tmp_path / "out"
     export(scene, out / "post.gltf", "/world/car")

@@ -62,7 +62,7 @@ def export_hierarchies(
         GltfError: As there.
     """
     options = _read_options(file_path, type, args)
-    kind = type.lower()
+    kind = str(type).lower()
     path = _with_extension(file_path, kind)
     if not roots:
         raise GltfError(path, "there is nothing to export")

@@ -12,7 +12,6 @@ from .filedata import EXTRAS_KEY
 from .gltf_branches import Branches
 from .gltf_cuts import Cuts
 from .gltf_draft import Draft, deep_copy
-from .gltf_members import Members
 from .gltf_references import EXTENSION_LISTS, REFERENCES, Slot, is_known, slots
 
 _BONE_MEMBERS = ("name", "children", "matrix", "translation", "rotation", "scale", "extras")
@@ -150,13 +149,13 @@ class Extract:
         source = self._members.item("animations", index, where)
         channels = [
             number
-            for number, channel in enumerate(object_list(self._members, source, "channels", where))
+            for number, channel in enumerate(self._members.objects(source, "channels", where))
             if _target(channel) in self._nodes
         ]
         if not channels:
             return None
         copy = self._copy(source, where)
-        samplers = object_list(self._members, copy, "samplers", where)
+        samplers = self._members.objects(copy, "samplers", where)
         copy["channels"] = [copy["channels"][number] for number in channels]
         numbers: dict[int, int] = {}
         for channel in copy["channels"]:
@@ -288,18 +287,6 @@ class Extract:
         if not all(isinstance(name, str) for name in names):
             raise self._members.error(f'"{key}" of the document is no list of texts')
         return names
-
-
-def object_list(members: Members, owner: Json, key: str, where: str) -> list[Json]:
-    """A list of objects in `owner`, which `where` names; empty where it is absent.
-
-    Raises:
-        GltfError: It is something else.
-    """
-    items: list[Json] = members.member(owner, key, list, where) or []
-    if not all(isinstance(item, dict) for item in items):
-        raise members.error(f'"{key}" of {where} is no list of objects')
-    return items
 
 
 def _target(channel: Json) -> int | None:

@@ -84,9 +84,9 @@ class Mesh:
         self._geometry = geometry
         self.index = index
         own = f"mesh {index}"
-        parts = members.member(members.item("meshes", index, where), "primitives", list, own)
-        if not parts or not all(isinstance(part, dict) for part in parts):
-            raise members.error(f'"primitives" of {own} is no list of objects')
+        parts = members.objects(members.item("meshes", index, where), "primitives", own)
+        if not parts:
+            raise members.error(f"{own} has no parts")
         self.primitives = [Primitive(geometry, part, index, number) for number, part in enumerate(parts)]
 
     def triangle_count(self) -> int:
@@ -230,10 +230,7 @@ class Primitive:
 
     def targets(self) -> list[Json]:
         """What its vertices can morph into: for each target an object of attributes, as in the document."""
-        targets: list[Json] = self._members.member(self.record, "targets", list, self.where) or []
-        if not all(isinstance(target, dict) for target in targets):
-            raise self._members.error(f'"targets" of {self.where} is no list of objects')
-        return targets
+        return self._members.objects(self.record, "targets", self.where)
 
     def target_values(self, target: Json, semantic: str) -> Array:
         """The offsets of an attribute in one of `targets`, one row for each vertex.

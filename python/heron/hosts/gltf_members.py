@@ -60,6 +60,13 @@ class Members:
         where = f"node {where}" if isinstance(where, int) else where
         raise self.error(f'"{key}" of {where} is not {_KIND_NAMES[kind]}')
 
+    def objects(self, owner: Json, key: str, where: str) -> list[Json]:
+        """A list of objects, empty where it is absent."""
+        items: list[Json] = self.member(owner, key, list, where) or []
+        if not all(isinstance(item, dict) for item in items):
+            raise self.error(f'"{key}" of {where} is no list of objects')
+        return items
+
     def size(self, owner: Json, key: str, where: str, default: int | None = None) -> int:
         """A whole number that is not negative. Without a `default` it must be there."""
         value: int | None = self.member(owner, key, int, where)

@@ -7,6 +7,7 @@ from typing import Any, NamedTuple
 
 from ..files import Json
 from .gltf_members import Members
+from .gltf_textures import texture_uses
 
 # For each list of the document the places in its items that hold numbers, and the list they count in. A "*"
 # stands for each item of a list or each member of an object.
@@ -106,7 +107,7 @@ def slots(members: Members, kind: str, record: Json, where: str) -> Iterator[Slo
         for owner, key in _places(members, record, path, where):
             yield Slot(owner, key, target)
     if kind == "materials":
-        for owner in _texture_uses(record):
+        for _, owner in texture_uses(record):
             yield Slot(owner, "index", "textures")
 
 
@@ -130,15 +131,3 @@ def _keys(members: Members, owner: Any, step: str, path: str, where: str) -> lis
     if isinstance(owner, list):
         return list(range(len(owner)))
     raise members.error(f'{where} is malformed at "{path}"')
-
-
-def _texture_uses(material: Json) -> Iterator[Json]:
-    stack: list[Any] = [material]
-    while stack:
-        value = stack.pop()
-        for key, item in value.items():
-            if not isinstance(item, dict) or key == "extras":
-                continue
-            if key.endswith("Texture") and "index" in item:
-                yield item
-            stack.append(item)

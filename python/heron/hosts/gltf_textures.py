@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Iterator
 from dataclasses import dataclass
 
 from ..files import Json
@@ -31,18 +32,20 @@ def texture_references(members: Members, material: Json) -> list[TextureReferenc
     Raises:
         GltfError: A number in it is none.
     """
-    references = []
+    return [_reference(members, slot, value) for slot, value in texture_uses(material)]
+
+
+def texture_uses(material: Json) -> Iterator[tuple[str, Json]]:
+    """Yields for each use of a texture its slot, and the object whose "index" is the texture's number."""
     stack = [material]
     while stack:
-        owner = stack.pop()
-        for key, value in owner.items():
+        for key, value in stack.pop().items():
             if not isinstance(value, dict) or key == "extras":
                 continue
             if key.endswith("Texture") and "index" in value:
-                references.append(_reference(members, key, value))
+                yield key, value
             else:
                 stack.append(value)
-    return references
 
 
 def images(members: Members, texture: int) -> list[int]:

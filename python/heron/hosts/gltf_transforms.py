@@ -11,13 +11,16 @@ from .array_cache import Array
 from .gltf_accessors import VERTICES
 from .gltf_branches import Branches
 from .gltf_draft import Draft
-from .gltf_extract import object_list
 from .gltf_file import GltfError
 from .gltf_geometry import Primitive
 from .gltf_matrices import Transform, decompose, is_identity, local_matrix, multiply, set_matrix
 
 _MOVING = ("translation", "rotation", "scale")
 _INSTANCING = "EXT_mesh_gpu_instancing"
+
+# For each attribute and number of an accessor the number of the one that takes its place, and by what each of
+# its directions was multiplied to be of length 1.
+_Done = dict[tuple[str, int], "tuple[int, Array | None]"]
 
 
 class Transforms:
@@ -113,7 +116,7 @@ class Transforms:
         """Yields the channels that move objects of the export: numbers of animation, channel, node."""
         for number, animation in enumerate(self._members.items("animations")):
             where = f"animation {number}"
-            for place, channel in enumerate(object_list(self._members, animation, "channels", where)):
+            for place, channel in enumerate(self._members.objects(animation, "channels", where)):
                 target: Json = self._members.member(channel, "target", dict, where) or {}
                 node = target.get("node")
                 if type(node) is int and node in self._nodes and target.get("path") in _MOVING:
@@ -134,7 +137,7 @@ class Transforms:
         where = f"animation {number}"
         animation = self._draft.own("animations", number, "the document")
         channel = animation["channels"][place]
-        samplers = object_list(self._members, animation, "samplers", where)
+        samplers = self._members.objects(animation, "samplers", where)
         index = self._members.size(channel, "sampler", f"a channel of {where}")
         if index >= len(samplers):
             raise self._members.error(f"{where} has no sampler {index}")
@@ -165,15 +168,13 @@ class Transforms:
         return worlds.get(parent, np.eye(4)) if parent is not None else np.eye(4)
 
     def _is_mere_place(self, index: int, node: Json) -> bool:
-        if "mesh" in node:
-            return False
-        children = any(child in self._nodes for child in node.get("children", ()))
-        carries = "camera" in node or bool(node.get("extensions", {}).keys() & {"KHR_lights_punctual"})
-        if carries and children:
+        more = "mesh" in node or any(child in self._nodes for child in node.get("children", ()))
+        carries = "camera" in node or "KHR_lights_punctual" in node.get("extensions", {})
+        if carries and more:
             raise self._error(
-                index, "is a camera or a light with objects below it: its transform cannot be reset"
+                index, "is a camera or a light with a mesh or objects below it: its transform cannot be reset"
             )
-        return not children
+        return not more
 
     def _must_be_free(self, index: int, node: Json, joints: set[int]) -> None:
         extensions: Json = self._members.member(node, "extensions", dict, self._name(index)) or {}
@@ -211,7 +212,7 @@ class Transforms:
         if is_identity(matrix):
             return
         self._draft.own("meshes", mesh, self._name(index))
-        applied: dict[int, int] = {}
+        applied: _Done = {}
         for primitive in self._draft.geometry.mesh(mesh, self._name(index)).primitives:
             _Applied(self._draft, primitive, matrix, applied).write()
 
@@ -222,8 +223,8 @@ class Transforms:
 class _Applied:
     """A part of a mesh to which a transform is applied."""
 
-    def __init__(self, draft: Draft, primitive: Primitive, matrix: Array, applied: dict[int, int]):
-        """Takes a part of a mesh in the draft, and the positions of other parts that are done, by number."""
+    def __init__(self, draft: Draft, primitive: Primitive, matrix: Array, applied: _Done):
+        """Takes a part of a mesh in the draft, and what is done of the other parts, which grows."""
         self._draft = draft
         self._primitive = primitive
         self._attributes: Json = primitive.record["attributes"]
@@ -237,7 +238,6 @@ class _Applied:
 
     def write(self) -> None:
         """Replaces positions, normals and tangents, and turns the triangles of a mirror image."""
-        turned = self._primitive.triangles()[:, [0, 2, 1]]
         upright = self._turn("NORMAL", self._upright)
         along = self._turn("TANGENT", self._matrix[:3, :3])
         self._move_positions()
@@ -245,29 +245,34 @@ class _Applied:
             self._turn_target(target, "POSITION", self._matrix[:3, :3], None)
             self._turn_target(target, "NORMAL", self._upright, upright)
             self._turn_target(target, "TANGENT", self._matrix[:3, :3], along)
-        if self._mirrored and len(turned):
+        turned = self._primitive.triangles()[:, [0, 2, 1]] if self._mirrored else np.empty((0, 3))
+        if len(turned):
             self._primitive.set_triangles(turned)
 
     def _move_positions(self) -> None:
         if not self._primitive.has("POSITION"):
             return
-        number = self._attributes["POSITION"]
-        if number not in self._applied:
-            values = self._primitive.positions() @ self._matrix[:3, :3].T + self._matrix[:3, 3]
-            self._applied[number] = self._add(values, bounds=True)
-        self._attributes["POSITION"] = self._applied[number]
+        values = self._primitive.positions()
+        key = ("POSITION", self._attributes["POSITION"])
+        if key not in self._applied:
+            moved = values @ self._matrix[:3, :3].T + self._matrix[:3, 3]
+            self._applied[key] = self._add(moved, bounds=True), None
+        self._attributes["POSITION"], _ = self._applied[key]
 
     def _turn(self, semantic: str, axes: Array) -> Array | None:
         """Turns directions, and returns by what each was multiplied beyond that to stay of length 1."""
         if not self._primitive.has(semantic):
             return None
         values = self._primitive.attribute(semantic, "VEC3", "VEC4").astype(np.float64)
-        turned = values[:, :3] @ axes.T
-        lengths = np.linalg.norm(turned, axis=1, keepdims=True)
-        factors = 1 / np.where(lengths > 0, lengths, 1)
-        rest = values[:, 3:] * (-1 if self._mirrored else 1)
-        self._attributes[semantic] = self._add(np.hstack([turned * factors, rest]))
-        return factors
+        key = (semantic, self._attributes[semantic])
+        if key not in self._applied:
+            turned = values[:, :3] @ axes.T
+            lengths = np.linalg.norm(turned, axis=1, keepdims=True)
+            factors = 1 / np.where(lengths > 0, lengths, 1)
+            rest = values[:, 3:] * (-1 if self._mirrored else 1)
+            self._applied[key] = self._add(np.hstack([turned * factors, rest])), factors
+        self._attributes[semantic], made = self._applied[key]
+        return made
 
     def _turn_target(self, target: Json, semantic: str, axes: Array, factors: Array | None) -> None:
         if semantic not in target:
