@@ -3,6 +3,7 @@
 import base64
 import json
 import os
+from collections import Counter
 from pathlib import Path
 
 import numpy as np
@@ -148,9 +149,26 @@ def small(tmp_path, nodes, data=None, name="scene.gltf", **members):
 
 
 def export(scene, target, *roots, args=None, **flags):
-    """Exports, and opens what was written."""
+    """Exports, and opens what was written, whose data must lie as graphics cards need them."""
     scene.export(list(roots), str(target), Path(target).suffix[1:], args or {}, **flags)
-    return GltfScene(str(target))
+    new = GltfScene(str(target))
+    content = written(new)
+    views, users = content.get("bufferViews", ()), Counter()
+    assert all(view["byteOffset"] % 4 == 0 for view in views)
+    attributes = {
+        index
+        for mesh in content.get("meshes", ())
+        for part in mesh["primitives"]
+        for index in part["attributes"].values()
+    }
+    for index in attributes:
+        accessor = content["accessors"][index]
+        view = views[accessor["bufferView"]]
+        size = {5121: 1, 5126: 4}[accessor["componentType"]] * int(accessor["type"][3])
+        assert accessor.get("byteOffset", 0) % 4 == view.get("byteStride", size) % 4 == 0
+        users[accessor["bufferView"]] += "byteStride" not in view
+    assert max(users.values(), default=0) <= 1
+    return new
 
 
 def written(scene):
@@ -408,6 +426,13 @@ def test_objects_keep_their_place_in_the_world(scene, tmp_path):
     )
 
 
+def test_a_mirror_image_stays_one(tmp_path):
+    mirror = {"name": "up", "scale": [-2, 2, 2], "rotation": [1, 0, 0, 0], "children": [1]}
+    scene = small(tmp_path, [mirror, {"name": "top", "mesh": 0, "rotation": TURN, "translation": [1, 2, 3]}])
+    new = export(scene, tmp_path / "new.glb", "/up/top")
+    assert same(world(new.get_current_file()), world(scene.get_current_file()))
+
+
 def moving(tmp_path, interpolation, above):
     data = Data()
     rows = [[1, 0, 0], [1, 2, 3], [0, 1, 0]] * 2 if interpolation == "CUBICSPLINE" else [[1, 2, 3], [4, 5, 6]]
@@ -544,23 +569,27 @@ def test_strips_and_fans_become_lists(tmp_path, mode):
 def test_a_box_gets_texture_coordinates(tmp_path):
     box = trimesh.creation.box((2, 1, 1))
     data = Data()
-    colors = data.add([[10, 20, 30]] * 8, "u1", normalized=True)
-    attributes = {"POSITION": data.add(box.vertices), "COLOR_0": colors}
+    colors = data.add([[10, 20, 30, 40]] * 8, "u1", normalized=True)
+    numbers = data.add([[7, 8, 9]] * 8, "u1")
+    attributes = {"POSITION": data.add(box.vertices), "COLOR_0": colors, "_NUMBERS": numbers}
     order = data.add(box.faces.ravel(), "u2")
-    mapped = {**attributes, "TEXCOORD_1": data.add([[0, 0]] * 8)}
+    mapped = {"POSITION": attributes["POSITION"], "TEXCOORD_1": data.add([[0, 0]] * 8)}
     morph = [{"POSITION": attributes["POSITION"]}]
     parts = [
         {"attributes": attributes, "indices": order, "targets": morph},
         {"attributes": mapped, "indices": order},
-        {"attributes": attributes, "mode": 0},
+        {"attributes": {"POSITION": attributes["POSITION"]}, "mode": 0},
     ]
-    scene = small(tmp_path, [{"name": "a", "mesh": 0}], data, meshes=[{"primitives": parts}])
+    meshes, quantized = [{"primitives": parts}], ["KHR_mesh_quantization"]
+    scene = small(tmp_path, [{"name": "a", "mesh": 0}], data, meshes=meshes, extensionsRequired=quantized)
     new = export(scene, tmp_path / "new.glb", "/a", automatic_uv=True)
     shape, kept, points = mesh(new, "/a").primitives
     assert not kept.has("TEXCOORD_0") and not points.has("TEXCOORD_0")
     triangles, places = shape.triangles(), shape.positions()
     assert np.allclose(places[triangles], box.triangles)
-    assert np.allclose(shape.attribute("COLOR_0") * 255, [10, 20, 30])
+    assert np.allclose(shape.attribute("COLOR_0") * 255, [10, 20, 30, 40])
+    assert np.allclose(shape.attribute("_NUMBERS"), [7, 8, 9])
+    assert written(new)["extensionsRequired"] == quantized
     assert np.allclose(shape.target_values(shape.targets()[0], "POSITION"), places)
     coordinates = shape.attribute("TEXCOORD_0").astype(float)
     assert coordinates.min() >= 0 and coordinates.max() <= 1
@@ -668,10 +697,10 @@ ODD = [
 
 
 @settings(max_examples=150)
-@given(place=st.sampled_from(list(places(street()[0]))), odd=st.sampled_from(ODD), flags=st.integers(0, 7))
+@given(place=st.sampled_from(list(places(street()[0]))), odd=st.sampled_from(ODD), flags=st.integers(0, 15))
 def test_a_scene_with_any_odd_value_is_exported_whole_or_refused(tmp_path_factory, place, odd, flags):
     content, raw = street()
-    owner = content
+    owner = content = json.loads(json.dumps(content))
     for key in place[:-1]:
         owner = owner[key]
     owner[place[-1]] = odd
@@ -679,13 +708,13 @@ def test_a_scene_with_any_odd_value_is_exported_whole_or_refused(tmp_path_factor
     (directory / "street.bin").write_bytes(raw)
     (directory / "maps").mkdir()
     (directory / "maps" / "wood grain.png").write_bytes(PNG)
-    roots = ["/world/post"] if flags & 1 else ["/world"]
+    target = str(directory / "new.glb")
+    names = ("automatic_uv", "triangulate", "reset_xforms")
+    chosen = {name: bool(flags & 2 << place) for place, name in enumerate(names)}
     try:
         scene = GltfScene(write(directory / "scene.gltf", content))
-        new = export(
-            scene, directory / "new.glb", *roots, args={"embed_images": False},
-            automatic_uv=bool(flags & 2), triangulate=True, reset_xforms=bool(flags & 4),
-        )  # fmt: skip
+        scene.export(["/world/post"] if flags & 1 else ["/world"], target, "glb", {}, **chosen)
+        new = GltfScene(target)
     except GltfError:
         assert not (directory / "new.glb").exists()
     else:
@@ -732,6 +761,23 @@ def test_data_of_somebody_else_keep_their_name(scene, tmp_path):
     new = export(scene, out / "car.gltf", "/world/post")
     assert written(new)["buffers"][0]["uri"] == "car.bin"
     assert (out / "car.bin").read_bytes() != old
+    names = [
+        "car.bin",
+        "car.gltf",
+        "flat.png",
+        "maps",
+        "photo_ 1_2.jpg",
+        "post.001.bin",
+        "post.bin",
+        "post.gltf",
+    ]
+    assert sorted(os.listdir(out)) == names
+    # Even beside an older export, data of the open scene are none of it.
+    (out / "car.gltf").rename(out / "other.gltf")
+    tied = GltfScene(str(out / "other.gltf"))
+    write(out / "car.gltf", {})
+    new = export(tied, out / "car.gltf", "/post", automatic_uv=True)
+    assert written(new)["buffers"][0]["uri"] == "car.001.bin"
 
 
 @pytest.mark.parametrize("failure", [OSError(28, "No space left on device"), KeyboardInterrupt()])
@@ -775,4 +821,7 @@ def test_unsaved_changes_are_exported(tmp_path):
     assert part(new, "/a").attribute("NORMAL").tolist() == [[0, 0, 1]] * 3
     export(scene, tmp_path / "mapped.glb", "/a", automatic_uv=True)
     scene.save()
-    assert part(GltfScene(scene.get_current_file()), "/a").attributes() == ["POSITION", "NORMAL"]
+    saved = GltfScene(scene.get_current_file())
+    assert part(saved, "/a").attributes() == ["POSITION", "NORMAL"]
+    stored = [base64.b64decode(buffer["uri"].partition(",")[2]) for buffer in written(saved)["buffers"]]
+    assert [len(content) for content in stored] == [36, 36]

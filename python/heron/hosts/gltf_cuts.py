@@ -70,8 +70,7 @@ class Cuts:
         for number in sorted(self._needs):
             source = self._buffers.view(number, "the document").data
             for needs in _joined(self._needs[number]):
-                # Parts that were aligned stay so.
-                first = needs[0].start - needs[0].start % _ALIGNMENT
+                first = needs[0].start
                 place = append(copy_view(number), source[first : max(need.end for need in needs)])
                 for need in needs:
                     need.record["bufferView"] = place
