@@ -3437,7 +3437,8 @@ class _Project:
     class Collection:
         """All projects of one target application, as the projects directory has them.
 
-        Files that cannot be used are passed over, with a record in the log, and stay. Any thread may use it.
+        Files that cannot be used are passed over, with a record in the log, and stay, as do those whose
+        name does not mean itself as a regular expression. Any thread may use it.
         """
 
         target: str
@@ -3479,7 +3480,7 @@ class _Project:
         def accept_http_response(self, projects: Iterable[Mapping[str, Any]]) -> None:
             """Puts the server's projects in the place of these: newer ones are written, others are erased.
 
-            A response that was not accepted changes nothing.
+            A response that was not accepted changes nothing. A file that cannot be taken up here stays.
             """
 
         def _load(self) -> None: ...

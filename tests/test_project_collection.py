@@ -17,6 +17,8 @@ from core import Constants, _CallBacks, _Project
 Collection, Settings = _Project.Collection, _Project.Settings
 Maya, Blender = Constants.Plugin.Target.DCC_Maya, Constants.Plugin.Target.DCC_Blender
 
+BROKEN = {"records": {"1": {"rules": [{"range": 5}]}}}
+
 
 @pytest.fixture
 def hurried(monkeypatch):
@@ -183,11 +185,13 @@ def test_a_file_that_has_become_useless_leaves_the_project_as_it_was(tmp_path, c
     store(tmp_path, document())
     collection = open_collection(tmp_path)
     before = collection.get("a.json").data
+    (record,) = collection.get("a.json")
     (tmp_path / "a.json").write_text(content, encoding="utf-8")
     with logged() as log:
         project = collection.get("a.json")
     assert f"Incompatible Project File - {tmp_path / 'a.json'}" in log
     assert (project.data, project.edit_timestamp) == (before, 10.0)
+    assert next(iter(project)) is record
     assert collection.names == ["a"]
 
 
@@ -301,18 +305,41 @@ def test_a_broken_project_of_the_server_costs_no_other(tmp_path):
     with logged() as log:
         collection.accept_http_response(
             [
-                document("a.json", 99, records={"1": {"rules": [{"range": 5}]}}),
+                document("a.json", 99, **BROKEN),
                 document("b.json", 99),
-                document("../evil.json", 99, name="evil"),
+                document("../evil.json", 99),
+                document(".corrupted", 99),
             ]
         )
     assert any(line.startswith("TypeError") for line in log)
-    assert "Incompatible Stored Value - filename" in log
-    (evil,) = set(files(tmp_path)) - {"a.json", "b.json"}
-    assert evil.startswith("evil_")
-    assert files(tmp_path) == {"a.json": 10, "b.json": 99, evil: 99}
+    assert log.count("Incompatible Stored Value - filename") == 2
+    assert sorted(os.listdir(tmp_path)) == ["a.json", "b.json"]
+    assert files(tmp_path) == {"a.json": 10, "b.json": 99}
     assert not (tmp_path.parent / "evil.json").exists()
     assert collection.get("a.json").edit_timestamp == 10
+
+
+@pytest.mark.parametrize("filename", ["", None, 5, "../a.json"])
+def test_a_broken_project_that_could_be_any_of_ours_erases_none(tmp_path, filename):
+    store(tmp_path, document("a.json"), document("b.json"))
+    collection = open_collection(tmp_path)
+    with pytest.raises(TypeError):
+        collection.accept_http_response([document(**BROKEN) | {"filename": filename}])
+    assert files(tmp_path) == {"a.json": 10, "b.json": 10}
+    assert collection.names == ["a", "b"]
+
+
+def test_a_file_that_was_passed_over_is_not_replaced_unread(tmp_path):
+    store(tmp_path, document(edited=20, **BROKEN))
+    collection = open_collection(tmp_path)
+    with logged() as log:
+        collection.accept_http_response([document(edited=30)])
+    assert log.count(f"Incompatible Project File - {tmp_path / 'a.json'}") == 2
+    assert (collection.names, files(tmp_path)) == ([], {"a.json": 20})
+    store(tmp_path, document(edited=20))
+    for time in (10, 30):
+        collection.accept_http_response([document(edited=time)])
+        assert (collection.names, files(tmp_path)) == (["a"], {"a.json": max(time, 20)})
 
 
 def test_a_file_that_cannot_be_erased_stays(tmp_path):

@@ -113,7 +113,22 @@ def test_the_file_name_in_the_document_wins(tmp_path):
     assert sorted(os.listdir(tmp_path)) == ["renamed.json", "street.json"]
 
 
-@pytest.mark.parametrize("filename", ["../street.json", "/street.json", "a/b.json", 5, ["street.json"], None])
+@pytest.mark.parametrize(
+    "filename",
+    [
+        "../street.json",
+        "/street.json",
+        "a/b.json",
+        "..",
+        ".",
+        ".corrupted",
+        "x.txt",
+        "a.json.lock",
+        5,
+        ["street.json"],
+        None,
+    ],
+)
 def test_no_document_leads_out_of_its_directory(tmp_path, filename):
     with logged() as log:
         project = make(tmp_path, DATED | {"filename": filename})

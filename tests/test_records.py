@@ -87,6 +87,17 @@ def test_edits_are_told_and_dropped():
     assert clone.rules.names == ["car", "wheel", "door"]
 
 
+def test_edits_after_a_reset_are_told_and_dropped_too():
+    record = Record(None, {"export": {"options": {"selected": "glb"}}})
+    before = record.data
+    for _ in range(2):
+        record.export.set_options(_Export.Options())
+        assert record.is_changed()
+        record.reset()
+        assert not record.is_changed()
+        assert record.data == before
+
+
 def test_stored_export_options_are_copies():
     size = Parameters.IntRange("size", maximum=9)
     options = _Export.Options(Parameters.Options("glb", contents=(size,)))
@@ -211,9 +222,9 @@ def test_what_is_broken_inside_a_record_is_left_out_with_a_warning():
     assert log.count("Incompatible Hierarchy Settings") == 2
     assert record.data["pattern"] == TREE
     assert record.export.directory == "~"
-    assert export.data == {"directory": None, "options": {}, "flags": FLAGS}
+    assert export.data == {"directory": "~", "options": {}, "flags": FLAGS}
     assert {str(message) for message in log[2:]} <= {
-        f"Incompatible Stored Value - {key}" for key in ("export", "options", "flags")
+        f"Incompatible Stored Value - {key}" for key in ("export", "directory", "options", "flags")
     } | {"Incompatible Hierarchy Settings"}
 
 

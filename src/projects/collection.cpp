@@ -14,12 +14,6 @@ namespace {
 const py::Name kName("name"), kFilename("filename"), kPath("path"), kEdited("edit_timestamp"), kDeleted("deleted");
 const py::Name kTarget("target"), kVersion("version"), kCallbacks("callbacks");
 
-bool is_project_file(const py::Object& name) {
-  static const py::Name kSplitExtension("splitext");
-  const std::vector<py::Object> parts = py::collect(py::modules::path.call(kSplitExtension, name));
-  return parts.at(1).equals(py::text(".json"));
-}
-
 /// The names in a directory, in its own order; none, with a record in the log, if it cannot be read.
 std::vector<py::Object> names_in(const py::Object& directory) {
   static const py::Name kListDirectory("listdir");
@@ -34,27 +28,12 @@ std::vector<py::Object> names_in(const py::Object& directory) {
 
 void warn_of(const py::Object& path) { logger::warning(format("Incompatible Project File - {}", {path})); }
 
-/// Reads the file again. If it cannot be used, the project stays what it was: it may have edits of its own.
-void reload(const ProjectCollection& collection, const py::Object& project) {
-  static const py::Name kReload("reload"), kApply("apply");
-  const py::Dict before = ProjectSettings::document(project);
-  try {
-    project.call(kReload);
-    if (collection.is_approved(project)) return;
-  } catch (const py::Error& error) {
-    if (!error.is_failure()) throw;
-    logger::caught(error);
-  }
-  project.call(kApply, before);
-  warn_of(project.attr(kPath));
-}
-
 /// Nothing may be erased for the sake of an answer that is no list: an empty map, of an error perhaps, holds no project
-/// either.
+/// either. It is asked after the entries were taken, since rubbish among them has an error of its own.
 void refuse_other_than_list(const py::Object& projects) {
   const bool is_response = py::Ref<ProjectsResponse>::holds(projects);
   const py::Object body = is_response ? py::Ref<ProjectsResponse>(projects)->projects : projects;
-  if (PyDict_Check(body.or_none()) || body.is_text())
+  if (PyDict_Check(body.or_none()) || PyBytes_Check(body.or_none()) || body.is_text())
     py::raise_type("a list of projects expected, not " + body.type_name());
 }
 
@@ -115,9 +94,21 @@ py::Object ProjectCollection::get(const py::Object& filename) const {
       found = project;
       break;
     }
-    if (found && found.call(kIsOutdated).truth()) reload(*this, found);
+    if (found && found.call(kIsOutdated).truth()) reload(found);
   });
   return found ? found : get_empty();
+}
+
+/// Has the project read its file again. If that cannot be used, the project stays untouched: it may have edits of its
+/// own, and others hold its records.
+void ProjectCollection::reload(const py::Object& project) const {
+  static const py::Name kReload("reload");
+  const py::Object path = project.attr(kPath), stored = read(path);
+  if (stored && is_approved(stored)) {
+    project.call(kReload);
+  } else {
+    warn_of(path);
+  }
 }
 
 py::Object ProjectCollection::get_file(const py::Object& name) const {
@@ -173,14 +164,32 @@ py::Object ProjectCollection::accept(const py::Object& contents) const {
   try {
     project = ProjectSettings::create(self(), directory, filename, contents);
   } catch (const py::Error& error) {
-    if (!error.is_failure()) throw;
+    // Ours may be sound. Without its name there is no telling which it is, and then none may be erased.
+    if (!error.is_failure() || !ProjectSettings::is_file_name(filename)) throw;
     logger::caught(error);
-    return filename.is_text() ? paths::join(directory, filename) : py::Object();  // ours may be sound
+    return paths::join(directory, filename);
   }
   if (!is_approved(project)) return {};
-  const py::Object current = get(project.attr(kFilename));
-  if (current.attr(kEdited).is_less(project.attr(kEdited))) save(project);
-  return project.attr(kPath);
+  const bool is_refused = filename.truth() && !project.attr(kFilename).truth();
+  return is_refused ? py::Object() : take(project);  // a refused one would make one more file each time
+}
+
+/// Writes a project of the server's if it is newer than ours. Returns its path. A file that was passed over when it was
+/// to be loaded may hold more than the server's copy: it gets another try, and is never replaced unread.
+py::Object ProjectCollection::take(const py::Object& project) const {
+  const py::Object filename = project.attr(kFilename), path = project.attr(kPath);
+  py::Object current = get(filename);
+  const auto is_passed_over = [&] { return !current.attr(kFilename).equals(filename) && paths::exist(path); };
+  if (is_passed_over()) {
+    locked(mutex_edit, [&] { load_file(path); });
+    current = get(filename);
+  }
+  if (is_passed_over()) {
+    warn_of(path);
+  } else if (current.attr(kEdited).is_less(project.attr(kEdited))) {
+    save(project);
+  }
+  return path;
 }
 
 void ProjectCollection::erase_all_but(const py::Set& kept) const {
@@ -195,20 +204,29 @@ void ProjectCollection::load() const {
   locked(mutex_edit, [&] {
     table.clear();
     for (const py::Object& name : names_in(directory)) {
-      if (is_project_file(name)) load_file(paths::join(directory, name));
+      if (ProjectSettings::is_file_name(name)) load_file(paths::join(directory, name));
     }
   });
 }
 
 // A project that cannot be built must not keep the others from loading. Its file stays.
 void ProjectCollection::load_file(const py::Object& json_path) const {
+  const py::Object project = read(json_path);
+  if (!project) {
+    warn_of(json_path);
+  } else if (is_approved(project)) {
+    table.set(project.attr(kPath), project);
+  }
+}
+
+/// The project of a file, be it approved or not; none, with a record in the log, if it cannot be built.
+py::Object ProjectCollection::read(const py::Object& json_path) const {
   try {
-    const py::Object project = ProjectSettings::read(py::type_of<ProjectSettings>(), self(), json_path);
-    if (is_approved(project)) table.set(project.attr(kPath), project);
+    return ProjectSettings::read(py::type_of<ProjectSettings>(), self(), json_path);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
-    warn_of(json_path);
+    return {};
   }
 }
 
@@ -239,9 +257,10 @@ void expose_project_collection(const py::Scope& project) {
           "All projects of one target application, as the projects directory has them.\n\n"
           "api: gives `env`, whose projects directory is read at once, and `callbacks`. target: one of\n"
           "`Constants.Plugin.Target`. Files of other targets, those without a version, and those that cannot be read\n"
-          "are passed over, the last with a record in the log, and stay. A directory that cannot be read is logged\n"
-          "and counts as empty. All operations may be called from any thread. A loop gives the projects in the order\n"
-          "of their paths.")
+          "are passed over, the last with a record in the log, and stay. So is a file whose name does not mean itself\n"
+          "as a regular expression, such as \"street (1).json\": no access can be had to it, after a wait of 30\n"
+          "seconds. A directory that cannot be read is logged and counts as empty. All operations may be called from\n"
+          "any thread. A loop gives the projects in the order of their paths.")
           .init<&Collection::init>({"api", "target"})
           .accessor<&Collection::names>("names", "A new sorted list of the names of all projects that are not deleted.")
           .accessor<&Collection::headers>("headers",
@@ -271,9 +290,12 @@ void expose_project_collection(const py::Scope& project) {
               "projects: the documents, in practice an `HttpResponse`; one that was not accepted changes nothing, and\n"
               "is logged. Projects that are newer than here, or unknown here, are written. All that are not among\n"
               "them are erased, files included, those of another target or without a version too. A document of\n"
-              "which no project can be made is logged, and a project of its file name stays what it was.\n"
-              "AttributeError for a document that is no mapping, TypeError for anything but a list; nothing is\n"
-              "erased then.")
+              "which no project can be made is logged, and a project of its file name stays what it was. One whose\n"
+              "file name cannot be that of a project is logged and passed over. A file that is here but cannot be\n"
+              "taken up is tried again, and stays if it still cannot.\n"
+              "AttributeError for a document that is no mapping, TypeError for anything but a list, the error of the\n"
+              "records for a document without a usable file name of which no project can be made; nothing is erased\n"
+              "then.")
           .operation<&Collection::load>("_load", "Reads all projects of the directory anew.")
           .operation<&Collection::load_file>("_load_file", {"json_path"},
                                              "Reads a project and takes it up if it is approved. A file that cannot\n"

@@ -42,7 +42,10 @@ class ProjectCollection {
  private:
   py::Ref<ProjectCollection> self() const { return py::Ref<ProjectCollection>::of(*this); }
   std::vector<py::Object> present() const;  ///< The projects that are not deleted. The lock is held.
+  py::Object read(const py::Object& json_path) const;
+  void reload(const py::Object& project) const;
   py::Object accept(const py::Object& contents) const;
+  py::Object take(const py::Object& project) const;
   void erase_all_but(const py::Set& kept) const;
 };
 

@@ -16,7 +16,7 @@ py::Object to_integer(const py::Object& value) {
 }
 
 /// The time that a document selects, or else that of the first record.
-py::Object pointer_among(const py::Dict& records, const py::Object& file_data) {
+py::Object find_pointer(const py::Dict& records, const py::Object& file_data) {
   static const py::Name kSelected("selected_record");
   const py::Object selected = py::get(file_data, kSelected);
   py::Object timestamp = History::is_timestamp(selected) ? to_integer(selected) : py::to_python(0);
@@ -74,7 +74,7 @@ void History::bake() const {
 void History::load(const py::Object& file_data) {
   static const py::Name kUpdate("update");
   const py::Dict read = read_records(file_data);
-  const py::Object selected = pointer_among(read, file_data);
+  const py::Object selected = heron::find_pointer(read, file_data);
   clear();
   records.update(read);
   pointer = selected;
@@ -92,7 +92,7 @@ py::Dict History::read_records(const py::Object& file_data) const {
   return read;
 }
 
-py::Object History::find_pointer(const py::Object& file_data) const { return pointer_among(records, file_data); }
+py::Object History::find_pointer(const py::Object& file_data) const { return heron::find_pointer(records, file_data); }
 
 py::Ref<Record> History::get_record() const {
   if (const auto selected = records.find(pointer)) return py::Ref<Record>(*selected)->clone();
@@ -200,8 +200,9 @@ void expose_history(const py::Scope& record) {
           .operation<&History::load>("load", {"file_data"},
                                      "Takes the records and the selection of a project's document.\n\n"
                                      "Records whose key is no number are left out. ValueError or OverflowError for a\n"
-                                     "key, or a selection, that is one but no time; AttributeError, TypeError or\n"
-                                     "ValueError for records that cannot be built. Nothing has changed then.")
+                                     "key, or a selection, that is one but no time; AttributeError for records that\n"
+                                     "are no map, null included; AttributeError, TypeError or ValueError for one that\n"
+                                     "cannot be built. Nothing has changed then.")
           .operation<&History::find_pointer>("_get_pointer", {"file_data"},
                                              "The time that the document selects, or that of its first record.")
           .operation<&History::get_record>(

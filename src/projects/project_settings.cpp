@@ -31,10 +31,10 @@ py::Object size_if_any(const py::Object& path) {
   }
 }
 
-/// A file name of a document. One that leads elsewhere would have a file out of the directory replaced, or deleted.
+/// A file name of a document. Any but that of a project would have another file replaced, or deleted.
 py::Object filename_at(const py::Object& document) {
   py::Object name = stored::text_at(document, kFilename);
-  if (name.equals(paths::file_name(name))) return name;
+  if (!name.truth() || ProjectSettings::is_file_name(name)) return name;
   stored::warn(kFilename);
   return to_str(py::text(""));
 }
@@ -64,6 +64,13 @@ py::Object ProjectSettings::open(const py::Object& path) {
   return py::Dict();
 }
 
+bool ProjectSettings::is_file_name(const py::Object& name) {
+  static const py::Name kSplitExtension("splitext");
+  if (!name.is_text() || !name.equals(paths::file_name(name))) return false;
+  return py::collect(py::modules::path.call(kSplitExtension, name)).at(1).equals(py::text(".json"));
+}
+
+// Without a file name the path is that of the directory, and the size is its size.
 void ProjectSettings::init(const py::Object& related_collection, const py::Object& project_directory,
                            const py::Object& file, const py::Object& file_data) {
   collection = related_collection;
@@ -83,7 +90,7 @@ void ProjectSettings::apply(const py::Object& file_data) {
   name = stored::text_at(file_data, kName);
   description = stored::text_at(file_data, kDescription);
   edit_timestamp = stored::number_at(file_data, kEditTimestamp, py::to_python(0.0));
-  deleted = py::get(file_data, kDeleted, py::to_python(false));
+  deleted = py::to_python(stored::flag_at(file_data, kDeleted));
   py::object_of(*this).set_attr(kVersionKey, stored::number_at(file_data, kVersionKey, py::to_python(-1)));
   filename = filename_at(file_data);
   target = stored::text_at(file_data, kTarget);
@@ -210,7 +217,7 @@ py::Scope expose_project_settings(const py::Scope& project) {
                                       "Takes all content from a document.\n\n"
                                       "Records that cannot be used are refused as by `History.load`, and nothing has\n"
                                       "changed then. Any other value of the wrong kind counts as absent, with a\n"
-                                      "warning; so does a file name that leads to another directory.")
+                                      "warning; so does a file name that leads elsewhere or does not end in \".json\".")
           .operation<&Project::ensure_filename>("_ensure_filename", "Makes a file name of the name, if there is none.")
           .operation<&Project::remove>("delete", "Marks the project as deleted; `mark_edited` and `write` follow.")
           .operation<&Project::get_record_promise>("get_record_promise",

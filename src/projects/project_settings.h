@@ -13,7 +13,8 @@ class ProjectSettings {
                                          const py::Object& filename, const py::Object& file_data);
   /// The project of a file; without a version if the file cannot be used.
   static py::Object read(const py::Object& type, const py::Object& collection, const py::Object& json_path);
-  static py::Object open(const py::Object& path);  ///< The document of a file; an empty map if there is none.
+  static py::Object open(const py::Object& path);    ///< The document of a file; an empty map if there is none.
+  static bool is_file_name(const py::Object& name);  ///< A bare name whose extension is ".json".
 
   void init(const py::Object& related_collection, const py::Object& project_directory, const py::Object& file,
             const py::Object& file_data);

@@ -21,7 +21,7 @@ py::Ref<RecordExport> RecordExport::create(const py::Object& data) {
 }
 
 void RecordExport::init(const py::Object& stored) {
-  directory = py::get(stored, kDirectory, py::text("~"));
+  directory = stored::text_at(stored, kDirectory, py::text("~"));
   options = stored::map_at(stored, kOptions);
   const auto switches = py::Ref<ExportFlags>::make();
   switches->load(stored::map_at(stored, kFlags));
@@ -30,7 +30,7 @@ void RecordExport::init(const py::Object& stored) {
 
 py::Object RecordExport::get_options() const { return deep_copy(options); }
 
-void RecordExport::set_options(const py::Object& chosen) const {
+void RecordExport::set_options(const py::Object& chosen) {
   static const py::Name kClear("clear"), kUpdate("update"), kData("data");
   if (!py::Ref<ExportOptions>::holds(chosen)) return;
   const py::Object data = chosen.attr(kData);
@@ -63,14 +63,16 @@ void Record::init(const py::Object& owner, const py::Object& stored, const py::O
   timestamp = py::Object::steal(PyNumber_Long(time.get()));
 }
 
+// All is built before anything is replaced, so that a failure leaves the record whole.
 void Record::apply(const py::Object& stored) {
   const auto read_rules = py::Ref<RuleList>::make();
   read_rules->init(py::get(stored, kRules, py::List()));
   const auto read_pattern = py::Ref<RuleRoot>::make();
   read_pattern->load(py::get(stored, kPattern, py::List()), read_rules);
-  author = py::get(stored, kAuthor, py::text(""));
-  comment = py::get(stored, kComment, py::text(""));
-  exporting = RecordExport::create(stored::map_at(stored, kExport));
+  const auto read_export = RecordExport::create(stored::map_at(stored, kExport));
+  author = stored::text_at(stored, kAuthor, py::text(""));
+  comment = stored::text_at(stored, kComment, py::text(""));
+  exporting = read_export;
   rules = read_rules;
   pattern = read_pattern;
 }
@@ -90,6 +92,9 @@ bool Record::is_selected() const {
 }
 
 bool Record::is_promise() const { return timestamp.is_less(py::to_python(1)); }
+
+// From a copy: edits of what is built of it must not change what edits are measured by.
+void Record::reset() { apply(deep_copy(init_data)); }
 
 py::Ref<Record> Record::clone() const { return create(history, data(), timestamp); }
 

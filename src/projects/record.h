@@ -12,9 +12,9 @@ class RecordExport {
   static py::Ref<RecordExport> create(const py::Object& data);
 
   void init(const py::Object& stored);
-  py::Object get_options() const;  ///< A deep copy.
-  void set_options(const py::Object& chosen) const;
-  py::Dict data() const;  ///< The JSON form.
+  py::Object get_options() const;              ///< A deep copy.
+  void set_options(const py::Object& chosen);  ///< Changes the stored map in place.
+  py::Dict data() const;                       ///< The JSON form.
 
   py::Object directory = py::text("~");
   py::Object options = py::Dict();
@@ -35,14 +35,14 @@ class Record {
   static py::Object empty(const py::Object& type, const py::Object& history);
 
   void init(const py::Object& owner, const py::Object& stored, const py::Object& time);
-  void apply(const py::Object& stored);
+  void apply(const py::Object& stored);  ///< After a failure nothing has changed.
 
   bool equals(const py::Object& other) const;
   void select() const;
   bool is_selected() const;
   bool is_promise() const;
   bool is_changed() const { return !data().equals(init_data); }
-  void reset() { apply(init_data); }
+  void reset();
   py::Ref<Record> clone() const;
   void save();
   void clear_author() { author = py::text(""); }

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "runtime/modules.h"
+
 namespace heron::py {
 
 List::List(Object list) : Object(std::move(list)) {
@@ -104,9 +106,10 @@ bool holds(const Object& container, const Object& item) {
 }
 
 Object values_at(const Dict& table, const List& keys) {
-  static const Name kGet("get");
+  static const Name kGet("get"), kPartial("partial"), kIsNot("is_not");
   const auto builtin = [](PyTypeObject& type) { return Object::borrow(reinterpret_cast<PyObject*>(&type)); };
-  return builtin(PyFilter_Type)(Object::none(), builtin(PyMap_Type)(table.attr(kGet), keys));
+  const Object is_there = modules::functools.call(kPartial, modules::operators.attr(kIsNot), Object::none());
+  return builtin(PyFilter_Type)(is_there, builtin(PyMap_Type)(table.attr(kGet), keys));
 }
 
 Object iterator(const std::vector<Object>& items) { return Object::steal(PyObject_GetIter(tuple(items).get())); }

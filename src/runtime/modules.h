@@ -24,6 +24,7 @@ namespace modules {
 inline const Module copy{"copy"};
 inline const Module core{"core"};  // this one
 inline const Module decimal{"decimal"};
+inline const Module functools{"functools"};
 inline const Module gc{"gc"};
 inline const Module http_client{"http.client"};
 inline const Module importlib{"importlib"};

@@ -16,6 +16,7 @@ bool is_number(const py::Object& value) {
 }
 
 bool is_text(const py::Object& value) { return value.is_text(); }
+bool is_flag(const py::Object& value) { return PyBool_Check(value.or_none()) != 0; }
 
 py::Object as_object(const py::Name& name) { return py::Object::borrow(name.get()); }
 
@@ -46,7 +47,15 @@ py::Object stored::list_at(const py::Object& document, const py::Name& key) {
 }
 
 py::Object stored::text_at(const py::Object& document, const py::Name& key) {
-  return to_str(value_at(document, as_object(key), py::text(""), is_text));
+  return to_str(text_at(document, key, py::text("")));
+}
+
+py::Object stored::text_at(const py::Object& document, const py::Name& key, const py::Object& otherwise) {
+  return value_at(document, as_object(key), otherwise, is_text);
+}
+
+bool stored::flag_at(const py::Object& document, const py::Name& key) {
+  return value_at(document, as_object(key), py::to_python(false), is_flag).truth();
 }
 
 py::Object stored::number_at(const py::Object& document, const py::Name& key, const py::Object& otherwise) {

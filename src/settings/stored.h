@@ -13,7 +13,11 @@ bool is_list(const py::Object& value);  ///< A list, or whatever else can be wal
 py::Object map_at(const py::Object& document, const py::Name& key);    ///< Empty if absent.
 py::Object map_at(const py::Object& document, const py::Object& key);  ///< Empty if absent.
 py::Object list_at(const py::Object& document, const py::Name& key);   ///< Empty if absent.
-py::Object text_at(const py::Object& document, const py::Name& key);   ///< Empty if absent.
+py::Object text_at(const py::Object& document, const py::Name& key);   ///< Empty if absent; as the own text class.
+bool flag_at(const py::Object& document, const py::Name& key);         ///< False if absent.
+
+/// A text as it comes.
+py::Object text_at(const py::Object& document, const py::Name& key, const py::Object& otherwise);
 
 /// A number that can be compared with any other: infinity would always be more, and NaN nothing at all.
 py::Object number_at(const py::Object& document, const py::Name& key, const py::Object& otherwise);
