@@ -2914,7 +2914,7 @@ class _Export:
 
         @disjoint_base
         class Task:
-            """What goes into one exported file. It is written only once it is confirmed."""
+            """What goes into one exported file, and whether that was written."""
 
             name: str
             roots: list[str]
@@ -2924,10 +2924,10 @@ class _Export:
             @property
             def _confirmed(self) -> bool: ...
             def confirm(self) -> None:
-                """Lets the task be exported."""
+                """Marks the task as exported."""
 
             def is_confirmed(self) -> bool:
-                """Whether the task may be exported."""
+                """Whether the task was exported."""
 
             def is_empty(self) -> bool:
                 """Whether the task has no objects."""
@@ -3891,10 +3891,10 @@ class Api:
         def projects_response(self, response: object) -> None:
             """Applies the server's answer to `projects_request`.
 
-            The projects of an accepted answer that is not the same as the last one replace the local ones,
-            the current one is loaded again, and `projects_synchronized` is called.
-            `projects_response_closed` is called last in any case. An answer that cannot be read is logged
-            and changes nothing; one that can, but lists no projects, raises what comes of that.
+            The projects of an accepted answer replace the local ones, the current one is loaded again, and
+            `projects_synchronized` is called, unless its body is that of the last answer, whatever became of
+            that one. `projects_response_closed` is called last in any case. An answer that cannot be read is
+            logged and changes nothing; one that can, but lists no projects, raises what comes of that.
             """
 
         def statistics_request(self) -> _Statistics.HttpRequest:

@@ -233,6 +233,22 @@ def test_the_same_state_is_loaded_once(make, monkeypatch):
     assert api.settings.workspace.project == second and api.export.flags.triangulate is False
 
 
+def test_a_project_may_construct_what_loads_it(make):
+    api = make(Host())
+    project = api.project.get_empty()
+
+    class Odd:
+        compatible, history, name, edit_timestamp = True, project.history, "odd", 3.0
+
+        @property
+        def filename(self):
+            api.project.__init__(api, api.scene.hierarchy)
+            return "odd.json"
+
+    api.project._load(Odd())
+    assert api.settings.workspace.project == "odd.json"
+
+
 def test_a_deleted_project_stays_for_the_server(make):
     api = make()
     first, second = add_project(api, "a", "anchor"), add_project(api, "b", "bus")
@@ -350,6 +366,33 @@ def test_what_cannot_be_written_is_skipped_and_the_others_are_not(make, tmp_path
         api.export.selected(str(tmp_path))
     assert api.export.options.selected is None and events == [("export_skipped", "a", "b", "c[")]
     assert all(message.startswith("AttributeError: ") for message in messages)
+
+
+def test_an_export_inside_an_export_is_refused(make, tmp_path):
+    host = Host("/a", "/b")
+    api = make(host, exporters=[exporter()])
+    events = listen(api)
+    write = host.export
+
+    def export(roots, *arguments, **flags):
+        if roots == ["/a"]:
+            host.selection = []
+            api.export.selected(str(tmp_path))
+        write(roots, *arguments, **flags)
+
+    host.export = export
+    with logged() as messages:
+        api.export.selected(str(tmp_path))
+    assert (events, messages) == ([("export_skipped", "a")], ["RuntimeError: an export is running"])
+    assert files(tmp_path) == ["b.fbx", "home"]
+    host.export, host.selection, host.chosen = (
+        write,
+        ["/b"],
+        tmp_path,
+    )  # a path, which the settings could not write
+    api.settings.export.mode = core.Constants.Export.Mode.Choose
+    api.export.start()
+    assert (events[1:], api.settings.export.directory) == ([("export_success",)], str(tmp_path))
 
 
 def test_an_interrupt_ends_an_export(make, tmp_path):

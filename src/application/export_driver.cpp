@@ -8,6 +8,8 @@
 #include "files/paths.h"
 #include "foundation/constants.h"
 #include "foundation/logger.h"
+#include "runtime/finally.h"
+#include "runtime/modules.h"
 #include "scene/operator.h"
 #include "scene/selection_scope.h"
 #include "server/statistics_records.h"
@@ -33,7 +35,7 @@ void ExportDriver::init(const py::Object& api_, const py::Object& host_, const p
 }
 
 // What is exported follows how the user validates; where it goes is a setting of its own.
-void ExportDriver::start() const {
+void ExportDriver::start() {
   static const py::Name kLostExportDirectory("lost_export_directory"), kCheck("check");
   const py::Object directory = get_directory();
   if (!directory.truth() || !paths::exist(directory)) {
@@ -48,19 +50,19 @@ void ExportDriver::start() const {
   }
 }
 
-void ExportDriver::project(const py::Object& directory) const {
+void ExportDriver::project(const py::Object& directory) {
   static const py::Name kPlan("_plan_project_queue");
   perform(py::object_of(*this).attr(kPlan), directory);
 }
 
-void ExportDriver::selected(const py::Object& directory) const {
+void ExportDriver::selected(const py::Object& directory) {
   static const py::Name kPlan("_plan_selection_queue");
   perform(py::object_of(*this).attr(kPlan), directory);
 }
 
 py::Object ExportDriver::get_directory() const {
   static const py::Name kProject("project"), kGetCurrent("get_current"), kHistory("history"), kEnv("env");
-  static const py::Name kGetRecord("get_record"), kDecodeUser("decode_user");
+  static const py::Name kGetRecord("get_record"), kDecodeUser("decode_user"), kFsDecode("fsdecode");
   const py::Object settings = api.attr(kSettings).attr(kExport);
   const py::Object mode = settings.attr(kMode);
   if (is(mode, ExportMode::kProject)) {
@@ -70,13 +72,15 @@ py::Object ExportDriver::get_directory() const {
   }
   if (is(mode, ExportMode::kLocal)) return paths::directory(host.call(host::kGetCurrentFile));
   if (!is(mode, ExportMode::kChoose)) return py::Object::none();
-  py::Object directory = ask_directory(host, settings.attr(kDirectory));
-  if (!directory.truth()) return py::Object::none();
+  const py::Object chosen = ask_directory(host, settings.attr(kDirectory));
+  if (!chosen.truth()) return py::Object::none();
+  py::Object directory = py::modules::os.call(kFsDecode, chosen);  // the settings take text alone
   settings.set_attr(kDirectory, directory);
   return directory;
 }
 
-void ExportDriver::perform(const py::Object& planner, const py::Object& directory) const {
+void ExportDriver::perform(const py::Object& planner, const py::Object& directory) {
+  if (writing_) py::raise(PyExc_RuntimeError, "an export is running");  // the host has begun another inside this one
   queue->clear();
   planner();
   resolve_queue(directory);
@@ -110,23 +114,25 @@ bool ExportDriver::exist(const std::vector<py::Object>& paths) const {
   return all;
 }
 
-void ExportDriver::resolve_queue(const py::Object& directory) const {
+void ExportDriver::resolve_queue(const py::Object& directory) {
   static const py::Name kEmptySelection("empty_export_selection"), kSuccess("export_success");
   static const py::Name kSkipped("export_skipped"), kIsEmpty("is_empty"), kIsConfirmed("is_confirmed");
   static const py::Name kSelected("selected"), kAdd("add"), kWrite("write");
-  const auto planned = queue;
-  if (planned->is_empty()) {
+  const std::vector<py::Object> tasks = queue->tasks.items();
+  if (tasks.empty()) {
     fire(kEmptySelection);
     return;
   }
   const py::Object exporter = options.attr(kSelected);
-  with_selection(host, [&] {
-    for (const py::Object& task : planned->tasks.items()) {
+  const auto write_all = [&] {
+    for (const py::Object& task : tasks) {
       if (!task.call(kIsEmpty).truth()) write(task, exporter, directory);
     }
-  });
+  };
+  writing_ = true;
+  py::finally([&] { with_selection(host, write_all); }, [&] { writing_ = false; });
   std::vector<py::Object> skipped;
-  for (const py::Object& task : planned->tasks.items()) {
+  for (const py::Object& task : tasks) {
     if (!task.call(kIsConfirmed).truth()) skipped.push_back(task.attr(kName));
   }
   fire(skipped.empty() ? kSuccess : kSkipped, skipped);
@@ -173,7 +179,8 @@ void expose_export_driver(const py::Scope& api) {
           "Exports the checked hierarchies of the buffer.\n\n"
           "A hierarchy of which a root is gone is left out. With nothing to export `empty_export_selection` is called\n"
           "and no more happens. Each hierarchy goes through the host into a file of its own. A failure is logged and\n"
-          "keeps none of the others from being written. In the end `export_success` is called, or `export_skipped`\n"
+          "keeps none of the others from being written. RuntimeError inside an export. In the end `export_success` is "
+          "called, or `export_skipped`\n"
           "with the names of those that were not written, and the statistics have one record more.\n"
           "The selection of the host stays as it is.")
       .operation<&ExportDriver::selected>("selected", {"directory"},
@@ -181,7 +188,8 @@ void expose_export_driver(const py::Scope& api) {
       .operation<&ExportDriver::get_directory>(
           "_get_directory",
           "The directory that the settings lead to; a false value if there is none, or the user cancels.\n\n"
-          "A chosen one is where the next choice begins; the settings are not written.")
+          "A chosen one is where the next choice begins; the settings are not written. TypeError for a choice that is\n"
+          "no path.")
       .operation<&ExportDriver::perform>("_perform", {"planner", "directory"},
                                          "Empties the queue, has `planner` fill it, and exports it.")
       .operation<&ExportDriver::plan_project_queue>("_plan_project_queue",

@@ -9,15 +9,15 @@ class ExportDriver {
  public:
   void init(const py::Object& api_, const py::Object& host_, const py::Object& buffer_, const py::Object& offered);
 
-  void start() const;
-  void project(const py::Object& directory) const;
-  void selected(const py::Object& directory) const;
+  void start();
+  void project(const py::Object& directory);
+  void selected(const py::Object& directory);
 
   py::Object get_directory() const;
-  void perform(const py::Object& planner, const py::Object& directory) const;
+  void perform(const py::Object& planner, const py::Object& directory);
   void plan_project_queue() const;
   void plan_selection_queue() const;
-  void resolve_queue(const py::Object& directory) const;
+  void resolve_queue(const py::Object& directory);
 
   py::Object api, host, buffer, options, flags;
   py::Ref<ExportQueue> queue = py::Ref<ExportQueue>::make();
@@ -32,6 +32,8 @@ class ExportDriver {
   bool exist(const std::vector<py::Object>& paths) const;
   void write(const py::Object& task, const py::Object& exporter, const py::Object& directory) const;
   void fire(const py::Name& event, const std::vector<py::Object>& arguments = {}) const;
+
+  bool writing_ = false;
 };
 
 /// Puts `_Export` into `Api`.

@@ -96,22 +96,23 @@ void ProjectFacade::load(const py::Object& filename) const {
   load_settings(collection.call(kGet, stand_in ? headers.front().attr(kFilename) : filename));
 }
 
+// What is read of a project may construct this component anew, so the pointer is held for each question.
 void ProjectFacade::load_settings(const py::Object& project) const {
   static const py::Name kHistory("history"), kGetRecord("get_record"), kPattern("pattern"), kData("data");
   static const py::Name kGetOptions("get_options");
-  if (!is_compatible(project) || pointer->same(project)) return;
+  if (!is_compatible(project) || py::Ref<LoadPointer>(pointer)->same(project)) return;
   const py::Object record = project.attr(kHistory).call(kGetRecord);
   hierarchy.attr(kPattern).call(kSet, record);
   const py::Object stored = record.attr(kExport), exporting = api.attr(kExport);
   const py::Object options = stored.call(kGetOptions), flags = stored.attr(kFlags).attr(kData);
   exporting.attr(kOptions).call(kLoad, options);
   exporting.attr(kFlags).call(kLoad, flags);
-  if (pointer->other(project)) {
+  if (py::Ref<LoadPointer>(pointer)->other(project)) {
     const py::Object settings = api.attr(kSettings);
     settings.attr(kWorkspace).set_attr(kProject, project.attr(kFilename));
     settings.call(kWrite);
   }
-  pointer->set(project);
+  py::Ref<LoadPointer>(pointer)->set(project);
   logger::info(format("Load \"{}\" project", {project.attr(kName)}));
 }
 
@@ -133,15 +134,17 @@ void expose_project_facade(const py::Scope& api) {
               "get_clone", "A copy of the current project without name and file, to be edited as a new one.")
           .operation<&ProjectFacade::delete_current>(
               "delete_current",
-              "Marks the current project as deleted, and loads the first of the others.\n\n"
+              "Marks the current project as deleted, and loads the first of the others, as `load` does.\n\n"
               "Its file stays, so that the server hears of it. Without another project the engine keeps the pattern.")
           .operation<&ProjectFacade::get_empty>("get_empty", "A new project without a file.")
           .operation<&ProjectFacade::get_headers>("get_headers", "A new list of a `_Project.Header` for each project.")
           .operation<&ProjectFacade::is_active>("is_active", "Do validations follow the project, not the selection?")
           .operation<&ProjectFacade::is_exists>("is_exists", {"filename"}, "Is there a project with this file name?")
-          .operation<&ProjectFacade::load>("load", {"filename"},
-                                           "Loads a project; the first one if there is none of this file name.\n\n"
-                                           "The same state of the same project is not loaded twice in a row.")
+          .operation<&ProjectFacade::load>(
+              "load", {"filename"},
+              "Loads a project; the first one if there is none of this file name.\n\n"
+              "The same state of the same project is not loaded twice in a row, and one of another format is not\n"
+              "loaded at all: what was there before stays.")
           .operation<&ProjectFacade::load_settings>(
               "_load", {"project_settings"},
               "Puts a project into the engine, unless it is of another format or there already.\n\n"

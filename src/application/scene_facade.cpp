@@ -37,8 +37,9 @@ void SceneFacade::load_states() const {
 
 void SceneFacade::link_buffer() const {
   static const py::Name kRegister("register_scene_opened_callback"), kLoadBuffer("_load_buffer");
-  load_buffer();
-  host.call(kRegister, py::object_of(*this).attr(kLoadBuffer));
+  const py::Object load = py::object_of(*this).attr(kLoadBuffer);
+  load();
+  host.call(kRegister, load);
 }
 
 void SceneFacade::load_buffer() const {

@@ -77,9 +77,10 @@ void expose_server_exchange(const py::Scope& api) {
       .operation<&ServerExchange::projects_response>(
           "projects_response", {"response"},
           "Applies the server's answer to `projects_request`.\n\n"
-          "The projects of an accepted answer that is not the same as the last one replace the local ones, the\n"
-          "current one is loaded again, and `projects_synchronized` is called. `projects_response_closed` is called\n"
-          "last in any case. An answer that cannot be read is logged and changes nothing; one that can, but lists no\n"
+          "The projects of an accepted answer replace the local ones, the current one is loaded again, and\n"
+          "`projects_synchronized` is called, unless its body is that of the last answer, whatever became of that\n"
+          "one. `projects_response_closed` is called last in any case. An answer that cannot be read is logged and "
+          "changes nothing; one that can, but lists no\n"
           "projects, raises what comes of that.")
       .operation<&ServerExchange::statistics_request>(
           "statistics_request",

@@ -30,10 +30,10 @@ void expose_export_queue(const py::Scope& exporting) {
           .readonly<&ExportQueue::tasks>("_tasks", "The tasks in order.")
           .done();
 
-  py::Class<ExportTask>(queue, "Task", "What goes into one exported file. It is written only once it is confirmed.")
+  py::Class<ExportTask>(queue, "Task", "What goes into one exported file, and whether that was written.")
       .init<&ExportTask::init>({"name"})
-      .operation<&ExportTask::confirm>("confirm", "Lets the task be exported.")
-      .operation<&ExportTask::is_confirmed>("is_confirmed", "Whether the task may be exported.")
+      .operation<&ExportTask::confirm>("confirm", "Marks the task as exported.")
+      .operation<&ExportTask::is_confirmed>("is_confirmed", "Whether the task was exported.")
       .operation<&ExportTask::is_empty>("is_empty", "Whether the task has no objects.")
       .operation<&ExportTask::add>("add", {py::Parameter::rest("paths")}, "Appends objects.")
       .field<&ExportTask::name>("name", "The name of the task.")

@@ -44,8 +44,8 @@ void expose_callbacks(const py::Scope& module) {
           .readonly<&CallBacks::empty_scan_result>("empty_scan_result", "A scan found no hierarchy.")
           .readonly<&CallBacks::lost_export_directory>("lost_export_directory", "An export has no directory.")
           .readonly<&CallBacks::empty_export_selection>("empty_export_selection", "An export has nothing to write.")
-          .readonly<&CallBacks::export_skipped>("export_skipped", "An export task failed.")
-          .readonly<&CallBacks::export_success>("export_success", "An export wrote its files.")
+          .readonly<&CallBacks::export_skipped>("export_skipped", "An export left tasks out; called with their names.")
+          .readonly<&CallBacks::export_success>("export_success", "An export wrote all its files.")
           .readonly<&CallBacks::projects_synchronized>("projects_synchronized", "The server's projects are applied.")
           .readonly<&CallBacks::projects_response_closed>("projects_response_closed",
                                                           "The server's answer is dealt with.")
