@@ -1,7 +1,6 @@
 #include "application/api.h"
 
 #include "application/export_driver.h"
-#include "application/made.h"
 #include "application/project_facade.h"
 #include "application/scene_facade.h"
 #include "application/server_exchange.h"
@@ -24,21 +23,21 @@ void Api::init(const py::Object& host_, const py::Object& environment, const py:
   const auto self = py::Ref<Api>::of(*this);
   host = host_;
   callbacks = py::Ref<CallBacks>::make();
-  env = is_environment(environment) ? environment : made<LocalEnv>();
-  const auto stored = made<Settings>(env);
+  env = is_environment(environment) ? environment : py::made<LocalEnv>();
+  const auto stored = py::made<Settings>(env);
   settings = stored;
-  statistics = made<Statistics>(env);
+  statistics = py::made<Statistics>(env);
   const py::Ref<CheckDirectoryList> directories = stored->check->directories;
   directories->embed(checks);
-  const auto classes = made<CheckClasses>(directories);
-  const auto snapshot = made<Virtual>(host);
-  const auto hierarchy = made<Hierarchy>(snapshot, classes);
-  const auto buffer = made<Buffer>(host, snapshot, hierarchy);
-  validator = made<Validator>(self, host, classes, hierarchy, buffer);
-  exporting = made<ExportDriver>(self, host, buffer, export_options);
-  project = made<ProjectFacade>(self, hierarchy);
-  scene = made<SceneFacade>(self, host, snapshot, hierarchy, buffer);
-  http = made<ServerExchange>(self);
+  const auto classes = py::made<CheckClasses>(directories);
+  const auto snapshot = py::made<Virtual>(host);
+  const auto hierarchy = py::made<Hierarchy>(snapshot, classes);
+  const auto buffer = py::made<Buffer>(host, snapshot, hierarchy);
+  validator = py::made<Validator>(self, host, classes, hierarchy, buffer);
+  exporting = py::made<ExportDriver>(self, host, buffer, export_options);
+  project = py::made<ProjectFacade>(self, hierarchy);
+  scene = py::made<SceneFacade>(self, host, snapshot, hierarchy, buffer);
+  http = py::made<ServerExchange>(self);
 }
 
 void Api::shutdown() const {

@@ -2,7 +2,6 @@
 
 #include "application/directory_dialog.h"
 #include "application/export_path.h"
-#include "application/made.h"
 #include "export/export_flags.h"
 #include "export/export_options.h"
 #include "files/paths.h"
@@ -29,7 +28,7 @@ void ExportDriver::init(const py::Object& api_, const py::Object& host_, const p
   api = api_;
   host = host_;
   buffer = buffer_;
-  options = made<ExportOptions>(offered.truth() ? offered : py::tuple({}));
+  options = py::made<ExportOptions>(offered.truth() ? offered : py::tuple({}));
   flags = py::Ref<ExportFlags>::make();
   queue = py::Ref<ExportQueue>::make();
 }
@@ -90,7 +89,7 @@ void ExportDriver::plan_project_queue() const {
   static const py::Name kGet("get"), kChecked("checked"), kGetRoots("get_roots"), kJoint("joint");
   for (const py::Object& bucket : py::collect(buffer.call(kGet))) {
     if (!bucket.attr(kChecked).truth()) continue;
-    const auto task = ExportTask::create(bucket.attr(kName));
+    const auto task = py::made<ExportTask>(bucket.attr(kName));
     const std::vector<py::Object> roots = py::collect(buffer.call(kGetRoots, bucket.attr(kJoint)));
     if (!exist(roots)) continue;
     task->add(py::Iterable(py::tuple(roots)));
@@ -100,7 +99,7 @@ void ExportDriver::plan_project_queue() const {
 
 void ExportDriver::plan_selection_queue() const {
   for (const py::Object& root : py::collect(host.call(host::kGetSelectionRoots))) {
-    const auto task = ExportTask::create(py::text(name_from_path(py::Utf8(root))));
+    const auto task = py::made<ExportTask>(py::text(name_from_path(py::Utf8(root))));
     task->add(py::Iterable(py::tuple({root})));
     queue->add(task);
   }

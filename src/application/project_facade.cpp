@@ -1,6 +1,5 @@
 #include "application/project_facade.h"
 
-#include "application/made.h"
 #include "foundation/constants.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
@@ -30,7 +29,7 @@ void ProjectFacade::init(const py::Object& api_, const py::Object& hierarchy_) {
   static const py::Name kEnv("env"), kTarget("target");
   api = api_;
   hierarchy = hierarchy_;
-  collection = made<ProjectCollection>(api, api.attr(kEnv).attr(kTarget));
+  collection = py::made<ProjectCollection>(api, api.attr(kEnv).attr(kTarget));
   pointer = py::Ref<LoadPointer>::make();
 }
 

@@ -1,7 +1,6 @@
 #include "application/scene_facade.h"
 
 #include "application/directory_dialog.h"
-#include "application/made.h"
 #include "scene/operator.h"
 
 namespace heron {
@@ -15,7 +14,7 @@ void SceneFacade::init(const py::Object& api_, const py::Object& host_, const py
   host = host_;
   hierarchy = hierarchy_;
   buffer = buffer_;
-  scanner = made<Scanner>(api, host, snapshot, hierarchy_, buffer, api.attr(kCallbacks));
+  scanner = py::made<Scanner>(api, host, snapshot, hierarchy_, buffer, api.attr(kCallbacks));
   load_states();
   link_buffer();
 }

@@ -1,6 +1,5 @@
 #include "application/server_exchange.h"
 
-#include "application/made.h"
 #include "projects/project_exchange.h"
 #include "runtime/finally.h"
 #include "runtime/modules.h"
@@ -24,7 +23,7 @@ py::Object ServerExchange::projects_request() const {
 // A front-end that polls the server waits for the last event, whatever became of the answer.
 void ServerExchange::projects_response(const py::Object& response) {
   static const py::Name kClosed("projects_response_closed");
-  const auto projects = made<ProjectsResponse>(response);
+  const auto projects = py::made<ProjectsResponse>(response);
   const bool changed = !last_projects.equals(projects);
   last_projects = projects;
   py::finally(

@@ -30,8 +30,8 @@ py::List controls_of(const py::Object& checklist, bool scene_oriented) {
 
 void Checklists::init(const py::Object& api, const py::Object& classes) {
   const py::Object stored = api.attr(kSettings).attr(kCheck);
-  workspace = Checklist::create(classes, stored.attr(kPresets), stored.attr(kConfig));
-  editor = Checklist::create(classes, stored.attr(kPresets), py::Object::none());
+  workspace = py::made<Checklist>(classes, stored.attr(kPresets), stored.attr(kConfig));
+  editor = py::made<Checklist>(classes, stored.attr(kPresets), py::Object::none());
 }
 
 void Validator::init(const py::Object& api_, const py::Object& host_, const py::Object& classes,
@@ -67,7 +67,7 @@ void Validator::plan_and_run() const {
   });
   const py::Object project =
       is_mode(mode, CheckMode::kProject) ? settings.attr(kWorkspace).attr(kProject) : py::Object::none();
-  statistics.call(kAdd, ValidationRecord::create(timestamp, clock::since(timestamp), project));
+  statistics.call(kAdd, py::made<ValidationRecord>(timestamp, clock::since(timestamp), project));
   statistics.call(kWrite);
 }
 
@@ -78,7 +78,7 @@ void Validator::run(const py::Object& task) const {
     const py::Object parameters = control.attr(kParameters), check = control.attr(kCheck);
     const bool single = parameters.attr(kLength).is_less(py::to_python(2));
     for (const py::Object& parameter_task : py::collect(parameters)) {
-      results.call(kAdd, CheckResult::create(path, check, parameter_task, statistics, host, single));
+      results.call(kAdd, py::made<CheckResult>(path, check, parameter_task, statistics, host, single));
     }
   }
 }
@@ -99,7 +99,7 @@ void Validator::plan_selection_checks() const {
   const py::List controls = controls_of(workspace, false);
   if (controls.empty()) return;
   for (const py::Object& path : py::collect(host.call(host::kGetSelection))) {
-    queue->add(CheckTask::create(path, controls, py::Object::none(), py::Object::none()));
+    queue->add(py::made<CheckTask>(path, controls, py::Object::none(), py::Object::none()));
   }
 }
 
@@ -120,7 +120,7 @@ void Validator::plan_project_checks() const {
   for (const Verifiable& object : verifiable) {
     const py::List controls = controls_of(object.checklist, false);
     if (controls.empty()) continue;
-    queue->add(CheckTask::create(object.joint.attr(kPath), controls, py::Object::none(), object.joint.attr(kIcon)));
+    queue->add(py::made<CheckTask>(object.joint.attr(kPath), controls, py::Object::none(), object.joint.attr(kIcon)));
   }
 }
 
@@ -142,8 +142,8 @@ std::vector<Validator::Verifiable> Validator::find_verifiable() const {
 
 void Validator::add_scene_task(const py::List& controls) const {
   if (controls.empty()) return;
-  queue->add(
-      CheckTask::create(host.call(host::kGetCurrentFile), controls, py::text("The Entire Scene"), py::Object::none()));
+  queue->add(py::made<CheckTask>(host.call(host::kGetCurrentFile), controls, py::text("The Entire Scene"),
+                                 py::Object::none()));
 }
 
 void expose_validator(const py::Scope& api) {

@@ -56,12 +56,6 @@ std::size_t rank(const py::Object& category) {
 
 }  // namespace
 
-py::Ref<CheckClasses> CheckClasses::create(const py::Object& directories) {
-  auto classes = py::Ref<CheckClasses>::make();
-  classes->init(directories);
-  return classes;
-}
-
 void CheckClasses::init(const py::Object& places) {
   directories = places;
   reload();

@@ -7,8 +7,6 @@ namespace heron {
 /// The check classes found in directories of plug-ins, in the order in which they are shown.
 class CheckClasses {
  public:
-  static py::Ref<CheckClasses> create(const py::Object& directories);
-
   void init(const py::Object& places);
   py::Object iterate() const { return py::iterator(array.items()); }
   py::Object get(const py::Object& class_id) const;  ///< None for an unknown id.

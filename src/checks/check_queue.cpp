@@ -41,13 +41,6 @@ bool is_fixable(const py::Object& result) { return result.attr(kCouldBeFixed).tr
 
 }  // namespace
 
-py::Ref<CheckTask> CheckTask::create(const py::Object& path, const py::Object& controls, const py::Object& name,
-                                     const py::Object& icon) {
-  auto task = py::Ref<CheckTask>::make();
-  task->init(path, controls, name, icon);
-  return task;
-}
-
 void CheckTask::init(const py::Object& object_path, const py::Object& controls, const py::Object& label,
                      const py::Object& picture) {
   name = label.is_none() ? object_path : label;

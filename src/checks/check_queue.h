@@ -7,10 +7,6 @@ namespace heron {
 /// An object to examine, or the scene, with the checks to run on it and their results.
 class CheckTask {
  public:
-  /// `name` and `icon` may be None.
-  static py::Ref<CheckTask> create(const py::Object& path, const py::Object& controls, const py::Object& name,
-                                   const py::Object& icon);
-
   void init(const py::Object& object_path, const py::Object& controls, const py::Object& label,
             const py::Object& picture);
   bool empty() const { return results.length() == 0; }

@@ -64,13 +64,6 @@ py::Object cloned(const py::Object& parameters) {
 
 }  // namespace
 
-py::Ref<CheckResult> CheckResult::create(const py::Object& path, const py::Object& type, const py::Object& task,
-                                         const py::Object& statistics, const py::Object& op, bool single) {
-  auto result = py::Ref<CheckResult>::make();
-  result->init(path, type, task, statistics, op, single);
-  return result;
-}
-
 void CheckResult::init(const py::Object& object_path, const py::Object& type, const py::Object& parameters,
                        const py::Object& records, const py::Object& host, bool single) {
   op = host;
@@ -93,7 +86,7 @@ void CheckResult::run() {
   judge();
   const py::Object speed = clock::since(timestamp);
   const py::Object long_name = probe::call([&] { return name(); });
-  statistics.call(kAdd, CheckRecord::create(timestamp, speed, long_name, status));
+  statistics.call(kAdd, py::made<CheckRecord>(timestamp, speed, long_name, status));
 }
 
 // A run over many objects goes on where there is no instance to be had: each run of the check then fails as that did.

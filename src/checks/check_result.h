@@ -9,9 +9,6 @@ namespace heron {
 /// What the check raises is logged and shows in the status; only an interrupt or an exit passes.
 class CheckResult {
  public:
-  static py::Ref<CheckResult> create(const py::Object& path, const py::Object& type, const py::Object& task,
-                                     const py::Object& statistics, const py::Object& op, bool single);
-
   void init(const py::Object& object_path, const py::Object& type, const py::Object& task, const py::Object& records,
             const py::Object& host, bool single);
 

@@ -21,12 +21,6 @@ py::Object make_editor(const py::Object& checklist, const py::Object& presets) {
 
 }  // namespace
 
-py::Ref<CheckControl> CheckControl::create(const py::Object& type) {
-  auto control = py::Ref<CheckControl>::make();
-  control->init(type);
-  return control;
-}
-
 void CheckControl::init(const py::Object& type) {
   static const py::Name kShortName("short_name");
   name = type.attr(kShortName);
@@ -68,21 +62,9 @@ void CheckControl::clear() {
   enabled = opened = py::to_python(false);
 }
 
-py::Ref<CheckCategory> CheckCategory::create(const py::Object& name) {
-  auto category = py::Ref<CheckCategory>::make();
-  category->init(name);
-  return category;
-}
-
-py::Ref<Checklist> Checklist::create(const py::Object& classes, const py::Object& presets, const py::Object& config) {
-  auto checklist = py::Ref<Checklist>::make();
-  checklist->init(classes, presets, config);
-  return checklist;
-}
-
 void Checklist::init(const py::Object& classes, const py::Object& presets, const py::Object& settings) {
   const py::List fresh;
-  for (const py::Object& type : py::collect(classes)) fresh.append(CheckControl::create(type));
+  for (const py::Object& type : py::collect(classes)) fresh.append(py::made<CheckControl>(type));
   controls = fresh;
   categories = build_categories();
   config = py::Object::none();
@@ -139,7 +121,7 @@ py::List Checklist::build_categories() const {
     const py::Object name = check_category(control->check);
     std::optional<py::Object> category = table.find(name);
     if (!category) {
-      category = CheckCategory::create(name);
+      category = py::made<CheckCategory>(name);
       table.set(name, *category);
       order.append(*category);
     }

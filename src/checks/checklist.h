@@ -8,8 +8,6 @@ namespace heron {
 /// One entry of a checklist: a check class that can be switched on, with parameters of its own.
 class CheckControl {
  public:
-  static py::Ref<CheckControl> create(const py::Object& type);
-
   void init(const py::Object& type);
   py::Object description() const;
   bool is_enabled() const { return enabled.truth(); }
@@ -33,8 +31,6 @@ class CheckControl {
 /// The entries of a checklist that are shown as one group.
 class CheckCategory {
  public:
-  static py::Ref<CheckCategory> create(const py::Object& name);
-
   void init(const py::Object& label) { name = label; }
   void add(const py::Object& control) const { array.append(control); }
   py::Object iterate() const { return py::iterator(array.items()); }
@@ -52,9 +48,6 @@ class CheckCategory {
 /// What is to be checked: an entry for each known check class, bound to a stored configuration.
 class Checklist {
  public:
-  /// `presets` and `config` may be None.
-  static py::Ref<Checklist> create(const py::Object& classes, const py::Object& presets, const py::Object& config);
-
   void init(const py::Object& classes, const py::Object& presets, const py::Object& settings);
   py::Object iterate() const { return iterator(false); }
   py::Object iterator(bool enabled) const;  ///< Lazy: sees what is enabled when it gets there.

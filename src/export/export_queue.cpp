@@ -2,12 +2,6 @@
 
 namespace heron {
 
-py::Ref<ExportTask> ExportTask::create(const py::Object& name) {
-  auto task = py::Ref<ExportTask>::make();
-  task->init(name);
-  return task;
-}
-
 void ExportTask::init(const py::Object& task_name) {
   *this = ExportTask();
   name = task_name;

@@ -7,8 +7,6 @@ namespace heron {
 /// What goes into one exported file.
 class ExportTask {
  public:
-  static py::Ref<ExportTask> create(const py::Object& name);
-
   void init(const py::Object& task_name);
   void confirm() { confirmed = py::to_python(true); }
   py::Object is_confirmed() const { return confirmed; }

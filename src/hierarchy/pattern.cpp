@@ -125,7 +125,7 @@ void Pattern::set_rules(const py::Iterable& project_rules) {
   const py::Dict fresh;
   const py::Object classes = check_classes.is_none() ? py::List() : check_classes;
   for (const py::Object& project_rule : py::collect(project_rules)) {
-    const auto checklist = Checklist::create(classes, py::Object::none(), py::Object::none());
+    const auto checklist = py::made<Checklist>(classes, py::Object::none(), py::Object::none());
     checklist->load(project_rule.attr(fields::kCheckConfig));
     auto rule = py::Ref<PatternRule>::make();
     rule->init(project_rule, checklist);

@@ -103,7 +103,7 @@ py::Object ParameterBlock::default_state() const {
 }
 
 py::Ref<ParameterTask> ParameterBlock::add(const py::Object& task_as_info, const py::Object& task_state) const {
-  auto task = ParameterTask::create(inputs, py::to_python(false));
+  auto task = py::made<ParameterTask>(inputs, py::to_python(false));
   task->as_info = task_as_info;  // after the inputs, one of which may have this name
   task->load(task_state);
   tasks.append(task);

@@ -7,16 +7,10 @@ namespace {
 
 /// A slice whose ranges have the defaults of their class.
 py::Ref<IntSlice> plain_slice() {
-  return IntSlice::create(IntRange::create(names::kStart), IntRange::create(names::kStop));
+  return py::made<IntSlice>(IntRange::create(names::kStart), IntRange::create(names::kStop));
 }
 
 }  // namespace
-
-py::Ref<IntSlice> IntSlice::create(const py::Object& start, const py::Object& stop) {
-  auto slice = py::Ref<IntSlice>::make();
-  slice->init(start, stop);
-  return slice;
-}
 
 void IntSlice::init(const py::Object& from, const py::Object& to) {
   kinds::instance<IntRange>(from);
@@ -89,7 +83,7 @@ void IntSliceList::load(const py::Object& data) const {
 
 py::Ref<IntSlice> IntSliceList::add() const {
   auto slice =
-      IntSlice::create(IntRange::create(names::kStart, default_start), IntRange::create(names::kStop, default_stop));
+      py::made<IntSlice>(IntRange::create(names::kStart, default_start), IntRange::create(names::kStop, default_stop));
   apply_specs(slice);
   array.append(slice);
   return slice;

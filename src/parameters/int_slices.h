@@ -8,8 +8,6 @@ namespace heron {
 /// Two integers, from and to, each with limits for its widget.
 class IntSlice {
  public:
-  static py::Ref<IntSlice> create(const py::Object& start, const py::Object& stop);
-
   void init(const py::Object& from, const py::Object& to);
 
   py::Dict data() const;  ///< "start" and "stop", the data of each.

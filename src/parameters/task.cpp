@@ -24,12 +24,6 @@ void keep(const py::List& exceptions, const py::Error& error) {
 
 }  // namespace
 
-py::Ref<ParameterTask> ParameterTask::create(const py::Object& inputs, const py::Object& as_info) {
-  auto task = py::Ref<ParameterTask>::make();
-  task->init(inputs, as_info);
-  return task;
-}
-
 void ParameterTask::init(const py::Object& prototypes, const py::Object& reports_info) {
   if (!build_exceptions.empty()) get_build_exceptions().clear();
   if (!load_exceptions.empty()) get_load_exceptions().clear();

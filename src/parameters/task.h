@@ -7,8 +7,6 @@ namespace heron {
 /// One set of values for the inputs of a block: a check runs once for each. Its inputs are private copies.
 class ParameterTask {
  public:
-  static py::Ref<ParameterTask> create(const py::Object& inputs, const py::Object& as_info);
-
   void init(const py::Object& prototypes, const py::Object& reports_info);
 
   py::Dict data() const;   ///< The JSON form: "as_info" and "state".

@@ -5,12 +5,6 @@
 
 namespace heron {
 
-py::Ref<TextInput> TextInput::create(const py::Object& text, const py::Object& enabled) {
-  auto element = py::Ref<TextInput>::make();
-  element->init(text, enabled);
-  return element;
-}
-
 void TextInput::init(const py::Object& content, const py::Object& is_enabled) {
   kinds::text({content});
   kinds::boolean(is_enabled);
@@ -58,14 +52,14 @@ py::Object TextInputList::values(bool enabled) const {
 void TextInputList::load(const py::Object& data) const {
   const py::List elements;
   for (const py::Object& item : py::collect(data)) {
-    elements.append(TextInput::create(py::get(item, names::kText, py::text("")),
-                                      py::get(item, names::kEnabled, py::to_python(false))));
+    elements.append(py::made<TextInput>(py::get(item, names::kText, py::text("")),
+                                        py::get(item, names::kEnabled, py::to_python(false))));
   }
   fill<TextInput>(elements);
 }
 
 py::Ref<TextInput> TextInputList::add() const {
-  auto element = TextInput::create(py::text(""), py::to_python(false));
+  auto element = py::made<TextInput>(py::text(""), py::to_python(false));
   array.append(element);
   return element;
 }
@@ -74,12 +68,6 @@ py::Object TextInputList::clone() const {
   auto copy = twin(*this);
   copy->init(attr(), clones(array.items()), help_text());
   return copy;
-}
-
-py::Ref<TextMatch> TextMatch::create(const py::Object& text) {
-  auto element = py::Ref<TextMatch>::make();
-  element->init(text);
-  return element;
 }
 
 void TextMatch::init(const py::Object& content) {
@@ -113,13 +101,13 @@ py::Object TextMatchList::values() const {
 void TextMatchList::load(const py::Object& data) const {
   const py::List elements;
   for (const py::Object& item : py::collect(data)) {
-    elements.append(TextMatch::create(py::get(item, names::kText, py::text(""))));
+    elements.append(py::made<TextMatch>(py::get(item, names::kText, py::text(""))));
   }
   fill<TextMatch>(elements);
 }
 
 py::Ref<TextMatch> TextMatchList::add() const {
-  auto element = TextMatch::create(py::text(""));
+  auto element = py::made<TextMatch>(py::text(""));
   array.append(element);
   return element;
 }

@@ -7,8 +7,6 @@ namespace heron {
 /// A text with a check mark.
 class TextInput {
  public:
-  static py::Ref<TextInput> create(const py::Object& text, const py::Object& enabled);
-
   void init(const py::Object& content, const py::Object& is_enabled);
 
   py::Object str() const;
@@ -40,8 +38,6 @@ class TextInputList : public ListInput {
 /// A text of a list that has nothing but texts.
 class TextMatch {
  public:
-  static py::Ref<TextMatch> create(const py::Object& text);
-
   void init(const py::Object& content);
 
   py::Dict data() const;  ///< "text".

@@ -70,7 +70,7 @@ py::List ProjectCollection::headers() const {
   static const py::Name kAttrGetter("attrgetter"), kSort("sort"), kKey("key");
   py::List headers;
   locked(mutex_edit, [&] {
-    for (const py::Object& project : present()) headers.append(ProjectHeader::create(project));
+    for (const py::Object& project : present()) headers.append(py::made<ProjectHeader>(project));
   });
   py::Dict by;
   by.set(kKey, py::modules::operators.call(kAttrGetter, py::text(kName.text()), py::text(kEdited.text())));
@@ -127,7 +127,7 @@ py::Ref<ProjectSettings> ProjectCollection::get_empty() const {
   py::Dict data;
   data.set(kVersion, py::to_python(ProjectSettings::kVersion));
   data.set(kTarget, target);
-  return ProjectSettings::create(self(), directory, py::text(""), data);
+  return py::made<ProjectSettings>(self(), directory, py::text(""), data);
 }
 
 bool ProjectCollection::is_approved(const py::Object& project) const {
@@ -140,7 +140,7 @@ py::Object ProjectCollection::create_http_request() const {
   locked(mutex_edit, [&] {
     for (const py::Object& project : table.values()) documents.append(ProjectSettings::document(project));
   });
-  return ProjectsRequest::create(target, documents);
+  return py::made<ProjectsRequest>(target, documents);
 }
 
 void ProjectCollection::accept_http_response(const py::Object& projects) const {
@@ -162,7 +162,7 @@ py::Object ProjectCollection::accept(const py::Object& contents) const {
   const py::Object filename = py::get(contents, kFilename, py::text(""));
   py::Object project;
   try {
-    project = ProjectSettings::create(self(), directory, filename, contents);
+    project = py::made<ProjectSettings>(self(), directory, filename, contents);
   } catch (const py::Error& error) {
     // Ours may be sound. Without its name there is no telling which it is, and then none may be erased.
     if (!error.is_failure() || !ProjectSettings::is_file_name(filename)) throw;

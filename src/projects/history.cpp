@@ -87,7 +87,7 @@ py::Dict History::read_records(const py::Object& file_data) const {
   for (const auto& [key, data] : py::pairs(py::get(file_data, kRecords, py::Dict()))) {
     if (!is_timestamp(key)) continue;
     const py::Object timestamp = to_integer(to_float(key));
-    read.set(timestamp, Record::create(py::Ref<History>::of(*this), data, timestamp));
+    read.set(timestamp, py::made<Record>(py::Ref<History>::of(*this), data, timestamp));
   }
   return read;
 }
@@ -98,7 +98,7 @@ py::Ref<Record> History::get_record() const {
   if (const auto selected = records.find(pointer)) return py::Ref<Record>(*selected)->clone();
   const std::vector<py::Object> newest_first = py::collect(iterate());
   if (!newest_first.empty()) return py::Ref<Record>(newest_first.front())->clone();
-  return Record::create(py::Ref<History>::of(*this), py::Dict(), py::to_python(0));
+  return py::made<Record>(py::Ref<History>::of(*this), py::Dict(), py::to_python(0));
 }
 
 void History::select_record(const py::Object& record) {
@@ -153,7 +153,7 @@ void EditToggle::init(const py::Object& owner) {
 
 py::Object EditToggle::get_current() const {
   if (!current.is_none()) return current;
-  return Record::create(history, py::Dict(), py::to_python(0));
+  return py::made<Record>(history, py::Dict(), py::to_python(0));
 }
 
 // The edits of a promise survive a switch, those of a saved record do not.

@@ -12,12 +12,6 @@ const py::Name kTarget("target"), kProjects("projects");
 
 }  // namespace
 
-py::Object ProjectsRequest::create(const py::Object& target, const py::Object& projects) {
-  auto request = py::Ref<ProjectsRequest>::make();
-  request->init(target, projects);
-  return request;
-}
-
 void ProjectsRequest::init(const py::Object& of, const py::Object& documents) {
   target = of;
   projects = documents;

@@ -7,8 +7,6 @@ namespace heron {
 /// The projects of one target, on their way to the server.
 class ProjectsRequest {
  public:
-  static py::Object create(const py::Object& target, const py::Object& projects);
-
   void init(const py::Object& target, const py::Object& projects);
   py::Object iterate() const { return py::Object::steal(PyObject_GetIter(projects.or_none())); }
   py::Object text() const;   ///< The body: JSON on one line.

@@ -4,12 +4,6 @@
 
 namespace heron {
 
-py::Object ProjectHeader::create(const py::Object& project) {
-  auto header = py::Ref<ProjectHeader>::make();
-  header->init(project);
-  return header;
-}
-
 void ProjectHeader::init(const py::Object& project) {
   static const py::Name kName("name"), kFilename("filename"), kEdited("edit_timestamp"), kCompatible("compatible");
   name = project.attr(kName);

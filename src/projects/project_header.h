@@ -7,8 +7,6 @@ namespace heron {
 /// What a list of projects shows of one.
 class ProjectHeader {
  public:
-  static py::Object create(const py::Object& project);
-
   void init(const py::Object& project);
   py::Object text() const;
 

@@ -45,13 +45,6 @@ void replace_text(py::Object& text, const py::Object& value) {
 
 }  // namespace
 
-py::Ref<ProjectSettings> ProjectSettings::create(const py::Object& collection, const py::Object& directory,
-                                                 const py::Object& filename, const py::Object& file_data) {
-  auto project = py::Ref<ProjectSettings>::make();
-  project->init(collection, directory, filename, file_data);
-  return project;
-}
-
 py::Object ProjectSettings::read(const py::Object& type, const py::Object& collection, const py::Object& json_path) {
   return type(collection, paths::directory(json_path), paths::file_name(json_path), open(json_path));
 }
@@ -150,7 +143,9 @@ py::Ref<Record> ProjectSettings::get_record_promise() const {
   return promise;
 }
 
-py::Ref<ProjectSettings> ProjectSettings::clone() const { return create(collection, directory, filename, data()); }
+py::Ref<ProjectSettings> ProjectSettings::clone() const {
+  return py::made<ProjectSettings>(collection, directory, filename, data());
+}
 
 void ProjectSettings::save() {
   static const py::Name kSaveProject("save_project");

@@ -9,8 +9,6 @@ class ProjectSettings {
  public:
   static constexpr int kVersion = 3;  ///< Of the format.
 
-  static py::Ref<ProjectSettings> create(const py::Object& collection, const py::Object& directory,
-                                         const py::Object& filename, const py::Object& file_data);
   /// The project of a file; without a version if the file cannot be used.
   static py::Object read(const py::Object& type, const py::Object& collection, const py::Object& json_path);
   static py::Object open(const py::Object& path);    ///< The document of a file; an empty map if there is none.

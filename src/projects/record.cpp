@@ -14,12 +14,6 @@ py::Object deep_copy(const py::Object& value) { return py::modules::copy.call(kD
 
 }  // namespace
 
-py::Ref<RecordExport> RecordExport::create(const py::Object& data) {
-  auto exporting = py::Ref<RecordExport>::make();
-  exporting->init(data);
-  return exporting;
-}
-
 void RecordExport::init(const py::Object& stored) {
   directory = stored::text_at(stored, kDirectory, py::text("~"));
   options = stored::map_at(stored, kOptions);
@@ -46,12 +40,6 @@ py::Dict RecordExport::data() const {
   return data;
 }
 
-py::Ref<Record> Record::create(const py::Object& history, const py::Object& data, const py::Object& timestamp) {
-  auto record = py::Ref<Record>::make();
-  record->init(history, data, timestamp);
-  return record;
-}
-
 py::Object Record::empty(const py::Object& type, const py::Object& history) {
   return type(history, py::Dict(), py::to_python(0));
 }
@@ -69,7 +57,7 @@ void Record::apply(const py::Object& stored) {
   read_rules->init(py::get(stored, kRules, py::List()));
   const auto read_pattern = py::Ref<RuleRoot>::make();
   read_pattern->load(py::get(stored, kPattern, py::List()), read_rules);
-  const auto read_export = RecordExport::create(stored::map_at(stored, kExport));
+  const auto read_export = py::made<RecordExport>(stored::map_at(stored, kExport));
   author = stored::text_at(stored, kAuthor, py::text(""));
   comment = stored::text_at(stored, kComment, py::text(""));
   exporting = read_export;
@@ -96,7 +84,7 @@ bool Record::is_promise() const { return timestamp.is_less(py::to_python(1)); }
 // From a copy: edits of what is built of it must not change what edits are measured by.
 void Record::reset() { apply(deep_copy(init_data)); }
 
-py::Ref<Record> Record::clone() const { return create(history, data(), timestamp); }
+py::Ref<Record> Record::clone() const { return py::made<Record>(history, data(), timestamp); }
 
 // What is under edit goes back to what it was: the saved state lives on in the clone.
 void Record::save() {

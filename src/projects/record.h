@@ -9,8 +9,6 @@ namespace heron {
 /// How a record is exported.
 class RecordExport {
  public:
-  static py::Ref<RecordExport> create(const py::Object& data);
-
   void init(const py::Object& stored);
   py::Object get_options() const;              ///< A deep copy.
   void set_options(const py::Object& chosen);  ///< Changes the stored map in place.
@@ -31,7 +29,6 @@ class RecordExport {
 /// One saved state of a project, or the promise of one: a working copy without a time yet.
 class Record {
  public:
-  static py::Ref<Record> create(const py::Object& history, const py::Object& data, const py::Object& timestamp);
   static py::Object empty(const py::Object& type, const py::Object& history);
 
   void init(const py::Object& owner, const py::Object& stored, const py::Object& time);

@@ -19,16 +19,10 @@ py::Ref<RuleRange> to_range(const py::Object& bounds) {
   if (pair.size() != 2) {
     py::raise_value("the range of a rule has two bounds, not " + std::to_string(pair.size()));
   }
-  return RuleRange::create(pair[0], pair[1]);
+  return py::made<RuleRange>(pair[0], pair[1]);
 }
 
 }  // namespace
-
-py::Ref<ProjectRule> ProjectRule::create(const py::Object& data) {
-  auto rule = py::Ref<ProjectRule>::make();
-  rule->init(data);
-  return rule;
-}
 
 void ProjectRule::init(const py::Object& data) {
   *this = ProjectRule();  // a second construction starts from the defaults again
@@ -38,7 +32,7 @@ void ProjectRule::init(const py::Object& data) {
   set_regex(py::get(data, kRegex));
   set_types(py::get(data, kTypes));  // without a default: absent types stay absent and are written as null
   range_ = to_range(py::get(data, kRange, range_->data()));
-  check_config = CheckConfig::create(py::get(data, kChecklist, py::Dict()));
+  check_config = py::made<CheckConfig>(py::get(data, kChecklist, py::Dict()));
   color = py::get(data, kColor, color);
   icon = py::get(data, kIcon, icon);
 }

@@ -9,8 +9,6 @@ namespace heron {
 /// What one kind of object in a scene hierarchy looks like. The project's own form of a rule: the matching reads it.
 class ProjectRule {
  public:
-  static py::Ref<ProjectRule> create(const py::Object& data);
-
   void init(const py::Object& data);
 
   const py::Object& stamp() const { return stamp_; }  ///< Its identity for life; what refers to a rule uses this.

@@ -29,14 +29,14 @@ py::Ref<ProjectRule> to_rule(const Predefined& values) {
   data.set(py::text("range"), py::tuple({py::to_python(values.minimum), py::to_python(values.maximum)}));
   data.set(py::text("color"), py::text(values.color));
   data.set(py::text("icon"), py::text(values.icon));
-  return ProjectRule::create(data);
+  return py::made<ProjectRule>(data);
 }
 
 }  // namespace
 
 void RuleList::init(const py::Object& stored) {
   array = py::List();
-  for (const py::Object& data : py::collect(stored)) array.append(ProjectRule::create(data));
+  for (const py::Object& data : py::collect(stored)) array.append(py::made<ProjectRule>(data));
   sync_names();
 }
 

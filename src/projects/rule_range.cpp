@@ -2,12 +2,6 @@
 
 namespace heron {
 
-py::Ref<RuleRange> RuleRange::create(const py::Object& least, const py::Object& most) {
-  auto range = py::Ref<RuleRange>::make();
-  range->init(least, most);
-  return range;
-}
-
 void RuleRange::init(const py::Object& least, const py::Object& most) {
   minimum = least;
   maximum = most;

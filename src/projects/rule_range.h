@@ -7,12 +7,10 @@ namespace heron {
 /// How many objects may match a rule at one place. The bounds are integers of any size, kept as they came.
 class RuleRange {
  public:
-  static py::Ref<RuleRange> create(const py::Object& least, const py::Object& most);
-
   void init(const py::Object& least, const py::Object& most);
 
   bool equals(const py::Object& other) const;
-  py::Ref<RuleRange> copy() const { return create(minimum, maximum); }
+  py::Ref<RuleRange> copy() const { return py::made<RuleRange>(minimum, maximum); }
   py::List data() const;  ///< The JSON form: both bounds.
 
   py::Object minimum = py::to_python(1);

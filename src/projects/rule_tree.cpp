@@ -70,13 +70,7 @@ py::Object RuleBranch::text() const {
 }
 
 py::Ref<RuleNode> RuleBranch::create_node(const py::Ref<ProjectRule>& rule) {
-  return RuleNode::create(rule, py::Object::none());
-}
-
-py::Ref<RuleNode> RuleNode::create(const py::Ref<ProjectRule>& rule, const py::Object& children) {
-  auto node = py::Ref<RuleNode>::make();
-  node->init(rule, children);
-  return node;
+  return py::made<RuleNode>(rule, py::Object::none());
 }
 
 void RuleNode::init(const py::Ref<ProjectRule>& placed, const py::Object& below) {
@@ -138,7 +132,7 @@ void RuleRoot::load(const py::Object& data, const py::Ref<RuleList>& rules) {
   const auto leave = [&](const py::Object&) {
     const Level done = std::move(levels.back());
     levels.pop_back();
-    levels.back().nodes.append(RuleNode::create(done.rule, done.nodes));
+    levels.back().nodes.append(py::made<RuleNode>(done.rule, done.nodes));
   };
   walk(py::collect(data), enter, leave);
 }

@@ -31,8 +31,6 @@ class RuleBranch {
 /// A place of a rule in the tree. A rule may have several.
 class RuleNode : public RuleBranch {
  public:
-  static py::Ref<RuleNode> create(const py::Ref<ProjectRule>& rule, const py::Object& children);
-
   void init(const py::Ref<ProjectRule>& placed, const py::Object& below);
 
   const ProjectRule& placed_rule() const;  ///< AttributeError if a derived class left the constructor out.

@@ -88,6 +88,14 @@ class Ref : public Object {
   }
 };
 
+/// A new instance of one of our classes, its constructor called with these arguments.
+template <class T, class... A>
+Ref<T> made(const A&... arguments) {
+  auto object = Ref<T>::make();
+  object->init(arguments...);
+  return object;
+}
+
 // Garbage collection. A class that holds references offers them once, by
 //   template <class V> void members(V& visit) { visit(first); visit(second); }
 // which serves both walks below.

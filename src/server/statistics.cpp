@@ -68,11 +68,11 @@ py::Object Statistics::create_http_request(const py::Object& username) const {
   static const py::Name kDeepCopy("deepcopy");
   py::Object contents;
   locked(mutex, [&] { contents = py::modules::copy.call(kDeepCopy, sendable(data)); });
-  return StatisticsRequest::create(username, contents);
+  return py::made<StatisticsRequest>(username, contents);
 }
 
 void Statistics::accept_http_response(const py::Object& response, bool clear_sent) const {
-  if (!StatisticsResponse::create(response)->accepted) return;
+  if (!py::made<StatisticsResponse>(response)->accepted) return;
   logger::debug(py::text("Statistics Sent"));
   if (!clear_sent) return;
   clear();

@@ -10,12 +10,6 @@ const py::Name kUsername("username"), kContents("contents");
 
 }  // namespace
 
-py::Object StatisticsRequest::create(const py::Object& username, const py::Object& contents) {
-  auto request = py::Ref<StatisticsRequest>::make();
-  request->init(username, contents);
-  return request;
-}
-
 void StatisticsRequest::init(const py::Object& user, const py::Object& records) {
   username = user;
   contents = records;
@@ -29,12 +23,6 @@ py::Object StatisticsRequest::text() const {
 }
 
 py::Object StatisticsRequest::bytes() const { return json_body::bytes(text()); }
-
-py::Ref<StatisticsResponse> StatisticsResponse::create(const py::Object& response) {
-  auto answer = py::Ref<StatisticsResponse>::make();
-  answer->init(response);
-  return answer;
-}
 
 bool StatisticsResponse::check(const py::Object& response) {
   static const py::Name kStatus("status");

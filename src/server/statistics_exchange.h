@@ -7,8 +7,6 @@ namespace heron {
 /// The records of a user, on their way to the server.
 class StatisticsRequest {
  public:
-  static py::Object create(const py::Object& username, const py::Object& contents);
-
   void init(const py::Object& username, const py::Object& contents);
   py::Object text() const;   ///< The body: JSON on one line; UnicodeEncodeError for lone surrogates.
   py::Object bytes() const;  ///< The body, encoded.
@@ -25,7 +23,6 @@ class StatisticsRequest {
 /// What the server said to the records; only its status counts.
 class StatisticsResponse {
  public:
-  static py::Ref<StatisticsResponse> create(const py::Object& response);
   static bool check(const py::Object& response);
 
   void init(const py::Object& response) { accepted = check(response); }

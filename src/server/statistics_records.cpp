@@ -15,12 +15,6 @@ py::Dict UseRecord::data() const {
   return data;
 }
 
-py::Object ValidationRecord::create(const py::Object& timestamp, const py::Object& speed, const py::Object& project) {
-  auto record = py::Ref<ValidationRecord>::make();
-  record->init(timestamp, speed, project);
-  return record;
-}
-
 void ValidationRecord::init(const py::Object& time, const py::Object& seconds, const py::Object& name) {
   timestamp = time;
   speed = seconds;
@@ -33,13 +27,6 @@ py::Dict ValidationRecord::data() const {
   data.set(kTimestamp, timestamp);
   data.set(kSpeed, speed);
   return data;
-}
-
-py::Object CheckRecord::create(const py::Object& timestamp, const py::Object& speed, const py::Object& name,
-                               const py::Object& result) {
-  auto record = py::Ref<CheckRecord>::make();
-  record->init(timestamp, speed, name, result);
-  return record;
 }
 
 void CheckRecord::init(const py::Object& time, const py::Object& seconds, const py::Object& long_name,

@@ -31,8 +31,6 @@ class ValidationRecord : public UseRecord {
  public:
   static constexpr std::string_view kKey = "validate";
 
-  static py::Object create(const py::Object& timestamp, const py::Object& speed, const py::Object& project);
-
   void init(const py::Object& timestamp, const py::Object& speed, const py::Object& project);
   py::Dict data() const;
 
@@ -50,9 +48,6 @@ class ValidationRecord : public UseRecord {
 class CheckRecord : public UseRecord {
  public:
   static constexpr std::string_view kKey = "checks";
-
-  static py::Object create(const py::Object& timestamp, const py::Object& speed, const py::Object& name,
-                           const py::Object& result);
 
   void init(const py::Object& timestamp, const py::Object& speed, const py::Object& name, const py::Object& result);
   py::Dict data() const;

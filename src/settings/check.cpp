@@ -40,12 +40,6 @@ py::Dict StoredCheck::data() const {
   return data;
 }
 
-py::Ref<CheckConfig> CheckConfig::create(const py::Object& table) {
-  auto config = py::Ref<CheckConfig>::make();
-  config->init(table);
-  return config;
-}
-
 py::Object CheckConfig::empty(const py::Object& type) { return type(py::Dict()); }
 
 py::Dict CheckConfig::data() const {

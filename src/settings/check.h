@@ -31,7 +31,6 @@ class StoredCheck {
 /// The stored states of checks, by their ids. Only enabled ones are written, copied and compared.
 class CheckConfig {
  public:
-  static py::Ref<CheckConfig> create(const py::Object& table);
   static py::Object empty(const py::Object& type);
 
   void init(const py::Object& stored) { load(stored); }
@@ -44,7 +43,7 @@ class CheckConfig {
 
   void load(const py::Object& stored);
   void mask(const py::Object& class_ids) const;  ///< Keeps these checks only.
-  py::Ref<CheckConfig> clone() const { return create(data()); }
+  py::Ref<CheckConfig> clone() const { return py::made<CheckConfig>(data()); }
   void apply(const py::Ref<CheckConfig>& config) { load(config->data()); }
   py::Object get(const py::Object& class_id, bool force) const;
 

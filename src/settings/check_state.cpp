@@ -9,12 +9,6 @@ const py::Name kDirectories("directories"), kMode("mode"), kList("list"), kPrese
 
 }  // namespace
 
-py::Ref<CheckState> CheckState::create(const py::Object& data) {
-  auto state = py::Ref<CheckState>::make();
-  state->init(data);
-  return state;
-}
-
 void CheckState::init(const py::Object& data) {
   *this = CheckState();  // a second construction leaves the groups of the first alone
   directories->init(py::Iterable(stored::list_at(data, kDirectories)));

@@ -8,8 +8,6 @@ namespace heron {
 /// What a user has set up for checks.
 class CheckState {
  public:
-  static py::Ref<CheckState> create(const py::Object& data);
-
   void init(const py::Object& data);
 
   py::Dict data() const;  ///< The JSON form.

@@ -10,16 +10,7 @@ namespace {
 const py::Name kMode("mode"), kDirectory("directory"), kProject("project"), kCheckUpdates("check_updates");
 const py::Name kEnabled("enabled"), kHost("host"), kPortName("port"), kEraseSent("erase_sent");
 
-template <class T>
-py::Ref<T> created(const py::Object& data) {
-  auto group = py::Ref<T>::make();
-  group->init(data);
-  return group;
-}
-
 }  // namespace
-
-py::Ref<ExportSettings> ExportSettings::create(const py::Object& data) { return created<ExportSettings>(data); }
 
 void ExportSettings::init(const py::Object& data) {
   *this = ExportSettings();  // a second construction starts from the defaults again
@@ -34,10 +25,6 @@ py::Dict ExportSettings::data() const {
   return data;
 }
 
-py::Ref<WorkspaceSettings> WorkspaceSettings::create(const py::Object& data) {
-  return created<WorkspaceSettings>(data);
-}
-
 void WorkspaceSettings::init(const py::Object& data) {
   *this = WorkspaceSettings();
   project = py::get(data, kProject, project);
@@ -50,8 +37,6 @@ py::Dict WorkspaceSettings::data() const {
   data.set(kCheckUpdates, check_updates);
   return data;
 }
-
-py::Ref<ServerSettings> ServerSettings::create(const py::Object& data) { return created<ServerSettings>(data); }
 
 void ServerSettings::init(const py::Object& data) {
   *this = ServerSettings();

@@ -9,8 +9,6 @@ namespace heron {
 /// Where exported files went last.
 class ExportSettings {
  public:
-  static py::Ref<ExportSettings> create(const py::Object& data);
-
   void init(const py::Object& data);
 
   py::Dict data() const;  ///< The JSON form.
@@ -28,8 +26,6 @@ class ExportSettings {
 /// What the user works on.
 class WorkspaceSettings {
  public:
-  static py::Ref<WorkspaceSettings> create(const py::Object& data);
-
   void init(const py::Object& data);
 
   py::Dict data() const;  ///< The JSON form.
@@ -47,8 +43,6 @@ class WorkspaceSettings {
 /// The server that a team shares. Its address is also told to code in the same process.
 class ServerSettings {
  public:
-  static py::Ref<ServerSettings> create(const py::Object& data);
-
   void init(const py::Object& data);
 
   py::Dict data() const;  ///< The JSON form.

@@ -31,7 +31,7 @@ py::Object time_at(const py::Object& data) {
 
 py::Object CheckPreset::load(const py::Object& type, const py::Object& presets, const py::Object& data) {
   const py::Object empty = py::text("");
-  return type(presets, py::get(data, kName, empty), CheckConfig::create(stored::map_at(data, kList)),
+  return type(presets, py::get(data, kName, empty), py::made<CheckConfig>(stored::map_at(data, kList)),
               py::get(data, kStamp, empty), time_at(data));
 }
 

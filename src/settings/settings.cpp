@@ -43,11 +43,11 @@ void Settings::init(const py::Object& environment) {
   static const py::Name kGetSettingsFile("get_settings_file"), kTarget("target"), kScope("scope");
   path = environment.call(kGetSettingsFile);
   const py::Object document = read();
-  check = CheckState::create(stored::map_at(document, kCheck));
-  exporting = ExportSettings::create(stored::map_at(document, kExport));
-  workspace = WorkspaceSettings::create(stored::map_at(document, kWorkspace));
-  server = ServerSettings::create(stored::map_at(document, kServer));
-  urls = SiteUrls::create(environment.attr(kTarget), environment.attr(kScope));
+  check = py::made<CheckState>(stored::map_at(document, kCheck));
+  exporting = py::made<ExportSettings>(stored::map_at(document, kExport));
+  workspace = py::made<WorkspaceSettings>(stored::map_at(document, kWorkspace));
+  server = py::made<ServerSettings>(stored::map_at(document, kServer));
+  urls = py::made<SiteUrls>(environment.attr(kTarget), environment.attr(kScope));
 }
 
 py::Dict Settings::data() const {

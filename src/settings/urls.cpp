@@ -20,12 +20,6 @@ py::Object SitePaths::latest() const {
 py::Object SitePaths::documentation() const { return to_str(py::text("/validator")); }
 py::Object SitePaths::feedback() const { return to_str(py::text("/feedback")); }
 
-py::Ref<SiteUrls> SiteUrls::create(const py::Object& target, const py::Object& scope) {
-  auto urls = py::Ref<SiteUrls>::make();
-  urls->init(target, scope);
-  return urls;
-}
-
 void SiteUrls::init(const py::Object& host_target, const py::Object& host_scope) {
   target = host_target;
   scope = host_scope;

@@ -29,8 +29,6 @@ class SitePaths {
 /// The addresses of the pages of the public web site. Which host it is, the build decides.
 class SiteUrls {
  public:
-  static py::Ref<SiteUrls> create(const py::Object& target, const py::Object& scope);
-
   void init(const py::Object& host_target, const py::Object& host_scope);
 
   py::Ref<SitePaths> path() const;
