@@ -212,7 +212,8 @@ BAD_PROJECTS = {
     "another format": ({**AT_TOP, "version": 2}, "format 2"),
     "no records": ({"version": 3}, '"records"'),
     "empty records": ({**AT_TOP, "records": {}}, "no records"),
-    "records without times": ({**AT_TOP, "records": {"x": {}, "inf": {}}}, "no records"),
+    "records without times": ({**AT_TOP, "records": {"x": {}}}, "no records"),
+    "record at no time": ({**AT_TOP, "records": {"inf": {}}}, "cannot be used: cannot convert"),
     "record no object": ({**AT_TOP, "records": {"5": []}}, "record is not an object"),
     "rules no list": ({**AT_TOP, "records": {"5": {"rules": {}}}}, '"rules"'),
     "rule no object": ({**AT_TOP, "records": {"5": {"rules": [1]}}}, '"rules"'),
@@ -319,7 +320,7 @@ def test_help_and_version():
     version = run_module("--version")
     assert version.stdout.decode().strip() == "heron " + ".".join(map(str, core.version))
     assert b"scan" in run_module("--help").stdout
-    for command in ("scan", "validate", "checks"):
+    for command in ("scan", "validate", "export", "checks", "sync", "serve"):
         shown = run_module(command, "--help").stdout.decode()
         assert all(option in shown for option in ("--home", "exit status"))
 

@@ -1,4 +1,4 @@
-"""The command line: `heron scan`, `heron validate` and `heron checks`."""
+"""The command line of Heron: one module of `heron.commands` for each command."""
 
 from __future__ import annotations
 
@@ -6,7 +6,7 @@ import argparse
 from collections.abc import Sequence
 
 from . import __version__
-from .commands import checks, scan, validate
+from .commands import checks, export, project, scan, serve, sync, validate
 from .errors import InputError
 from .reports.console import complain
 
@@ -41,6 +41,6 @@ def _parser() -> argparse.ArgumentParser:
     )
     parser.add_argument("--version", action="version", version=f"heron {__version__}")
     commands = parser.add_subparsers(title="commands", metavar="COMMAND", required=True)
-    for command in (scan, validate, checks):
+    for command in (scan, validate, export, checks, project, sync, serve):
         command.add_parser(commands)
     return parser

@@ -1,15 +1,18 @@
-"""Reading the rules and the pattern of a project from its document."""
+"""Reading the documents of projects, with a clear error for what cannot be used in one."""
 
 from __future__ import annotations
 
-from dataclasses import dataclass
-from typing import Any
+import os
 
 import core
 
 from .files import FileError, Json, parse_object, read_bytes
+from .logs import LogCollector
+from .reports.console import complain
 
-FORMAT_VERSION = 3
+Project = core._Project.Settings
+Record = core._Project.Settings.Record
+
 # The result of a scan is as deep as the pattern, and JSON writers follow its levels by recursion.
 MAX_PATTERN_DEPTH = 200
 
@@ -18,34 +21,62 @@ class ProjectError(FileError):
     """A project document that cannot be used."""
 
 
-@dataclass
-class Record:
-    """One saved state of a project, as the matcher takes it.
+def read_project(path: str) -> Project:
+    """Reads a project document. The file stays as it is, whatever is wrong with it.
 
-    Attributes:
-        project: The project's name.
-        rules: The list of rules.
-        pattern: The tree that arranges them.
+    Raises:
+        ProjectError: The file cannot be opened, or `check_document` finds something wrong.
     """
+    document = parse_object(path, read_bytes(path, ProjectError), ProjectError)
+    check_document(path, document)
+    directory, filename = os.path.split(path)
+    try:
+        with LogCollector() as log:
+            project = Project(None, directory, filename, document)
+    except (AttributeError, TypeError, ValueError, ArithmeticError) as error:
+        raise ProjectError(path, f"the project cannot be used: {error}") from error
+    for message in log.warnings():
+        complain(f"warning: {path}: {message}")
+    return project
 
-    project: str
-    rules: core._Project.Settings.Rule.List
-    pattern: core._Project.Settings.Rule.Tree.Root
+
+def check_document(path: str, document: Json) -> None:
+    """Looks for what the engine would pass over, and who names a project wants to know of.
+
+    Args:
+        path: What the errors name.
+        document: The content of the file.
+
+    Raises:
+        ProjectError: It is no project document of this format, has no records, or the rules or the
+            pattern of one are broken.
+    """
+    version = document.get("version")
+    if version != Project.version:
+        known = f"project format {version}" if isinstance(version, int) else "no project format"
+        raise ProjectError(path, f"{known}; this release reads format {Project.version}")
+    records = document.get("records")
+    if not isinstance(records, dict):
+        raise ProjectError(path, 'the document has no "records"')
+    saved = [record for time, record in records.items() if Record.History._is_timestamp(time)]
+    if not saved:
+        raise ProjectError(path, "the project has no records: nothing was ever saved in it")
+    for record in saved:
+        _check_record(path, record)
 
 
 def read_record(path: str) -> Record:
     """Reads the selected record of a project document, or its first one if none is selected.
 
     Raises:
-        ProjectError: The file cannot be opened, is no project document of this format, has no
-            records, or the record's rules or pattern are broken.
+        ProjectError: As for `read_project`.
     """
-    document = parse_object(path, read_bytes(path, ProjectError), ProjectError)
-    version = document.get("version")
-    if version != FORMAT_VERSION:
-        known = f"project format {version}" if isinstance(version, int) else "no project format"
-        raise ProjectError(path, f"{known}; this release reads format {FORMAT_VERSION}")
-    record = _select(path, document)
+    return read_project(path).history.get_record()
+
+
+def _check_record(path: str, record: object) -> None:
+    if not isinstance(record, dict):
+        raise ProjectError(path, "the record is not an object")
     rules = _list(path, record, "rules", "the record")
     for index, rule in enumerate(rules):
         reason = _rule_fault(rule)
@@ -53,34 +84,6 @@ def read_record(path: str) -> Record:
             raise ProjectError(path, f"rule {index + 1} {reason}")
     pattern = _list(path, record, "pattern", "the record")
     _check_nodes(path, pattern, {rule["stamp"] for rule in rules})
-    rule_list = core._Project.Settings.Rule.List(rules)
-    root = core._Project.Settings.Rule.Tree.Root()
-    root.load(pattern, rule_list)
-    name = document.get("name")
-    return Record(name if isinstance(name, str) else "", rule_list, root)
-
-
-def _select(path: str, document: Json) -> Json:
-    records = document.get("records")
-    if not isinstance(records, dict):
-        raise ProjectError(path, 'the document has no "records"')
-    by_time = {_timestamp(key): record for key, record in records.items()}
-    by_time.pop(None, None)
-    if not by_time:
-        raise ProjectError(path, "the project has no records: nothing was ever saved in it")
-    selected = _timestamp(document.get("selected_record"))
-    record = by_time[selected if selected in by_time else next(iter(by_time))]
-    if not isinstance(record, dict):
-        raise ProjectError(path, "the record is not an object")
-    return record
-
-
-def _timestamp(value: Any) -> int | None:
-    """The whole second that a key or a pointer names; None if it names none."""
-    try:
-        return int(float(value))
-    except (TypeError, ValueError, OverflowError):
-        return None
 
 
 def _list(path: str, owner: Json, key: str, where: str) -> list[Json]:

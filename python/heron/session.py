@@ -13,6 +13,7 @@ from .diagnosis import Diagnosis
 from .errors import InputError
 from .home import check_documents
 from .hosts.gltf import GltfScene
+from .hosts.gltf_export import exporters
 from .logs import LogCollector
 from .plugins import plugins_contained
 from .project import Record
@@ -93,7 +94,7 @@ class Session:
     def _build(self, record: Record | None, check_directories: Sequence[str]) -> None:
         """Makes the engine; this runs code of plug-ins."""
         check_documents(self.environment)
-        self.api = core.Api(self.operator, self.environment, checks=checks)
+        self.api = core.Api(self.operator, self.environment, exporters(), checks)
         self._hierarchy: core._Hierarchy = self.api.scene.hierarchy
         self.buffer: core.Scene._Buffer = self.api.scene.buffer
         self.buffer.set([])  # what the scene file holds counts only after `load`
@@ -103,6 +104,8 @@ class Session:
             # Building the rules' checklists drops what no check is known for.
             self.unknown_checks = list(self._find_unknown(record))
             self._hierarchy.pattern.set(record)
+            self.api.export.options.load(record.export.get_options())
+            self.api.export.flags.load(record.export.flags.data)
 
     def load(self) -> None:
         """Takes over the hierarchies that the scene file holds from an earlier scan."""

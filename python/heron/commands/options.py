@@ -34,6 +34,17 @@ def add_scene(parser: argparse.ArgumentParser) -> None:
     parser.add_argument("scene", metavar="SCENE", help="the scene, a .gltf or .glb file")
 
 
+def add_project(parser: argparse.ArgumentParser, required: bool = False, default: str = "") -> None:
+    """The project, by its file or its name."""
+    parser.add_argument(
+        "--project",
+        metavar="FILE",
+        required=required,
+        help="the project: its document, a .json file, or its name in the home"
+        + (f" (default: {default})" if default else ""),
+    )
+
+
 def add_select(parser: argparse.ArgumentParser, help: str) -> None:
     """The objects to look at."""
     parser.add_argument("--select", metavar="PATH", nargs="+", action="extend", default=[], help=help)
@@ -53,11 +64,12 @@ def add_checks(parser: argparse.ArgumentParser) -> None:
 
 
 def add_home(parser: argparse.ArgumentParser) -> None:
-    """Where settings and statistics live."""
+    """Where settings, projects and statistics live."""
     parser.add_argument(
         "--home",
         metavar="DIR",
-        help="where settings and statistics live, made if need be (default: beside Heron's own files)",
+        help="where settings, projects and statistics live, made if need be "
+        "(default: beside Heron's own files)",
     )
 
 

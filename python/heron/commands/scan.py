@@ -9,12 +9,12 @@ import time
 from ..home import find_home
 from ..hosts.gltf import GltfScene
 from ..logs import LogCollector
-from ..project import read_record
+from ..projects import choose_project
 from ..reports.console import Console, complain, count, reader_may_leave
 from ..reports.hierarchies import Report
 from ..selection import select_paths
 from ..session import Outcome, Session
-from .options import add_command, add_home, add_scene, add_select
+from .options import add_command, add_home, add_project, add_scene, add_select
 
 FOUND, NOTHING_FOUND, BAD_INPUT = range(3)
 
@@ -40,7 +40,7 @@ def add_parser(commands: argparse._SubParsersAction[argparse.ArgumentParser]) ->
         epilog=_EPILOG,
     )
     add_scene(parser)
-    parser.add_argument("--project", metavar="FILE", required=True, help="the project document, a .json file")
+    add_project(parser, required=True)
     add_select(parser, "look only at these objects, such as /cars/car_red (default: all)")
     parser.add_argument(
         "--append",
@@ -61,9 +61,11 @@ def add_parser(commands: argparse._SubParsersAction[argparse.ArgumentParser]) ->
 
 def run(options: argparse.Namespace) -> int:
     """Carries the command out; returns the exit status."""
-    scene, record = GltfScene(options.scene), read_record(options.project)
+    home = find_home(options.home)
+    scene = GltfScene(options.scene)
+    _, project = choose_project(options.project, home)
     # What the session warns of, checks and settings, does not concern a scan.
-    session = Session(scene, record, find_home(options.home))
+    session = Session(scene, project.history.get_record(), home)
     if options.append:
         session.load()
     earlier = len(session.buffer.get())

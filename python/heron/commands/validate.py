@@ -22,13 +22,22 @@ from ..hosts.gltf import GltfScene
 from ..logs import LogCollector
 from ..outcome import INFO, PASS, Validation
 from ..plugins import plugins_contained
-from ..project import read_record
+from ..projects import choose_project
 from ..reports import html, json, junit, text
 from ..reports.console import Console, complain, printable, reader_may_leave
 from ..selection import select_paths
 from ..session import Outcome, Session
 from ..validation import Progress, Validator, enable_for_selection, enable_in_rules
-from .options import OutputError, add_checks, add_command, add_home, add_scene, add_select, check_output
+from .options import (
+    OutputError,
+    add_checks,
+    add_command,
+    add_home,
+    add_project,
+    add_scene,
+    add_select,
+    check_output,
+)
 
 CLEAN, FINDINGS = range(2)
 
@@ -72,11 +81,7 @@ def add_parser(commands: argparse._SubParsersAction[argparse.ArgumentParser]) ->
         epilog=_EPILOG,
     )
     add_scene(parser)
-    parser.add_argument(
-        "--project",
-        metavar="FILE",
-        help="check what matches the rules of this project, a .json file (default: check the selection)",
-    )
+    add_project(parser, default="check the selection")
     add_checks(parser)
     parser.add_argument(
         "--enable",
@@ -110,10 +115,15 @@ def add_parser(commands: argparse._SubParsersAction[argparse.ArgumentParser]) ->
 
 def run(options: argparse.Namespace) -> int:
     """Carries the command out; returns the exit status."""
+    home = find_home(options.home)
     check_output(options.output, options.scene, options.project)
     scene = GltfScene(options.scene)
-    record = read_record(options.project) if options.project else None
-    session = Session(scene, record, find_home(options.home), options.checks)
+    file, project = choose_project(options.project, home) if options.project else (None, None)
+    check_output(options.output, file)
+    record = project.history.get_record() if project is not None else None
+    session = Session(scene, record, home, options.checks)
+    if file is not None:
+        session.api.settings.workspace.project = os.path.basename(file)
     troubles = _warned(read_catalogue(session).troubles())
     _require_checks(session, options.enable)
     validation = Validation(options.scene, options.project, time.time(), fixing=options.fix)
@@ -168,7 +178,6 @@ def _check_project(
     log: LogCollector,
 ) -> None:
     enable_in_rules(session, options.enable)
-    session.api.settings.workspace.project = os.path.basename(options.project)
     select_paths(session.operator, options.select or session.default_selection())
     before = len(log.messages)
     outcome = session.scan()
