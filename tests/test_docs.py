@@ -1,10 +1,12 @@
-"""The documents are true: their files are written, their commands run, their output is compared."""
+"""The documents are true: their files are written, their snippets run, their output is compared."""
 
 import doctest
 import json
 import re
 import shlex
 import shutil
+import subprocess
+import sys
 from pathlib import Path
 
 import pytest
@@ -14,31 +16,52 @@ from heron.cli import main
 ROOT = Path(__file__).resolve().parent.parent
 # A fenced block: its language and its text.
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
-# A block is a file when a comment above it says so; in JSON it may be a part of one.
-FILE = re.compile(r"<!-- file: (\S+) -->\n\Z")
+# A comment above a block: it is this file, or shows what is in it.
+FILE = re.compile(r"<!-- (file|shows): (\S+) -->\n\Z")
+OPTIONS = doctest.ELLIPSIS | doctest.NORMALIZE_WHITESPACE
+PORT = "8080"
 
 
-@pytest.mark.parametrize("name", ["docs/checks.md"])
-def test_the_snippets_of_a_document_do_what_it_says(name, tmp_path, monkeypatch, capsys):
-    for example in (ROOT / "examples").glob("street.*"):
-        shutil.copy(example, tmp_path)
+@pytest.fixture
+def example(tmp_path, monkeypatch):
+    """An empty directory with a copy of the example, in which the test stands."""
+    shutil.copytree(ROOT / "examples", tmp_path / "examples")
+    for file in (ROOT / "examples").glob("street.*"):
+        shutil.copy(file, tmp_path)
     monkeypatch.chdir(tmp_path)
+    return tmp_path
+
+
+@pytest.mark.parametrize(
+    "name", ["docs/checks.md", "docs/hosts.md", "docs/front-ends.md", "docs/formats.md", "README.md"]
+)
+def test_the_snippets_of_a_document_do_what_it_says(name, example, capsys):
     source = (ROOT / name).read_text()
-    blocks = list(BLOCK.finditer(source))
-    assert len(blocks) >= 5
-    for block in blocks:
-        language, content = block.groups()
-        if language == "console":
-            for command, expected in sessions(content):
-                compare(command, expected, run(command, capsys))
-        elif language == "json":
-            json.loads("{" + content + "}")
-        else:
-            file = FILE.search(source[: block.start()])
-            assert file, f"a block that no test reads:\n{content}"
-            path = tmp_path / file[1]
-            path.parent.mkdir(exist_ok=True)
-            path.write_text(content)
+    names = {"__name__": "__main__"}
+    with Commands(capsys) as commands:
+        for block in BLOCK.finditer(source):
+            language, content = block.groups()
+            comment = FILE.search(source[: block.start()])
+            if comment and comment[1] == "file":
+                path = example / comment[2]
+                path.parent.mkdir(exist_ok=True)
+                path.write_text(content)
+            elif comment:
+                (path,) = example.glob(comment[2])
+                compare(path.name, content, path.read_text())
+            elif language == "console":
+                for command, expected in sessions(content):
+                    compare(command, expected, commands.run(command))
+            elif language == "sh":
+                for command in re.findall(r"^heron .*", content, re.MULTILINE):
+                    commands.run(command)
+            elif language == "json":
+                json.loads("{" + content + "}" if not content.startswith("{") else content)
+            elif language == "pycon":
+                run_examples(commands.here(content), names)
+            else:
+                assert language == "python", f"a block that no test reads:\n{content}"
+                exec(compile(commands.here(content), name, "exec"), names)
 
 
 def sessions(content):
@@ -48,17 +71,55 @@ def sessions(content):
         yield command, expected
 
 
-def run(command, capsys):
-    program, *arguments = shlex.split(command)
-    assert program == "heron"
-    main([*arguments, "--home", "home"])
-    captured = capsys.readouterr()
-    return captured.err + captured.out
+def run_examples(content, names):
+    """Holds what a Python session shows against what it gives."""
+    test = doctest.DocTestParser().get_doctest(content, names, "snippet", None, 0)
+    failures = []
+    doctest.DocTestRunner(optionflags=OPTIONS).run(test, out=failures.append, clear_globs=False)
+    assert not failures, "".join(failures)
+    names.update(test.globs)
 
 
-def compare(command, expected, output):
+class Commands:
+    """Runs the commands of a document; a server, behind which stands a "&", runs on at a free port."""
+
+    def __init__(self, capsys):
+        self.capsys, self.port, self.server = capsys, PORT, None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        if self.server:
+            self.server.terminate()
+            self.server.communicate()
+
+    def here(self, text):
+        return text.replace(PORT, self.port)
+
+    def run(self, command):
+        program, *arguments = shlex.split(self.here(command))
+        assert program == "heron"
+        if "--home" not in arguments:
+            arguments += ["--home", "home"]
+        if "&" in arguments:
+            return self.serve([argument for argument in arguments if argument != "&"])
+        main(arguments)
+        captured = self.capsys.readouterr()
+        return (captured.err + captured.out).replace(self.port, PORT)
+
+    def serve(self, arguments):
+        assert arguments[0] == "serve"
+        command = [sys.executable, "-c", f"import sys; sys.path = {sys.path}; import heron.__main__ as m; "
+                   "sys.exit(m.main())", *arguments, "--port", "0"]  # fmt: skip
+        self.server = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        url = self.server.stdout.readline()
+        self.port = re.search(r":(\d+)/", url)[1]
+        return url.replace(self.port, PORT)
+
+
+def compare(what, expected, output):
     """Holds output against what a document shows; "..." stands for anything, times differ."""
     expected, output = (re.sub(r"\d+\.\d ms", "TIME ms", text).rstrip() for text in (expected, output))
-    options = doctest.ELLIPSIS | doctest.NORMALIZE_WHITESPACE
-    if not doctest.OutputChecker().check_output(expected, output, options):
-        pytest.fail(f"$ {command}\nexpected:\n{expected}\n\ngot:\n{output}")
+    if not doctest.OutputChecker().check_output(expected, output, OPTIONS):
+        pytest.fail(f"{what}\nexpected:\n{expected}\n\ngot:\n{output}")
