@@ -38,10 +38,11 @@ sanitized_pytest := -p no:faulthandler --capture=sys --hypothesis-profile=saniti
 help: ## This list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 
-demo: build-dev ## Scan and validate the example scene
+demo: build-dev ## Scan, validate, fix and export the example scene
 	@$(call in_build,dev) "$(BIN)/heron" scan $(SCENE) --project $(PROJECT)
 	@# Status 1 says that something was found, and in the example there is something to find.
 	@$(call in_build,dev) "$(BIN)/heron" validate $(SCENE) --project $(PROJECT) --fix || [ "$$?" -eq 1 ]
+	@$(call in_build,dev) "$(BIN)/heron" export $(SCENE) --project $(PROJECT) --to build/export
 
 test: build-dev ## All tests; ARGS="-k buffer" for some
 	@$(call in_build,dev) "$(BIN)/python" -m pytest $(ARGS)
