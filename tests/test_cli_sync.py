@@ -1,6 +1,7 @@
 """`heron sync` and `heron serve`: what travels between two homes, and what a bad server cannot do."""
 
 import json
+import os
 import socket
 import ssl
 import subprocess
@@ -140,7 +141,7 @@ def test_projects_of_other_applications_stay_where_they_are(heron, sync, server,
 
 def test_the_command_serves_until_it_is_stopped(heron, tmp_path):
     arguments = ["serve", "--dir", str(tmp_path / "kept"), "--port", "0", "--home", str(tmp_path)]
-    environment = {"PYTHONPATH": ":".join(sys.path), "PATH": ""}
+    environment = os.environ | {"PYTHONPATH": os.pathsep.join(sys.path)}
     with subprocess.Popen(
         [sys.executable, "-m", "heron", *arguments], stdout=subprocess.PIPE, env=environment, text=True
     ) as process:
