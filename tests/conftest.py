@@ -1,6 +1,7 @@
 """What all tests share."""
 
 import sys
+import time
 from pathlib import Path
 from types import ModuleType
 
@@ -45,6 +46,13 @@ def process_environment(monkeypatch):
     """What environments and settings tell the process is put back after each test."""
     for name in ("SETTINGS", "TARGET", "SCOPE", "SERVER"):
         monkeypatch.setenv(f"HERON-{name}", "")
+
+
+@pytest.fixture
+def no_waiting(monkeypatch):
+    """Documents that no other process uses are queued for without the waits of the queue."""
+    sleep, steps = time.sleep, (0.1, 0.5)
+    monkeypatch.setattr(time, "sleep", lambda seconds: seconds in steps or sleep(seconds))
 
 
 @pytest.fixture
