@@ -110,12 +110,12 @@ def test_a_deleted_project_that_is_not_the_current_one_leaves_that_as_it_is(stre
     ],
 )
 def test_what_cannot_be_done_with_a_project_is_told(street, arguments, reason):
-    before = Path("home/projects").iterdir()
+    before = os.listdir("home/projects")
     status, output, errors = street("project", *arguments)
     assert (status, output, errors.count("\n")) == (2, "", 1)
     assert errors.startswith("heron: ")
     assert reason in errors
-    assert list(before) == list(Path("home/projects").iterdir())
+    assert os.listdir("home/projects") == before
 
 
 def test_projects_that_cannot_be_used_are_told_and_the_others_work(street):
@@ -132,9 +132,10 @@ def test_projects_that_cannot_be_used_are_told_and_the_others_work(street):
     assert "maya" not in output
     assert len(list((directory / ".corrupted").iterdir())) == 1
     status, _, errors = street("project", "show", "Street")
-    assert (status, f"2 projects are named Street; say which file: {good.name}, twin.json" in errors) == (
-        2,
-        True,
+    assert status == 2
+    assert (
+        f"2 projects are named Street; say which file: {', '.join(sorted([good.name, 'twin.json']))}"
+        in errors
     )
     assert street("scan", SCENE, "--project", "twin.json")[0] == 0
     for command in (["project", "select", "Old"], ["scan", SCENE, "--project", "Old"]):

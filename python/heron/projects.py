@@ -59,7 +59,7 @@ def find_project(projects: core._Project.Collection, reference: str) -> Project:
     if len(found) == 1:
         return projects.get(found[0].filename)
     if found:
-        files = ", ".join(header.filename for header in found)
+        files = ", ".join(sorted(header.filename for header in found))
         raise UnknownProjectError(f"{len(found)} projects are named {reference}; say which file: {files}")
     near = difflib.get_close_matches(reference, projects.names, _SUGGESTIONS)
     hint = f"; did you mean {', '.join(near)}?" if near else ""
