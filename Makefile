@@ -53,8 +53,8 @@ test-all: wheel ## All tests on every CPython found, with the one binary of the 
 asan: build-asan ## All tests under the address and undefined behaviour sanitizers
 	@$(call in_build,asan) tools/sanitized "$(BIN)/python" -m pytest $(sanitized_pytest) $(ARGS)
 
-bench: build-release ## Speed and growth, as tables
-	@$(call in_build,release) "$(BIN)/python" bench/scan.py $(ARGS)
+bench: build-release ## Speed, growth and memory, as tables with targets
+	@$(call in_build,release) "$(BIN)/python" bench $(ARGS)
 	@$(call in_build,release) "$(BIN)/python" bench/validate.py
 
 lint: lint-python lint-cpp ## Formatting and static checks

@@ -1,106 +1,101 @@
-"""How long a scan takes, and how that grows with the scene.
+"""What a scan costs above reading the scene, and how the work on the whole buffer grows with the scene.
 
-The host is a dictionary, so that the engine's own cost shows. "upload" is the snapshot alone, "scan" all
-else of `upload_buffer`. Each figure is the median of several runs in fresh sessions, in processor time,
-which other programs on the machine disturb least. The garbage collector has nothing left to do before and
-is off meanwhile: a scan turns it off itself, so that upload alone would else be dearer than within a scan.
+The host is a dictionary, so that the engine's own cost shows. "upload" is the snapshot alone, and
+"upload_buffer" the whole scan with it, "scan" what it takes beyond the snapshot. "validate" and "reload"
+check and match again what was found, as after the scene was opened; reload finds the snapshot there.
 
-"growth" is the scan's time over that of the size above: what matters on any machine. Ten times as many
-objects should take about ten times as long; what no longer fits the processor's caches adds a little.
+Each figure is the median of several runs, each in a process of its own: expressions that are compiled
+already and memory that was used before would else make the small scenes look cheaper than the large ones.
+
+"growth" is how much dearer ten times the objects are. Its target holds for the scan beyond the snapshot:
+that is the harder one, as within `upload_buffer` the snapshot could hide a part of it.
 """
 
 from __future__ import annotations
 
-import argparse
-import gc
-import itertools
-import statistics
 import sys
-import time
+from statistics import median
 
-from scenes import SHAPES, DictHost
+from measuring import Session, Table, Target, growths, in_fresh_process, main, seconds
+from scenes import SHAPES
 
-import core
-
-LIMIT = 12.0  # for ten times as many objects
+GROWTH, RATIO = 11, 2.5
 
 
-def seconds(operation) -> float:
-    """The processor time that an operation takes."""
-    gc.collect()
-    gc.disable()
-    start = time.process_time()
-    operation()
-    elapsed = time.process_time() - start
-    gc.enable()
+def upload(shape, size: int) -> float:
+    """Seconds of the snapshot alone."""
+    session = Session(shape, size)
+    return seconds(lambda: session.virtual.upload(session.host.roots))
+
+
+def upload_buffer(shape, size: int) -> float:
+    """Seconds of a scan; exits if it did not find all."""
+    session = Session(shape, size)
+    elapsed = seconds(session.scanner.upload_buffer)
+    session.check()
     return elapsed
 
 
-def measure(shape, size: int, run: int) -> tuple[int, float, float]:
-    """Objects, seconds of upload and seconds of scan of one run; exits if the scan did not find all."""
-    parents, record, expected = shape(size, run)
-    host = DictHost(parents)
-    virtual = core.Scene._Virtual(host)
-    hierarchy = core._Hierarchy(virtual, None)
-    hierarchy.pattern.set(record)
-    buffer = core.Scene._Buffer(host, virtual, hierarchy)
-    api = core.Api(host, None)
-    scanner = core.Scene._Scanner(api, host, virtual, hierarchy, buffer, api.callbacks)
-    upload = seconds(lambda: virtual.upload(host.roots))
-    virtual.offload()
-    whole = seconds(scanner.upload_buffer)
-    buckets = buffer.get()
-    joints = sum(len(bucket.get_joints()) for bucket in buckets)
-    if (len(buckets), joints) != (expected, len(parents)):
-        sys.exit(
-            f"{shape.__name__}: {len(buckets)} hierarchies of {joints} objects found, "
-            f"but there are {expected} of {len(parents)}"
-        )
-    return len(parents), upload, max(whole - upload, 0.0)
+def embedded(shape, size: int) -> list:
+    """What a scan embeds in the scene."""
+    session = Session(shape, size)
+    session.scanner.upload_buffer()
+    return session.host.data
 
 
-def median(shape, size: int, runs: int) -> tuple[int, float, float]:
-    """The same as the medians of several runs."""
-    counts, uploads, scans = zip(*(measure(shape, size, run) for run in range(runs)))
-    return counts[0], statistics.median(uploads), statistics.median(scans)
+def validate(shape, size: int, data: list) -> float:
+    """Seconds of the check of all that a scan found; exits if some does not match."""
+    session = Session(shape, size, data=data)
+    elapsed = seconds(session.buffer.validate)
+    if session.buffer.incompatibles:
+        sys.exit(f"{session.name}: what was just found does not match")
+    return elapsed
 
 
-def table(shape, sizes: list[int], runs: int) -> float:
-    """Prints the rows of a shape. Returns the growth over the last step, as for ten times the objects."""
-    rows = []
-    for size in sizes:
-        objects, upload, scan = median(shape, size, runs)
-        rows.append((objects, scan))
-        growth = f"{scan / rows[-2][1]:.1f}" if len(rows) > 1 else "-"
-        each = 1e6 * scan / objects
-        print(
-            f"{shape.__name__:<10}{objects:>10,}{upload:>11.4f}{scan:>11.4f}{each:>14.2f}{growth:>9}",
-            flush=True,
-        )
-    steps = [10 * (b / a) / (more / fewer) for (fewer, a), (more, b) in itertools.pairwise(rows)]
-    return steps[-1] if steps else 0.0
+def reload(shape, size: int, data: list) -> float:
+    """Seconds of matching again what a scan found; exits if something was lost."""
+    session = Session(shape, size, data=data)
+    session.virtual.upload(session.host.roots)
+    elapsed = seconds(session.scanner.reload_buffer)
+    session.check()
+    return elapsed
 
 
-def main() -> int:
-    """Prints the table; the exit status is 1 if `--check` finds a growth beyond the limit."""
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--runs", type=int, default=3, help="runs of which the median counts (%(default)s)")
-    parser.add_argument("--sizes", type=int, nargs="+", default=[1_000, 10_000, 100_000], help="objects")
-    parser.add_argument("--shapes", nargs="+", choices=SHAPES, default=list(SHAPES), help="shapes of scenes")
-    parser.add_argument(
-        "--check",
-        action="store_true",
-        help=f"fail if a shape grows beyond {LIMIT:.0f}-fold over the last step of ten times the objects",
-    )
-    options = parser.parse_args()
+def measure(shape, size: int, runs: int) -> dict[str, float]:
+    """Microseconds an object of each operation, as medians."""
 
-    print(f"{'shape':<10}{'objects':>10}{'upload s':>11}{'scan s':>11}{'scan us each':>14}{'growth':>9}")
-    growths = {name: table(SHAPES[name], options.sizes, options.runs) for name in options.shapes}
-    too_steep = [name for name, growth in growths.items() if growth > LIMIT]
-    if options.check and too_steep:
-        print(f"grows beyond {LIMIT:.0f}-fold: {', '.join(too_steep)}", file=sys.stderr)
-    return int(options.check and bool(too_steep))
+    def each(operation, *arguments) -> float:
+        times = (in_fresh_process(operation, shape, size, *arguments) for _ in range(runs))
+        return 1e6 * median(times) / size
+
+    snapshot, whole = each(upload), each(upload_buffer)
+    data = in_fresh_process(embedded, shape, size)
+    return {
+        "upload": snapshot,
+        "upload_buffer": whole,
+        "scan": max(whole - snapshot, 1e-9),
+        "validate": each(validate, data),
+        "reload": each(reload, data),
+    }
+
+
+def report(options) -> None:
+    """Prints a row for each operation in each shape, and one for the ratio of scan and snapshot."""
+    sizes = options.sizes
+    columns = [*(f"{size:,}" for size in sizes), *("growth" for _ in sizes[1:])]
+    table = Table("Scan, us per object", ["shape", "operation"], columns)
+    for name in options.shapes:
+        figures = [measure(SHAPES[name], size, options.runs) for size in sizes]
+        for operation in figures[0]:
+            each = [times[operation] for times in figures]
+            grown = growths(sizes, [time * size for time, size in zip(each, sizes)])
+            has_target = grown and operation in ("scan", "validate", "reload")
+            cells = [*(f"{time:.2f}" for time in each), *(f"{times:.1f}" for times in grown)]
+            table.row(name, operation, *cells, target=Target(grown[-1], GROWTH) if has_target else None)
+        ratios = [times["upload_buffer"] / times["upload"] for times in figures]
+        cells = [*(f"{ratio:.2f}" for ratio in ratios), *("" for _ in sizes[1:])]
+        table.row(name, "upload_buffer / upload", *cells, target=Target(ratios[-1], RATIO))
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(report))

@@ -1,0 +1,13 @@
+"""All benchmarks with a target, in one run."""
+
+import sys
+
+import expressions
+import imports
+import memory
+import plain
+import scan
+from measuring import main
+
+if __name__ == "__main__":
+    sys.exit(main(*(module.report for module in (imports, expressions, memory, scan, plain))))
