@@ -2,7 +2,7 @@
 
 #include "hierarchy/anchor_logic.h"
 #include "hierarchy/anchor_state.h"
-#include "hierarchy/re_matcher.h"
+#include "hierarchy/shared_matcher.h"
 #include "runtime/class.h"
 
 namespace heron {
@@ -46,7 +46,7 @@ class Anchor {
   }
 
  private:
-  AnchorLogic logic_{state->content(), ReMatcher::shared()};
+  AnchorLogic logic_{state->content(), shared_matcher()};
 };
 
 void expose_anchor(const py::Scope& hierarchy);

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "hierarchy/utf8.h"
+
 namespace heron::anchor_text {
 namespace {
-
-bool continues_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 // The runtime's own words for an unpacking that fails.
 [[noreturn]] void wrong_number_of_pieces(std::size_t pieces) {
@@ -75,13 +75,13 @@ std::pair<std::string_view, std::string_view> split_at(std::string_view text, st
 std::size_t shared_start(std::string_view a, std::string_view b) {
   const auto limit = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size()));
   auto shared = static_cast<std::size_t>(std::mismatch(a.begin(), a.begin() + limit, b.begin()).first - a.begin());
-  const auto inside = [&](std::string_view text) { return shared < text.size() && continues_character(text[shared]); };
+  const auto inside = [&](std::string_view text) { return shared < text.size() && utf8::continues(text[shared]); };
   while (shared > 0 && (inside(a) || inside(b))) --shared;
   return shared;
 }
 
 std::size_t count_characters(std::string_view text) {
-  return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continues_character));
+  return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), utf8::continues));
 }
 
 std::vector<std::string_view> parents(std::string_view path) {

@@ -5,6 +5,7 @@
 #include "foundation/constants.h"
 #include "foundation/text.h"
 #include "hierarchy/hierarchy_run.h"
+#include "hierarchy/shared_matcher.h"
 #include "scene/operator.h"
 
 namespace heron {
@@ -74,7 +75,7 @@ bool Hierarchy::is_ghost_root(const py::Object& ghost, const py::Object& path) c
   if (!types.truth() || py::holds(types, py::text(constants::kSceneRoot))) return !parent.truth();
   if (!parent.truth()) return false;
   const py::Utf8 regex(rule.attr(fields::kRegex)), parent_path(parent);
-  if (!ReMatcher::shared().match(regex, name_from_path(parent_path))) return false;
+  if (!shared_matcher().match(regex, name_from_path(parent_path))) return false;
   return py::holds(types, to_str(query_op.call(host::kGetType, parent)));
 }
 

@@ -10,11 +10,6 @@ constexpr std::size_t kGenerationSize = 2048;
 
 }  // namespace
 
-ReMatcher& ReMatcher::shared() {
-  static auto* matcher = new ReMatcher;  // never released: its objects would outlive the runtime
-  return *matcher;
-}
-
 bool ReMatcher::match(std::string_view expression, std::string_view text) {
   return !compile(expression).match(py::text(text)).is_none();
 }

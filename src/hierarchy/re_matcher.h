@@ -15,9 +15,6 @@ class ReMatcher : public NameMatcher {
   bool match(std::string_view expression, std::string_view text) override;
   std::string remove_all(std::string_view expression, std::string_view text) override;
 
-  /// The matcher of the process: expressions are shared by all that match.
-  static ReMatcher& shared();
-
  private:
   struct Compiled {
     py::Object match, substitute;  // the pattern's operations, bound once

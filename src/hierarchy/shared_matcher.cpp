@@ -1,0 +1,14 @@
+#include "hierarchy/shared_matcher.h"
+
+#include "hierarchy/native_matcher.h"
+#include "hierarchy/re_matcher.h"
+
+namespace heron {
+
+NameMatcher& shared_matcher() {
+  // Never released: the objects that the runtime's part holds would outlive the runtime.
+  static NameMatcher& matcher = *new NativeMatcher(*new ReMatcher);
+  return matcher;
+}
+
+}  // namespace heron

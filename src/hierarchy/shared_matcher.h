@@ -1,0 +1,10 @@
+#pragma once
+
+#include "hierarchy/name_matcher.h"
+
+namespace heron {
+
+/// The matcher of the process: expressions are shared by all that match.
+NameMatcher& shared_matcher();
+
+}  // namespace heron
