@@ -93,7 +93,7 @@ bool Hierarchy::is_valid(const py::Iterable& roots) { return HierarchyRun(*this)
 
 bool Hierarchy::match(const py::Iterable& roots, const py::Iterable& scopes) {
   HierarchyRun run(*this, scopes);
-  const bool matches = run.runner().match(run.locate(roots), run.pattern().plan().top()).has_value();
+  const bool matches = run.runner().match(run.locate(roots), run.pattern().plan().top()) != nullptr;
   run.finish();
   return matches;
 }

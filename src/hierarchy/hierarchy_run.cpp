@@ -52,7 +52,7 @@ void HierarchyRun::find_anchors() { state().reset({planned_.plan().definitions, 
 
 bool HierarchyRun::is_valid(const py::Object& roots) {
   find_anchors();
-  const bool valid = runner_.match_whole(locate(roots)).has_value();
+  const bool valid = runner_.match_whole(locate(roots)) != nullptr;
   finish();
   return valid;
 }

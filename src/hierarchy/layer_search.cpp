@@ -2,13 +2,14 @@
 
 namespace heron {
 
-std::vector<Pairing> LayerSearch::run(LayerShelf& shelf, const LayerPlan& layer, bool exact) {
+const std::vector<Pairing>& LayerSearch::run(LayerShelf& shelf, const LayerPlan& layer, bool exact) {
   load(shelf, layer, exact);
   backup_state();
   make_guess();
   if (wrong_guess()) {
     reset_state();
-    return {};
+    pairings_.clear();
+    return pairings_;
   }
   return response();
 }
@@ -17,7 +18,8 @@ void LayerSearch::load(LayerShelf& shelf, const LayerPlan& layer, bool exact) {
   shelf_ = &shelf;
   layer_ = &layer;
   exact_ = exact;
-  guess_.assign(layer.scopes.size(), std::nullopt);
+  if (slots_.size() < layer.scopes.size()) slots_.resize(layer.scopes.size());
+  for (Slot& slot : slots_) slot.reached = false;
   shelf.begin_guess();
 }
 
@@ -25,27 +27,27 @@ void LayerSearch::make_guess() {
   AnchorState shared = logic_.state();
   for (std::size_t i = 0; i < layer_->scopes.size(); ++i) {
     const ScopePlan& scope = layer_->scopes[i];
-    std::vector<LayerShelf::Position> taken = take_matching(scope, i, shared);
-    if (static_cast<long long>(taken.size()) < scope.rule->minimum) {
+    take_matching(scope, i, shared);
+    if (static_cast<long long>(taken_.size()) < scope.rule->minimum) {
       reset_state();
       return;
     }
     put_back(shared);
-    for (const LayerShelf::Position position : taken) shelf_->take(position);
-    guess_[scope.slot] = std::move(taken);
+    for (const LayerShelf::Position position : taken_) shelf_->take(position);
+    slots_[scope.slot].reached = true;
+    std::swap(slots_[scope.slot].taken, taken_);
   }
 }
 
-std::vector<LayerShelf::Position> LayerSearch::take_matching(const ScopePlan& scope, std::size_t index,
-                                                             AnchorState& shared) {
+void LayerSearch::take_matching(const ScopePlan& scope, std::size_t index, AnchorState& shared) {
   using Wish = LayerShelf::Wish;
-  std::vector<LayerShelf::Position> taken;
+  taken_.clear();
   const bool fixed = rules_.is_fixed(*scope.rule);
   const auto visit = [&](LayerShelf::Position position) {
     if (scope_match(shelf_->object(position), scope)) {
       // One too many is tested all the same; what it captured goes when `shared` comes back.
-      if (static_cast<long long>(taken.size()) >= scope.rule->maximum) return Wish::kStop;
-      taken.push_back(position);
+      if (static_cast<long long>(taken_.size()) >= scope.rule->maximum) return Wish::kStop;
+      taken_.push_back(position);
       shared = logic_.state();  // holds all of `shared` and what came since: a state only grows within a scope
       return Wish::kStay;
     }
@@ -57,7 +59,6 @@ std::vector<LayerShelf::Position> LayerSearch::take_matching(const ScopePlan& sc
   } else {
     shelf_->walk_all(visit);
   }
-  return taken;
 }
 
 bool LayerSearch::scope_match(ObjectId object, const ScopePlan& scope) {
@@ -67,20 +68,20 @@ bool LayerSearch::scope_match(ObjectId object, const ScopePlan& scope) {
 
 bool LayerSearch::wrong_guess() const {
   for (const ScopePlan& scope : layer_->scopes) {
-    const auto& taken = guess_[scope.slot];
-    if (!scope.rule->allows(taken ? taken->size() : 0)) return true;
+    if (!scope.rule->allows(count(scope.slot))) return true;
   }
   return exact_ && !shelf_->all_taken();
 }
 
-std::vector<Pairing> LayerSearch::response() const {
-  std::vector<Pairing> pairings;
+const std::vector<Pairing>& LayerSearch::response() {
+  pairings_.clear();
   for (const ScopePlan& scope : layer_->scopes) {
-    const auto& taken = guess_[scope.slot];
-    if (!taken) continue;
-    for (const LayerShelf::Position position : *taken) pairings.push_back({position, shelf_->object(position), &scope});
+    if (!slots_[scope.slot].reached) continue;
+    for (const LayerShelf::Position position : slots_[scope.slot].taken) {
+      pairings_.push_back({position, shelf_->object(position), &scope});
+    }
   }
-  return pairings;
+  return pairings_;
 }
 
 }  // namespace heron

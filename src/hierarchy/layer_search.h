@@ -26,8 +26,8 @@ class LayerSearch {
       : logic_(logic), objects_(objects), rules_(rules) {}
 
   /// The whole search: what each scope took, in the order of the scopes, or nothing if the layer does not fit. With
-  /// `exact` every object must be taken.
-  std::vector<Pairing> run(LayerShelf& shelf, const LayerPlan& layer, bool exact);
+  /// `exact` every object must be taken. The list is the search's own, until the next run.
+  const std::vector<Pairing>& run(LayerShelf& shelf, const LayerPlan& layer, bool exact);
 
   // The same step by step.
   void load(LayerShelf& shelf, const LayerPlan& layer, bool exact);
@@ -35,7 +35,7 @@ class LayerSearch {
   void reset_state() { put_back(backup_); }
   void make_guess();
   bool wrong_guess() const;
-  std::vector<Pairing> response() const;
+  const std::vector<Pairing>& response();
 
   /// Does this object fit this scope? What its name holds is captured even if it fails only by having children.
   bool scope_match(ObjectId object, const ScopePlan& scope);
@@ -44,15 +44,23 @@ class LayerSearch {
   bool applied() const { return applied_; }
   const AnchorState& backup() const { return backup_; }
   void set_backup(AnchorState state) { backup_ = std::move(state); }
-  /// What the scopes of this slot took; none if they were not reached.
-  const std::optional<std::vector<LayerShelf::Position>>& taken(std::size_t slot) const { return guess_[slot]; }
+  /// What the scopes of this slot took; nothing at all if they were not reached.
+  const std::vector<LayerShelf::Position>* taken(std::size_t slot) const {
+    return slots_[slot].reached ? &slots_[slot].taken : nullptr;
+  }
 
  private:
+  struct Slot {
+    bool reached = false;
+    std::vector<LayerShelf::Position> taken;
+  };
+
   void put_back(const AnchorState& state) {
     logic_.state() = state;
     applied_ = true;
   }
-  std::vector<LayerShelf::Position> take_matching(const ScopePlan& scope, std::size_t index, AnchorState& shared);
+  std::size_t count(std::size_t slot) const { return slots_[slot].reached ? slots_[slot].taken.size() : 0; }
+  void take_matching(const ScopePlan& scope, std::size_t index, AnchorState& shared);
 
   AnchorLogic& logic_;
   Objects& objects_;
@@ -61,7 +69,11 @@ class LayerSearch {
   const LayerPlan* layer_ = nullptr;
   bool exact_ = true, applied_ = false;
   AnchorState backup_;
-  std::vector<std::optional<std::vector<LayerShelf::Position>>> guess_;  // by slot
+  // A scan runs through a hundred thousand small layers: what a run fills is kept for the next one, as allocating it
+  // anew would be a fifth of a scan's time.
+  std::vector<Slot> slots_;
+  std::vector<LayerShelf::Position> taken_;  // by the scope that is asked now
+  std::vector<Pairing> pairings_;
 };
 
 }  // namespace heron

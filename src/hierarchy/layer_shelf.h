@@ -1,5 +1,6 @@
 #pragma once
 
+#include <numeric>
 #include <vector>
 
 #include "hierarchy/objects.h"
@@ -15,9 +16,14 @@ class LayerShelf {
  public:
   using Position = std::uint32_t;
 
-  explicit LayerShelf(std::vector<ObjectId> objects)
-      : objects_(std::move(objects)), next_(objects_.size() + 1), taken_(objects_.size(), 0) {
-    for (std::size_t i = 0; i < next_.size(); ++i) next_[i] = static_cast<Position>(i);
+  LayerShelf() = default;
+  explicit LayerShelf(std::vector<ObjectId> objects) : objects_(std::move(objects)) { lay_out(); }
+
+  /// Puts other objects on the shelf, for one guess: then nothing is worth remembering.
+  void fill_for_one_guess(const std::vector<ObjectId>& objects) {
+    objects_ = objects;
+    one_guess_ = true;
+    lay_out();
   }
 
   ObjectId object(Position position) const { return objects_[position]; }
@@ -45,6 +51,12 @@ class LayerShelf {
     Position unseen = 0;
   };
 
+  void lay_out() {
+    next_.resize(objects_.size() + 1);
+    std::iota(next_.begin(), next_.end(), Position{0});
+    taken_.assign(objects_.size(), 0);
+    guess_ = 1;
+  }
   bool is_free(Position position) const { return next_[position] == position && taken_[position] != guess_; }
   bool is_gone(Position position) const { return next_[position] != position; }
   Position next_left(Position position);  // the first one from here on that is not gone
@@ -53,6 +65,7 @@ class LayerShelf {
   std::vector<Position> next_;        // itself, or a later position if gone
   std::vector<std::uint32_t> taken_;  // the last guess that took the object
   std::uint32_t guess_ = 1;
+  bool one_guess_ = false;
   std::vector<Cursor> cursors_;  // by scope
 };
 
@@ -95,6 +108,7 @@ void LayerShelf::walk_all(V&& visit) {
 
 template <class V>
 void LayerShelf::walk(std::size_t scope, V&& visit) {
+  if (one_guess_) return walk_all(visit);
   if (cursors_.size() <= scope) cursors_.resize(scope + 1);
   Cursor& cursor = cursors_[scope];
   while (cursor.first < cursor.wanted.size() && is_gone(cursor.wanted[cursor.first])) ++cursor.first;

@@ -17,7 +17,7 @@ class LocationObjects : public Objects {
   std::vector<ObjectId> locate(const py::Object& paths);
 
   const ObjectView& view(ObjectId object) const override { return entries_[object].view; }
-  std::vector<ObjectId> children(ObjectId object) override { return locate(entries_[object].children); }
+  void children(ObjectId object, std::vector<ObjectId>& into) override { into = locate(entries_[object].children); }
 
   const py::Object& location(ObjectId object) const { return entries_[object].location; }
 

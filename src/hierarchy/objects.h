@@ -21,8 +21,8 @@ class Objects {
  public:
   virtual ~Objects() = default;
   virtual const ObjectView& view(ObjectId object) const = 0;
-  /// The children of an object that exist, in order.
-  virtual std::vector<ObjectId> children(ObjectId object) = 0;
+  /// Puts the children of an object that exist, in order, in place of what is in the list.
+  virtual void children(ObjectId object, std::vector<ObjectId>& into) = 0;
 };
 
 }  // namespace heron

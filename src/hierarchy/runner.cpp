@@ -2,45 +2,45 @@
 
 namespace heron {
 
-std::optional<MatchTree> Runner::walk(std::vector<ObjectId> siblings, const LayerPlan& top, bool strict) {
-  // A pattern may be deeper than the stack, so the layers that are under way stand on one of our own.
-  struct Level {
-    std::size_t layer, next;
-  };
-  MatchTree tree;
-  std::vector<Level> levels;
-  const auto enter = [&](std::vector<ObjectId> objects, const LayerPlan& scopes) {
-    LayerShelf shelf(std::move(objects));
-    const std::vector<Pairing> found = search_.run(shelf, scopes, true);
-    if (found.empty()) return !strict || scopes.optional();
-    levels.push_back({tree.layers.size(), 0});
-    std::vector<MatchTree::Node>& layer = tree.layers.emplace_back();
-    layer.reserve(found.size());
-    for (const Pairing& pairing : found) layer.push_back({pairing});
-    return true;
-  };
-  if (!enter(std::move(siblings), top)) return std::nullopt;
-  while (!levels.empty()) {
-    const std::size_t layer = levels.back().layer, position = levels.back().next++;
-    if (position == tree.layers[layer].size()) {
-      levels.pop_back();
+// A pattern may be deeper than the stack, so the layers that are under way stand on one of our own.
+bool Runner::walk(const std::vector<ObjectId>& objects, const LayerPlan& top, bool strict) {
+  tree_.nodes.clear();
+  tree_.layers.clear();
+  levels_.clear();
+  if (!enter(objects, top, strict)) return false;
+  while (!levels_.empty()) {
+    Level& level = levels_.back();
+    const std::size_t position = tree_.layers[level.layer].begin + level.next++;
+    if (position == tree_.layers[level.layer].end) {
+      levels_.pop_back();
       continue;
     }
-    const Pairing pairing = tree.layers[layer][position].pairing;
+    const Pairing pairing = tree_.nodes[position].pairing;
     if (is_deadlock(pairing)) continue;
-    const std::size_t below = tree.layers.size();
-    if (!enter(objects_.children(pairing.object), *pairing.scope->children)) return std::nullopt;
-    if (tree.layers.size() > below) tree.layers[layer][position].below = below;
+    const std::size_t below = tree_.layers.size();
+    objects_.children(pairing.object, children_);
+    if (!enter(children_, *pairing.scope->children, strict)) return false;
+    if (tree_.layers.size() > below) tree_.nodes[position].below = below;
   }
-  return tree;
+  return true;
 }
 
-std::optional<MatchTree> Runner::match_whole(std::vector<ObjectId> objects) {
+bool Runner::enter(const std::vector<ObjectId>& objects, const LayerPlan& scopes, bool strict) {
+  shelf_.fill_for_one_guess(objects);
+  const std::vector<Pairing>& found = search_.run(shelf_, scopes, true);
+  if (found.empty()) return !strict || scopes.optional();
+  levels_.push_back({tree_.layers.size(), 0});
+  tree_.layers.push_back({tree_.nodes.size(), tree_.nodes.size() + found.size()});
+  for (const Pairing& pairing : found) tree_.nodes.push_back({pairing});
+  return true;
+}
+
+const MatchTree* Runner::match_whole(const std::vector<ObjectId>& objects) {
   find_anchors();
-  return match(std::move(objects), plan_.top());
+  return match(objects, plan_.top());
 }
 
-std::vector<Pairing> Runner::mask(LayerShelf& shelf) {
+const std::vector<Pairing>& Runner::mask(LayerShelf& shelf) {
   find_anchors();
   return search_.run(shelf, plan_.top(), false);
 }

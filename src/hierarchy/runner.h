@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <span>
 #include <vector>
 
@@ -14,9 +13,13 @@ struct MatchTree {
 
   struct Node {
     Pairing pairing;
-    std::size_t below = kNothing;  ///< Position of a layer.
+    std::size_t below = kNothing;  ///< Number of a layer.
   };
-  std::vector<std::vector<Node>> layers;  ///< The first is the top; none if it is empty.
+  struct Layer {
+    std::size_t begin, end;  ///< Of its nodes.
+  };
+  std::vector<Node> nodes;
+  std::vector<Layer> layers;  ///< The first is the top; none if it is empty.
 };
 
 /// Compares whole trees of objects with a whole pattern, layer by layer.
@@ -28,18 +31,21 @@ class Runner {
   /// Drops all captures; the definitions are the pattern's.
   void find_anchors() { logic_.state() = {plan_.definitions, nullptr}; }
 
-  /// The objects, with all below them, if they fit the layer. Captures stand as they are found.
-  std::optional<MatchTree> match(std::vector<ObjectId> objects, const LayerPlan& layer) {
-    return walk(std::move(objects), layer, true);
+  // What comes back is the runner's own, until the next operation.
+
+  /// The objects, with all below them, if they fit the layer; else none. Captures stand as they are found.
+  const MatchTree* match(const std::vector<ObjectId>& objects, const LayerPlan& layer) {
+    return walk(objects, layer, true) ? &tree_ : nullptr;
   }
   /// What fits of the objects and all below them: where a layer does not fit, nothing stands.
-  MatchTree find(std::vector<ObjectId> objects, const LayerPlan& layer) {
-    return walk(std::move(objects), layer, false).value_or(MatchTree());
+  const MatchTree& find(const std::vector<ObjectId>& objects, const LayerPlan& layer) {
+    walk(objects, layer, false);
+    return tree_;
   }
   /// `match` with the pattern's top, without any captures before.
-  std::optional<MatchTree> match_whole(std::vector<ObjectId> objects);
+  const MatchTree* match_whole(const std::vector<ObjectId>& objects);
   /// What the pattern's top layer takes of a shelf, without any captures before.
-  std::vector<Pairing> mask(LayerShelf& shelf);
+  const std::vector<Pairing>& mask(LayerShelf& shelf);
 
   /// Is there nothing below the object and nothing wanted below it?
   bool is_deadlock(const Pairing& pairing) const {
@@ -51,13 +57,23 @@ class Runner {
   const PatternPlan& plan() const { return plan_; }
 
  private:
-  std::optional<MatchTree> walk(std::vector<ObjectId> objects, const LayerPlan& top, bool strict);
+  struct Level {
+    std::size_t layer, next;
+  };
+
+  bool walk(const std::vector<ObjectId>& objects, const LayerPlan& top, bool strict);
+  bool enter(const std::vector<ObjectId>& objects, const LayerPlan& scopes, bool strict);
 
   AnchorLogic& logic_;
   Objects& objects_;
   const PatternPlan& plan_;
   RuleBook rules_;
   LayerSearch search_;
+  // Kept from one walk to the next, as in the search.
+  MatchTree tree_;
+  std::vector<Level> levels_;
+  LayerShelf shelf_;
+  std::vector<ObjectId> children_;
 };
 
 }  // namespace heron

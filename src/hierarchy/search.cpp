@@ -93,8 +93,8 @@ py::Dict Search::guess() const {
   py::Dict table;
   if (!run_) return table;
   for (const ScopePlan& scope : run_->planned.plan().top().scopes) {
-    const auto& taken = run_->search.taken(scope.slot);
-    if (!taken) continue;
+    const auto* taken = run_->search.taken(scope.slot);
+    if (taken == nullptr) continue;
     const py::List list;
     for (const LayerShelf::Position position : *taken) {
       list.append(run_->objects.location(run_->shelf.object(position)));

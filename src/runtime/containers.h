@@ -45,6 +45,7 @@ class Dict : public Object {
   void remove(const Object& key) const { checked(PyDict_DelItem(pointer_, key.get())); }  ///< KeyError if absent.
   void update(const Dict& other) const { checked(PyDict_Update(pointer_, other.pointer_)); }
   void clear() const { PyDict_Clear(pointer_); }
+  Dict copy() const { return Dict(steal(PyDict_Copy(pointer_))); }
   std::vector<std::pair<Object, Object>> items() const;
   List keys() const { return List(steal(PyDict_Keys(pointer_))); }  ///< A new list.
   std::vector<Object> values() const;

@@ -44,6 +44,15 @@ struct PutOff {
   const Layout* layout;
 };
 
+PyObject* allocate(PyTypeObject* type, PyObject* arguments, const Layout& layout) {
+  // Our own classes are never abstract.
+  if (is_plain(layout) && arguments == nullptr) return PyType_GenericAlloc(type, 0);
+  // object.__new__ refuses abstract classes; it takes no arguments where a class has a constructor.
+  static PyObject* const nothing = PyTuple_New(0);
+  if (is_plain(layout) || arguments == nullptr) arguments = nothing;
+  return native<newfunc>(layout, Py_tp_new)(type, arguments, nullptr);
+}
+
 }  // namespace
 
 std::string label(PyTypeObject* type) {
@@ -52,10 +61,7 @@ std::string label(PyTypeObject* type) {
 }
 
 PyObject* new_instance(PyTypeObject* type, PyObject* arguments, const Layout& layout) {
-  // object.__new__ refuses abstract classes; it takes no arguments where a class has a constructor.
-  static PyObject* const nothing = PyTuple_New(0);
-  if (is_plain(layout) || arguments == nullptr) arguments = nothing;
-  PyObject* self = native<newfunc>(layout, Py_tp_new)(type, arguments, nullptr);
+  PyObject* self = allocate(type, arguments, layout);
   if (self == nullptr) throw Error();
   PyObject_GC_UnTrack(self);  // the collector must not walk over a value that is half made
   try {

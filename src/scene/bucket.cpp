@@ -18,30 +18,38 @@ void DataBucket::init(const py::Object& joint_, const py::Object& name, const py
   joint = joint_;
   checked = checked_;
   opened = opened_;
-  name_ = to_str(py::text(""));
-  set_name(name.is_none() ? joint.attr(kName) : name);
+  static const auto* const kNoName = new py::Object(to_str(py::text("")));
+  name_ = LateText::exactly(*kNoName);
+  set_name(name.is_none() ? joint_name(joint) : name);
 }
 
 void DataBucket::set_name(const py::Object& text) {
-  if (text.is_text()) name_ = to_str(text);
+  if (text.is_text()) name_ = LateText::of(text);
 }
 
 bool DataBucket::equals(const py::Object& other) const {
   if (!py::is_instance<DataBucket>(other.get())) return false;
   const DataBucket& bucket = py::value_of<DataBucket>(other.get());
-  return joint.equals(bucket.joint) && name_.equals(bucket.name_) && checked.equals(bucket.checked) &&
-         opened.equals(bucket.opened);
+  return joint.equals(bucket.joint) && name_.characters().equals(bucket.name_.characters()) &&
+         checked.equals(bucket.checked) && opened.equals(bucket.opened);
 }
 
-Py_hash_t DataBucket::hash() const { return py::tuple({name_, joint.attr(kStamp), checked, opened}).hash(); }
+Py_hash_t DataBucket::hash() const {
+  return py::tuple({name_.characters(), joint.attr(kStamp), checked, opened}).hash();
+}
 
 py::Dict DataBucket::data() const {
   py::Dict data;
-  data.set(kJoint, joint.attr(kData));
-  data.set(kName, name_);
+  data.set(kJoint, joint_data(joint));
+  data.set(kName, name_.characters());
   data.set(kChecked, checked);
   data.set(kOpened, opened);
   return data;
+}
+
+py::Object bucket_data(const py::Object& bucket) {
+  const bool ours = Py_TYPE(bucket.or_none()) == py::TypeOf<DataBucket>::type;  // a subclass may tell otherwise
+  return ours ? py::value_of<DataBucket>(bucket.get()).data() : bucket.attr(kData);
 }
 
 py::List DataBucket::get_joints(const py::Object& from) const {

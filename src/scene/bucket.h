@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/class.h"
+#include "scene/late_text.h"
 
 namespace heron {
 
@@ -9,11 +10,13 @@ class DataBucket {
  public:
   void init(const py::Object& joint, const py::Object& name, const py::Object& checked, const py::Object& opened);
 
-  py::Object get_name() const { return name_; }
+  py::Object get_name() const { return name_.get(); }
   void set_name(const py::Object& text);
   bool equals(const py::Object& other) const;
   Py_hash_t hash() const;
   py::Dict data() const;
+  /// The name in whatever class of text it stands.
+  const py::Object& name_characters() const { return name_.characters(); }
   /// The bucket's joints, or those below a joint, parents first.
   py::List get_joints(const py::Object& joint) const;
 
@@ -24,12 +27,15 @@ class DataBucket {
     visit(joint);
     visit(checked);
     visit(opened);
-    visit(name_);
+    visit(name_.member());
   }
 
  private:
-  py::Object name_;
+  LateText name_;
 };
+
+/// What anything that serves as a bucket says of itself, as it is embedded in the scene.
+py::Object bucket_data(const py::Object& bucket);
 
 void expose_bucket(const py::Scope& buffer);
 

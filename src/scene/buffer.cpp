@@ -29,7 +29,7 @@ void sort_by_name(const py::List& joints) {
   };
   if (joints.size() < 2) return;
   std::vector<Entry> entries;
-  for (const py::Object& joint : joints.items()) entries.push_back({py::Utf8(joint.attr(kName)), joint});
+  for (const py::Object& joint : joints.items()) entries.push_back({py::Utf8(joint_name(joint)), joint});
   std::stable_sort(entries.begin(), entries.end(),
                    [](const Entry& a, const Entry& b) { return a.name.view() < b.name.view(); });
   for (std::size_t i = 0; i < entries.size(); ++i) joints.set(static_cast<Py_ssize_t>(i), entries[i].joint);
@@ -122,7 +122,7 @@ void Buffer::erase() const {
 
 py::List Buffer::encode(const py::Iterable& data) {
   py::List encoded;
-  for (const py::Object& bucket : py::collect(data)) encoded.append(bucket.attr(kData));
+  for (const py::Object& bucket : py::collect(data)) encoded.append(bucket_data(bucket));
   return encoded;
 }
 
@@ -193,11 +193,15 @@ void Buffer::drop(const py::Iterable& array) const {
 void Buffer::sort(const py::Object& root) const {
   const py::Depth depth(" while joints are sorted");
   if (root.is_none()) {
-    for (const py::Object& bucket : buckets.items()) sort(bucket.attr(kJoint).attr(kChildren));
+    for (const py::Object& bucket : buckets.items()) {
+      if (const py::Object children = joint_children(bucket.attr(kJoint))) sort(children);
+    }
     return;
   }
   const py::List joints(root);
-  for (const py::Object& joint : joints.items()) sort(joint.attr(kChildren));
+  for (const py::Object& joint : joints.items()) {
+    if (const py::Object children = joint_children(joint)) sort(children);
+  }
   sort_by_name(joints);
 }
 

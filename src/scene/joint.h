@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/class.h"
+#include "scene/late_text.h"
 
 namespace heron {
 
@@ -15,14 +16,28 @@ class DataJoint {
   Py_hash_t hash() const;
   py::Dict data() const;
 
-  py::Object stamp, name, path, type, icon, color;
-  py::Object children = py::List();
+  py::Object get_name() const { return name.get(); }
+  void set_name(const py::Object& value) { name = LateText::exactly(value); }
+  py::Object get_path() const { return path.get(); }
+  void set_path(const py::Object& value) { path = LateText::exactly(value); }
+  py::Object get_children() const;
+  void set_children(const py::Object& value) { children = value; }
+
+  py::Object stamp, type, icon, color;
+  LateText name, path;
+  py::Object children;  ///< None is here until somebody asks for the list: most joints have nothing below.
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&stamp, &name, &path, &type, &icon, &color, &children}) visit(*field);
+    for (py::Object* field : {&stamp, &name.member(), &path.member(), &type, &icon, &color, &children}) visit(*field);
   }
 };
+
+// What anything that serves as a joint says of itself. Ours are asked without making the texts and lists that only
+// Python looks at.
+py::Object joint_name(const py::Object& joint);
+py::Object joint_children(const py::Object& joint);  ///< None may stand for an empty list.
+py::Object joint_data(const py::Object& joint);
 
 void expose_joint(const py::Scope& buffer);
 

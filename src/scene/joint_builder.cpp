@@ -10,22 +10,21 @@ namespace heron {
 py::List JointBuilder::build(const MatchTree& tree) {
   // A hierarchy may be deeper than the stack, so the layers that are under way stand on one of our own.
   struct Level {
-    const std::vector<MatchTree::Node>* layer;
+    MatchTree::Layer left;
     py::List joints;
-    std::size_t next = 0;
   };
   if (tree.layers.empty()) return {};
   std::vector<Level> levels;
-  levels.push_back({&tree.layers.front(), {}});
+  levels.push_back({tree.layers.front(), {}});
   while (true) {
     Level& level = levels.back();
-    if (level.next < level.layer->size()) {
-      const MatchTree::Node& node = (*level.layer)[level.next];
+    if (level.left.begin < level.left.end) {
+      const MatchTree::Node& node = tree.nodes[level.left.begin];
       if (node.below == MatchTree::kNothing) {
         level.joints.append(joint(node.pairing, py::Object()));
-        ++level.next;
+        ++level.left.begin;
       } else {
-        levels.push_back({&tree.layers[node.below], {}});
+        levels.push_back({tree.layers[node.below], {}});
       }
       continue;
     }
@@ -33,7 +32,7 @@ py::List JointBuilder::build(const MatchTree& tree) {
     levels.pop_back();
     if (levels.empty()) return built;
     Level& parent = levels.back();
-    parent.joints.append(joint((*parent.layer)[parent.next++].pairing, built));
+    parent.joints.append(joint(tree.nodes[parent.left.begin++].pairing, built));
   }
 }
 

@@ -40,7 +40,8 @@ py::Object identity(const py::Object& object) {
   const DataBucket& bucket = py::value_of<DataBucket>(object.get());
   if (!py::is_instance<DataJoint>(bucket.joint.get())) return object;
   const DataJoint& joint = py::value_of<DataJoint>(bucket.joint.get());
-  return py::tuple({joint.stamp, joint.name, joint.path, joint.type, bucket.get_name(), bucket.checked, bucket.opened});
+  return py::tuple({joint.stamp, joint.name.characters(), joint.path.characters(), joint.type, bucket.name_characters(),
+                    bucket.checked, bucket.opened});
 }
 
 py::Object make_bucket(const py::Object& joint) {
@@ -83,19 +84,21 @@ void scan_group(HierarchyRun& run, JointBuilder& builder, Duplicates& duplicates
                 const py::Object& group, const py::List& buckets) {
   Runner& runner = run.runner();
   LayerShelf shelf(run.locate(group));
-  for (std::vector<Pairing> claimed = runner.mask(shelf); !claimed.empty(); claimed = runner.mask(shelf)) {
-    std::vector<ObjectId> layer;
-    for (const Pairing& pairing : claimed) {
+  std::vector<ObjectId> layer;
+  while (true) {
+    layer.clear();
+    for (const Pairing& pairing : runner.mask(shelf)) {
       layer.push_back(pairing.object);
       shelf.remove(pairing.position);
     }
+    if (layer.empty()) return;
     // What the top layer claims may still fail as a whole; then it is dropped.
-    const std::optional<MatchTree> tree = runner.match_whole(std::move(layer));
-    if (!tree) continue;
+    const MatchTree* tree = runner.match_whole(layer);
+    if (tree == nullptr) continue;
     py::List joints = builder.build(*tree);
     if (has_ghost) joints = builder.under_ghost(joints);
     for (Py_ssize_t i = 0; i < joints.size(); ++i) {
-      const bool fresh = has_ghost || duplicates.is_new(tree->layers.front()[static_cast<std::size_t>(i)].pairing);
+      const bool fresh = has_ghost || duplicates.is_new(tree->nodes[static_cast<std::size_t>(i)].pairing);
       if (fresh) buckets.append(make_bucket(joints.at(i)));
     }
   }

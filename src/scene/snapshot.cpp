@@ -59,12 +59,10 @@ void Snapshot::set_children(ObjectId object, std::vector<ObjectId> children) {
   records_[object].complete = true;  // the children are copied last
 }
 
-std::vector<ObjectId> Snapshot::children(ObjectId object) {
-  std::vector<ObjectId> existing;
-  existing.reserve(records_[object].children.size());
-  std::copy_if(records_[object].children.begin(), records_[object].children.end(), std::back_inserter(existing),
+void Snapshot::children(ObjectId object, std::vector<ObjectId>& into) {
+  into.clear();
+  std::copy_if(records_[object].children.begin(), records_[object].children.end(), std::back_inserter(into),
                [&](ObjectId child) { return is_found(child); });
-  return existing;
 }
 
 std::string_view Snapshot::keep(std::string_view text) {

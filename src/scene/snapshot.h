@@ -34,7 +34,7 @@ class Snapshot : public Objects {
   bool is_found(ObjectId object) const;
 
   const ObjectView& view(ObjectId object) const override { return records_[object].view; }
-  std::vector<ObjectId> children(ObjectId object) override;
+  void children(ObjectId object, std::vector<ObjectId>& into) override;
 
  private:
   struct Record {
