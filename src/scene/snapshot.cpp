@@ -12,14 +12,12 @@ Snapshot::Snapshot(const Snapshot& other) : records_(other.records_) {
     view.path = keep(view.path);
     view.name = keep(view.name);
     if (view.type.data() != nullptr) view.type = keep(view.type);
-    ids_.emplace(view.path, id);
+    index_.add(view.path, id);
   }
 }
 
 std::optional<ObjectId> Snapshot::find(std::string_view path) const {
-  const auto found = ids_.find(path);
-  if (found == ids_.end()) return std::nullopt;
-  return found->second;
+  return index_.find(path, [&](ObjectId id) { return records_[id].view.path; });
 }
 
 ObjectId Snapshot::mention(std::string_view path) {
@@ -28,7 +26,7 @@ ObjectId Snapshot::mention(std::string_view path) {
   const std::string_view kept = keep(path);
   records_.push_back({});
   records_.back().view.path = kept;
-  ids_.emplace(kept, id);
+  index_.add(kept, id);
   return id;
 }
 

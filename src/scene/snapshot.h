@@ -3,10 +3,10 @@
 #include <memory>
 #include <optional>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "hierarchy/objects.h"
+#include "scene/path_index.h"
 
 namespace heron {
 
@@ -30,6 +30,8 @@ class Snapshot : public Objects {
 
   std::size_t size() const { return records_.size(); }
   bool exists(ObjectId object) const { return records_[object].exists; }
+  /// Does the object exist, and are its children known?
+  bool is_complete(ObjectId object) const { return records_[object].exists && records_[object].complete; }
   /// Does the object exist, for the matching? std::out_of_range for one of which an interrupted upload left a part out.
   bool is_found(ObjectId object) const;
 
@@ -46,7 +48,7 @@ class Snapshot : public Objects {
   std::string_view keep(std::string_view text);
 
   std::vector<Record> records_;
-  std::unordered_map<std::string_view, ObjectId> ids_;  // the keys are the views' paths
+  PathIndex index_;  // by the views' paths
   // Texts in large blocks: one allocation for a few thousand names.
   std::vector<std::unique_ptr<char[]>> blocks_;
   std::size_t block_size_ = 0, left_ = 0;  // of the last block

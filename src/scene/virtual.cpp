@@ -19,7 +19,9 @@ class Upload {
         if (const auto parent = levels_.back().parent) progress_[*parent] = Progress::kDone;
         levels_.pop_back();
       } else {
-        visit(py::Object(levels_.back().paths[levels_.back().next++]));
+        Level& level = levels_.back();
+        const std::size_t next = level.next++;
+        visit(py::Object(level.paths[next]), level.parent ? level.ids[next] : mention(level.paths[next]));
       }
     }
   }
@@ -29,23 +31,23 @@ class Upload {
   struct Level {
     std::optional<ObjectId> parent;
     std::vector<py::Object> paths;
+    std::vector<ObjectId> ids;  // of children; roots are numbered as they are visited
     std::size_t next = 0;
   };
 
   void enter(const py::Object& paths, std::optional<ObjectId> parent) {
     std::vector<py::Object> children = py::collect(paths);
     std::erase_if(children, [](const py::Object& path) { return path.is_none(); });  // stands for no object
+    std::vector<ObjectId> ids;
     if (parent) {
-      std::vector<ObjectId> ids;
       ids.reserve(children.size());
       for (const py::Object& child : children) ids.push_back(mention(child));
-      copy_.snapshot.set_children(*parent, std::move(ids));
+      copy_.snapshot.set_children(*parent, ids);
     }
-    levels_.push_back({parent, std::move(children)});
+    levels_.push_back({parent, std::move(children), std::move(ids)});
   }
 
-  void visit(const py::Object& path) {
-    const ObjectId id = mention(path);
+  void visit(const py::Object& path, ObjectId id) {
     // A host may list an object twice; below itself it cannot stand.
     if (progress_[id] == Progress::kDone) return;
     if (progress_[id] == Progress::kBegun) {
@@ -58,7 +60,12 @@ class Upload {
     if (!exists) return;
     describe(id, path);
     // Not a reference into `copy_`: the host may upload again while it is asked.
-    const py::Object children = children_of(path);
+    const py::Object children = host_.call(host::kGetChildren, path);
+    if (!children.truth()) {
+      copy_.objects[id].children = py::Object();
+      copy_.snapshot.set_children(id, {});
+      return;
+    }
     copy_.objects[id].children = children;
     progress_[id] = Progress::kBegun;
     enter(children, id);
@@ -76,11 +83,6 @@ class Upload {
     } else {
       copy_.snapshot.describe(id, name_bytes, std::nullopt);
     }
-  }
-
-  py::Object children_of(const py::Object& path) {
-    py::Object children = host_.call(host::kGetChildren, path);
-    return children.truth() ? children : py::List();
   }
 
   ObjectId mention(const py::Object& path) {
@@ -117,6 +119,12 @@ ObjectId SceneCopy::mention(const py::Object& path) {
     objects[id].path = path;
   }
   return id;
+}
+
+py::Object SceneCopy::children(ObjectId object) {
+  // A visited object that exists has children, none though they may be.
+  if (!objects[object].children && snapshot.is_complete(object)) objects[object].children = py::List();
+  return objects[object].children;
 }
 
 void Virtual::offload() { copy_ = std::make_shared<SceneCopy>(); }
@@ -157,8 +165,9 @@ py::Object Virtual::get_type(const py::Object& path) const {
 py::Object Virtual::get_parent(const py::Object& path) const { return read("get_parent", path).parent; }
 
 py::Object Virtual::get_children(const py::Object& path) const {
-  const SceneCopy::Object object = read("get_children", path);
-  return object.children ? object.children : py::List();
+  const auto id = find(*copy_, "get_children", path);
+  const py::Object children = id ? copy_->children(*id) : py::Object();
+  return children ? children : py::List();
 }
 
 py::List Virtual::get_locations(const py::Iterable& roots) const {
@@ -180,28 +189,25 @@ py::Dict Virtual::table(G&& value) const {
   const py::Dict table;
   const std::shared_ptr<SceneCopy> copy = copy_;
   for (const ObjectId id : std::vector<ObjectId>(copy->visited)) {
-    const SceneCopy::Object object = copy->objects[id];
-    if (const py::Object found = value(object, *copy, id)) table.set(object.path, found);
+    if (const py::Object found = value(*copy, id)) table.set(copy->objects[id].path, found);
   }
   return table;
 }
 
 py::Dict Virtual::exists_table() const {
-  return table([](const SceneCopy::Object&, const SceneCopy& copy, ObjectId id) {
-    return py::to_python(copy.snapshot.exists(id));
-  });
+  return table([](const SceneCopy& copy, ObjectId id) { return py::to_python(copy.snapshot.exists(id)); });
 }
 py::Dict Virtual::name_table() const {
-  return table([](const SceneCopy::Object& object, auto&&...) { return object.name; });
+  return table([](const SceneCopy& copy, ObjectId id) { return copy.objects[id].name; });
 }
 py::Dict Virtual::type_table() const {
-  return table([](const SceneCopy::Object& object, auto&&...) { return object.type; });
+  return table([](const SceneCopy& copy, ObjectId id) { return copy.objects[id].type; });
 }
 py::Dict Virtual::parent_table() const {
-  return table([](const SceneCopy::Object& object, auto&&...) { return object.parent; });
+  return table([](const SceneCopy& copy, ObjectId id) { return copy.objects[id].parent; });
 }
 py::Dict Virtual::children_table() const {
-  return table([](const SceneCopy::Object& object, auto&&...) { return object.children; });
+  return table([](SceneCopy& copy, ObjectId id) { return copy.children(id); });
 }
 
 void expose_virtual(const py::Scope& scene) {

@@ -32,7 +32,8 @@ class Location {
 /// A run of the matching keeps the copy that it began with, whatever is uploaded meanwhile.
 struct SceneCopy {
   struct Object {
-    py::Object path, name, type, parent, children;
+    py::Object path, name, type, parent;
+    py::Object children;  ///< None is here for an object without any, until somebody asks for the list.
     bool visited = false;
   };
 
@@ -42,6 +43,8 @@ struct SceneCopy {
   int uploads = 0;                // under way
 
   ObjectId mention(const py::Object& path);
+  /// The list of an object's children, as the host gave it; an empty one of ours where it gave none.
+  py::Object children(ObjectId object);
 };
 
 /// The engine's snapshot of a part of the scene. Reading it never calls the host.
