@@ -3,13 +3,12 @@
 #include <unordered_set>
 
 #include "foundation/text.h"
-#include "scene/joint.h"
+#include "scene/joint_writer.h"
 
 namespace heron {
 namespace {
 
-const py::Name kJoint("joint"), kName("name"), kChecked("checked"), kOpened("opened");
-const py::Name kChildren("children"), kStamp("stamp"), kData("data");
+const py::Name kChildren("children"), kStamp("stamp");
 
 }  // namespace
 
@@ -38,19 +37,7 @@ Py_hash_t DataBucket::hash() const {
   return py::tuple({name_.characters(), joint.attr(kStamp), checked, opened}).hash();
 }
 
-py::Dict DataBucket::data() const {
-  py::Dict data;
-  data.set(kJoint, joint_data(joint));
-  data.set(kName, name_.characters());
-  data.set(kChecked, checked);
-  data.set(kOpened, opened);
-  return data;
-}
-
-py::Object bucket_data(const py::Object& bucket) {
-  const bool ours = Py_TYPE(bucket.or_none()) == py::TypeOf<DataBucket>::type;  // a subclass may tell otherwise
-  return ours ? py::value_of<DataBucket>(bucket.get()).data() : bucket.attr(kData);
-}
+py::Dict DataBucket::data() const { return JointWriter().write(*this); }
 
 py::List DataBucket::get_joints(const py::Object& from) const {
   py::List joints;

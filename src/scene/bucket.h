@@ -10,6 +10,9 @@ class DataBucket {
  public:
   void init(const py::Object& joint, const py::Object& name, const py::Object& checked, const py::Object& opened);
 
+  /// Is this one of ours? A subclass may tell otherwise what it holds.
+  static bool is_exactly(const py::Object& bucket) { return Py_TYPE(bucket.or_none()) == py::TypeOf<DataBucket>::type; }
+
   py::Object get_name() const { return name_.get(); }
   void set_name(const py::Object& text);
   bool equals(const py::Object& other) const;
@@ -33,9 +36,6 @@ class DataBucket {
  private:
   LateText name_;
 };
-
-/// What anything that serves as a bucket says of itself, as it is embedded in the scene.
-py::Object bucket_data(const py::Object& bucket);
 
 void expose_bucket(const py::Scope& buffer);
 

@@ -5,7 +5,7 @@
 #include "foundation/text.h"
 #include "hierarchy/hierarchy_run.h"
 #include "scene/ancestors.h"
-#include "scene/joint.h"
+#include "scene/joint_writer.h"
 
 namespace heron {
 namespace {
@@ -122,7 +122,11 @@ void Buffer::erase() const {
 
 py::List Buffer::encode(const py::Iterable& data) {
   py::List encoded;
-  for (const py::Object& bucket : py::collect(data)) encoded.append(bucket_data(bucket));
+  JointWriter writer;
+  for (const py::Object& bucket : py::collect(data)) {
+    const bool ours = DataBucket::is_exactly(bucket);
+    encoded.append(ours ? writer.write(py::value_of<DataBucket>(bucket.get())) : bucket.attr(kData));
+  }
   return encoded;
 }
 

@@ -1,56 +1,9 @@
 #include "scene/joint.h"
 
 #include "foundation/constants.h"
-#include "foundation/descent.h"
+#include "scene/joint_writer.h"
 
 namespace heron {
-namespace {
-
-const py::Name kData("data");
-
-/// The keys of a joint in the data embedded in the scene, in their order.
-namespace keys {
-const py::Name kStamp("stamp"), kType("type"), kName("name"), kPath("path"), kChildren("children"), kIcon("icon"),
-    kColor("color");
-}
-
-py::Dict make_form() {
-  py::Dict form;
-  for (const py::Name* key :
-       {&keys::kStamp, &keys::kType, &keys::kName, &keys::kPath, &keys::kChildren, &keys::kIcon, &keys::kColor}) {
-    form.set(*key, py::Object());
-  }
-  return form;
-}
-
-/// A subclass may tell otherwise what it holds.
-bool is_ours(const py::Object& joint) { return Py_TYPE(joint.or_none()) == py::TypeOf<DataJoint>::type; }
-const DataJoint& value_of(const py::Object& joint) { return py::value_of<DataJoint>(joint.get()); }
-
-std::vector<py::Object> children_of(const DataJoint& joint) {
-  return joint.children ? py::collect(joint.children) : std::vector<py::Object>();
-}
-
-bool is_leaf(const DataJoint& joint) {
-  return !joint.children || (PyList_CheckExact(joint.children.get()) && PyList_Size(joint.children.get()) == 0);
-}
-
-/// A joint as it is embedded, given its children as they are. The map is a copy of one with all keys: a third of the
-/// time that it takes to let a map grow.
-py::Dict embedded(const DataJoint& joint, const py::List& children) {
-  static const py::Dict* const kForm = new py::Dict(make_form());
-  const py::Dict data = kForm->copy();
-  data.set(keys::kStamp, joint.stamp);
-  data.set(keys::kType, joint.type);
-  data.set(keys::kName, joint.name.characters());
-  data.set(keys::kPath, joint.path.characters());
-  data.set(keys::kChildren, children);
-  data.set(keys::kIcon, joint.icon);
-  data.set(keys::kColor, joint.color);
-  return data;
-}
-
-}  // namespace
 
 void DataJoint::init(const py::Object& stamp_, const py::Object& name_, const py::Object& path_,
                      const py::Object& type_, const py::Object& children_, const py::Object& icon_,
@@ -83,54 +36,16 @@ py::Object DataJoint::get_children() const {
   return children;
 }
 
+py::Dict DataJoint::data() const { return JointWriter().write(*this); }
+
 py::Object joint_name(const py::Object& joint) {
   static const py::Name kName("name");
-  return is_ours(joint) ? value_of(joint).name.characters() : joint.attr(kName);
+  return DataJoint::is_exactly(joint) ? py::value_of<DataJoint>(joint.get()).name.characters() : joint.attr(kName);
 }
 
 py::Object joint_children(const py::Object& joint) {
   static const py::Name kChildren("children");
-  return is_ours(joint) ? value_of(joint).children : joint.attr(kChildren);
-}
-
-py::Object joint_data(const py::Object& joint) { return is_ours(joint) ? value_of(joint).data() : joint.attr(kData); }
-
-// A hierarchy may be deeper than the stack: the walk keeps one of its own.
-py::Dict DataJoint::data() const {
-  if (is_leaf(*this)) return embedded(*this, {});
-  struct Level {
-    py::Object joint;
-    std::vector<py::Object> children;
-    std::size_t next = 0;
-    py::List below;
-  };
-  std::vector<Level> levels;
-  Descent descent;
-  const auto enter = [&](const py::Object& joint) {
-    if (descent.returns(levels.size() + 1, joint.get())) {
-      py::raise(PyExc_RecursionError, "a joint stands below itself");
-    }
-    levels.push_back({joint, children_of(value_of(joint)), 0, {}});
-  };
-  enter(py::object_of(*this));
-  while (true) {
-    Level& level = levels.back();
-    if (level.next < level.children.size()) {
-      const py::Object child = level.children[level.next++];
-      if (!is_ours(child)) {
-        level.below.append(child.attr(kData));
-      } else if (is_leaf(value_of(child))) {
-        level.below.append(embedded(value_of(child), {}));
-      } else {
-        enter(child);
-      }
-      continue;
-    }
-    py::Dict data = embedded(value_of(level.joint), level.below);
-    levels.pop_back();
-    if (levels.empty()) return data;
-    levels.back().below.append(data);
-  }
+  return DataJoint::is_exactly(joint) ? py::value_of<DataJoint>(joint.get()).children : joint.attr(kChildren);
 }
 
 void expose_joint(const py::Scope& buffer) {

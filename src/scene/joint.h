@@ -16,6 +16,9 @@ class DataJoint {
   Py_hash_t hash() const;
   py::Dict data() const;
 
+  /// Is this one of ours? A subclass may tell otherwise what it holds.
+  static bool is_exactly(const py::Object& joint) { return Py_TYPE(joint.or_none()) == py::TypeOf<DataJoint>::type; }
+
   py::Object get_name() const { return name.get(); }
   void set_name(const py::Object& value) { name = LateText::exactly(value); }
   py::Object get_path() const { return path.get(); }
@@ -37,7 +40,6 @@ class DataJoint {
 // Python looks at.
 py::Object joint_name(const py::Object& joint);
 py::Object joint_children(const py::Object& joint);  ///< None may stand for an empty list.
-py::Object joint_data(const py::Object& joint);
 
 void expose_joint(const py::Scope& buffer);
 

@@ -1,0 +1,101 @@
+#include "scene/joint_writer.h"
+
+#include "foundation/descent.h"
+
+namespace heron {
+namespace {
+
+const py::Name kJoint("joint"), kChecked("checked"), kOpened("opened"), kData("data");
+const py::Name kStamp("stamp"), kType("type"), kName("name"), kPath("path"), kChildren("children"), kIcon("icon"),
+    kColor("color");
+
+/// Joints that do not come of a scan may have texts of their own each: remembering those would gain nothing.
+constexpr std::size_t kMostFaces = 16;
+
+py::Dict make_joint_form(const py::Object& stamp, const py::Object& type, const py::Object& icon,
+                         const py::Object& color) {
+  py::Dict form;
+  form.set(kStamp, stamp);
+  form.set(kType, type);
+  form.set(kName, {});
+  form.set(kPath, {});
+  form.set(kChildren, {});
+  form.set(kIcon, icon);
+  form.set(kColor, color);
+  return form;
+}
+
+bool is_leaf(const DataJoint& joint) {
+  return !joint.children || (PyList_CheckExact(joint.children.get()) && PyList_Size(joint.children.get()) == 0);
+}
+
+}  // namespace
+
+py::Dict JointWriter::write(const DataBucket& bucket) {
+  const bool ours = DataJoint::is_exactly(bucket.joint);
+  py::Dict data;
+  data.set(kJoint, ours ? write(py::value_of<DataJoint>(bucket.joint.get())) : bucket.joint.attr(kData));
+  data.set(kName, bucket.name_characters());
+  data.set(kChecked, bucket.checked);
+  data.set(kOpened, bucket.opened);
+  return data;
+}
+
+// A hierarchy may be deeper than the stack: the walk keeps one of its own.
+py::Dict JointWriter::write(const DataJoint& joint) {
+  if (is_leaf(joint)) return map_of(joint, {});
+  struct Level {
+    py::Ref<DataJoint> joint;
+    std::vector<py::Object> children;
+    std::size_t next = 0;
+    py::List below;
+  };
+  std::vector<Level> levels;
+  Descent descent;
+  const auto enter = [&](const DataJoint& entered) {
+    if (descent.returns(levels.size() + 1, &entered)) {
+      py::raise(PyExc_RecursionError, "a joint stands below itself");
+    }
+    levels.push_back({py::Ref<DataJoint>::of(entered), py::collect(entered.children), 0, {}});
+  };
+  enter(joint);
+  while (true) {
+    Level& level = levels.back();
+    if (level.next < level.children.size()) {
+      const py::Object child = level.children[level.next++];
+      if (!DataJoint::is_exactly(child)) {
+        level.below.append(child.attr(kData));
+      } else if (const DataJoint& ours = py::value_of<DataJoint>(child.get()); is_leaf(ours)) {
+        level.below.append(map_of(ours, {}));
+      } else {
+        enter(ours);
+      }
+      continue;
+    }
+    py::Dict data = map_of(*level.joint, level.below);
+    levels.pop_back();
+    if (levels.empty()) return data;
+    levels.back().below.append(data);
+  }
+}
+
+py::Dict JointWriter::map_of(const DataJoint& joint, const py::List& children) {
+  py::Dict data = form_of(joint).copy();
+  data.set(kName, joint.name.characters());
+  data.set(kPath, joint.path.characters());
+  data.set(kChildren, children);
+  return data;
+}
+
+py::Dict JointWriter::form_of(const DataJoint& joint) {
+  for (const Face& face : faces_) {
+    const bool same = face.stamp.is(joint.stamp) && face.type.is(joint.type) && face.icon.is(joint.icon) &&
+                      face.color.is(joint.color);
+    if (same) return face.form;
+  }
+  py::Dict form = make_joint_form(joint.stamp, joint.type, joint.icon, joint.color);
+  if (faces_.size() < kMostFaces) faces_.push_back({joint.stamp, joint.type, joint.icon, joint.color, form});
+  return form;
+}
+
+}  // namespace heron
