@@ -15,6 +15,8 @@ PYTHON := $(shell for name in python3 python3.14 python3.13 python3.12 python3.1
 endif
 # Further arguments for pytest: make test ARGS="-k buffer"
 ARGS ?=
+# How long to fuzz, in seconds.
+TIME ?= 600
 # How the sanitizers look for leaks, see tools/sanitized.
 export FRAMES ?= 2
 export LEAKS ?= 1
@@ -32,8 +34,8 @@ in_build = PATH="$(BIN):$$PATH" PYTHONPATH="$(ROOT)/build/$(1):$(ROOT)/python" M
 # Reports of the sanitizers reach the terminal even when they end the process.
 sanitized_pytest := -p no:faulthandler --capture=sys --hypothesis-profile=sanitized
 
-.PHONY: help demo test test-all asan bench lint lint-cpp lint-python format wheel check-wheel clean distclean
-.PHONY: build-dev build-asan build-release
+.PHONY: help demo test test-all asan fuzz bench lint lint-cpp lint-python format wheel check-wheel clean distclean
+.PHONY: build-dev build-asan build-release build-fuzz
 
 help: ## This list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
@@ -52,6 +54,11 @@ test-all: wheel ## All tests on every CPython found, with the one binary of the 
 
 asan: build-asan ## All tests under the address and undefined behaviour sanitizers
 	@$(call in_build,asan) tools/sanitized "$(BIN)/python" -m pytest $(sanitized_pytest) $(ARGS)
+
+fuzz: build-fuzz ## Fuzz the name matcher; TIME=60 for a minute
+	@mkdir -p build/fuzz/inputs
+	@ASAN_OPTIONS=detect_leaks=0 build/fuzz/fuzz/fuzz_name_matcher build/fuzz/inputs fuzz/seeds -dict=fuzz/name_matcher.dict \
+	  -artifact_prefix=build/fuzz/ -max_total_time=$(TIME) -max_len=80 -timeout=10 -print_final_stats=1
 
 bench: build-release ## Speed, growth and memory, as tables with targets
 	@$(call in_build,release) "$(BIN)/python" bench $(ARGS)
@@ -108,6 +115,13 @@ $(VENV)/.lint-ready: tools/requirements-lint.txt $(VENV)/.ready
 	@$(PIP) -r $<
 	@touch $@
 
+.PHONY: needs-clang
+needs-clang:
+	@command -v clang++ > /dev/null || { \
+	  echo "Fuzzing needs clang with libFuzzer. On Debian: apt-get install clang" >&2; exit 1; }
+
+build/fuzz/build.ninja: | needs-clang
+
 build/%/build.ninja: CMakePresets.json $(VENV)/.ready
 	@PATH="$(BIN):$$PATH" cmake --preset $* -DPython_EXECUTABLE="$(BIN)/python" --log-level=WARNING
 	@touch $@
@@ -120,3 +134,6 @@ build-dev build-asan build-release: build-%: build/%/build.ninja
 	    > build/$*/abi.log 2>&1 || { cat build/$*/abi.log >&2; exit 1; }; \
 	  touch build/$*/.abi-checked; \
 	fi
+
+build-fuzz: build/fuzz/build.ninja
+	@"$(BIN)/ninja" -C build/fuzz --quiet fuzz_name_matcher
