@@ -55,10 +55,42 @@ std::string AnchorLogic::apply_anchors(std::string_view expression) const {
   return result;
 }
 
-bool AnchorLogic::match(std::string_view expression, std::string_view name, std::string_view path) {
-  const std::string known_replaced = replace_anchors(expression, path);
-  if (!matcher_.match(apply_anchors(known_replaced), name)) return false;
-  record(captures(known_replaced, name), path);
+PlainExpression AnchorLogic::make_plain(const AnchoredExpression& expression, std::string_view path) {
+  PlainExpression plain{{}, {}, {}, state_.definitions};
+  if (!fill(expression, path, plain)) {
+    plain.places.clear();
+    plain.replaced = replace_anchors(expression.text(), path);
+    plain.text = apply_anchors(plain.replaced);
+  }
+  return plain;
+}
+
+/// False if the pieces do not tell all; then what is in `plain` is of no use.
+bool AnchorLogic::fill(const AnchoredExpression& expression, std::string_view path, PlainExpression& plain) {
+  using Kind = AnchoredExpression::Piece::Kind;
+  if (!expression.in_pieces()) return false;
+  plain.text.reserve(2 * expression.text().size());
+  for (const AnchoredExpression::Piece& piece : expression.pieces()) {
+    if (piece.kind == Kind::kUsage) {
+      index_.follow(state_.last);
+      const Capture* capture = index_.closest(piece.key, path);
+      if (capture == nullptr) continue;
+      if (capture->text.find_first_of("<>") != std::string::npos) return false;  // may make anchors
+      plain.text.append(capture->text);
+      continue;
+    }
+    const std::size_t begin = plain.text.size();
+    plain.text.append(piece.text);
+    if (piece.kind == Kind::kDefinition) plain.places.push_back({piece.key, begin, plain.text.size()});
+  }
+  std::sort(plain.places.begin(), plain.places.end(), [](const auto& a, const auto& b) { return a.key < b.key; });
+  return true;
+}
+
+bool AnchorLogic::match(const AnchoredExpression& expression, std::string_view name, std::string_view path) {
+  const PlainExpression plain = make_plain(expression, path);
+  if (!match(plain, name)) return false;
+  record(captures(plain, name), path);
   return true;
 }
 
@@ -69,19 +101,33 @@ AnchorLogic::CapturedTexts AnchorLogic::captures(std::string_view expression, st
     if (!stands_in(text, expression)) continue;
     // Not a group of the expression: what is left once the parts before and after are cut away.
     const auto [start, end] = anchor_text::split_at(expression, text);
-    std::string rest(name);
-    if (!start.empty()) rest = cut(start, '^', rest);
-    if (!end.empty()) rest = cut(end, '$', rest);
+    std::string rest = cut_end(apply_anchors(end), cut_start(apply_anchors(start), name));
     if (!rest.empty()) captured.texts.push_back({key, std::move(rest)});
   }
   return captured;
 }
 
-std::string AnchorLogic::cut(std::string_view expression, char edge, const std::string& name) {
-  std::string plain = apply_anchors(expression);
-  if (edge == '^' && !plain.starts_with(edge)) plain.insert(plain.begin(), edge);
-  if (edge == '$' && !plain.ends_with(edge)) plain.push_back(edge);
-  return matcher_.remove_all(plain, name);
+AnchorLogic::CapturedTexts AnchorLogic::captures(const PlainExpression& expression, std::string_view name) {
+  if (!expression.replaced.empty()) return captures(expression.replaced, name);
+  CapturedTexts captured{expression.definitions, {}};
+  for (const PlainExpression::Place& place : expression.places) {
+    const std::string_view text = expression.text;
+    std::string rest = cut_end(text.substr(place.end), cut_start(text.substr(0, place.begin), name));
+    if (!rest.empty()) captured.texts.push_back({place.key, std::move(rest)});
+  }
+  return captured;
+}
+
+std::string AnchorLogic::cut_start(std::string_view expression, std::string_view name) {
+  if (expression.empty()) return std::string(name);
+  if (expression.starts_with('^')) return matcher_.remove_all(expression, name);
+  return matcher_.remove_all("^" + std::string(expression), name);
+}
+
+std::string AnchorLogic::cut_end(std::string_view expression, std::string_view name) {
+  if (expression.empty()) return std::string(name);
+  if (expression.ends_with('$')) return matcher_.remove_all(expression, name);
+  return matcher_.remove_all(std::string(expression) + "$", name);
 }
 
 void AnchorLogic::record(const CapturedTexts& captured, std::string_view path) {
@@ -90,9 +136,9 @@ void AnchorLogic::record(const CapturedTexts& captured, std::string_view path) {
     const bool same = captured.definitions == state_.definitions;
     const std::optional<std::size_t> known = same ? key : state_.definitions->find((*captured.definitions)[key].text());
     if (!known) continue;
-    Capture capture{text, std::string(path)};
     index_.follow(state_.last);
-    if (!index_.contains(*known, capture)) state_.add(*known, std::move(capture));
+    auto link = std::make_shared<const CaptureLink>(state_.last, *known, Capture{text, std::string(path)});
+    if (index_.extend(link)) state_.last = std::move(link);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hierarchy/anchored_expression.h"
 #include "hierarchy/capture_index.h"
 #include "hierarchy/captures.h"
 #include "hierarchy/name_matcher.h"
@@ -26,8 +27,14 @@ class AnchorLogic {
   std::string replace_anchors(std::string_view expression, std::string_view path);
   /// The expression with all definitions and usages replaced by the values: a plain expression.
   std::string apply_anchors(std::string_view expression) const;
+  /// The same of an expression that was taken apart for the state's definitions.
+  PlainExpression make_plain(const AnchoredExpression& expression, std::string_view path);
   /// Does the expression match this name of the object at `path`? If so, its captures are recorded.
-  bool match(std::string_view expression, std::string_view name, std::string_view path);
+  bool match(const AnchoredExpression& expression, std::string_view name, std::string_view path);
+  bool match(std::string_view expression, std::string_view name, std::string_view path) {
+    return match(AnchoredExpression(expression, *state_.definitions), name, path);
+  }
+  bool match(const PlainExpression& expression, std::string_view name) { return matcher_.match(expression.text, name); }
 
   /// A text captured for a definition; whose it is, is known where it is recorded.
   struct Captured {
@@ -41,16 +48,17 @@ class AnchorLogic {
   };
   /// What `name` holds at the definitions of an expression that it matches.
   CapturedTexts captures(std::string_view expression, std::string_view name);
+  CapturedTexts captures(const PlainExpression& expression, std::string_view name);
   /// Adds captures to the state; those of a definition that the state knows no more are dropped.
   void record(const CapturedTexts& captured, std::string_view path);
 
   bool has_anchor(std::string_view expression) const;
   bool has_sub_anchor(std::string_view expression) const;
 
-  NameMatcher& matcher() { return matcher_; }
-
  private:
-  std::string cut(std::string_view expression, char edge, const std::string& name);
+  bool fill(const AnchoredExpression& expression, std::string_view path, PlainExpression& plain);
+  std::string cut_start(std::string_view expression, std::string_view name);
+  std::string cut_end(std::string_view expression, std::string_view name);
 
   AnchorState& state_;
   NameMatcher& matcher_;

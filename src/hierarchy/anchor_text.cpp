@@ -8,6 +8,8 @@
 namespace heron::anchor_text {
 namespace {
 
+bool is_separator(char c) { return c == '/' || c == '|' || c == '\\'; }
+
 // The runtime's own words for an unpacking that fails.
 [[noreturn]] void wrong_number_of_pieces(std::size_t pieces) {
   if (pieces > 2) throw std::invalid_argument("too many values to unpack (expected 2)");
@@ -84,20 +86,28 @@ std::size_t count_characters(std::string_view text) {
   return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), utf8::continues));
 }
 
-std::vector<std::string_view> parents(std::string_view path) {
-  std::vector<std::string_view> pieces;
-  while (!path.empty()) {
-    const std::size_t end = std::min(path.find_first_of("\\|/"), path.size());
-    if (end > 0) pieces.push_back(path.substr(0, end));
-    path.remove_prefix(std::min(end + 1, path.size()));
-  }
-  if (!pieces.empty()) pieces.pop_back();
-  return pieces;
+std::string_view Parents::next() {
+  const auto begin = std::find_if_not(rest_.begin(), rest_.end(), is_separator);
+  const auto end = std::find_if(begin, rest_.end(), is_separator);
+  const auto after = std::find_if_not(end, rest_.end(), is_separator);
+  if (after == rest_.end()) return {};  // the object's own name
+  const std::string_view name(begin, end);
+  rest_ = {after, rest_.end()};
+  return name;
+}
+
+std::string_view directory(std::string_view path) {
+  while (!path.empty() && is_separator(path.back())) path.remove_suffix(1);
+  while (!path.empty() && !is_separator(path.back())) path.remove_suffix(1);
+  return path;
 }
 
 bool same_scope(std::string_view scope, std::string_view path) {
-  const std::vector<std::string_view> ours = parents(path), theirs = parents(scope);
-  return theirs.size() <= ours.size() && std::equal(theirs.begin(), theirs.end(), ours.begin());
+  Parents theirs(scope), ours(path);
+  for (std::string_view name = theirs.next(); !name.empty(); name = theirs.next()) {
+    if (name != ours.next()) return false;
+  }
+  return true;
 }
 
 }  // namespace heron::anchor_text

@@ -44,8 +44,18 @@ std::size_t shared_start(std::string_view a, std::string_view b);
 /// The number of characters in a text.
 std::size_t count_characters(std::string_view text);
 
-/// The names of a path's parents, from the top. The three separators "\", "|" and "/" are alike.
-std::vector<std::string_view> parents(std::string_view path);
+/// Takes the names of a path's parents off it, from the top. The three separators "\", "|" and "/" are alike.
+class Parents {
+ public:
+  explicit Parents(std::string_view path) : rest_(path) {}
+  std::string_view next();  ///< Empty after the last one.
+
+ private:
+  std::string_view rest_;
+};
+
+/// The part of a path before its last name: paths that agree in it have the same parents.
+std::string_view directory(std::string_view path);
 
 /// Is what was captured at `scope` visible from `path`: are the parents of the one the first parents of the other?
 bool same_scope(std::string_view scope, std::string_view path);

@@ -7,17 +7,24 @@
 
 namespace heron {
 
-template <class V>
-bool CaptureIndex::walk(std::string_view path, V&& visit) const {
-  Folder folder = kTop;
-  visit(folder);
-  for (const std::string_view name : anchor_text::parents(path)) {
-    const auto step = folders_.find(StepView{folder, name});
-    if (step == folders_.end()) return false;
-    folder = step->second;
-    visit(folder);
+const CaptureIndex::Way& CaptureIndex::find_way(std::string_view path, bool make) {
+  const std::string_view directory = anchor_text::directory(path);
+  if (!way_.folders.empty() && way_.directory == directory && (way_.complete || !make)) return way_;
+  way_.directory = directory;
+  way_.folders.assign(1, kTop);
+  way_.complete = true;
+  anchor_text::Parents parents(path);
+  for (std::string_view name = parents.next(); !name.empty(); name = parents.next()) {
+    auto step = folders_.find(StepView{way_.folders.back(), name});
+    if (step == folders_.end()) {
+      way_.complete = make;
+      if (!make) break;
+      const auto fresh = static_cast<Folder>(folders_.size() + 1);
+      step = folders_.emplace(Step{way_.folders.back(), std::string(name)}, fresh).first;
+    }
+    way_.folders.push_back(step->second);
   }
-  return true;
+  return way_;
 }
 
 void CaptureIndex::follow(const CaptureChain& chain) {
@@ -26,6 +33,7 @@ void CaptureIndex::follow(const CaptureChain& chain) {
     *this = CaptureIndex();
     return;
   }
+  if (followed_.empty() ? !chain : followed_.back() == chain) return;
   const std::size_t length = chain ? chain->length : 0;
   std::vector<CaptureChain> fresh;
   const auto drop_last = [&] {
@@ -50,14 +58,13 @@ void CaptureIndex::follow(const CaptureChain& chain) {
   }
 }
 
-bool CaptureIndex::contains(std::size_t key, const Capture& capture) const {
-  Folder own = kTop;
-  if (!walk(capture.scope, [&](Folder folder) { own = folder; })) return false;
-  const auto shelf = shelves_.find(place(key, own));
-  return shelf != shelves_.end() && shelf->second.contains(&capture);
+bool CaptureIndex::extend(const CaptureChain& link) {
+  if (!insert(*link)) return false;
+  followed_.push_back(link);
+  return true;
 }
 
-const Capture* CaptureIndex::closest(std::size_t key, std::string_view path) const {
+const Capture* CaptureIndex::closest(std::size_t key, std::string_view path) {
   const Capture* best = nullptr;
   std::size_t best_shared = 0;
   const auto consider = [&](const Capture* capture, std::size_t shared) {
@@ -78,29 +85,19 @@ const Capture* CaptureIndex::closest(std::size_t key, std::string_view path) con
     }
     consider(*shelf.lower_bound(path.substr(0, shared)), shared);
   };
-  walk(path, look_into);  // further down than it gets, nothing was captured
+  // Further down than the way goes, nothing was captured.
+  for (const Folder folder : find_way(path, false).folders) look_into(folder);
   return best;
 }
 
-CaptureIndex::Folder CaptureIndex::make_folder(std::string_view path) {
-  Folder folder = kTop;
-  for (const std::string_view name : anchor_text::parents(path)) {
-    const auto step = folders_.find(StepView{folder, name});
-    folder =
-        step != folders_.end()
-            ? step->second
-            : folders_.emplace(Step{folder, std::string(name)}, static_cast<Folder>(folders_.size() + 1)).first->second;
-  }
-  return folder;
-}
-
-void CaptureIndex::insert(const CaptureLink& link) {
-  if (link.capture.text.empty()) return;  // stands for nothing, so it is never the closest
-  shelves_[place(link.key, make_folder(link.capture.scope))].insert(&link.capture);
+bool CaptureIndex::insert(const CaptureLink& link) {
+  if (link.capture.text.empty()) return true;  // stands for nothing, so it is never the closest
+  const Folder folder = find_way(link.capture.scope, true).folders.back();
+  return shelves_[place(link.key, folder)].insert(&link.capture).second;
 }
 
 void CaptureIndex::remove(const CaptureLink& link) {
-  const auto shelf = shelves_.find(place(link.key, make_folder(link.capture.scope)));
+  const auto shelf = shelves_.find(place(link.key, find_way(link.capture.scope, true).folders.back()));
   if (shelf == shelves_.end()) return;
   shelf->second.erase(&link.capture);
   if (shelf->second.empty()) shelves_.erase(shelf);

@@ -22,13 +22,13 @@ class CaptureIndex {
  public:
   /// Makes the index one of this chain's captures. Costs as many steps as the chain differs from the last one.
   void follow(const CaptureChain& chain);
-
-  bool contains(std::size_t key, const Capture& capture) const;
+  /// Goes on to the next link of the chain. False, and nothing changes, if its capture is in the index already.
+  bool extend(const CaptureChain& link);
 
   /// The visible capture that shares the longest start with `path`, counted in characters; none if none is visible.
   /// Among equals the first path, then the first text: the same on every run, and an object's own ancestor comes
   /// before others whose paths only begin like it.
-  const Capture* closest(std::size_t key, std::string_view path) const;
+  const Capture* closest(std::size_t key, std::string_view path);
 
  private:
   using Folder = std::uint32_t;
@@ -65,18 +65,23 @@ class CaptureIndex {
     bool operator()(const Capture* a, std::string_view path) const { return a->scope < path; }
   };
   using Shelf = std::set<const Capture*, Order>;
+  /// The folders from the top to that of an object.
+  struct Way {
+    std::string directory;
+    std::vector<Folder> folders;
+    bool complete = false;
+  };
 
-  /// Calls `visit` with the folders on the way to a path's object, from the top, as far as they are known. Are all?
-  template <class V>
-  bool walk(std::string_view path, V&& visit) const;
-  Folder make_folder(std::string_view path);
+  /// The way to a path's object; if it is not to be made, as far as there is one.
+  const Way& find_way(std::string_view path, bool make);
   static std::uint64_t place(std::size_t key, Folder folder) {
     return (static_cast<std::uint64_t>(key) << 32U) | folder;
   }
-  void insert(const CaptureLink& link);
+  bool insert(const CaptureLink& link);
   void remove(const CaptureLink& link);
 
   std::vector<CaptureChain> followed_;
+  Way way_;  // the last one: the objects of a layer come in a row
   std::unordered_map<Step, Folder, StepHash, StepEqual> folders_;
   std::unordered_map<std::uint64_t, Shelf> shelves_;  // by definition and folder
 };

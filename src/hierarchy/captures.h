@@ -19,6 +19,7 @@ class Definition {
 
   /// `<name:value>` as it stands in expressions: the key of the table. A table made in Python may have other keys.
   const std::string& text() const { return text_; }
+  bool is_definition() const { return unpacked_.has_value(); }
   const std::string& usage() const { return unpacked().usage; }  ///< `<name>`
   const std::string& value() const { return unpacked().value; }
 

@@ -5,7 +5,7 @@ namespace heron {
 bool RuleBook::matches(const RulePlan& rule, ObjectId object) {
   const ObjectView& view = objects_.view(object);
   Facts& known = facts(rule);
-  if (!known.fixed) return rule.accepts_type(view.type) && logic_.match(rule.regex, view.name, view.path);
+  if (!known.fixed) return rule.accepts_type(view.type) && logic_.match(known.expression, view.name, view.path);
   Answer answer = known.answers[object];
   if (answer == Answer::kUnknown) {
     answer = work_out(rule, known, object);
@@ -21,10 +21,10 @@ bool RuleBook::matches(const RulePlan& rule, ObjectId object) {
 RuleBook::Answer RuleBook::work_out(const RulePlan& rule, Facts& facts, ObjectId object) {
   const ObjectView& view = objects_.view(object);
   if (!rule.accepts_type(view.type)) return Answer::kRefused;
-  if (facts.plain.empty()) facts.plain = logic_.apply_anchors(rule.regex);
-  if (!logic_.matcher().match(facts.plain, view.name)) return Answer::kRefused;
+  if (!facts.plain) facts.plain = logic_.make_plain(facts.expression, view.path);
+  if (!logic_.match(*facts.plain, view.name)) return Answer::kRefused;
   if (facts.captures) {
-    AnchorLogic::CapturedTexts captured = logic_.captures(rule.regex, view.name);
+    AnchorLogic::CapturedTexts captured = logic_.captures(*facts.plain, view.name);
     if (!captured.texts.empty()) facts.captured.emplace(object, std::move(captured));
   }
   return Answer::kMatched;
@@ -38,6 +38,7 @@ RuleBook::Facts& RuleBook::facts(const RulePlan& rule) {
   if (facts_.size() <= rule.number) facts_.resize(rule.number + 1);
   Facts& facts = facts_[rule.number];
   if (!facts.known) {
+    facts.expression = AnchoredExpression(rule.regex, *definitions_);
     facts.fixed = !logic_.has_sub_anchor(rule.regex);
     facts.captures = logic_.has_anchor(rule.regex);
     facts.known = true;

@@ -3,6 +3,7 @@
 #include <array>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -49,7 +50,8 @@ class RuleBook {
   enum class Answer : unsigned char { kUnknown, kRefused, kMatched };
   struct Facts {
     bool known = false, fixed = false, captures = false;
-    std::string plain;  // the expression without anchors, once asked for
+    AnchoredExpression expression;
+    std::optional<PlainExpression> plain;  // of a fixed rule, once asked for
     PagedTable<Answer> answers;
     std::unordered_map<ObjectId, AnchorLogic::CapturedTexts> captured;
   };
