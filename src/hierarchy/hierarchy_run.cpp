@@ -7,17 +7,19 @@ HierarchyRun::Claim::Claim(Hierarchy& hierarchy) : hierarchy_(py::Ref<Hierarchy>
   hierarchy.running_ = true;
 }
 
-HierarchyRun::HierarchyRun(Hierarchy& hierarchy, const py::Object& scopes)
+HierarchyRun::HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPattern> pattern)
     : claim_(hierarchy),
       search_(hierarchy.search),
       anchor_(search_->logic),
-      planned_(scopes),
+      planned_(std::move(pattern)),
       copy_(snapshot_of(hierarchy.query_op)),
       locations_(hierarchy.query_op),
-      runner_(anchor_->logic(), objects(), planned_.plan()) {
+      runner_(anchor_->logic(), objects(), planned_->plan()) {
   state().native();
-  if (!planned_.plan().top().scopes.empty()) state().detach();
+  if (!planned_->plan().top().scopes.empty()) state().detach();
 }
+
+bool HierarchyRun::is_current() const { return copy_ && snapshot_of(claim_->query_op) == copy_; }
 
 std::shared_ptr<SceneCopy> HierarchyRun::snapshot_of(const py::Object& query) {
   // Exactly our own snapshot: a subclass may answer otherwise.
@@ -48,7 +50,7 @@ py::Object HierarchyRun::name(ObjectId object) const {
   return copy_ ? copy_->objects[object].name : locations_.location(object).attr(kName);
 }
 
-void HierarchyRun::find_anchors() { state().reset({planned_.plan().definitions, nullptr}); }
+void HierarchyRun::find_anchors() { state().reset({planned_->plan().definitions, nullptr}); }
 
 bool HierarchyRun::is_valid(const py::Object& roots) {
   find_anchors();

@@ -13,10 +13,14 @@ namespace heron {
 class HierarchyRun {
  public:
   explicit HierarchyRun(Hierarchy& hierarchy) : HierarchyRun(hierarchy, py::Ref<Pattern>(hierarchy.pattern)->get()) {}
-  HierarchyRun(Hierarchy& hierarchy, const py::Object& scopes);
+  HierarchyRun(Hierarchy& hierarchy, const py::Object& scopes)
+      : HierarchyRun(hierarchy, std::make_shared<const PlannedPattern>(scopes)) {}
+  HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPattern> pattern);
 
   Runner& runner() { return runner_; }
-  const PlannedPattern& pattern() const { return planned_; }
+  const PlannedPattern& pattern() const { return *planned_; }
+  /// Are the objects still as they were when the run began? Only of our own snapshot that is known.
+  bool is_current() const;
 
   /// The objects at these paths that exist, in order.
   std::vector<ObjectId> locate(const py::Object& paths);
@@ -51,7 +55,7 @@ class HierarchyRun {
   const Claim claim_;
   const py::Ref<Search> search_;
   const py::Ref<Anchor> anchor_;
-  const PlannedPattern planned_;
+  const std::shared_ptr<const PlannedPattern> planned_;
   const std::shared_ptr<SceneCopy> copy_;  // the snapshot, where that is what the hierarchy asks
   LocationObjects locations_;              // any other query object
   Runner runner_;

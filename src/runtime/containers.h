@@ -20,7 +20,11 @@ class List : public Object {
   void set(Py_ssize_t index, const Object& value) const;
   void append(const Object& value) const { checked(PyList_Append(pointer_, value.or_none())); }
   void insert(Py_ssize_t index, const Object& value) const { checked(PyList_Insert(pointer_, index, value.or_none())); }
-  void remove_at(Py_ssize_t index) const { checked(PyList_SetSlice(pointer_, index, index + 1, nullptr)); }
+  void remove_at(Py_ssize_t index) const { replace(index, index + 1); }
+  /// Puts other elements, or none, in place of those from `first` up to `end`.
+  void replace(Py_ssize_t first, Py_ssize_t end, const Object& with = {}) const {
+    checked(PyList_SetSlice(pointer_, first, end, with.get()));
+  }
   void extend(const Object& values) const;
   void clear() const;  ///< Drops the elements one by one from the end; others see the same list empty.
   List copy() const { return List(steal(PyList_GetSlice(pointer_, 0, PY_SSIZE_T_MAX))); }

@@ -3,22 +3,43 @@
 #include "scene/operator.h"
 
 namespace heron {
+namespace {
+
+[[noreturn]] void raise_circle() {
+  py::raise(PyExc_RecursionError, "the host says that an object is its own ancestor");
+}
+
+}  // namespace
 
 bool Ancestors::climb() {
   const py::Object parent = host_.call(host::kGetParent, path_);
   if (!parent.truth()) return false;
-  if (py::checked(PySet_Contains(seen_.get(), parent.get())) != 0) {
-    py::raise(PyExc_RecursionError, "the host says that an object is its own ancestor");
-  }
-  py::checked(PySet_Add(seen_.get(), parent.get()));
+  if (parent.equals(mark_)) raise_circle();
   path_ = parent;
+  if (++steps_ == next_mark_) {
+    mark_ = parent;
+    next_mark_ *= 2;
+  }
   return true;
 }
 
-const py::Object& Ancestors::last() {
-  while (climb()) {
+py::Object TopAncestors::of(const py::Object& path) {
+  std::vector<py::Object> way;
+  py::Object top = path;
+  while (true) {
+    if (const std::optional<py::Object> known = tops_.find(top)) {
+      if (known->is_none()) raise_circle();
+      top = *known;
+      break;
+    }
+    tops_.set(top, py::Object::none());
+    way.push_back(top);
+    const py::Object parent = host_.call(host::kGetParent, top);
+    if (!parent.truth()) break;
+    top = parent;
   }
-  return path_;
+  for (const py::Object& passed : way) tops_.set(passed, top);
+  return top;
 }
 
 }  // namespace heron

@@ -12,13 +12,26 @@ class Ancestors {
   /// Climbs to the parent; false at the top.
   bool climb();
   const py::Object& path() const { return path_; }
-  /// The top-most one: the object itself if it has no parent.
-  const py::Object& last();
 
  private:
   const py::Object& host_;
   py::Object path_;
-  py::Object seen_ = py::Object::steal(PySet_New(nullptr));
+  // A way in a circle comes back to where it was after one, two, four, eight ... steps.
+  py::Object mark_ = path_;
+  std::size_t steps_ = 0, next_mark_ = 1;
+};
+
+/// The top-most ancestors of many objects. No part of a way is gone twice.
+class TopAncestors {
+ public:
+  explicit TopAncestors(py::Object host) : host_(std::move(host)) {}
+
+  /// The object itself if it has no parent. RecursionError for an object that is its own ancestor.
+  py::Object of(const py::Object& path);
+
+ private:
+  const py::Object host_;
+  py::Dict tops_;  // by path; None on the way that is being gone
 };
 
 }  // namespace heron

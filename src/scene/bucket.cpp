@@ -1,14 +1,13 @@
 #include "scene/bucket.h"
 
-#include <unordered_set>
-
+#include "foundation/descent.h"
 #include "foundation/text.h"
 #include "scene/joint_writer.h"
 
 namespace heron {
 namespace {
 
-const py::Name kChildren("children"), kStamp("stamp");
+const py::Name kStamp("stamp");
 
 }  // namespace
 
@@ -44,23 +43,26 @@ py::List DataBucket::get_joints(const py::Object& from) const {
   if (from.is_none()) joints.append(joint);
   // A hierarchy may be deeper than the stack: the walk keeps one of its own.
   struct Level {
-    py::Object joint;  // kept, so that no other object can take its place and look like an ancestor
+    py::Object joint;
     std::vector<py::Object> children;
     std::size_t next = 0;
   };
   std::vector<Level> levels;
-  std::unordered_set<PyObject*> above;
+  Descent descent;
   const auto enter = [&](const py::Object& parent) {
-    if (!above.insert(parent.get()).second) {
+    const py::Object below = joint_children(parent);
+    if (!below) return;
+    std::vector<py::Object> children = py::collect(below);
+    if (children.empty()) return;
+    if (descent.returns(levels.size() + 1, parent.get())) {
       py::raise(PyExc_RecursionError, "get_joints() found a joint below itself");
     }
-    levels.push_back({parent, py::collect(parent.attr(kChildren))});
+    levels.push_back({parent, std::move(children)});
   };
   enter(from.is_none() ? joint : from);
   while (!levels.empty()) {
     Level& level = levels.back();
     if (level.next == level.children.size()) {
-      above.erase(level.joint.get());
       levels.pop_back();
       continue;
     }

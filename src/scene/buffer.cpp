@@ -4,7 +4,9 @@
 
 #include "foundation/text.h"
 #include "hierarchy/hierarchy_run.h"
-#include "scene/ancestors.h"
+#include "scene/ghost_scene.h"
+#include "scene/joint.h"
+#include "scene/joint_tree.h"
 #include "scene/joint_writer.h"
 
 namespace heron {
@@ -12,27 +14,12 @@ namespace {
 
 const py::Name kJoint("joint"), kName("name"), kChecked("checked"), kOpened("opened"), kData("data");
 const py::Name kChildren("children"), kPath("path"), kIsGhost("is_ghost"), kGetJoints("get_joints");
-const py::Name kStamp("stamp"), kType("type"), kIcon("icon"), kColor("color");
 
 bool is_ghost(const py::Object& joint) { return joint.call(kIsGhost).truth(); }
 
 py::Object replaced(const py::Object& text, const py::Object& source, const py::Object& target) {
   static const py::Name kReplace("replace");
   return to_str(text.call(kReplace, source, target));
-}
-
-/// Sorts joints in place by name. Texts are in the order of their characters, which UTF-8 keeps.
-void sort_by_name(const py::List& joints) {
-  struct Entry {
-    py::Utf8 name;
-    py::Object joint;
-  };
-  if (joints.size() < 2) return;
-  std::vector<Entry> entries;
-  for (const py::Object& joint : joints.items()) entries.push_back({py::Utf8(joint_name(joint)), joint});
-  std::stable_sort(entries.begin(), entries.end(),
-                   [](const Entry& a, const Entry& b) { return a.name.view() < b.name.view(); });
-  for (std::size_t i = 0; i < entries.size(); ++i) joints.set(static_cast<Py_ssize_t>(i), entries[i].joint);
 }
 
 /// Asks a matcher about one group of roots after the other; ours reads its pattern once for all of them.
@@ -54,32 +41,29 @@ class Validity {
 }  // namespace
 
 void Buffer::init(const py::Object& host_, const py::Object& snapshot_, const py::Object& hierarchy_) {
-  buckets = py::List();
+  buckets.renew();
   incompatibles.clear();
   host = host_;
   snapshot = snapshot_;
   hierarchy = hierarchy_;
 }
 
-bool Buffer::contains(const py::Object& bucket) const { return py::holds(buckets, bucket); }
+bool Buffer::contains(const py::Object& bucket) const { return py::holds(list(), bucket); }
 
-py::List Buffer::get() const { return buckets.copy(); }
+py::List Buffer::get() const { return list().copy(); }
 
-void Buffer::set(const py::Iterable& data) const {
+void Buffer::set(const py::Iterable& data) {
   drop(get());
-  buckets.extend(data);
+  add(data);
 }
 
-void Buffer::add(const py::Iterable& data) const { buckets.extend(data); }
+void Buffer::add(const py::Iterable& data) const { list().extend(data); }
 
-void Buffer::remove(const py::Object& item) const {
-  static const py::Name kRemove("remove");
-  buckets.call(kRemove, item);
-}
+void Buffer::remove(const py::Object& item) { buckets.remove(item); }
 
 py::List Buffer::get_checked() const {
   py::List checked;
-  for (const py::Object& bucket : buckets.items()) {
+  for (const py::Object& bucket : list().items()) {
     if (bucket.attr(kChecked).truth()) checked.append(bucket);
   }
   return checked;
@@ -97,22 +81,22 @@ py::List Buffer::get_roots(const py::Object& joint) {
 
 py::List Buffer::get_path_groups() const {
   py::List groups;
-  for (const py::Object& bucket : buckets.items()) groups.append(get_roots(bucket.attr(kJoint)));
+  for (const py::Object& bucket : list().items()) groups.append(get_roots(bucket.attr(kJoint)));
   return groups;
 }
 
-void Buffer::load() const {
+void Buffer::load() {
   const py::CollectionPause pause;
   set(decode(py::Iterable(host.call(host::kQueryFiledata))));
 }
 
 void Buffer::update() const {
-  const py::List data = encode(buckets);
+  const py::List data = encode(py::Iterable(list()));
   host.call(host::kEraseFiledata);
   host.call(host::kEmbedFiledata, data);
 }
 
-void Buffer::erase() const {
+void Buffer::erase() {
   static const py::Name kOffload("offload");
   host.call(host::kEraseFiledata);
   snapshot.call(kOffload);
@@ -141,21 +125,11 @@ py::List Buffer::decode(const py::Iterable& data) const {
   return decoded;
 }
 
-py::Object Buffer::decode_joint(const py::Object& data) const {
-  const py::Depth depth(" while a joint is read");
-  py::List children;
-  for (const py::Object& child : py::collect(py::get(data, kChildren, py::List()))) {
-    children.append(decode_joint(child));
-  }
-  auto joint = py::Ref<DataJoint>::make();
-  joint->init(py::get(data, kStamp), py::get(data, kName), py::get(data, kPath), py::get(data, kType), children,
-              py::get(data, kIcon), py::get(data, kColor));
-  return joint;
-}
+py::Object Buffer::decode_joint(const py::Object& data) const { return joint_tree::decode(data); }
 
 void Buffer::rename(const py::Object& source, const py::Object& target) const {
   const py::Object from = to_str(source), to = to_str(target);
-  for (const py::Object& bucket : buckets.items()) {
+  for (const py::Object& bucket : list().items()) {
     const py::Object name = bucket.attr(kName);
     if (py::holds(name, from)) bucket.set_attr(kName, replaced(name, from, to));
   }
@@ -163,7 +137,7 @@ void Buffer::rename(const py::Object& source, const py::Object& target) const {
 
 void Buffer::repath(const py::Object& source, const py::Object& target) const {
   const py::Object from = to_str(source), to = to_str(target);
-  for (const py::Object& bucket : buckets.items()) {
+  for (const py::Object& bucket : list().items()) {
     for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
       const py::Object path = joint.attr(kPath);
       if (path.is_text() && py::holds(path, from)) joint.set_attr(kPath, replaced(path, from, to));
@@ -171,7 +145,7 @@ void Buffer::repath(const py::Object& source, const py::Object& target) const {
   }
 }
 
-void Buffer::clear(bool selected) const {
+void Buffer::clear(bool selected) {
   if (!selected) {
     erase();
     return;
@@ -180,33 +154,26 @@ void Buffer::clear(bool selected) const {
   update();
 }
 
-void Buffer::drop(const py::Iterable& array) const {
-  for (const py::Object& bucket : py::collect(array)) {
-    // Mostly all leave, in order: the first one needs no search.
-    if (!buckets.empty() && buckets.at(0).is(bucket)) {
-      buckets.remove_at(0);
-    } else {
-      remove(bucket);
-    }
+void Buffer::drop(const py::Iterable& array) {
+  const std::vector<py::Object> leaving = py::collect(array);
+  const BucketList::Clearance clearance(buckets);
+  for (const py::Object& bucket : leaving) {
+    remove(bucket);
     for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
       host.call(host::kPostscriptScanRemove, joint);
     }
   }
+  buckets.list();  // holds them no longer
 }
 
 void Buffer::sort(const py::Object& root) const {
-  const py::Depth depth(" while joints are sorted");
-  if (root.is_none()) {
-    for (const py::Object& bucket : buckets.items()) {
-      if (const py::Object children = joint_children(bucket.attr(kJoint))) sort(children);
-    }
+  if (!root.is_none()) {
+    joint_tree::sort(py::List(root));
     return;
   }
-  const py::List joints(root);
-  for (const py::Object& joint : joints.items()) {
-    if (const py::Object children = joint_children(joint)) sort(children);
+  for (const py::Object& bucket : list().items()) {
+    if (const py::Object joints = joint_children(bucket.attr(kJoint))) joint_tree::sort(py::List(joints));
   }
-  sort_by_name(joints);
 }
 
 void Buffer::validate() const {
@@ -228,40 +195,21 @@ bool Buffer::is_valid() const {
 }
 
 bool Buffer::ghosts_match() const {
-  const std::vector<py::Object> all = buckets.items();
-  return std::all_of(all.begin(), all.end(), [&](const py::Object& bucket) { return ghost_match(bucket); });
+  GhostScene scene(host, snapshot, hierarchy);
+  const std::vector<py::Object> all = list().items();
+  return std::all_of(all.begin(), all.end(),
+                     [&](const py::Object& bucket) { return scene.match(bucket.attr(kJoint)); });
 }
 
 bool Buffer::ghost_match(const py::Object& bucket) const {
-  static const py::Name kUpload("upload"), kGhostScopeMatch("ghost_scope_match");
-  const py::Object joint = bucket.attr(kJoint);
-  if (!is_ghost(joint)) return true;
-  const py::List roots = get_roots(joint);
-  py::List scene_roots;
-  for (const py::Object& path : roots.items()) {
-    if (host.call(host::kObjectExists, path).truth()) scene_roots.append(Ancestors(host, path).last());
-  }
-  snapshot.call(kUpload, scene_roots);
-  return hierarchy.call(kGhostScopeMatch, roots).truth();
+  return GhostScene(host, snapshot, hierarchy).match(bucket.attr(kJoint));
 }
 
 bool Buffer::is_match(const py::Object& array) const {
-  const py::Depth depth(" while joints are compared with the scene");
+  if (!array.is_none()) return joint_tree::is_match(py::collect(array), host);
   std::vector<py::Object> joints;
-  if (array.is_none()) {
-    for (const py::Object& bucket : buckets.items()) joints.push_back(bucket.attr(kJoint));
-  } else {
-    joints = py::collect(array);
-  }
-  for (const py::Object& joint : joints) {
-    const py::Object children = joint.attr(kChildren), path = joint.attr(kPath);
-    if (is_ghost(joint)) return is_match(children);  // what stands behind a ghost is not looked at, as decided
-    if (!host.call(host::kObjectExists, path).truth()) return false;
-    const py::Object scene_children = host.call(host::kGetChildren, path);
-    const Py_ssize_t found = scene_children.truth() ? scene_children.length() : 0;
-    if (found != children.length() || !is_match(children)) return false;
-  }
-  return true;
+  for (const py::Object& bucket : list().items()) joints.push_back(bucket.attr(kJoint));
+  return joint_tree::is_match(std::move(joints), host);
 }
 
 void expose_buffer(const py::Scope& scene) {
@@ -269,8 +217,8 @@ void expose_buffer(const py::Scope& scene) {
       py::Class<Buffer>(scene, "_Buffer",
                         "The hierarchies found in the scene, kept in the scene file.\n\n"
                         "operator: the host. virtual: the snapshot. hierarchy: the matcher. The buffer changes the\n"
-                        "snapshot freely. Exceptions of the host pass. Joints below themselves, or in a tree that is\n"
-                        "too deep, give RecursionError.")
+                        "snapshot freely. Exceptions of the host pass. Joints below themselves give\n"
+                        "RecursionError.")
           .init<&Buffer::init>({"operator", "virtual", "hierarchy"})
           .contains<&Buffer::contains>()
           .operation<&Buffer::get>("get", "A new list of the buckets.")
@@ -316,7 +264,7 @@ void expose_buffer(const py::Scope& scene) {
           .operation<&Buffer::is_match>("is_match", {{"_array", nullptr}},
                                         "Do all objects exist, with as many children as their joints? A ghost's\n"
                                         "children alone decide for it and for all that follow.")
-          .readonly<&Buffer::buckets>("_data", "The buckets.")
+          .accessor<&Buffer::list>("_data", "The buckets.")
           .readonly<&Buffer::incompatibles>("_incompatibles", "The incompatible paths.")
           .readonly<&Buffer::host>("_operator", "The host.")
           .readonly<&Buffer::snapshot>("_virtual", "The snapshot.")

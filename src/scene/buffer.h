@@ -2,6 +2,7 @@
 
 #include "hierarchy/hierarchy.h"
 #include "scene/bucket.h"
+#include "scene/bucket_list.h"
 #include "scene/virtual.h"
 
 namespace heron {
@@ -13,20 +14,20 @@ class Buffer {
 
   // The list.
   bool contains(const py::Object& bucket) const;
-  py::List get() const;                       ///< A copy, so that a loop over it may remove.
-  void set(const py::Iterable& data) const;   ///< The old buckets leave as in `clear`.
-  void add(const py::Iterable& data) const;   ///< Appends; neither clears nor persists.
-  void remove(const py::Object& item) const;  ///< Tells nobody and persists nothing.
-  bool exists() const { return !buckets.empty(); }
+  py::List get() const;                      ///< A copy, so that a loop over it may remove.
+  void set(const py::Iterable& data);        ///< The old buckets leave as in `clear`.
+  void add(const py::Iterable& data) const;  ///< Appends; neither clears nor persists.
+  void remove(const py::Object& item);       ///< Tells nobody and persists nothing.
+  bool exists() const { return !buckets.list().empty(); }
   py::List get_checked() const;
   static py::List get_roots(const py::Object& joint);  ///< The paths that a root joint stands for.
   py::List get_path_groups() const;
   py::Object get_incompatibles() const { return incompatibles; }
 
   // Its place in the scene.
-  void load() const;
+  void load();
   void update() const;  ///< Persists: the host forgets the old data first.
-  void erase() const;
+  void erase();
   static py::List encode(const py::Iterable& data);
   py::List decode(const py::Iterable& data) const;
   py::Object decode_joint(const py::Object& data) const;
@@ -34,8 +35,8 @@ class Buffer {
   // Edits; only a partial `clear` persists.
   void rename(const py::Object& source, const py::Object& target) const;
   void repath(const py::Object& source, const py::Object& target) const;
-  void clear(bool selected) const;
-  void drop(const py::Iterable& array) const;
+  void clear(bool selected);
+  void drop(const py::Iterable& array);
   void sort(const py::Object& root) const;
 
   // Does the scene still look like this?
@@ -45,12 +46,15 @@ class Buffer {
   bool ghost_match(const py::Object& bucket) const;
   bool is_match(const py::Object& array) const;
 
-  py::List buckets, incompatibles;
+  py::List list() const { return buckets.list(); }
+
+  BucketList buckets;
+  py::List incompatibles;
   py::Object host, snapshot, hierarchy;
 
   template <class V>
   void members(V& visit) {
-    visit(buckets);
+    buckets.members(visit);
     visit(incompatibles);
     visit(host);
     visit(snapshot);

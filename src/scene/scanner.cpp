@@ -11,12 +11,13 @@
 #include "scene/joint.h"
 #include "scene/joint_builder.h"
 #include "scene/operator.h"
+#include "scene/reload.h"
 
 namespace heron {
 namespace {
 
 const py::Name kGetPathGroups("get_path_groups"), kErase("erase"), kAdd("add"), kSort("sort"), kUpdate("update");
-const py::Name kGet("get"), kRemove("remove"), kGetRoots("get_roots"), kGhostMatch("ghost_match"), kUpload("upload");
+const py::Name kUpload("upload");
 const py::Name kUsedScanSelection("used_scan_selection"), kEmptyScanSelection("empty_scan_selection");
 const py::Name kEmptyScanResult("empty_scan_result");
 const py::Name kJoint("joint"), kName("name");
@@ -211,16 +212,7 @@ py::List Scanner::filter(const py::Iterable& buckets) const {
 }
 
 py::List Scanner::load(const py::Iterable& roots, const py::Object& pattern) const {
-  if (pattern.is_none()) {
-    const bool has_ghost = hierarchy->pattern->has_ghost();
-    HierarchyRun run(*hierarchy);
-    run.find_anchors();
-    JointBuilder builder(run, host);
-    py::List joints = builder.build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
-    if (has_ghost) joints = builder.under_ghost(joints);
-    run.finish();
-    return joints;
-  }
+  if (pattern.is_none()) return Loader(hierarchy, host).load(roots);
   HierarchyRun run(*hierarchy, pattern);
   const py::List joints =
       JointBuilder(run, host).build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
@@ -235,27 +227,12 @@ py::Object Scanner::choose_name(const py::Iterable& data) {
 
 void Scanner::reload_buffer() const {
   const py::CollectionPause pause;
-  for (const py::Object& bucket : py::collect(buffer.call(kGet))) reload_bucket(bucket);
+  Reload(hierarchy, host, buffer).all();
   buffer.call(kSort);
   buffer.call(kUpdate);
 }
 
-void Scanner::reload_bucket(const py::Object& bucket) const {
-  if (!buffer.call(kGhostMatch, bucket).truth()) {
-    buffer.call(kRemove, bucket);
-    return;
-  }
-  py::List roots;
-  for (const py::Object& path : py::collect(buffer.call(kGetRoots, bucket.attr(kJoint)))) {
-    if (host.call(host::kObjectExists, path).truth()) roots.append(path);
-  }
-  const py::List result = load(roots, py::Object::none());
-  if (result.empty()) {
-    buffer.call(kRemove, bucket);
-    return;
-  }
-  bucket.set_attr(kJoint, result.at(0));
-}
+void Scanner::reload_bucket(const py::Object& bucket) const { Reload(hierarchy, host, buffer).bucket(bucket); }
 
 void expose_scanner(const py::Scope& scene) {
   py::Class<Scanner>(

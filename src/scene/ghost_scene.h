@@ -1,0 +1,31 @@
+#pragma once
+
+#include "scene/ancestors.h"
+#include "scene/virtual.h"
+
+namespace heron {
+
+/// Tells of one bucket after the other whether its roots may still stand under the pattern's ghost. Each time the
+/// snapshot is that of all below their top-most ancestors; where the ones before had the same, it is still good.
+///
+/// Thousands of groups below one object of the scene would else take as many copies of the whole scene.
+class GhostScene {
+ public:
+  GhostScene(const py::Object& host, const py::Object& snapshot, const py::Object& hierarchy)
+      : host_(host), snapshot_(snapshot), hierarchy_(hierarchy), tops_(host) {}
+
+  /// True for a joint that is no ghost.
+  bool match(const py::Object& joint);
+
+ private:
+  void upload(const py::List& scene_roots);
+  /// What our own snapshot holds; nothing for another one, which may take it from anywhere.
+  std::shared_ptr<const void> content() const;
+
+  const py::Object host_, snapshot_, hierarchy_;
+  TopAncestors tops_;
+  py::Object uploaded_;                  // the different ones of the last roots
+  std::shared_ptr<const void> content_;  // held, so that whatever else is uploaded is told from it
+};
+
+}  // namespace heron

@@ -1,0 +1,135 @@
+#include "scene/joint_tree.h"
+
+#include <algorithm>
+
+#include "foundation/descent.h"
+#include "scene/joint.h"
+#include "scene/operator.h"
+
+namespace heron::joint_tree {
+namespace {
+
+const py::Name kName("name"), kPath("path"), kStamp("stamp"), kType("type"), kIcon("icon"), kColor("color");
+const py::Name kChildren("children"), kIsGhost("is_ghost");
+
+/// Goes one step down.
+void descend(Descent& descent, std::size_t depth, const py::Object& joint, const char* operation) {
+  if (!descent.returns(depth, joint.get())) return;
+  py::raise(PyExc_RecursionError, std::string(operation) + "() found a joint below itself");
+}
+
+py::Object children_of(const py::Object& joint) {
+  const py::Object children = joint_children(joint);
+  return children ? children : py::List();
+}
+
+py::Object read_joint(const py::Object& data, const py::List& children) {
+  auto joint = py::Ref<DataJoint>::make();
+  joint->init(py::get(data, kStamp), py::get(data, kName), py::get(data, kPath), py::get(data, kType), children,
+              py::get(data, kIcon), py::get(data, kColor));
+  return joint;
+}
+
+/// Texts are in the order of their characters, which UTF-8 keeps.
+void sort_by_name(const py::List& joints) {
+  struct Entry {
+    py::Utf8 name;
+    py::Object joint;
+  };
+  if (joints.size() < 2) return;
+  std::vector<Entry> entries;
+  for (const py::Object& joint : joints.items()) entries.push_back({py::Utf8(joint_name(joint)), joint});
+  std::stable_sort(entries.begin(), entries.end(),
+                   [](const Entry& a, const Entry& b) { return a.name.view() < b.name.view(); });
+  for (std::size_t i = 0; i < entries.size(); ++i) joints.set(static_cast<Py_ssize_t>(i), entries[i].joint);
+}
+
+}  // namespace
+
+py::Object decode(const py::Object& root) {
+  struct Level {
+    py::Object data;
+    std::vector<py::Object> below;
+    py::List joints = {};
+    std::size_t next = 0;
+  };
+  std::vector<Level> levels;
+  Descent descent;
+  const auto enter = [&](const py::Object& data) {
+    descend(descent, levels.size() + 1, data, "decode");
+    levels.push_back({data, py::collect(py::get(data, kChildren, py::List()))});
+  };
+  enter(root);
+  while (true) {
+    Level& level = levels.back();
+    if (level.next < level.below.size()) {
+      enter(py::Object(level.below[level.next++]));
+      continue;
+    }
+    const py::Object joint = read_joint(level.data, level.joints);
+    levels.pop_back();
+    if (levels.empty()) return joint;
+    levels.back().joints.append(joint);
+  }
+}
+
+void sort(const py::List& root) {
+  struct Level {
+    py::List joints;
+    std::vector<py::Object> items = joints.items();
+    std::size_t next = 0;
+  };
+  std::vector<Level> levels;
+  Descent descent;
+  levels.push_back({root});
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    if (level.next == level.items.size()) {
+      sort_by_name(level.joints);
+      levels.pop_back();
+      continue;
+    }
+    const py::Object joint = level.items[level.next++];
+    const py::Object below = joint_children(joint);
+    if (!below) continue;
+    const py::List children(below);
+    if (children.empty()) continue;
+    descend(descent, levels.size(), joint, "sort");
+    levels.push_back({children});
+  }
+}
+
+bool is_match(std::vector<py::Object> joints, const py::Object& host) {
+  struct Level {
+    std::vector<py::Object> joints;
+    std::size_t depth = 0, next = 0;
+  };
+  std::vector<Level> levels;
+  std::vector<py::Object> ghosts;  // kept, so that nothing else can take their place
+  Descent descent;
+  levels.push_back({std::move(joints)});
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    if (level.next == level.joints.size()) {
+      levels.pop_back();
+      continue;
+    }
+    const py::Object joint = level.joints[level.next++];
+    const std::size_t depth = level.depth + 1;
+    const py::Object children = children_of(joint), path = joint.attr(kPath);
+    descend(descent, depth, joint, "is_match");
+    if (joint.call(kIsGhost).truth()) {
+      ghosts.push_back(joint);
+      level = {py::collect(children), depth};  // what stands behind a ghost is not looked at, as decided
+      continue;
+    }
+    if (!host.call(host::kObjectExists, path).truth()) return false;
+    const py::Object scene_children = host.call(host::kGetChildren, path);
+    const Py_ssize_t found = scene_children.truth() ? scene_children.length() : 0;
+    if (found != children.length()) return false;
+    if (found > 0) levels.push_back({py::collect(children), depth});
+  }
+  return true;
+}
+
+}  // namespace heron::joint_tree

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "runtime/containers.h"
+
+/// Walks over trees of joints, which may be deeper than the stack. RecursionError for a joint below itself.
+namespace heron::joint_tree {
+
+/// A new joint, with all below it, from its data.
+py::Object decode(const py::Object& data);
+
+/// Sorts a list of joints in place by name, and all lists below it before.
+void sort(const py::List& joints);
+
+/// Do all objects exist, with as many children as their joints? A ghost's children alone decide for the ghost and for
+/// those after it.
+bool is_match(std::vector<py::Object> joints, const py::Object& host);
+
+}  // namespace heron::joint_tree

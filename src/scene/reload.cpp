@@ -1,0 +1,79 @@
+#include "scene/reload.h"
+
+#include "scene/operator.h"
+
+namespace heron {
+namespace {
+
+Buffer* own(const py::Object& buffer) {
+  const bool ours = Py_TYPE(buffer.or_none()) == py::TypeOf<Buffer>::type;  // a subclass may do otherwise
+  return ours ? &py::value_of<Buffer>(buffer.get()) : nullptr;
+}
+
+}  // namespace
+
+struct Loader::Run {
+  explicit Run(const Loader& loader) : run(*loader.hierarchy_, loader.pattern_), builder(run, loader.host_) {}
+
+  HierarchyRun run;
+  JointBuilder builder;
+};
+
+py::List Loader::load(const py::Object& roots) {
+  if (!pattern_) {
+    has_ghost_ = hierarchy_->pattern->has_ghost();
+    pattern_ = std::make_shared<const PlannedPattern>(py::Ref<Pattern>(hierarchy_->pattern)->get());
+  }
+  if (!run_ || !run_->run.is_current()) {
+    run_ = nullptr;  // there must not be two at a time
+    run_ = std::make_shared<Run>(*this);
+  }
+  HierarchyRun& run = run_->run;
+  run.find_anchors();
+  py::List joints = run_->builder.build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
+  if (has_ghost_) joints = run_->builder.under_ghost(joints);
+  run.finish();
+  return joints;
+}
+
+Reload::Reload(const py::Ref<Hierarchy>& hierarchy, py::Object host, py::Object buffer)
+    : host_(std::move(host)), buffer_(std::move(buffer)), own_(own(buffer_)), loader_(hierarchy, host_) {
+  if (own_ != nullptr) ghosts_.emplace(own_->host, own_->snapshot, own_->hierarchy);
+}
+
+void Reload::all() {
+  static const py::Name kGet("get");
+  std::optional<BucketList::Clearance> clearance;
+  if (own_ != nullptr) clearance.emplace(own_->buckets);
+  for (const py::Object& one : py::collect(buffer_.call(kGet))) bucket(one);
+}
+
+void Reload::bucket(const py::Object& bucket) {
+  static const py::Name kGetRoots("get_roots"), kJoint("joint");
+  if (!ghost_match(bucket)) {
+    remove(bucket);
+    return;
+  }
+  py::List roots;
+  for (const py::Object& path : py::collect(buffer_.call(kGetRoots, bucket.attr(kJoint)))) {
+    if (host_.call(host::kObjectExists, path).truth()) roots.append(path);
+  }
+  const py::List joints = loader_.load(roots);
+  if (joints.empty()) {
+    remove(bucket);
+  } else {
+    bucket.set_attr(kJoint, joints.at(0));
+  }
+}
+
+bool Reload::ghost_match(const py::Object& bucket) {
+  static const py::Name kGhostMatch("ghost_match"), kJoint("joint");
+  return ghosts_ ? ghosts_->match(bucket.attr(kJoint)) : buffer_.call(kGhostMatch, bucket).truth();
+}
+
+void Reload::remove(const py::Object& bucket) const {
+  static const py::Name kRemove("remove");
+  buffer_.call(kRemove, bucket);
+}
+
+}  // namespace heron

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <optional>
+
+#include "scene/buffer.h"
+#include "scene/ghost_scene.h"
+#include "scene/joint_builder.h"
+
+namespace heron {
+
+/// Makes joints of the objects that fit the pattern. The pattern is read once for all of them, and as long as the
+/// snapshot stays the same it is one run.
+class Loader {
+ public:
+  Loader(const py::Ref<Hierarchy>& hierarchy, py::Object host) : hierarchy_(hierarchy), host_(std::move(host)) {}
+
+  /// The joints of these objects, under one for the ghost if the pattern has one.
+  py::List load(const py::Object& roots);
+
+ private:
+  struct Run;
+
+  const py::Ref<Hierarchy> hierarchy_;
+  const py::Object host_;
+  bool has_ghost_ = false;
+  std::shared_ptr<const PlannedPattern> pattern_;
+  std::shared_ptr<Run> run_;
+};
+
+/// Matches the buckets of a buffer with the scene again.
+class Reload {
+ public:
+  Reload(const py::Ref<Hierarchy>& hierarchy, py::Object host, py::Object buffer);
+
+  /// Each of the buckets, one after the other.
+  void all();
+  /// Gives the bucket a new joint, or removes it from the buffer if its roots fit no more.
+  void bucket(const py::Object& bucket);
+
+ private:
+  bool ghost_match(const py::Object& bucket);
+  void remove(const py::Object& bucket) const;
+
+  const py::Object host_, buffer_;
+  Buffer* const own_;  // nothing for another one, which does all its own way
+  Loader loader_;
+  std::optional<GhostScene> ghosts_;
+};
+
+}  // namespace heron
