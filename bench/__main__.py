@@ -2,6 +2,7 @@
 
 import sys
 
+import buffer
 import expressions
 import imports
 import memory
@@ -10,4 +11,4 @@ import scan
 from measuring import main
 
 if __name__ == "__main__":
-    sys.exit(main(*(module.report for module in (imports, expressions, memory, scan, plain))))
+    sys.exit(main(*(module.report for module in (imports, expressions, memory, scan, buffer, plain))))

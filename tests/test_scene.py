@@ -232,26 +232,6 @@ def test_joints_come_parents_first():
         bucket.get_joints()
 
 
-def test_chains_of_joints_may_be_deep():
-    joint, host = Joint(), DictHost()
-    host.put("|", "|")
-    for _ in range(DEEP):
-        joint = Joint(children=[joint], icon=joint)
-    buffer = Buffer(host, None, None)
-    assert len(Bucket(joint).get_joints()) == DEEP + 1
-    for operation in (lambda: buffer.sort([joint]), lambda: buffer.is_match([joint])):
-        with pytest.raises(RecursionError):
-            operation()
-    data, depth = joint.data, 0
-    while data["children"]:
-        (data,), depth = data["children"], depth + 1
-    assert depth == DEEP
-    joint.children.append(Joint(children=[joint]))
-    with pytest.raises(RecursionError):
-        joint.data  # noqa: B018
-    joint.children.pop()
-
-
 # The buffer.
 
 

@@ -1,0 +1,277 @@
+"""The buffer with many buckets, and with trees of joints that are deep or have no end."""
+
+import gc
+import weakref
+from functools import partial
+from itertools import pairwise
+
+import pytest
+from hosts import DictHost, node, rule, scene, session
+from hypothesis import given, settings
+from hypothesis import strategies as st
+
+import core
+
+Buffer = core.Scene._Buffer
+Bucket, Joint = Buffer.DataBucket, Buffer.DataJoint
+DEEP = 100_000
+
+
+def chain(length=DEEP):
+    """Joints each below the last, and a host with their objects."""
+    host = DictHost()
+    for number in range(length):
+        host.put(f"{number}", f"{number - 1}" if number else None)
+    below = []
+    for number in reversed(range(length)):
+        below = [Joint(name=f"n{number}", path=f"{number}", children=below)]
+    return host, below[0]
+
+
+def test_chains_of_joints_may_be_deep():
+    host, joint = chain()
+    buffer = Buffer(host, None, None)
+    buffer.add([Bucket(joint)])
+    buffer.update()
+    buffer.repath("1", "1")
+    buffer.sort()
+    buffer.sort([joint])
+    assert buffer.is_match() and buffer.is_match([joint])
+    host.children[f"{DEEP - 1}"] = ["more"]
+    assert not buffer.is_match()  # looks all the way down
+    buffer.load()
+    assert host.removed == [f"{number}" for number in range(DEEP)]
+    (bucket,) = buffer.get()
+    found = bucket.get_joints()
+    assert [found[0], found[-1]] == [joint, Joint(name=f"n{DEEP - 1}", path=f"{DEEP - 1}")]
+    assert len(found) == DEEP and all(above.children == [below] for above, below in pairwise(found))
+
+
+def test_a_tree_of_joints_goes_without_the_stack():
+    last = Joint()
+    gone = weakref.ref(last)
+    joint = last
+    del last
+    for _ in range(1_000_000):
+        joint = Joint(children=[joint])
+    bucket = Bucket(joint)
+    del joint, bucket
+    assert gone() is None
+
+
+def a_circle():
+    """A joint that stands two below itself, and the same as data."""
+    joint = Joint(path="2", children=[Joint(path="0"), Joint(path="1", children=[Joint(path="1")])])
+    joint.children[1].children[0].children.append(joint)
+    data = {"children": [{}, {"children": [{"children": []}]}]}
+    data["children"][1]["children"][0]["children"].append(data)
+    return joint, data
+
+
+@pytest.mark.parametrize(
+    "operation",
+    [
+        lambda buffer, joint, data: Bucket(joint).get_joints(),
+        lambda buffer, joint, data: Bucket(Joint()).get_joints(joint),
+        lambda buffer, joint, data: buffer.sort([joint]),
+        lambda buffer, joint, data: buffer.is_match([joint]),
+        lambda buffer, joint, data: buffer.is_match([Joint(type="ghost", children=[joint])]),
+        lambda buffer, joint, data: buffer.decode([{"joint": data}]),
+        lambda buffer, joint, data: buffer.encode([Bucket(joint)]),
+    ],
+)
+def test_joints_in_a_circle(operation):
+    host = DictHost()
+    host.object_exists, host.get_children = lambda path: True, lambda path: ["x"] * int(path)
+    joint, data = a_circle()
+    with pytest.raises(RecursionError):
+        operation(Buffer(host, None, None), joint, data)
+
+
+def test_ghosts_in_a_circle():
+    ghost = Joint(type="ghost")
+    ghost.children.append(ghost)
+    with pytest.raises(RecursionError):
+        Buffer(DictHost(), None, None).is_match([ghost])
+
+
+def test_the_order_of_questions():
+    host = scene({"a": {"b": {"c": None}, "d": None}, "e": {"f": None}})
+    asked = []
+    for query in ("object_exists", "get_children"):
+        setattr(
+            host,
+            query,
+            lambda path, query=query: asked.append((query, path)) or getattr(DictHost, query)(host, path),
+        )
+    leaf, tree = Joint(path="/a/d"), Joint(path="/a/b", children=[Joint(path="/a/b/c")])
+    ghost = Joint(type="ghost", children=[Joint(path="/a", children=[tree, leaf])])
+    top = Joint(path="/e", children=[Joint(path="/e/f")])
+    assert Buffer(host, None, None).is_match([top, ghost, Joint(path="/gone")])
+    paths = ["/e", "/e/f", "/a", "/a/b", "/a/b/c", "/a/d"]
+    assert asked == [(query, path) for path in paths for query in ("object_exists", "get_children")]
+
+
+def test_a_shared_tree_is_no_circle():
+    shared = Joint(name="s", children=[Joint(name="b"), Joint(name="a")])
+    bucket = Bucket(Joint(children=[shared, Joint(name="r", children=[shared]), shared]))
+    assert [joint.name for joint in bucket.get_joints()] == [
+        "",
+        "s",
+        "b",
+        "a",
+        "r",
+        "s",
+        "b",
+        "a",
+        "s",
+        "b",
+        "a",
+    ]
+    Buffer(None, None, None).sort([bucket.joint])
+    assert [joint.name for joint in shared.children] == ["a", "b"]
+
+
+# Buckets that leave.
+
+
+class Plain(list):
+    """What a hook asks of the buffer below, in the plainest way."""
+
+    _data, get, add, remove = property(lambda self: self), list.copy, list.extend, list.remove
+
+    def _clear(self, array):
+        for bucket in array:
+            self.remove(bucket)
+            self.host.postscript_scan_remove(bucket.joint)
+
+
+def marks(buckets):
+    return [bucket.joint.icon for bucket in buckets]
+
+
+def change_the_first(buffer):
+    for bucket in buffer.get()[:1]:
+        bucket.name = bucket.name + "0"
+
+
+HOOKS = {
+    "nothing": lambda buffer: None,
+    "copy": lambda buffer: marks(buffer.get()),
+    "list": lambda buffer: marks(buffer._data),
+    "add": lambda buffer: len(buffer.get()) < 9 and buffer.add([Bucket(Joint(path="2", icon="new"), "2")]),
+    "remove": lambda buffer: buffer.get() and buffer.remove(buffer.get()[0]),
+    "change": change_the_first,
+    "raise": lambda buffer: 1 // len(buffer.get()),
+}
+few = st.sampled_from
+
+
+@settings(max_examples=2 * settings().max_examples)
+@given(
+    st.lists(st.builds(tuple, st.tuples(few("012"), few("01"), few([True, False, None, 1]))), max_size=8),
+    st.lists(st.integers(0, 7), max_size=8),
+    few(sorted(HOOKS)),
+    st.booleans(),
+)
+def test_which_buckets_leave_and_what_the_host_sees(kinds, order, hook, is_held):
+    """As if each were searched for in the list and taken out at once, whoever looks at it."""
+
+    def clear(make):
+        host, seen = DictHost(), []
+        host.buffer = make(host)
+        host.postscript_scan_remove = lambda joint: seen.append((joint.icon, HOOKS[hook](host.buffer)))
+        buckets = [
+            Bucket(Joint(path=path, icon=f"{i}"), name, on) for i, (path, name, on) in enumerate(kinds)
+        ]
+        host.buffer.add(buckets)
+        held = host.buffer._data if is_held else None
+        try:
+            host.buffer._clear([buckets[i] for i in order if i < len(buckets)])
+        except (ValueError, ZeroDivisionError) as error:
+            seen.append(type(error))
+        assert held is None or marks(held) == marks(host.buffer.get())
+        return seen, marks(host.buffer.get())
+
+    def plain(host):
+        buffer = Plain()
+        buffer.host = host
+        return buffer
+
+    assert clear(lambda host: Buffer(host, None, None)) == clear(plain)
+
+
+def test_what_left_is_let_go_of():
+    class Watched(Bucket):
+        pass
+
+    for kind in (Bucket, Watched):
+        buffer = Buffer(DictHost(), None, None)
+        buffer.add([kind(Joint(path=f"{number}")) for number in range(9)])
+        gone = [weakref.ref(bucket) for bucket in buffer.get()]
+        buffer._clear(buffer.get()[1::2])
+        gc.collect()
+        assert [one() is None for one in gone] == [False, True] * 4 + [False]
+        buffer.set([])
+        assert all(one() is None for one in gone)
+
+
+# Groups under a ghost.
+
+
+def grouped(*groups):
+    """Groups of one part each, all below one object, scanned."""
+    host = scene({"all": {group: {f"{group}_part": None} for group in groups}})
+    ghost = rule("ghost", "^group", types=["transform"])
+    engine = session(host, node(ghost, node(rule("part", ".*_part$"))))
+    buckets = [
+        Bucket(Joint(type="ghost", name=group, children=[Joint(path=f"/all/{group}/{group}_part")]))
+        for group in groups
+    ]
+    engine.buffer.add(buckets)
+    host.calls.clear()
+    return engine
+
+
+def test_groups_below_one_object_take_one_snapshot():
+    engine = grouped("group_a", "group_b", "group_c")
+    host, buffer = engine.host, engine.buffer
+    assert buffer.ghosts_match() and host.calls["get_type"] == 7
+    engine.scanner.reload_buffer()
+    assert host.calls["get_type"] == 14  # once more: the scene may be another one by now
+    assert [bucket.joint.children[0].name for bucket in buffer.get()] == [f"group_{x}_part" for x in "abc"]
+    assert host.appended == [path for x in "abc" for path in (f"/all/group_{x}/group_{x}_part", "|")]
+    for _ in "ab":  # no operation stands on the snapshot of another
+        host.calls.clear()
+        assert buffer.ghost_match(buffer.get()[0]) and host.calls["get_type"] == 7
+
+
+def test_a_snapshot_of_something_else_in_between():
+    engine = grouped("group_a", "group_b", "group_c")
+    engine.host.put("/other")
+
+    for clear in (True, False):
+        upload = partial(engine.virtual.upload, ["/other"], clear)
+        engine.host.postscript_scan_append = lambda joint, upload=upload: upload()
+        engine.scanner.reload_buffer()
+        assert len(engine.buffer.get()) == 3 and engine.buffer.ghosts_match()
+
+
+def test_a_reload_of_many_drops_what_is_gone():
+    groups = [f"group_{number}" for number in range(9)]
+    engine = grouped(*groups)
+    buckets = engine.buffer.get()
+    for group in groups[1::2]:
+        path = f"/all/{group}/{group}_part"
+        del engine.host.objects[path]
+        engine.host.children[f"/all/{group}"].remove(path)
+    seen = []
+    engine.host.postscript_scan_append = lambda joint: seen.append(len(engine.buffer.get()))
+    engine.scanner.reload_buffer()
+    assert engine.buffer.get() == buckets[::2] and len(engine.host.data) == 5
+    assert seen == [9, 9, 8, 8, 7, 7, 6, 6, 5, 5]
+    engine.buffer.__init__(engine.host, engine.virtual, engine.hierarchy)
+    engine.buffer.add(buckets)
+    for bucket in buckets[1::2]:
+        engine.scanner._reload_bucket(bucket)
+    assert engine.buffer._data == buckets[::2]
