@@ -11,9 +11,9 @@ namespace {
 
 /// The same for equal buckets and hardly for others; nothing for what may tell otherwise which buckets it equals.
 std::optional<Py_hash_t> mark_of(const py::Object& object) {
-  if (Py_TYPE(object.or_none()) != py::TypeOf<DataBucket>::type) return std::nullopt;
+  if (!DataBucket::is_exactly(object)) return std::nullopt;
   const DataBucket& bucket = py::value_of<DataBucket>(object.get());
-  if (Py_TYPE(bucket.joint.or_none()) != py::TypeOf<DataJoint>::type) return std::nullopt;
+  if (!DataJoint::is_exactly(bucket.joint)) return std::nullopt;
   const DataJoint& joint = py::value_of<DataJoint>(bucket.joint.get());
   const std::vector<py::Object> parts = {bucket.name_characters(), bucket.checked,          bucket.opened, joint.stamp,
                                          joint.name.characters(),  joint.path.characters(), joint.type};

@@ -50,14 +50,14 @@ py::Object decode(const py::Object& root) {
   struct Level {
     py::Object data;
     std::vector<py::Object> below;
-    py::List joints = {};
+    py::List joints;
     std::size_t next = 0;
   };
   std::vector<Level> levels;
   Descent descent;
   const auto enter = [&](const py::Object& data) {
     descend(descent, levels.size() + 1, data, "decode");
-    levels.push_back({data, py::collect(py::get(data, kChildren, py::List()))});
+    levels.push_back({data, py::collect(py::get(data, kChildren, py::List())), {}});
   };
   enter(root);
   while (true) {

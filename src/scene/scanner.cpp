@@ -20,7 +20,7 @@ const py::Name kGetPathGroups("get_path_groups"), kErase("erase"), kAdd("add"), 
 const py::Name kUpload("upload");
 const py::Name kUsedScanSelection("used_scan_selection"), kEmptyScanSelection("empty_scan_selection");
 const py::Name kEmptyScanResult("empty_scan_result");
-const py::Name kJoint("joint"), kName("name");
+const py::Name kName("name");
 
 constexpr bool kSuccess = true, kFailure = false;
 
