@@ -12,6 +12,15 @@ const py::Name kStamp("stamp"), kType("type"), kName("name"), kPath("path"), kCh
 /// Joints that do not come of a scan may have texts of their own each: remembering those would gain nothing.
 constexpr std::size_t kMostFaces = 16;
 
+py::Dict make_bucket_form() {
+  py::Dict form;
+  form.set(kJoint, {});
+  form.set(kName, {});
+  form.set(kChecked, py::to_python(true));
+  form.set(kOpened, py::to_python(true));
+  return form;
+}
+
 py::Dict make_joint_form(const py::Object& stamp, const py::Object& type, const py::Object& icon,
                          const py::Object& color) {
   py::Dict form;
@@ -31,13 +40,16 @@ bool is_leaf(const DataJoint& joint) {
 
 }  // namespace
 
+JointWriter::JointWriter() : bucket_form_(make_bucket_form()) {}
+
 py::Dict JointWriter::write(const DataBucket& bucket) {
+  const py::Object yes = py::to_python(true);
   const bool ours = DataJoint::is_exactly(bucket.joint);
-  py::Dict data;
+  py::Dict data = bucket_form_.copy();
   data.set(kJoint, ours ? write(py::value_of<DataJoint>(bucket.joint.get())) : bucket.joint.attr(kData));
   data.set(kName, bucket.name_characters());
-  data.set(kChecked, bucket.checked);
-  data.set(kOpened, bucket.opened);
+  if (!bucket.checked.is(yes)) data.set(kChecked, bucket.checked);
+  if (!bucket.opened.is(yes)) data.set(kOpened, bucket.opened);
   return data;
 }
 

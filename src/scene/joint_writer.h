@@ -13,6 +13,8 @@ namespace heron {
 /// empty one. One writer should therefore serve for all that is written at once.
 class JointWriter {
  public:
+  JointWriter();
+
   py::Dict write(const DataBucket& bucket);
   /// With everything below it. RecursionError for a joint that stands below itself.
   py::Dict write(const DataJoint& joint);
@@ -26,6 +28,7 @@ class JointWriter {
   py::Dict map_of(const DataJoint& joint, const py::List& children);
   py::Dict form_of(const DataJoint& joint);
 
+  const py::Dict bucket_form_;  ///< As a scan leaves buckets: checked and opened.
   std::vector<Face> faces_;
 };
 

@@ -1,6 +1,5 @@
 #include "scene/scanner.h"
 
-#include <unordered_map>
 #include <unordered_set>
 
 #include "foundation/constants.h"
@@ -58,26 +57,36 @@ class Duplicates {
   explicit Duplicates(const HierarchyRun& run) : run_(run) {}
 
   bool is_new(const Pairing& pairing) {
-    return seen_.insert(static_cast<std::uint64_t>(pairing.object) << 32U | face(*pairing.scope)).second;
+    const std::uint32_t face = face_of(*pairing.scope);
+    std::uint32_t& first = first_[pairing.object];
+    if (first == kNone) {
+      first = face;
+      return true;
+    }
+    return first != face && more_.insert(static_cast<std::uint64_t>(pairing.object) << 32U | face).second;
   }
 
  private:
-  std::uint32_t face(const ScopePlan& scope) {
-    const auto [known, added] = faces_.try_emplace(scope.rule->number, 0U);
-    if (added) {
+  std::uint32_t face_of(const ScopePlan& scope) {
+    if (faces_.size() <= scope.rule->number) faces_.resize(scope.rule->number + 1, kNone);
+    std::uint32_t& face = faces_[scope.rule->number];
+    if (face == kNone) {
       const py::Object& rule = run_.pattern().rule(scope);
       const py::Object key = py::tuple({rule.attr(fields::kStamp), rule.attr(fields::kName)});
       const py::Object number = numbers_.find(key).value_or(py::to_python(numbers_.size()));
       numbers_.set(key, number);
-      known->second = static_cast<std::uint32_t>(PyLong_AsSsize_t(number.get()));
+      face = static_cast<std::uint32_t>(PyLong_AsSsize_t(number.get())) + 1;
     }
-    return known->second;
+    return face;
   }
 
+  static constexpr std::uint32_t kNone = 0;
+
   const HierarchyRun& run_;
-  std::unordered_map<std::size_t, std::uint32_t> faces_;  // rule's number to one of its stamp and name
+  std::vector<std::uint32_t> faces_;  // by the rule's number: one of its stamp and name
   py::Dict numbers_;
-  std::unordered_set<std::uint64_t> seen_;
+  PagedTable<std::uint32_t> first_;  // face with which an object was found first
+  std::unordered_set<std::uint64_t> more_;
 };
 
 /// Takes the hierarchies of one candidate group, one after the other, until the pattern claims nothing more.
