@@ -12,6 +12,7 @@ bool RuleBook::matches(const RulePlan& rule, ObjectId object) {
     known.answers[object] = answer;
   }
   if (answer == Answer::kRefused) return false;
+  if (!known.captures) return true;
   if (const auto found = known.captured.find(object); found != known.captured.end()) {
     logic_.record(found->second, view.path);
   }
@@ -30,20 +31,20 @@ RuleBook::Answer RuleBook::work_out(const RulePlan& rule, Facts& facts, ObjectId
   return Answer::kMatched;
 }
 
-RuleBook::Facts& RuleBook::facts(const RulePlan& rule) {
+RuleBook::Facts& RuleBook::find_facts(const RulePlan& rule) {
   if (definitions_ != logic_.state().definitions) {
     definitions_ = logic_.state().definitions;
     facts_.clear();
   }
   if (facts_.size() <= rule.number) facts_.resize(rule.number + 1);
-  Facts& facts = facts_[rule.number];
-  if (!facts.known) {
-    facts.expression = AnchoredExpression(rule.regex, *definitions_);
-    facts.fixed = !logic_.has_sub_anchor(rule.regex);
-    facts.captures = logic_.has_anchor(rule.regex);
-    facts.known = true;
+  std::unique_ptr<Facts>& facts = facts_[rule.number];
+  if (!facts) {
+    facts = std::make_unique<Facts>();
+    facts->expression = AnchoredExpression(rule.regex, *definitions_);
+    facts->fixed = !logic_.has_sub_anchor(rule.regex);
+    facts->captures = logic_.has_anchor(rule.regex);
   }
-  return facts;
+  return *facts;
 }
 
 }  // namespace heron

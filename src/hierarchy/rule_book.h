@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,20 +48,24 @@ class RuleBook {
  private:
   enum class Answer : unsigned char { kUnknown, kRefused, kMatched };
   struct Facts {
-    bool known = false, fixed = false, captures = false;
+    bool fixed = false, captures = false;
     AnchoredExpression expression;
     std::optional<PlainExpression> plain;  // of a fixed rule, once asked for
     PagedTable<Answer> answers;
     std::unordered_map<ObjectId, AnchorLogic::CapturedTexts> captured;
   };
 
-  Facts& facts(const RulePlan& rule);
+  Facts& facts(const RulePlan& rule) {
+    const bool known = definitions_ == logic_.state().definitions && rule.number < facts_.size() && facts_[rule.number];
+    return known ? *facts_[rule.number] : find_facts(rule);
+  }
+  Facts& find_facts(const RulePlan& rule);
   Answer work_out(const RulePlan& rule, Facts& facts, ObjectId object);
 
   AnchorLogic& logic_;
   Objects& objects_;
   std::shared_ptr<const Definitions> definitions_;  // those that the facts hold for
-  std::deque<Facts> facts_;                         // by the rule's number
+  std::vector<std::unique_ptr<Facts>> facts_;       // by the rule's number
 };
 
 }  // namespace heron
