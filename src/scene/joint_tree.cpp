@@ -32,16 +32,24 @@ py::Object read_joint(const py::Object& data, const py::List& children) {
 
 /// Texts are in the order of their characters, which UTF-8 keeps.
 void sort_by_name(const py::List& joints) {
-  struct Entry {
-    py::Utf8 name;
-    py::Object joint;
+  struct Entry {  // plain values: they are moved many times
+    std::string_view name;
+    std::size_t at;
   };
   if (joints.size() < 2) return;
+  const std::vector<py::Object> items = joints.items();
+  std::vector<py::Utf8> names;
   std::vector<Entry> entries;
-  for (const py::Object& joint : joints.items()) entries.push_back({py::Utf8(joint_name(joint)), joint});
-  std::stable_sort(entries.begin(), entries.end(),
-                   [](const Entry& a, const Entry& b) { return a.name.view() < b.name.view(); });
-  for (std::size_t i = 0; i < entries.size(); ++i) joints.set(static_cast<Py_ssize_t>(i), entries[i].joint);
+  names.reserve(items.size());
+  entries.reserve(items.size());
+  for (const py::Object& joint : items) {
+    names.emplace_back(joint_name(joint));
+    entries.push_back({names.back(), entries.size()});
+  }
+  const auto by_name = [](const Entry& a, const Entry& b) { return a.name < b.name; };
+  if (std::is_sorted(entries.begin(), entries.end(), by_name)) return;
+  std::stable_sort(entries.begin(), entries.end(), by_name);
+  for (std::size_t i = 0; i < entries.size(); ++i) joints.set(static_cast<Py_ssize_t>(i), items[entries[i].at]);
 }
 
 }  // namespace
