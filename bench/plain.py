@@ -4,7 +4,7 @@ Both begin with their snapshot taken and the pattern sorted, and end with the hi
 scene found and their joints built and sorted by name: the engine's `_scan` and `sort` against
 `Matching.scan`, whose joints are dicts, in the form in which the engine embeds them. What both found is
 compared, outside the time. The plain writing takes seconds, and minutes for the larger layer of captures:
-it runs again only while all its runs together take less than ten seconds.
+it runs again only while all its runs together take less than five seconds.
 """
 
 from __future__ import annotations
@@ -16,7 +16,7 @@ from measuring import Session, Table, Target, main, seconds
 from plain_scan import Matching, plain_scopes, take_snapshot
 from scenes import SHAPES
 
-PATIENCE = 10.0  # seconds
+PATIENCE = 5.0  # seconds
 
 
 def engine(session: Session) -> float:
