@@ -167,7 +167,7 @@ HOOKS = {
 few = st.sampled_from
 
 
-@settings(max_examples=2 * settings().max_examples)
+@settings(max_examples=5 * settings().max_examples)
 @given(
     st.lists(st.tuples(few("01"), few([True, True, None, 1])), min_size=2, max_size=8),
     st.lists(st.integers(0, 7), max_size=8),

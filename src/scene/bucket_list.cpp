@@ -66,8 +66,10 @@ bool BucketList::leave(const py::Object& bucket) {
   if (!walk_) walk_ = std::make_shared<Walk>(list_.size());
   const std::shared_ptr<Walk> walk = walk_;
   if (std::exchange(walk->searching, true)) return false;
-  std::optional<Py_ssize_t> position = find_passed(walk, bucket);
-  if (!position) position = find_ahead(walk, bucket);
+  const std::optional<Py_hash_t> mark = mark_of(bucket);
+  if (!mark && !walk->passed.empty()) return false;
+  std::optional<Py_ssize_t> position = mark ? find_passed(walk, *mark, bucket) : std::nullopt;
+  if (!position) position = find_ahead(walk, mark, bucket);
   walk->searching = false;
   if (!position || walk_ != walk) return false;
   walk->gone[static_cast<std::size_t>(*position)] = true;
@@ -78,11 +80,9 @@ bool BucketList::leave(const py::Object& bucket) {
   return true;
 }
 
-std::optional<Py_ssize_t> BucketList::find_passed(const std::shared_ptr<Walk>& walk, const py::Object& bucket) const {
-  if (walk->passed.empty()) return std::nullopt;
-  const std::optional<Py_hash_t> mark = mark_of(bucket);
-  if (!mark) return std::nullopt;
-  const auto [begin, end] = walk->passed.equal_range(*mark);
+std::optional<Py_ssize_t> BucketList::find_passed(const std::shared_ptr<Walk>& walk, Py_hash_t mark,
+                                                  const py::Object& bucket) const {
+  const auto [begin, end] = walk->passed.equal_range(mark);
   for (auto entry = begin; entry != end; ++entry) {
     const Py_ssize_t position = entry->second;
     const std::optional<bool> is_here = is_at(walk, position, bucket);
@@ -94,15 +94,16 @@ std::optional<Py_ssize_t> BucketList::find_passed(const std::shared_ptr<Walk>& w
   return std::nullopt;
 }
 
-std::optional<Py_ssize_t> BucketList::find_ahead(const std::shared_ptr<Walk>& walk, const py::Object& bucket) const {
+std::optional<Py_ssize_t> BucketList::find_ahead(const std::shared_ptr<Walk>& walk, std::optional<Py_hash_t> mark,
+                                                 const py::Object& bucket) const {
   const auto size = static_cast<Py_ssize_t>(walk->gone.size());
   for (; walk->next < size; ++walk->next) {
     const std::optional<bool> is_here = is_at(walk, walk->next, bucket);
     if (!is_here) return std::nullopt;
     if (*is_here) return walk->next++;
-    const std::optional<Py_hash_t> mark = mark_of(list_.at(walk->next));
-    if (!mark || !mark_of(bucket)) return std::nullopt;
-    walk->passed.emplace(*mark, walk->next);
+    const std::optional<Py_hash_t> passed = mark ? mark_of(list_.at(walk->next)) : std::nullopt;
+    if (!passed) return std::nullopt;
+    walk->passed.emplace(*passed, walk->next);
   }
   return std::nullopt;
 }

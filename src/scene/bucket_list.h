@@ -19,7 +19,8 @@ class BucketList {
 
   /// While one lives, many buckets leave, mostly in the order of the list. What left is then taken out as soon as
   /// somebody can see the list, and a search goes on where the last one ended: to take out half of 100,000 buckets is
-  /// one walk over them, where it would be one for each, minutes in all.
+  /// one walk over them, where it would be one for each, minutes in all. A bucket that changes meanwhile counts as it
+  /// was when the walk passed it.
   class Clearance {
    public:
     explicit Clearance(BucketList& buckets) : buckets_(buckets) { ++buckets_.clearances_; }
@@ -40,8 +41,10 @@ class BucketList {
   struct Walk;  // over the list, from the last time that it was complete
 
   bool leave(const py::Object& bucket);
-  std::optional<Py_ssize_t> find_passed(const std::shared_ptr<Walk>& walk, const py::Object& bucket) const;
-  std::optional<Py_ssize_t> find_ahead(const std::shared_ptr<Walk>& walk, const py::Object& bucket) const;
+  std::optional<Py_ssize_t> find_passed(const std::shared_ptr<Walk>& walk, Py_hash_t mark,
+                                        const py::Object& bucket) const;
+  std::optional<Py_ssize_t> find_ahead(const std::shared_ptr<Walk>& walk, std::optional<Py_hash_t> mark,
+                                       const py::Object& bucket) const;
   std::optional<bool> is_at(const std::shared_ptr<Walk>& walk, Py_ssize_t position, const py::Object& bucket) const;
 
   py::List list_;
