@@ -1,6 +1,7 @@
 """What a scan costs above reading the scene, and how the work on the whole buffer grows with the scene.
 
-The host is a dictionary, so that the engine's own cost shows. "upload" is the snapshot alone, and
+The host is a dictionary, so that the engine's own cost shows. "host alone" is what its answers take, in a
+plain loop: nothing that reads the scene can take less, or grow less. "upload" is the snapshot alone, and
 "upload_buffer" the whole scan with it, "scan" what it takes beyond the snapshot. "validate" and "reload"
 check and match again what was found, as after the scene was opened; reload finds the snapshot there.
 
@@ -20,6 +21,23 @@ from measuring import Session, Table, Target, growths, in_fresh_process, main, s
 from scenes import SHAPES
 
 GROWTH, RATIO = 11, 2.5
+
+
+def host_alone(shape, size: int) -> float:
+    """Seconds of the host's own answers: the calls of an upload, made by a plain loop that keeps them."""
+    host, kept = Session(shape, size).host, []
+
+    def ask() -> None:
+        waiting = list(host.roots)
+        while waiting:
+            path = waiting.pop()
+            if host.object_exists(path):
+                name, kind, parent = host.name_from_path(path), host.get_type(path), host.get_parent(path)
+                children = host.get_children(path) or ()
+                kept.append((path, name, kind, parent, children))
+                waiting.extend(children)
+
+    return seconds(ask)
 
 
 def upload(shape, size: int) -> float:
@@ -71,6 +89,7 @@ def measure(shape, size: int, runs: int) -> dict[str, float]:
     snapshot, whole = each(upload), each(upload_buffer)
     data = in_fresh_process(embedded, shape, size)
     return {
+        "host alone": each(host_alone),
         "upload": snapshot,
         "upload_buffer": whole,
         "scan": max(whole - snapshot, 1e-9),
