@@ -2,7 +2,8 @@
 
 The buffer holds as many joints as there are objects: all below one, each below the last, or each in a bucket
 of its own; "ghosts" is one of two joints each for half of the objects, all of which stand below one of the
-scene. All operations run one after the other in one session. The target tells what is quadratic from what
+scene. All operations run one after the other in one session, each session in a process of its own: medians of
+three, as no figure here is a target of its own. What is checked tells work that is quadratic from work that
 only outgrows the processor's caches, where each object is up to twice as dear to read.
 """
 
@@ -13,7 +14,7 @@ from functools import partial
 from itertools import pairwise
 from statistics import median
 
-from measuring import Session, Table, Target, growths, main, seconds
+from measuring import Session, Table, Target, growths, in_fresh_process, main, seconds
 from scenes import MANY, record, rule
 
 import core
@@ -120,11 +121,12 @@ def measure(shape, size: int) -> list[float]:
 def report(options) -> None:
     """Prints a row for each operation and each kind of tree."""
     sizes = [size for size in options.sizes if size >= 10_000] or options.sizes
+    runs = min(options.runs, 3)
     columns = [*(f"{size:,}" for size in sizes), *("growth" for _ in sizes[1:])]
     table = Table("Buffer, us per joint", ["joints", "operation"], columns)
     for shape in (flat, chain, many, ghosts):
-        runs = [[measure(shape, size) for _ in range(options.runs)] for size in sizes]
-        figures = [[median(times) for times in zip(*of_size)] for of_size in runs]
+        measured = [[in_fresh_process(measure, shape, size) for _ in range(runs)] for size in sizes]
+        figures = [[median(times) for times in zip(*of_size)] for of_size in measured]
         for operation, *each in zip(OPERATIONS, *figures):
             grown = growths(sizes, [time * size for time, size in zip(each, sizes)])
             cells = [*(f"{time:.2f}" for time in each), *(f"{times:.1f}" for times in grown)]
