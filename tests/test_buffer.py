@@ -6,7 +6,7 @@ from functools import partial
 from itertools import pairwise
 
 import pytest
-from hosts import DictHost, node, rule, scene, session
+from hosts import DictHost, node, record, rule, scene, session
 from hypothesis import given, settings
 from hypothesis import strategies as st
 
@@ -292,3 +292,83 @@ def test_a_reload_of_many_drops_what_is_gone():
     for bucket in buckets[1::2]:
         engine.scanner._reload_bucket(bucket)
     assert engine.buffer._data == buckets[::2]
+
+
+def test_the_host_may_use_the_hierarchy_between_two_buckets_of_a_reload():
+    engine = session(scene({"a": None, "b": None}), node(rule("old", "[ab]", 1, 2)))
+    engine.host.selection = ["/a", "/b"]
+    assert engine.scanner.upload_buffer()
+    valid = []
+
+    def exists(path):
+        valid.append(engine.hierarchy.is_valid([path]))
+        return True
+
+    engine.host.object_exists = exists
+    engine.host.postscript_scan_append = lambda joint: engine.hierarchy.pattern.set(
+        record(node(rule("new", "[ab]", 1, 2)))
+    )
+    engine.scanner.reload_buffer()
+    assert valid == [True, True]
+    assert [bucket.joint.type for bucket in engine.buffer.get()] == ["old", "new"]
+
+
+def test_collections_may_change_what_is_being_read():
+    host = scene({"a": None})
+    virtual, bucket = core.Scene._Virtual(host), Bucket(Joint(name="first", path="/first"))
+    names = set()
+
+    def change(phase, info):
+        virtual.offload()
+        bucket.joint = Joint(name="second", path="/second")
+
+    for objects in range(300):
+        gc.disable()
+        virtual.upload(["/a"])
+        bucket.joint = Joint(name="first", path="/first")
+        kept = [[] for _ in range(objects)]
+        gc.callbacks.append(change)
+        gc.set_threshold(1)
+        gc.enable()
+        children, data = virtual.get_children("/a"), bucket.data["joint"]
+        gc.set_threshold(700)
+        gc.callbacks.remove(change)
+        names.add(data["name"])
+        assert (children, len(kept)) == ([], objects)
+        assert data["path"] in ("/first", "/second")
+    assert names <= {"first", "second"}
+
+
+def test_an_interrupted_clear_keeps_nothing():
+    host = DictHost()
+    buffer = Buffer(host, None, None)
+    bucket = Bucket(Joint(name="gone"))
+    gone = weakref.ref(bucket)
+    buffer.add([bucket, Bucket(Joint(name="stays"))])
+
+    def fail(joint):
+        raise KeyError("hook")
+
+    host.postscript_scan_remove = fail
+    with pytest.raises(KeyError):
+        buffer._clear([bucket])
+    del bucket
+    gc.collect()
+    assert gone() is None
+    assert [left.name for left in buffer.get()] == ["stays"]
+
+
+def test_texts_without_a_hash_are_cleared():
+    class Text(str):
+        __hash__ = None
+
+        def __eq__(self, other):
+            return str(self) == str(other)
+
+    buffer = Buffer(DictHost(), None, None)
+    joints = [Joint(name=name) for name in "abc"]
+    joints[1].stamp = Text("s")
+    buckets = [Bucket(joint) for joint in joints]
+    buffer.add(buckets)
+    buffer._clear([buckets[1], buckets[2]])
+    assert buffer.get() == [buckets[0]]

@@ -247,6 +247,15 @@ def names(engine):
     return [bucket.name for bucket in engine.buffer.get()]
 
 
+def test_embedded_texts_are_plain():
+    bucket = Bucket(Joint(stamp="s", name="n", path="/n", type="t"))
+    for _ in range(2):
+        data = bucket.data
+        values = [data["name"], *(data["joint"][key] for key in ("stamp", "name", "path", "type"))]
+        assert {type(value) for value in values} == {str}
+        assert {type(text) for text in (bucket.name, bucket.joint.name, bucket.joint.path)} == {core._Str}
+
+
 def test_the_list_of_buckets():
     engine = filled("b", "a")
     buffer, (b, a) = engine.buffer, engine.buffer.get()

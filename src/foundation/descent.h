@@ -13,9 +13,10 @@ namespace heron {
 /// ancestors is needed.
 class Descent {
  public:
-  /// Is told of every step down: what is entered, and at which depth, the first being 1. True if the walk runs in a
-  /// circle.
+  /// Must be told of every step down: what is entered, and at which depth, the first being 1. True if the walk runs in
+  /// a circle, or down without an end: objects may make a new one each time they are asked what is below.
   bool returns(std::size_t depth, const void* entered) {
+    if (depth > kDeepest) return true;
     std::size_t mark = 0;
     for (std::size_t marked = 1; marked < depth; marked *= 2) {
       if (marks_[mark++] == entered) return true;
@@ -25,6 +26,8 @@ class Descent {
   }
 
  private:
+  static constexpr std::size_t kDeepest = 5'000'000;
+
   // Only what was marked on the way here is looked at.
   std::array<const void*, 64> marks_;  // NOLINT(cppcoreguidelines-pro-type-member-init)
 };

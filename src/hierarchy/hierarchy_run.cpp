@@ -8,7 +8,8 @@ HierarchyRun::Claim::Claim(Hierarchy& hierarchy) : hierarchy_(py::Ref<Hierarchy>
 }
 
 HierarchyRun::HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPattern> pattern)
-    : claim_(hierarchy),
+    : hierarchy_(py::Ref<Hierarchy>::of(hierarchy)),
+      claim_(hierarchy),
       search_(hierarchy.search),
       anchor_(search_->logic),
       planned_(std::move(pattern)),
@@ -19,7 +20,9 @@ HierarchyRun::HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPa
   if (!planned_->plan().top().scopes.empty()) state().detach();
 }
 
-bool HierarchyRun::is_current() const { return copy_ && snapshot_of(claim_->query_op) == copy_; }
+bool HierarchyRun::is_current() const {
+  return copy_ && hierarchy_->search.is(search_) && snapshot_of(hierarchy_->query_op) == copy_;
+}
 
 std::shared_ptr<SceneCopy> HierarchyRun::snapshot_of(const py::Object& query) {
   // Exactly our own snapshot: a subclass may answer otherwise.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "hierarchy/hierarchy.h"
 #include "hierarchy/runner.h"
@@ -21,6 +22,9 @@ class HierarchyRun {
   const PlannedPattern& pattern() const { return *planned_; }
   /// Are the objects still as they were when the run began? Only of our own snapshot that is known.
   bool is_current() const;
+  // Between the two the hierarchy may run otherwise; then the captures are to be found anew.
+  void pause() { claim_.reset(); }
+  void resume() { claim_.emplace(*hierarchy_); }
 
   /// The objects at these paths that exist, in order.
   std::vector<ObjectId> locate(const py::Object& paths);
@@ -42,7 +46,6 @@ class HierarchyRun {
     ~Claim() { hierarchy_->running_ = false; }
     Claim(const Claim&) = delete;
     Claim& operator=(const Claim&) = delete;
-    Hierarchy* operator->() const { return &*hierarchy_; }
 
    private:
     const py::Ref<Hierarchy> hierarchy_;
@@ -52,7 +55,8 @@ class HierarchyRun {
   Objects& objects() { return copy_ ? static_cast<Objects&>(copy_->snapshot) : locations_; }
   State& state() const { return *anchor_->state; }
 
-  const Claim claim_;
+  const py::Ref<Hierarchy> hierarchy_;
+  std::optional<Claim> claim_;
   const py::Ref<Search> search_;
   const py::Ref<Anchor> anchor_;
   const std::shared_ptr<const PlannedPattern> planned_;

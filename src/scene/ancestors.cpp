@@ -28,11 +28,11 @@ py::Object TopAncestors::of(const py::Object& path) {
   py::Object top = path;
   while (true) {
     if (const std::optional<py::Object> known = tops_.find(top)) {
-      if (known->is_none()) raise_circle();
+      if (known->is(tops_)) raise_circle();
       top = *known;
       break;
     }
-    tops_.set(top, py::Object::none());
+    tops_.set(top, tops_);
     way.push_back(top);
     const py::Object parent = host_.call(host::kGetParent, top);
     if (!parent.truth()) break;

@@ -31,7 +31,7 @@ class TopAncestors {
 
  private:
   const py::Object host_;
-  py::Dict tops_;  // by path; None on the way that is being gone
+  py::Dict tops_;  // by path; the table itself on the way that is being gone
 };
 
 }  // namespace heron

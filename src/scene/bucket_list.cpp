@@ -17,8 +17,10 @@ std::optional<Py_hash_t> mark_of(const py::Object& object) {
   const DataJoint& joint = py::value_of<DataJoint>(bucket.joint.get());
   const std::vector<py::Object> parts = {bucket.name_characters(), bucket.checked,          bucket.opened, joint.stamp,
                                          joint.name.characters(),  joint.path.characters(), joint.type};
-  const bool plain = std::all_of(parts.begin(), parts.end(), [](const py::Object& part) {
-    return part.is_text() || part.is_none() || PyBool_Check(part.get());
+  const auto* own_text = reinterpret_cast<PyTypeObject*>(str_class());
+  const bool plain = std::all_of(parts.begin(), parts.end(), [own_text](const py::Object& part) {
+    const bool text = part && (PyUnicode_CheckExact(part.get()) || Py_TYPE(part.get()) == own_text);
+    return text || part.is_none() || PyBool_Check(part.get());
   });
   return plain ? std::optional(py::tuple(parts).hash()) : std::nullopt;
 }
@@ -63,6 +65,7 @@ void BucketList::remove(const py::Object& bucket) {
 
 /// Notes that a bucket left. False if it takes the list itself to tell which one.
 bool BucketList::leave(const py::Object& bucket) {
+  if (Py_REFCNT(list_.get()) > 1) return false;  // somebody else sees it
   if (!walk_) walk_ = std::make_shared<Walk>(list_.size());
   const std::shared_ptr<Walk> walk = walk_;
   if (std::exchange(walk->searching, true)) return false;
@@ -76,7 +79,6 @@ bool BucketList::leave(const py::Object& bucket) {
   walk->first = walk->count == 0 ? *position : std::min(walk->first, *position);
   walk->last = std::max(walk->last, *position);
   ++walk->count;
-  if (Py_REFCNT(list_.get()) > 1) list();  // somebody else sees it
   return true;
 }
 
@@ -98,10 +100,12 @@ std::optional<Py_ssize_t> BucketList::find_ahead(const std::shared_ptr<Walk>& wa
                                                  const py::Object& bucket) const {
   const auto size = static_cast<Py_ssize_t>(walk->gone.size());
   for (; walk->next < size; ++walk->next) {
+    if (list_.at(walk->next).is(bucket)) return walk->next++;
+    if (!mark) return std::nullopt;
     const std::optional<bool> is_here = is_at(walk, walk->next, bucket);
     if (!is_here) return std::nullopt;
     if (*is_here) return walk->next++;
-    const std::optional<Py_hash_t> passed = mark ? mark_of(list_.at(walk->next)) : std::nullopt;
+    const std::optional<Py_hash_t> passed = mark_of(list_.at(walk->next));
     if (!passed) return std::nullopt;
     walk->passed.emplace(*passed, walk->next);
   }

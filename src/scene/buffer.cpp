@@ -4,6 +4,7 @@
 
 #include "foundation/text.h"
 #include "hierarchy/hierarchy_run.h"
+#include "runtime/finally.h"
 #include "scene/ghost_scene.h"
 #include "scene/joint.h"
 #include "scene/joint_tree.h"
@@ -157,13 +158,15 @@ void Buffer::clear(bool selected) {
 void Buffer::drop(const py::Iterable& array) {
   const std::vector<py::Object> leaving = py::collect(array);
   const BucketList::Clearance clearance(buckets);
-  for (const py::Object& bucket : leaving) {
-    remove(bucket);
-    for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
-      host.call(host::kPostscriptScanRemove, joint);
+  const auto leave = [&] {
+    for (const py::Object& bucket : leaving) {
+      remove(bucket);
+      for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
+        host.call(host::kPostscriptScanRemove, joint);
+      }
     }
-  }
-  buckets.list();  // holds them no longer
+  };
+  py::finally(leave, [&] { buckets.list(); });  // which holds them no longer
 }
 
 void Buffer::sort(const py::Object& root) const {

@@ -28,7 +28,7 @@ class DataJoint {
 
   py::Object stamp, type, icon, color;
   LateText name, path;
-  py::Object children;  ///< None is here until somebody asks for the list: most joints have nothing below.
+  py::Object children;  ///< No list stands here until somebody asks for it: most joints have nothing below.
 
   template <class V>
   void members(V& visit) {
@@ -39,7 +39,7 @@ class DataJoint {
 // What anything that serves as a joint says of itself. Ours are asked without making the texts and lists that only
 // Python looks at.
 py::Object joint_name(const py::Object& joint);
-py::Object joint_children(const py::Object& joint);  ///< None may stand for an empty list.
+py::Object joint_children(const py::Object& joint);  ///< No object at all may stand for an empty list.
 
 void expose_joint(const py::Scope& buffer);
 

@@ -12,6 +12,12 @@ const py::Name kStamp("stamp"), kType("type"), kName("name"), kPath("path"), kCh
 /// Joints that do not come of a scan may have texts of their own each: remembering those would gain nothing.
 constexpr std::size_t kMostFaces = 16;
 
+/// The system's own text as the runtime's: whoever keeps the maps knows that one.
+py::Object plain(const py::Object& text) {
+  const bool own = text && Py_TYPE(text.get()) == reinterpret_cast<PyTypeObject*>(str_class());
+  return own ? py::Object::steal(PyUnicode_FromObject(text.get())) : text;
+}
+
 py::Dict make_bucket_form() {
   py::Dict form;
   form.set(kJoint, {});
@@ -24,8 +30,8 @@ py::Dict make_bucket_form() {
 py::Dict make_joint_form(const py::Object& stamp, const py::Object& type, const py::Object& icon,
                          const py::Object& color) {
   py::Dict form;
-  form.set(kStamp, stamp);
-  form.set(kType, type);
+  form.set(kStamp, plain(stamp));
+  form.set(kType, plain(type));
   form.set(kName, {});
   form.set(kPath, {});
   form.set(kChildren, {});
@@ -44,10 +50,11 @@ JointWriter::JointWriter() : bucket_form_(make_bucket_form()) {}
 
 py::Dict JointWriter::write(const DataBucket& bucket) {
   const py::Object yes = py::to_python(true);
-  const bool ours = DataJoint::is_exactly(bucket.joint);
+  const py::Object joint = bucket.joint;  // making maps may run Python code, which may replace it
+  const bool ours = DataJoint::is_exactly(joint);
   py::Dict data = bucket_form_.copy();
-  data.set(kJoint, ours ? write(py::value_of<DataJoint>(bucket.joint.get())) : bucket.joint.attr(kData));
-  data.set(kName, bucket.name_characters());
+  data.set(kJoint, ours ? write(py::value_of<DataJoint>(joint.get())) : joint.attr(kData));
+  data.set(kName, plain(bucket.name_characters()));
   if (!bucket.checked.is(yes)) data.set(kChecked, bucket.checked);
   if (!bucket.opened.is(yes)) data.set(kOpened, bucket.opened);
   return data;
@@ -93,8 +100,8 @@ py::Dict JointWriter::write(const DataJoint& joint) {
 
 py::Dict JointWriter::map_of(const DataJoint& joint, const py::List& children) {
   py::Dict data = form_of(joint).copy();
-  data.set(kName, joint.name.characters());
-  data.set(kPath, joint.path.characters());
+  data.set(kName, plain(joint.name.characters()));
+  data.set(kPath, plain(joint.path.characters()));
   data.set(kChildren, children);
   return data;
 }

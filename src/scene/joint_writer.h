@@ -7,7 +7,7 @@
 
 namespace heron {
 
-/// Writes buckets and joints as they are embedded in the scene: a new map for each.
+/// Writes buckets and joints as they are embedded in the scene: a new map for each, its texts plain ones.
 ///
 /// A map is a copy of one that holds what all joints of a rule have in common, which takes half the time of filling an
 /// empty one. One writer should therefore serve for all that is written at once.

@@ -1,12 +1,19 @@
 #include "scene/reload.h"
 
+#include <algorithm>
+
 #include "scene/operator.h"
 
 namespace heron {
 namespace {
 
+const py::Name kGhostMatch("ghost_match");
+
+/// A subclass may do otherwise, and an operation may be put in the place of ours.
 Buffer* own(const py::Object& buffer) {
-  const bool ours = Py_TYPE(buffer.or_none()) == py::TypeOf<Buffer>::type;  // a subclass may do otherwise
+  static const py::Name kDict("__dict__");
+  const bool ours =
+      Py_TYPE(buffer.or_none()) == py::TypeOf<Buffer>::type && !py::Dict(buffer.attr(kDict)).find(kGhostMatch);
   return ours ? &py::value_of<Buffer>(buffer.get()) : nullptr;
 }
 
@@ -19,16 +26,33 @@ struct Loader::Run {
   JointBuilder builder;
 };
 
+/// Lets others use the hierarchy between two loads.
+struct Loader::Paused {
+  explicit Paused(HierarchyRun& run_) : run(run_) {}
+  ~Paused() { run.pause(); }
+  Paused(const Paused&) = delete;
+  Paused& operator=(const Paused&) = delete;
+  HierarchyRun& run;
+};
+
 py::List Loader::load(const py::Object& roots) {
-  if (!pattern_) {
+  const py::List scopes = py::Ref<Pattern>(hierarchy_->pattern)->get();
+  std::vector<py::Object> read = scopes.items();
+  const auto same = [](const py::Object& a, const py::Object& b) { return a.is(b); };
+  if (!pattern_ || !std::equal(read.begin(), read.end(), scopes_.begin(), scopes_.end(), same)) {
+    run_ = nullptr;
+    scopes_ = std::move(read);
     has_ghost_ = hierarchy_->pattern->has_ghost();
-    pattern_ = std::make_shared<const PlannedPattern>(py::Ref<Pattern>(hierarchy_->pattern)->get());
+    pattern_ = std::make_shared<const PlannedPattern>(scopes);
   }
   if (!run_ || !run_->run.is_current()) {
     run_ = nullptr;  // there must not be two at a time
     run_ = std::make_shared<Run>(*this);
+  } else {
+    run_->run.resume();
   }
   HierarchyRun& run = run_->run;
+  const Paused paused(run);
   run.find_anchors();
   py::List joints = run_->builder.build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
   if (has_ghost_) joints = run_->builder.under_ghost(joints);
@@ -67,7 +91,7 @@ void Reload::bucket(const py::Object& bucket) {
 }
 
 bool Reload::ghost_match(const py::Object& bucket) {
-  static const py::Name kGhostMatch("ghost_match"), kJoint("joint");
+  static const py::Name kJoint("joint");
   return ghosts_ ? ghosts_->match(bucket.attr(kJoint)) : buffer_.call(kGhostMatch, bucket).truth();
 }
 

@@ -8,8 +8,8 @@
 
 namespace heron {
 
-/// Makes joints of the objects that fit the pattern. The pattern is read once for all of them, and as long as the
-/// snapshot stays the same it is one run.
+/// Makes joints of the objects that fit the pattern. As long as the pattern and the snapshot stay the same, the pattern
+/// is read once for all of them and it is one run, which pauses between two of them.
 class Loader {
  public:
   Loader(const py::Ref<Hierarchy>& hierarchy, py::Object host) : hierarchy_(hierarchy), host_(std::move(host)) {}
@@ -19,10 +19,12 @@ class Loader {
 
  private:
   struct Run;
+  struct Paused;
 
   const py::Ref<Hierarchy> hierarchy_;
   const py::Object host_;
   bool has_ghost_ = false;
+  std::vector<py::Object> scopes_;  // of which the pattern was read; a new pattern has new ones
   std::shared_ptr<const PlannedPattern> pattern_;
   std::shared_ptr<Run> run_;
 };

@@ -258,7 +258,8 @@ void expose_scanner(const py::Scope& scene) {
       .operation<&Scanner::reload_buffer>(
           "reload_buffer",
           "Matches each bucket's roots again and embeds the outcome. Buckets that match\n"
-          "no more leave; the others keep name, checked and opened.")
+          "no more leave; the others keep name, checked and opened. The host's hooks may mark the\n"
+          "objects, but not change which there are: for the groups of one scene root the scene is read once.")
       .operation<&Scanner::reload_bucket>("_reload_bucket", {"bucket"}, "Matches one bucket's roots again.")
       .operation<&Scanner::find_scope_roots>("_find_scope_roots", {"scene_roots"},
                                              "The paths at which hierarchies can begin.")

@@ -30,8 +30,6 @@ class Snapshot : public Objects {
 
   std::size_t size() const { return records_.size(); }
   bool exists(ObjectId object) const { return records_[object].exists; }
-  /// Does the object exist, and are its children known?
-  bool is_complete(ObjectId object) const { return records_[object].exists && records_[object].complete; }
   /// Does the object exist, for the matching? std::out_of_range for one of which an interrupted upload left a part out.
   bool is_found(ObjectId object) const;
 

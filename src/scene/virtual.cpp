@@ -63,6 +63,7 @@ class Upload {
     const py::Object children = host_.call(host::kGetChildren, path);
     if (!children.truth()) {
       copy_.objects[id].children = py::Object();
+      copy_.objects[id].answered = true;
       copy_.snapshot.set_children(id, {});
       return;
     }
@@ -122,8 +123,7 @@ ObjectId SceneCopy::mention(const py::Object& path) {
 }
 
 py::Object SceneCopy::children(ObjectId object) {
-  // A visited object that exists has children, none though they may be.
-  if (!objects[object].children && snapshot.is_complete(object)) objects[object].children = py::List();
+  if (!objects[object].children && objects[object].answered) objects[object].children = py::List();
   return objects[object].children;
 }
 
@@ -165,8 +165,9 @@ py::Object Virtual::get_type(const py::Object& path) const {
 py::Object Virtual::get_parent(const py::Object& path) const { return read("get_parent", path).parent; }
 
 py::Object Virtual::get_children(const py::Object& path) const {
-  const auto id = find(*copy_, "get_children", path);
-  const py::Object children = id ? copy_->children(*id) : py::Object();
+  const std::shared_ptr<SceneCopy> copy = copy_;  // making a list may run Python code, which may upload
+  const auto id = find(*copy, "get_children", path);
+  const py::Object children = id ? copy->children(*id) : py::Object();
   return children ? children : py::List();
 }
 

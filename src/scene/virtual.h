@@ -33,8 +33,9 @@ class Location {
 struct SceneCopy {
   struct Object {
     py::Object path, name, type, parent;
-    py::Object children;  ///< None is here for an object without any, until somebody asks for the list.
+    py::Object children;  ///< No list stands here for an object without any, until somebody asks for it.
     bool visited = false;
+    bool answered = false;  ///< Did the host say that it has no children?
   };
 
   Snapshot snapshot;
