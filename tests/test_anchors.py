@@ -128,7 +128,7 @@ def test_errors_leave_the_captures(table, expression, name, error):
 texts = st.text(st.sampled_from("ab<n>:^$.é\ud800\n"), max_size=4)
 paths = st.text(st.sampled_from("/|ab\\éè€\ud800\n"), max_size=6)
 captures = st.sets(st.tuples(texts, paths), max_size=12)
-keys = [KEY, "<n:^a$>", "<m:.>", "<<n:b>", "<:a>"]
+keys = [KEY, "<n:^a$>", "<m:.>", "<<n:b>", "<:a>", "<n:a>b<c>"]
 tables = st.dictionaries(st.sampled_from(keys), captures, max_size=4)
 expressions = st.lists(st.sampled_from([*keys, "<n>", "<m>", "<>", "^", "$", "a", ".", "_"]), max_size=5)
 

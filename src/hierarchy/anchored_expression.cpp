@@ -7,7 +7,8 @@ namespace {
 
 using Kind = AnchoredExpression::Piece::Kind;
 
-bool stands_in_brackets(std::string_view text) { return text.starts_with('<') && text.ends_with('>'); }
+/// Only ends with the first ">"? A "<" inside does no harm: no expression with one is taken apart.
+bool stands_in_brackets(std::string_view text) { return text.starts_with('<') && text.find('>') + 1 == text.size(); }
 
 }  // namespace
 

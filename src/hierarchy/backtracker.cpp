@@ -1,6 +1,5 @@
 #include "hierarchy/backtracker.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "hierarchy/utf8.h"
@@ -60,7 +59,7 @@ std::optional<std::string> Backtracker::remove_all(const Program& program, std::
       // After an empty match one that is not empty may stand at the same place.
       must_advance = end_ == start;
       start = kept_to = end_;
-      forget_visits();
+      forget_visits_at_end();
       continue;
     }
     if (first.op == Op::kStart) break;
@@ -76,7 +75,6 @@ bool Backtracker::begin(const Program& program, std::string_view text) {
   text_ = text;
   if (program.choices > 0 && text.size() >= kMaxVisits / program.choices) return false;
   visits_.assign((program.choices * (text.size() + 1) + kBits - 1) / kBits, 0);
-  furthest_ = 0;
   return true;
 }
 
@@ -166,18 +164,16 @@ bool Backtracker::visit(std::uint32_t choice, std::size_t at) {
   const std::uint64_t bit = std::uint64_t{1} << (number % kBits);
   if ((word & bit) != 0) return false;
   word |= bit;
-  furthest_ = std::max(furthest_, at);
   return true;
 }
 
-// Those before the end of the last match are never asked for again.
-void Backtracker::forget_visits() {
-  if (program_->choices == 0 || furthest_ < end_) return;
-  const std::size_t first = end_ * program_->choices / kBits;
-  const std::size_t last = ((furthest_ + 1) * program_->choices - 1) / kBits;
-  std::fill(visits_.begin() + static_cast<std::ptrdiff_t>(first),
-            visits_.begin() + static_cast<std::ptrdiff_t>(last) + 1, 0);
-  furthest_ = end_;
+// The way that matched, with the choices that it left untried, does not go beyond its end. So what was met further on
+// has failed, and will again; and what was met before is never asked for again.
+void Backtracker::forget_visits_at_end() {
+  for (std::size_t choice = 0; choice < program_->choices; ++choice) {
+    const std::size_t number = end_ * program_->choices + choice;
+    visits_[number / kBits] &= ~(std::uint64_t{1} << (number % kBits));
+  }
 }
 
 }  // namespace heron

@@ -23,8 +23,7 @@ class Backtracker {
   /// Does the expression match at the start of the text?
   std::optional<bool> match(const Program& program, std::string_view text);
 
-  /// The text without all that the expression matches. What failed at one place is not tried again from the next; only
-  /// after something was found, what follows it is looked at anew.
+  /// The text without all that the expression matches. What failed at one place is not tried again from the next.
   std::optional<std::string> remove_all(const Program& program, std::string_view text);
 
  private:
@@ -38,7 +37,7 @@ class Backtracker {
   Outcome run(std::size_t start, bool must_advance);
   Outcome is_word_edge(std::size_t at) const;
   bool visit(std::uint32_t choice, std::size_t at);
-  void forget_visits();
+  void forget_visits_at_end();
 
   // Of the present text. Kept from one to the next, so that mostly nothing is allocated.
   const Program* program_ = nullptr;
@@ -46,7 +45,6 @@ class Backtracker {
   std::size_t end_ = 0;                // of the last match
   std::vector<Choice> choices_;        // still to be tried, the last first
   std::vector<std::uint64_t> visits_;  // a bit for each place of the text and each choice of the program
-  std::size_t furthest_ = 0;           // the last place with a visit
 };
 
 }  // namespace heron

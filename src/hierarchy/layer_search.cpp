@@ -19,7 +19,7 @@ void LayerSearch::load(LayerShelf& shelf, const LayerPlan& layer, bool exact) {
   layer_ = &layer;
   exact_ = exact;
   if (slots_.size() < layer.scopes.size()) slots_.resize(layer.scopes.size());
-  for (Slot& slot : slots_) slot.reached = false;
+  for (std::size_t slot = 0; slot < layer.scopes.size(); ++slot) slots_[slot].reached = false;
   shelf.begin_guess();
 }
 

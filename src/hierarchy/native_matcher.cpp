@@ -21,6 +21,7 @@ std::string NativeMatcher::remove_all(std::string_view expression, std::string_v
 }
 
 const Program* NativeMatcher::compile(std::string_view expression) {
+  if (expression.size() > RegexParser::kMaxExpression) return nullptr;  // not worth remembering
   Compiled& place = compiled_[std::hash<std::string_view>()(expression) % kPlaces];
   if (!place.used || place.expression != expression) {
     place.expression = expression;

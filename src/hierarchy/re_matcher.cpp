@@ -7,6 +7,7 @@ namespace heron {
 namespace {
 
 constexpr std::size_t kGenerationSize = 2048;
+constexpr std::size_t kMaxKept = 4096;  // bytes of an expression: its compiled form may be ten times as large
 
 }  // namespace
 
@@ -28,6 +29,7 @@ ReMatcher::Compiled ReMatcher::compile(std::string_view expression) {
     const py::Object pattern = py::modules::re.call(kCompile, py::text(expression));
     compiled = {pattern.attr(kMatch), pattern.attr(kSubstitute)};
   }
+  if (expression.size() > kMaxKept) return compiled;
   if (young_.size() >= kGenerationSize) old_ = std::exchange(young_, {});
   young_.emplace(expression, compiled);
   return compiled;

@@ -10,7 +10,6 @@ namespace {
 
 using Op = Instruction::Op;
 
-constexpr std::size_t kMaxExpression = 4096;  // bytes
 constexpr std::size_t kMaxInstructions = 512;
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 constexpr std::size_t kEndless = static_cast<std::size_t>(-1);

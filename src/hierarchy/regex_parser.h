@@ -17,6 +17,8 @@ namespace heron {
 /// left to the runtime: what it refuses or warns of, what its versions read differently, what would become too large.
 class RegexParser {
  public:
+  static constexpr std::size_t kMaxExpression = 4096;  ///< Bytes; what is longer is left to the runtime.
+
   /// The program of an expression in UTF-8. False, and no program, if it is to be left to the runtime.
   static bool compile(std::string_view expression, Program& program);
 
