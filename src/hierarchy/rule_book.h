@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,25 +8,10 @@
 
 #include "hierarchy/anchor_logic.h"
 #include "hierarchy/objects.h"
+#include "hierarchy/paged_table.h"
 #include "hierarchy/plan.h"
 
 namespace heron {
-
-/// A table over all objects of a scene of which a run may look at few: it grows page by page.
-template <class T>
-class PagedTable {
- public:
-  T& operator[](ObjectId object) {
-    const std::size_t page = object / kPage;
-    if (pages_.size() <= page) pages_.resize(page + 1);
-    if (!pages_[page]) pages_[page] = std::make_unique<std::array<T, kPage>>();
-    return (*pages_[page])[object % kPage];
-  }
-
- private:
-  static constexpr std::size_t kPage = 1024;
-  std::vector<std::unique_ptr<std::array<T, kPage>>> pages_;
-};
 
 /// Asks rules about objects, and remembers the answers that cannot change while the definitions stay the same.
 ///

@@ -1,7 +1,7 @@
 #include "scene/bucket.h"
 
-#include "foundation/descent.h"
 #include "foundation/text.h"
+#include "scene/joint_tree.h"
 #include "scene/joint_writer.h"
 
 namespace heron {
@@ -41,35 +41,8 @@ py::Dict DataBucket::data() const { return JointWriter().write(*this); }
 py::List DataBucket::get_joints(const py::Object& from) const {
   py::List joints;
   if (from.is_none()) joints.append(joint);
-  // A hierarchy may be deeper than the stack: the walk keeps one of its own.
-  struct Level {
-    py::Object joint;
-    std::vector<py::Object> children;
-    std::size_t next = 0;
-  };
-  std::vector<Level> levels;
-  Descent descent;
-  const auto enter = [&](const py::Object& parent) {
-    const py::Object below = joint_children(parent);
-    if (!below) return;
-    std::vector<py::Object> children = py::collect(below);
-    if (children.empty()) return;
-    if (descent.returns(levels.size() + 1, parent.get())) {
-      py::raise(PyExc_RecursionError, "get_joints() found a joint below itself");
-    }
-    levels.push_back({parent, std::move(children)});
-  };
-  enter(from.is_none() ? joint : from);
-  while (!levels.empty()) {
-    Level& level = levels.back();
-    if (level.next == level.children.size()) {
-      levels.pop_back();
-      continue;
-    }
-    const py::Object child = level.children[level.next++];
-    joints.append(child);
-    enter(child);
-  }
+  const py::Object top = from.is_none() ? joint : from;  // foreign joints may run code that replaces ours
+  joint_tree::append_below(top, joints);
   return joints;
 }
 

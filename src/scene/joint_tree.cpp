@@ -81,6 +81,35 @@ py::Object decode(const py::Object& root) {
   }
 }
 
+void append_below(const py::Object& root, const py::List& joints) {
+  struct Level {
+    py::Object joint;  // kept, so that nothing else can take its place
+    std::vector<py::Object> children;
+    std::size_t next = 0;
+  };
+  std::vector<Level> levels;
+  Descent descent;
+  const auto enter = [&](const py::Object& parent) {
+    const py::Object below = joint_children(parent);
+    if (!below) return;
+    std::vector<py::Object> children = py::collect(below);
+    if (children.empty()) return;
+    descend(descent, levels.size() + 1, parent, "get_joints");
+    levels.push_back({parent, std::move(children)});
+  };
+  enter(root);
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    if (level.next == level.children.size()) {
+      levels.pop_back();
+      continue;
+    }
+    const py::Object child = level.children[level.next++];
+    joints.append(child);
+    enter(child);
+  }
+}
+
 void sort(const py::List& root) {
   struct Level {
     py::List joints;

@@ -8,6 +8,9 @@ namespace heron::joint_tree {
 /// A new joint, with all below it, from its data.
 py::Object decode(const py::Object& data);
 
+/// Appends all joints below a joint to a list, parents first.
+void append_below(const py::Object& joint, const py::List& joints);
+
 /// Sorts a list of joints in place by name, and all lists below it before.
 void sort(const py::List& joints);
 

@@ -5,6 +5,7 @@
 #include "foundation/constants.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
+#include "hierarchy/paged_table.h"
 #include "scene/ancestors.h"
 #include "scene/bucket.h"
 #include "scene/joint.h"
