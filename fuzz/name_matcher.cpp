@@ -1,7 +1,7 @@
 // Holds the native matcher of names against the runtime's `re`: the first line of the input is the expression, the rest
 // is the name.
 
-#include "hierarchy/native_matcher.h"
+#include "matching/native_matcher.h"
 
 #include <algorithm>
 #include <array>

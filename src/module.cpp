@@ -2,9 +2,7 @@
 #include "checks/checks.h"
 #include "export/export_options.h"
 #include "export/export_queue.h"
-#include "files/environment.h"
 #include "files/file.h"
-#include "files/software.h"
 #include "foundation/assertions.h"
 #include "foundation/callbacks.h"
 #include "foundation/constants.h"
@@ -15,14 +13,16 @@
 #include "foundation/naming.h"
 #include "foundation/text.h"
 #include "hierarchy/hierarchy.h"
+#include "host/environment.h"
+#include "host/host_application.h"
+#include "host/operator.h"
+#include "host/scene_snapshot.h"
+#include "host/type_mapping.h"
 #include "parameters/parameters.h"
 #include "projects/collection.h"
 #include "projects/project_header.h"
 #include "scene/buffer.h"
-#include "scene/operator.h"
 #include "scene/scanner.h"
-#include "scene/type_mapping.h"
-#include "scene/virtual.h"
 #include "server/statistics.h"
 #include "server/update_tracker.h"
 #include "settings/settings.h"
@@ -43,13 +43,13 @@ void expose(const heron::py::Scope& module) {
 
   heron::expose_files(module);
   heron::expose_environment(module, assertions);
-  heron::expose_software(module);
+  heron::expose_host_application(module);
 
   heron::expose_type_mapping(module);
   const heron::py::Scope scene =
       heron::py::make_namespace(module, "Scene", "Classes that communicate with the scene open in the host.");
   heron::expose_operator(scene);
-  heron::expose_virtual(scene);
+  heron::expose_scene_snapshot(scene);
   heron::expose_buffer(scene);
   heron::expose_scanner(scene);
   heron::expose_hierarchy(module);

@@ -6,12 +6,12 @@
 #include "application/server_exchange.h"
 #include "application/validator.h"
 #include "checks/check_classes.h"
-#include "files/environment.h"
 #include "foundation/masks.h"
 #include "hierarchy/hierarchy.h"
+#include "host/environment.h"
+#include "host/scene_snapshot.h"
 #include "runtime/modules.h"
 #include "scene/buffer.h"
-#include "scene/virtual.h"
 #include "server/statistics.h"
 #include "settings/settings.h"
 
@@ -30,7 +30,7 @@ void Api::init(const py::Object& host_, const py::Object& environment, const py:
   const py::Ref<CheckDirectoryList> directories = stored->check->directories;
   directories->embed(checks);
   const auto classes = py::made<CheckClasses>(directories);
-  const auto snapshot = py::made<Virtual>(host);
+  const auto snapshot = py::made<SceneSnapshot>(host);
   const auto hierarchy = py::made<Hierarchy>(snapshot, classes);
   const auto buffer = py::made<Buffer>(host, snapshot, hierarchy);
   validator = py::made<Validator>(self, host, classes, hierarchy, buffer);

@@ -1,7 +1,7 @@
 #include "application/directory_dialog.h"
 
+#include "host/operator.h"
 #include "runtime/containers.h"
-#include "scene/operator.h"
 
 namespace heron {
 

@@ -7,10 +7,10 @@
 #include "files/paths.h"
 #include "foundation/constants.h"
 #include "foundation/logger.h"
+#include "host/operator.h"
+#include "host/selection_scope.h"
 #include "runtime/finally.h"
 #include "runtime/modules.h"
-#include "scene/operator.h"
-#include "scene/selection_scope.h"
 #include "server/statistics_records.h"
 
 namespace heron {

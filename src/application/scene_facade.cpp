@@ -1,7 +1,7 @@
 #include "application/scene_facade.h"
 
 #include "application/directory_dialog.h"
-#include "scene/operator.h"
+#include "host/operator.h"
 
 namespace heron {
 namespace {

@@ -3,10 +3,10 @@
 #include "checks/check_result.h"
 #include "foundation/clock.h"
 #include "foundation/constants.h"
-#include "runtime/collection_ease.h"
+#include "host/operator.h"
+#include "host/selection_scope.h"
 #include "runtime/finally.h"
-#include "scene/operator.h"
-#include "scene/selection_scope.h"
+#include "runtime/garbage_collector.h"
 #include "server/statistics_records.h"
 
 namespace heron {
@@ -62,7 +62,7 @@ void Validator::plan_and_run() const {
   const auto planned = queue;
   if (planned->is_empty()) return;
   with_selection(host, [&] {
-    const py::CollectionEase ease;
+    const py::GarbageCollectorEase ease;
     for (const py::Object& task : planned->tasks.items()) run(task);
   });
   const py::Object project =

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "checks/named_buffer.h"
-#include "foundation/probe.h"
+#include "foundation/safe_access.h"
 #include "foundation/text.h"
 #include "parameters/block.h"
 
@@ -20,13 +20,14 @@ bool is_boolean(const py::Object& value) { return PyBool_Check(value.get()) != 0
 /// Has the object all of these attributes, each of the wanted kind?
 template <class Names>
 bool has_all(const py::Object& object, const Names& names, bool (*wanted)(const py::Object&)) {
-  return std::ranges::all_of(
-      names, [&](const py::Name& name) { return probe::has(object, name) && wanted(probe::attribute(object, name)); });
+  return std::ranges::all_of(names, [&](const py::Name& name) {
+    return safe_access::has(object, name) && wanted(safe_access::attribute(object, name));
+  });
 }
 
 bool declares_parameters(const py::Object& type) {
-  const py::Object parameters = probe::operation(type, kParameters);
-  return parameters && py::Ref<ParameterBlock>::holds(probe::call([&] { return parameters(); }));
+  const py::Object parameters = safe_access::operation(type, kParameters);
+  return parameters && py::Ref<ParameterBlock>::holds(safe_access::call([&] { return parameters(); }));
 }
 
 bool describes_itself(const py::Object& type) {
@@ -41,9 +42,10 @@ bool describes_itself(const py::Object& type) {
 bool makes_checks(const py::Object& type) {
   static const std::array operations = {py::Name("check"), py::Name("fix_result"), py::Name("select_result"),
                                         py::Name("result_message")};
-  const py::Object check = probe::call([&] { return type(); });
-  return py::Ref<CheckBase>::holds(check) &&
-         std::ranges::all_of(operations, [&](const py::Name& name) { return bool(probe::operation(check, name)); });
+  const py::Object check = safe_access::call([&] { return type(); });
+  return py::Ref<CheckBase>::holds(check) && std::ranges::all_of(operations, [&](const py::Name& name) {
+           return bool(safe_access::operation(check, name));
+         });
 }
 
 }  // namespace

@@ -6,10 +6,10 @@
 #include "foundation/constants.h"
 #include "foundation/errors.h"
 #include "foundation/logger.h"
-#include "foundation/probe.h"
+#include "foundation/safe_access.h"
 #include "foundation/text.h"
+#include "host/selection_scope.h"
 #include "parameters/task.h"
-#include "scene/selection_scope.h"
 #include "server/statistics_records.h"
 
 namespace heron {
@@ -44,7 +44,8 @@ void prepare(const py::Object& check, const py::Object& task, bool single) {
 /// The base of all checks under the name of a class of which there is no instance to be had.
 py::Object stand_in_for(const py::Object& type) {
   auto stand_in = py::Ref<CheckBase>::make();
-  for (const py::Name* name : {&kLongName, &kSceneOriented}) stand_in.set_attr(*name, probe::attribute(type, *name));
+  for (const py::Name* name : {&kLongName, &kSceneOriented})
+    stand_in.set_attr(*name, safe_access::attribute(type, *name));
   return stand_in;
 }
 
@@ -85,7 +86,7 @@ void CheckResult::run() {
   const py::Object timestamp = clock::now();
   judge();
   const py::Object speed = clock::since(timestamp);
-  const py::Object long_name = probe::call([&] { return name(); });
+  const py::Object long_name = safe_access::call([&] { return name(); });
   statistics.call(kAdd, py::made<CheckRecord>(timestamp, speed, long_name, status));
 }
 
@@ -130,7 +131,7 @@ void CheckResult::examine() const {
 
 py::Object CheckResult::finding() const {
   static const py::Name kAsInfo("as_info");
-  const py::Object as_info = probe::call([&] { return py::to_python(task.attr(kAsInfo).truth()); });
+  const py::Object as_info = safe_access::call([&] { return py::to_python(task.attr(kAsInfo).truth()); });
   if (as_info.is_none()) return statuses().error;  // the check has put something there that cannot tell
   return as_info.truth() ? statuses().info : statuses().fail;
 }
@@ -138,19 +139,19 @@ py::Object CheckResult::finding() const {
 void CheckResult::fix_result() {
   static const py::Name kFixResult("fix_result");
   with_selection(op, [&] {
-    probe::call([&] { return check.call(kFixResult, path, task); });
+    safe_access::call([&] { return check.call(kFixResult, path, task); });
     run();
   });
 }
 
 void CheckResult::select_result() const {
   static const py::Name kSelectResult("select_result");
-  probe::call([&] { return check.call(kSelectResult); });
+  safe_access::call([&] { return check.call(kSelectResult); });
 }
 
 py::Object CheckResult::result_message() const {
   static const py::Name kResultMessage("result_message");
-  py::Object message = probe::call([&] { return check.call(kResultMessage); });
+  py::Object message = safe_access::call([&] { return check.call(kResultMessage); });
   return message.is_text() ? message : py::text("");
 }
 

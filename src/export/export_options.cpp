@@ -2,7 +2,7 @@
 
 #include "parameters/input.h"
 #include "parameters/options.h"
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -46,8 +46,8 @@ void ExportOptions::select_any() {
 }
 
 void ExportOptions::load(const py::Object& stored) {
-  const py::Object formats = stored::map_at(stored, kFormats);
-  for (const py::Object& option : options.items()) option.call(kLoad, stored::map_at(formats, option.attr(kAttr)));
+  const py::Object formats = document::map_at(stored, kFormats);
+  for (const py::Object& option : options.items()) option.call(kLoad, document::map_at(formats, option.attr(kAttr)));
   select(py::get(stored, kSelected));
 }
 

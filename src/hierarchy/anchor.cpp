@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <exception>
 
-#include "hierarchy/anchor_text.h"
+#include "matching/anchor_text.h"
 
 namespace heron {
 namespace {
@@ -156,7 +156,7 @@ void expose_anchor(const py::Scope& hierarchy) {
   py::function<&count_shared_symbols>(anchor, "count_shared_symbols", {"source", "target"},
                                       "The number of characters that two texts have in common at their start.");
 
-  expose_anchor_state(anchor);
+  expose_capture_table(anchor);
 }
 
 }  // namespace heron

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "hierarchy/anchor_logic.h"
-#include "hierarchy/anchor_state.h"
+#include "hierarchy/capture_table.h"
 #include "hierarchy/shared_matcher.h"
+#include "matching/anchor_logic.h"
 #include "runtime/class.h"
 
 namespace heron {
@@ -38,7 +38,7 @@ class Anchor {
   };
 
   // Offered to the garbage collector to look at but not to drop: the logic works on it.
-  const py::Ref<State> state = py::Ref<State>::make();
+  const py::Ref<CaptureTable> state = py::Ref<CaptureTable>::make();
 
   template <class V>
   void members(V& visit) {

@@ -6,7 +6,7 @@
 #include "foundation/text.h"
 #include "hierarchy/hierarchy_run.h"
 #include "hierarchy/shared_matcher.h"
-#include "scene/operator.h"
+#include "host/operator.h"
 
 namespace heron {
 namespace {

@@ -26,8 +26,8 @@ bool HierarchyRun::is_current() const {
 
 std::shared_ptr<SceneCopy> HierarchyRun::snapshot_of(const py::Object& query) {
   // Exactly our own snapshot: a subclass may answer otherwise.
-  if (Py_TYPE(query.or_none()) != py::TypeOf<Virtual>::type) return nullptr;
-  std::shared_ptr<SceneCopy> copy = py::value_of<Virtual>(query.get()).copy();
+  if (Py_TYPE(query.or_none()) != py::TypeOf<SceneSnapshot>::type) return nullptr;
+  std::shared_ptr<SceneCopy> copy = py::value_of<SceneSnapshot>(query.get()).copy();
   if (copy->uploads > 0) py::raise(PyExc_RuntimeError, "_Hierarchy cannot match while the snapshot is taken");
   return copy;
 }

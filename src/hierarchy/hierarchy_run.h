@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "hierarchy/hierarchy.h"
-#include "hierarchy/runner.h"
-#include "scene/virtual.h"
+#include "host/scene_snapshot.h"
+#include "matching/runner.h"
 
 namespace heron {
 
@@ -53,7 +53,7 @@ class HierarchyRun {
 
   static std::shared_ptr<SceneCopy> snapshot_of(const py::Object& query);
   Objects& objects() { return copy_ ? static_cast<Objects&>(copy_->snapshot) : locations_; }
-  State& state() const { return *anchor_->state; }
+  CaptureTable& state() const { return *anchor_->state; }
 
   const py::Ref<Hierarchy> hierarchy_;
   std::optional<Claim> claim_;

@@ -3,7 +3,7 @@
 #include <deque>
 #include <optional>
 
-#include "hierarchy/objects.h"
+#include "matching/objects.h"
 #include "runtime/class.h"
 
 namespace heron {

@@ -2,7 +2,7 @@
 
 #include <unordered_map>
 
-#include "hierarchy/name_matcher.h"
+#include "matching/name_matcher.h"
 #include "runtime/object.h"
 
 namespace heron {

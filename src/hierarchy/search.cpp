@@ -45,7 +45,7 @@ void Search::make_guess() {
     ~Guessing() { flag = false; }
     bool& flag;
   } guessing(run->guessing);
-  State& state = *logic->state;
+  CaptureTable& state = *logic->state;
   run->search.set_backup(backup_->native());
   state.native();
   if (!run->planned.plan().top().scopes.empty()) state.detach();

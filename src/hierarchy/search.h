@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "hierarchy/anchor.h"
-#include "hierarchy/layer_search.h"
 #include "hierarchy/locations.h"
-#include "hierarchy/planner.h"
+#include "hierarchy/planned_pattern.h"
+#include "matching/layer_search.h"
 
 namespace heron {
 
@@ -59,7 +59,7 @@ class Search {
   py::List locations() const;
   py::Dict guess() const;
   py::Object backup() const { return backup_; }
-  void set_backup(const AnchorState& state) { backup_ = State::of(state); }
+  void set_backup(const AnchorState& state) { backup_ = CaptureTable::of(state); }
   py::Object get_logic() const { return logic; }
 
   py::Object operator_;
@@ -95,7 +95,7 @@ class Search {
   };
   const std::shared_ptr<Run>& current();
 
-  py::Ref<State> backup_ = logic->state->clone();
+  py::Ref<CaptureTable> backup_ = logic->state->clone();
   std::shared_ptr<Run> run_;
 };
 

@@ -1,7 +1,7 @@
 #include "hierarchy/shared_matcher.h"
 
-#include "hierarchy/native_matcher.h"
 #include "hierarchy/re_matcher.h"
+#include "matching/native_matcher.h"
 
 namespace heron {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hierarchy/name_matcher.h"
+#include "matching/name_matcher.h"
 
 namespace heron {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "hierarchy/anchor_text.h"
 #include "hierarchy/pattern.h"
+#include "matching/anchor_text.h"
 
 namespace heron {
 namespace {

@@ -1,6 +1,6 @@
 #include "parameters/block.h"
 
-#include "foundation/probe.h"
+#include "foundation/safe_access.h"
 #include "parameters/names.h"
 #include "runtime/modules.h"
 
@@ -11,7 +11,7 @@ const py::Name kGet("get"), kComplex("complex");
 
 /// An entry of stored data; an empty one stands in for what is no mapping.
 py::Object mapping(const py::Object& entry) {
-  if (probe::operation(entry, kGet)) return entry;
+  if (safe_access::operation(entry, kGet)) return entry;
   logger::warning(py::text("Incompatible Stored Value - Task of Parameters"));
   return py::Dict();
 }

@@ -6,7 +6,7 @@
 #include "foundation/logger.h"
 #include "foundation/stamp.h"
 #include "runtime/modules.h"
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -33,9 +33,9 @@ py::Object size_if_any(const py::Object& path) {
 
 /// A file name of a document. Any but that of a project would have another file replaced, or deleted.
 py::Object filename_at(const py::Object& document) {
-  py::Object name = stored::text_at(document, kFilename);
+  py::Object name = document::text_at(document, kFilename);
   if (!name.truth() || ProjectSettings::is_file_name(name)) return name;
-  stored::warn(kFilename);
+  document::warn(kFilename);
   return to_str(py::text(""));
 }
 
@@ -80,13 +80,13 @@ void ProjectSettings::init(const py::Object& related_collection, const py::Objec
 // its own name wins over the name under which it was found.
 void ProjectSettings::apply(const py::Object& file_data) {
   py::Ref<History>(history)->load(file_data);
-  name = stored::text_at(file_data, kName);
-  description = stored::text_at(file_data, kDescription);
-  edit_timestamp = stored::number_at(file_data, kEditTimestamp, py::to_python(0.0));
-  deleted = py::to_python(stored::flag_at(file_data, kDeleted));
-  py::object_of(*this).set_attr(kVersionKey, stored::number_at(file_data, kVersionKey, py::to_python(-1)));
+  name = document::text_at(file_data, kName);
+  description = document::text_at(file_data, kDescription);
+  edit_timestamp = document::number_at(file_data, kEditTimestamp, py::to_python(0.0));
+  deleted = py::to_python(document::flag_at(file_data, kDeleted));
+  py::object_of(*this).set_attr(kVersionKey, document::number_at(file_data, kVersionKey, py::to_python(-1)));
   filename = filename_at(file_data);
-  target = stored::text_at(file_data, kTarget);
+  target = document::text_at(file_data, kTarget);
 }
 
 bool ProjectSettings::equals(const py::Object& other) const {

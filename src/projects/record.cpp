@@ -2,7 +2,7 @@
 
 #include "export/export_options.h"
 #include "runtime/modules.h"
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -15,10 +15,10 @@ py::Object deep_copy(const py::Object& value) { return py::modules::copy.call(kD
 }  // namespace
 
 void RecordExport::init(const py::Object& stored) {
-  directory = stored::text_at(stored, kDirectory, py::text("~"));
-  options = stored::map_at(stored, kOptions);
+  directory = document::text_at(stored, kDirectory, py::text("~"));
+  options = document::map_at(stored, kOptions);
   const auto switches = py::Ref<ExportFlags>::make();
-  switches->load(stored::map_at(stored, kFlags));
+  switches->load(document::map_at(stored, kFlags));
   flags = switches;
 }
 
@@ -57,9 +57,9 @@ void Record::apply(const py::Object& stored) {
   read_rules->init(py::get(stored, kRules, py::List()));
   const auto read_pattern = py::Ref<RuleRoot>::make();
   read_pattern->load(py::get(stored, kPattern, py::List()), read_rules);
-  const auto read_export = py::made<RecordExport>(stored::map_at(stored, kExport));
-  author = stored::text_at(stored, kAuthor, py::text(""));
-  comment = stored::text_at(stored, kComment, py::text(""));
+  const auto read_export = py::made<RecordExport>(document::map_at(stored, kExport));
+  author = document::text_at(stored, kAuthor, py::text(""));
+  comment = document::text_at(stored, kComment, py::text(""));
   exporting = read_export;
   rules = read_rules;
   pattern = read_pattern;

@@ -139,21 +139,6 @@ inline int checked(int result) {
   return result;
 }
 
-/// Keeps the garbage collector from starting by itself, for work that makes many objects which all stay: it would walk
-/// over them again and again, at up to 60 % of a scan's time.
-class CollectionPause {
- public:
-  CollectionPause() : was_on_(PyGC_Disable() != 0) {}
-  ~CollectionPause() {
-    if (was_on_) PyGC_Enable();
-  }
-  CollectionPause(const CollectionPause&) = delete;
-  CollectionPause& operator=(const CollectionPause&) = delete;
-
- private:
-  bool was_on_;
-};
-
 /// Guards a recursion over a structure from outside: RecursionError instead of an overflow of the stack.
 ///
 /// The runtime's own guard is not enough: newer runtimes let ten thousand calls pass, which is too many for the

@@ -17,12 +17,12 @@ void DataBucket::init(const py::Object& joint_, const py::Object& name, const py
   checked = checked_;
   opened = opened_;
   static const auto* const kNoName = new py::Object(to_str(py::text("")));
-  name_ = LateText::exactly(*kNoName);
+  name_ = LazyText::exactly(*kNoName);
   set_name(name.is_none() ? joint_name(joint) : name);
 }
 
 void DataBucket::set_name(const py::Object& text) {
-  if (text.is_text()) name_ = LateText::of(text);
+  if (text.is_text()) name_ = LazyText::of(text);
 }
 
 bool DataBucket::equals(const py::Object& other) const {

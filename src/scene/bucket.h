@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/class.h"
-#include "scene/late_text.h"
+#include "scene/lazy_text.h"
 
 namespace heron {
 
@@ -34,7 +34,7 @@ class DataBucket {
   }
 
  private:
-  LateText name_;
+  LazyText name_;
 };
 
 void expose_bucket(const py::Scope& buffer);

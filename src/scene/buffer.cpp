@@ -5,6 +5,7 @@
 #include "foundation/text.h"
 #include "hierarchy/hierarchy_run.h"
 #include "runtime/finally.h"
+#include "runtime/garbage_collector.h"
 #include "scene/ghost_scene.h"
 #include "scene/joint.h"
 #include "scene/joint_tree.h"
@@ -87,7 +88,7 @@ py::List Buffer::get_path_groups() const {
 }
 
 void Buffer::load() {
-  const py::CollectionPause pause;
+  const py::GarbageCollectorPause pause;
   set(decode(py::Iterable(host.call(host::kQueryFiledata))));
 }
 
@@ -181,7 +182,7 @@ void Buffer::sort(const py::Object& root) const {
 
 void Buffer::validate() const {
   static const py::Name kUpload("upload");
-  const py::CollectionPause pause;
+  const py::GarbageCollectorPause pause;
   incompatibles.clear();
   const std::vector<py::Object> groups = get_path_groups().items();
   py::List scene_roots;

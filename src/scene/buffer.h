@@ -1,9 +1,9 @@
 #pragma once
 
 #include "hierarchy/hierarchy.h"
+#include "host/scene_snapshot.h"
 #include "scene/bucket.h"
 #include "scene/bucket_list.h"
-#include "scene/virtual.h"
 
 namespace heron {
 

@@ -1,7 +1,7 @@
 #include "scene/ghost_scene.h"
 
+#include "host/operator.h"
 #include "scene/buffer.h"
-#include "scene/operator.h"
 
 namespace heron {
 
@@ -30,8 +30,8 @@ void GhostScene::upload(const py::List& scene_roots) {
 }
 
 std::shared_ptr<const void> GhostScene::content() const {
-  const bool ours = Py_TYPE(snapshot_.or_none()) == py::TypeOf<Virtual>::type;
-  return ours ? py::value_of<Virtual>(snapshot_.get()).copy() : nullptr;
+  const bool ours = Py_TYPE(snapshot_.or_none()) == py::TypeOf<SceneSnapshot>::type;
+  return ours ? py::value_of<SceneSnapshot>(snapshot_.get()).copy() : nullptr;
 }
 
 }  // namespace heron

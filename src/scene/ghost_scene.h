@@ -1,7 +1,7 @@
 #pragma once
 
-#include "scene/ancestors.h"
-#include "scene/virtual.h"
+#include "host/ancestors.h"
+#include "host/scene_snapshot.h"
 
 namespace heron {
 

@@ -9,8 +9,8 @@ void DataJoint::init(const py::Object& stamp_, const py::Object& name_, const py
                      const py::Object& type_, const py::Object& children_, const py::Object& icon_,
                      const py::Object& color_) {
   stamp = to_str(stamp_);
-  name = LateText::of(name_);
-  path = LateText::of(path_);
+  name = LazyText::of(name_);
+  path = LazyText::of(path_);
   type = to_str(type_);
   icon = icon_;
   color = color_;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/class.h"
-#include "scene/late_text.h"
+#include "scene/lazy_text.h"
 
 namespace heron {
 
@@ -20,14 +20,14 @@ class DataJoint {
   static bool is_exactly(const py::Object& joint) { return Py_TYPE(joint.or_none()) == py::TypeOf<DataJoint>::type; }
 
   py::Object get_name() const { return name.get(); }
-  void set_name(const py::Object& value) { name = LateText::exactly(value); }
+  void set_name(const py::Object& value) { name = LazyText::exactly(value); }
   py::Object get_path() const { return path.get(); }
-  void set_path(const py::Object& value) { path = LateText::exactly(value); }
+  void set_path(const py::Object& value) { path = LazyText::exactly(value); }
   py::Object get_children() const;
   void set_children(const py::Object& value) { children = value; }
 
   py::Object stamp, type, icon, color;
-  LateText name, path;
+  LazyText name, path;
   py::Object children;  ///< No list stands here until somebody asks for it: most joints have nothing below.
 
   template <class V>

@@ -2,8 +2,8 @@
 
 #include "foundation/constants.h"
 #include "foundation/text.h"
+#include "host/operator.h"
 #include "scene/joint.h"
-#include "scene/operator.h"
 
 namespace heron {
 

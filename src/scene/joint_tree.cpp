@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "foundation/descent.h"
+#include "foundation/cycle_detector.h"
+#include "host/operator.h"
 #include "scene/joint.h"
-#include "scene/operator.h"
 
 namespace heron::joint_tree {
 namespace {
@@ -13,7 +13,7 @@ const py::Name kName("name"), kPath("path"), kStamp("stamp"), kType("type"), kIc
 const py::Name kChildren("children"), kIsGhost("is_ghost");
 
 /// Goes one step down.
-void descend(Descent& descent, std::size_t depth, const py::Object& joint, const char* operation) {
+void descend(CycleDetector& descent, std::size_t depth, const py::Object& joint, const char* operation) {
   if (!descent.returns(depth, joint.get())) return;
   py::raise(PyExc_RecursionError, std::string(operation) + "() found a joint below itself");
 }
@@ -62,7 +62,7 @@ py::Object decode(const py::Object& root) {
     std::size_t next = 0;
   };
   std::vector<Level> levels;
-  Descent descent;
+  CycleDetector descent;
   const auto enter = [&](const py::Object& data) {
     descend(descent, levels.size() + 1, data, "decode");
     levels.push_back({data, py::collect(py::get(data, kChildren, py::List())), {}});
@@ -88,7 +88,7 @@ void append_below(const py::Object& root, const py::List& joints) {
     std::size_t next = 0;
   };
   std::vector<Level> levels;
-  Descent descent;
+  CycleDetector descent;
   const auto enter = [&](const py::Object& parent) {
     const py::Object below = joint_children(parent);
     if (!below) return;
@@ -117,7 +117,7 @@ void sort(const py::List& root) {
     std::size_t next = 0;
   };
   std::vector<Level> levels;
-  Descent descent;
+  CycleDetector descent;
   levels.push_back({root});
   while (!levels.empty()) {
     Level& level = levels.back();
@@ -143,7 +143,7 @@ bool is_match(std::vector<py::Object> joints, const py::Object& host) {
   };
   std::vector<Level> levels;
   std::vector<py::Object> ghosts;  // kept, so that nothing else can take their place
-  Descent descent;
+  CycleDetector descent;
   levels.push_back({std::move(joints)});
   while (!levels.empty()) {
     Level& level = levels.back();

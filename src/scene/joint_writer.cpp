@@ -1,6 +1,6 @@
 #include "scene/joint_writer.h"
 
-#include "foundation/descent.h"
+#include "foundation/cycle_detector.h"
 
 namespace heron {
 namespace {
@@ -70,7 +70,7 @@ py::Dict JointWriter::write(const DataJoint& joint) {
     py::List below;
   };
   std::vector<Level> levels;
-  Descent descent;
+  CycleDetector descent;
   const auto enter = [&](const DataJoint& entered) {
     if (descent.returns(levels.size() + 1, &entered)) {
       py::raise(PyExc_RecursionError, "a joint stands below itself");

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "scene/operator.h"
+#include "host/operator.h"
 
 namespace heron {
 namespace {

@@ -5,12 +5,13 @@
 #include "foundation/constants.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
-#include "hierarchy/paged_table.h"
-#include "scene/ancestors.h"
+#include "host/ancestors.h"
+#include "host/operator.h"
+#include "matching/paged_table.h"
+#include "runtime/garbage_collector.h"
 #include "scene/bucket.h"
 #include "scene/joint.h"
 #include "scene/joint_builder.h"
-#include "scene/operator.h"
 #include "scene/reload.h"
 
 namespace heron {
@@ -142,7 +143,7 @@ bool Scanner::upload_buffer(bool append) const {
     fire(kEmptyScanSelection);
     return kFailure;
   }
-  const py::CollectionPause pause;
+  const py::GarbageCollectorPause pause;
   py::List result;
   try {
     result = search(append);
@@ -236,7 +237,7 @@ py::Object Scanner::choose_name(const py::Iterable& data) {
 }
 
 void Scanner::reload_buffer() const {
-  const py::CollectionPause pause;
+  const py::GarbageCollectorPause pause;
   Reload(hierarchy, host, buffer).all();
   buffer.call(kSort);
   buffer.call(kUpdate);

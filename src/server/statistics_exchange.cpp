@@ -1,7 +1,7 @@
 #include "server/statistics_exchange.h"
 
 #include "files/json_body.h"
-#include "foundation/probe.h"
+#include "foundation/safe_access.h"
 
 namespace heron {
 namespace {
@@ -28,7 +28,7 @@ bool StatisticsResponse::check(const py::Object& response) {
   static const py::Name kStatus("status");
   constexpr int kOk = 200;
   const auto is_ok = [&] { return py::to_python(response.attr(kStatus).equals(py::to_python(kOk))); };
-  return probe::call(is_ok).truth();
+  return safe_access::call(is_ok).truth();
 }
 
 void expose_statistics_exchange(const py::Scope& statistics) {

@@ -1,7 +1,7 @@
 #include "settings/check.h"
 
 #include "runtime/modules.h"
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -55,8 +55,8 @@ bool CheckConfig::equals(const py::Object& other) const {
 void CheckConfig::load(const py::Object& stored) {
   table.clear();
   for (const auto& [class_id, values] : py::pairs(stored)) {
-    const bool fits = stored::is_map(values);
-    if (!fits) stored::warn(class_id);
+    const bool fits = document::is_map(values);
+    if (!fits) document::warn(class_id);
     table.set(class_id, StoredCheck::create(class_id, fits ? values : py::Dict()));
   }
 }

@@ -1,6 +1,6 @@
 #include "settings/check_state.h"
 
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -11,10 +11,10 @@ const py::Name kDirectories("directories"), kMode("mode"), kList("list"), kPrese
 
 void CheckState::init(const py::Object& data) {
   *this = CheckState();  // a second construction leaves the groups of the first alone
-  directories->init(py::Iterable(stored::list_at(data, kDirectories)));
+  directories->init(py::Iterable(document::list_at(data, kDirectories)));
   mode = py::get(data, kMode, mode);
-  config->init(stored::map_at(data, kList));
-  presets->init(stored::list_at(data, kPresets));
+  config->init(document::map_at(data, kList));
+  presets->init(document::list_at(data, kPresets));
 }
 
 py::Dict CheckState::data() const {

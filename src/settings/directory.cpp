@@ -2,7 +2,7 @@
 
 #include "foundation/text.h"
 #include "runtime/modules.h"
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -44,12 +44,12 @@ py::Object CheckDirectory::reduce() const {
 void CheckDirectoryList::init(const py::Iterable& data) {
   items().clear();
   embedded = py::Object::none();
-  for (const py::Object& stored : stored::maps(data, kDirectories)) {
+  for (const py::Object& stored : document::maps(data, kDirectories)) {
     const py::Object path = py::get(stored, kPath, py::text(""));
     if (path.is_text()) {
       add_stored(stored, py::Text(path));
     } else {
-      stored::warn(kPath);  // its default would be the working directory, which nobody has asked for
+      document::warn(kPath);  // its default would be the working directory, which nobody has asked for
     }
   }
 }
@@ -59,7 +59,7 @@ void CheckDirectoryList::add_stored(const py::Object& stored, const py::Text& pa
     add_new(py::get(stored, kName, py::text("")), path, py::get(stored, kEnabled, py::to_python(true)));
   } catch (const py::Error& error) {
     if (!error.matches(PyExc_OSError)) throw;
-    stored::warn(kPath);  // a relative path, and the working directory is gone
+    document::warn(kPath);  // a relative path, and the working directory is gone
   }
 }
 

@@ -6,7 +6,7 @@
 #include "foundation/naming.h"
 #include "foundation/stamp.h"
 #include "foundation/text.h"
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -23,7 +23,7 @@ bool is_number(const py::Object& value) {
 py::Object time_at(const py::Object& data) {
   py::Object changed = py::get(data, kChanged, py::to_python(0));
   if (is_number(changed)) return changed;
-  stored::warn(kChanged);
+  document::warn(kChanged);
   return py::Object::none();
 }
 
@@ -31,7 +31,7 @@ py::Object time_at(const py::Object& data) {
 
 py::Object CheckPreset::load(const py::Object& type, const py::Object& presets, const py::Object& data) {
   const py::Object empty = py::text("");
-  return type(presets, py::get(data, kName, empty), py::made<CheckConfig>(stored::map_at(data, kList)),
+  return type(presets, py::get(data, kName, empty), py::made<CheckConfig>(document::map_at(data, kList)),
               py::get(data, kStamp, empty), time_at(data));
 }
 
@@ -92,7 +92,7 @@ py::List CheckPresets::data() const {
 void CheckPresets::load(const py::Object& data) const {
   array.clear();
   if (!data.truth()) return;
-  for (const py::Object& stored : stored::maps(data, kPresets)) {
+  for (const py::Object& stored : document::maps(data, kPresets)) {
     array.append(CheckPreset::load(py::type_of<CheckPreset>(), py::object_of(*this), stored));
   }
   sort();

@@ -4,7 +4,7 @@
 #include "foundation/constants.h"
 #include "foundation/logger.h"
 #include "foundation/naming.h"
-#include "settings/stored.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -43,10 +43,10 @@ void Settings::init(const py::Object& environment) {
   static const py::Name kGetSettingsFile("get_settings_file"), kTarget("target"), kScope("scope");
   path = environment.call(kGetSettingsFile);
   const py::Object document = read();
-  check = py::made<CheckState>(stored::map_at(document, kCheck));
-  exporting = py::made<ExportSettings>(stored::map_at(document, kExport));
-  workspace = py::made<WorkspaceSettings>(stored::map_at(document, kWorkspace));
-  server = py::made<ServerSettings>(stored::map_at(document, kServer));
+  check = py::made<CheckState>(document::map_at(document, kCheck));
+  exporting = py::made<ExportSettings>(document::map_at(document, kExport));
+  workspace = py::made<WorkspaceSettings>(document::map_at(document, kWorkspace));
+  server = py::made<ServerSettings>(document::map_at(document, kServer));
   urls = py::made<SiteUrls>(environment.attr(kTarget), environment.attr(kScope));
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "settings/check_state.h"
-#include "settings/groups.h"
+#include "settings/setting_groups.h"
 #include "settings/urls.h"
 
 namespace heron {

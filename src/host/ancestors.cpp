@@ -1,0 +1,45 @@
+#include "host/ancestors.h"
+
+#include "host/operator.h"
+
+namespace heron {
+namespace {
+
+[[noreturn]] void raise_circle() {
+  py::raise(PyExc_RecursionError, "the host says that an object is its own ancestor");
+}
+
+}  // namespace
+
+bool Ancestors::climb() {
+  const py::Object parent = host_.call(host::kGetParent, path_);
+  if (!parent.truth()) return false;
+  if (parent.equals(mark_)) raise_circle();
+  path_ = parent;
+  if (++steps_ == next_mark_) {
+    mark_ = parent;
+    next_mark_ *= 2;
+  }
+  return true;
+}
+
+py::Object TopAncestors::of(const py::Object& path) {
+  std::vector<py::Object> way;
+  py::Object top = path;
+  while (true) {
+    if (const std::optional<py::Object> known = tops_.find(top)) {
+      if (known->is(tops_)) raise_circle();
+      top = *known;
+      break;
+    }
+    tops_.set(top, tops_);
+    way.push_back(top);
+    const py::Object parent = host_.call(host::kGetParent, top);
+    if (!parent.truth()) break;
+    top = parent;
+  }
+  for (const py::Object& passed : way) tops_.set(passed, top);
+  return top;
+}
+
+}  // namespace heron

@@ -1,0 +1,40 @@
+#include "host/type_mapping.h"
+
+#include "foundation/text.h"
+
+namespace heron {
+
+void TypeMapping::init(const py::Object& mapping) {
+  static const py::Name kItems("items");
+  const py::Dict fresh;
+  const py::Object values = py::Object::steal(PySet_New(nullptr));
+  for (const py::Object& item : py::collect(mapping.call(kItems))) {
+    const std::vector<py::Object> pair = py::collect(item);
+    if (pair.size() != 2) py::raise_value("TypeMapping() takes pairs of a host type and a system type");
+    const py::Object type = to_str(pair[1]);
+    fresh.set(to_str(pair[0]), type);
+  }
+  for (const py::Object& type : fresh.values()) py::checked(PySet_Add(values.get(), type.get()));
+  table = fresh;
+  types = values;
+}
+
+py::Object TypeMapping::get(const py::Object& name) const { return table.find(name).value_or(py::Object::none()); }
+
+bool TypeMapping::exist(const py::Object& name) const {
+  return py::checked(PySet_Contains(types.get(), name.get())) != 0;
+}
+
+void expose_type_mapping(const py::Scope& module) {
+  py::Class<TypeMapping>(module, "TypeMapping",
+                         "Translates the object types of one host into those of `Constants.Scene.Type`.\n\n"
+                         "table: a map of the host's type names to the system's.")
+      .init<&TypeMapping::init>({"table"})
+      .operation<&TypeMapping::get>("get", {"name"}, "The system type of a host type, or None if it has none.")
+      .operation<&TypeMapping::exist>("exist", {"name"}, "Can the host produce this system type?")
+      .readonly<&TypeMapping::table>("_table", "Host type to system type.")
+      .readonly<&TypeMapping::types>("_types", "The system types that the host can produce.")
+      .done();
+}
+
+}  // namespace heron
