@@ -10,11 +10,14 @@ it runs again only while all its runs together take less than five seconds.
 from __future__ import annotations
 
 import sys
+from pathlib import Path
 from statistics import median
 
 from measuring import Session, Table, Target, main, seconds
-from plain_scan import Matching, plain_scopes, take_snapshot
 from scenes import SHAPES
+
+sys.path.append(str(Path(__file__).parents[1] / "tests"))
+from plain_scan import Matching, plain_scopes, take_snapshot
 
 PATIENCE = 5.0  # seconds
 

@@ -1,17 +1,12 @@
 """What all tests share."""
 
-import sys
 import time
-from pathlib import Path
 from types import ModuleType
 
 import pytest
 from hypothesis import HealthCheck, settings
 
 import core
-
-# The plain writing of the matching, which tests compare with.
-sys.path.append(str(Path(__file__).parents[1] / "bench"))
 
 PLUGIN = """
 import core

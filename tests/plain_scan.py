@@ -9,7 +9,12 @@ from collections import namedtuple
 
 GHOST, SCENE_ROOT = "ghost", "sceneRoot"
 
-Rule = namedtuple("Rule", "stamp name regex types minimum maximum")  # equal rules share what they take
+
+class Rule(namedtuple("Rule", "stamp name regex types minimum maximum")):  # equal rules share what they take
+    def allows(self, count):
+        return self.minimum <= count <= self.maximum
+
+
 Scope = namedtuple("Scope", "rule children icon color")
 Location = namedtuple("Location", "name path type parent children")
 
@@ -44,10 +49,6 @@ def all_rules(scopes):
         yield from all_rules(scope.children)
 
 
-def allows(rule, count):
-    return rule.minimum <= count <= rule.maximum
-
-
 def split_definition(anchor):
     name, value = re.sub("(<+|>+)", "", anchor).split(":")
     return f"<{name}>", value
@@ -62,17 +63,13 @@ def parents(path):
 
 
 def same_scope(scope, path):
-    above, below = parents(scope), parents(path)
-    return len(above) <= len(below) and all(a == b for a, b in zip(above, below))
+    above = parents(scope)
+    return parents(path)[: len(above)] == above
 
 
 def count_shared(source, target):
-    count = 0
-    for a, b in zip(source, target):
-        if a != b:
-            break
-        count += 1
-    return count
+    different = (i for i, (a, b) in enumerate(zip(source, target)) if a != b)
+    return next(different, min(len(source), len(target)))
 
 
 def by_closeness(path, captures):
@@ -128,9 +125,7 @@ class Anchors:
 
     def extract(self, expression, name, path):
         found = []
-        for key in self.table:
-            if key not in expression:
-                continue
+        for key in filter(expression.__contains__, self.table):
             start, end = expression.split(key)
             text = name
             if start:
@@ -184,7 +179,7 @@ class Matching:
             self.anchors.table = {key: set(captures) for key, captures in shared.items()}
             for location in taken:
                 left.remove(location)
-        short = any(not allows(scope.rule, len(guess.get(scope.rule, ()))) for scope in scopes)
+        short = any(not scope.rule.allows(len(guess.get(scope.rule, ()))) for scope in scopes)
         if short or (exact and left):
             self.anchors.table = backup
             return []
@@ -193,7 +188,7 @@ class Matching:
     def match(self, paths, scopes):
         result = self.layer(paths, scopes)
         if not result:
-            return all(allows(scope.rule, 0) for scope in scopes)
+            return all(scope.rule.allows(0) for scope in scopes)
         return all(
             self.match(location.children, scope.children)
             for location, scope in result
@@ -251,10 +246,8 @@ class Matching:
                     if path in group:  # equal rules may claim a path twice
                         group.remove(path)
                 if self.is_valid(claimed):
-                    for joint in self.load(claimed):
-                        buckets.append(
-                            {"joint": joint, "name": joint["name"], "checked": True, "opened": True}
-                        )
+                    state = {"checked": True, "opened": True}
+                    buckets += [{"joint": one, "name": one["name"], **state} for one in self.load(claimed)]
                 claimed = self.mask(group)
         first = {}  # of buckets with equal roots
         for bucket in buckets:
