@@ -6,6 +6,7 @@ import os
 import pickle
 import sys
 import weakref
+from functools import partial
 from types import SimpleNamespace
 
 import pytest
@@ -13,18 +14,11 @@ from hosts import logged
 
 import core
 
-Base, Block, Classes, Checklist = (
-    core.Check.Base,
-    core.Parameters.Block,
-    core.Check._Classes,
-    core.Check._List,
-)
-Queue = core.Check._Queue
-Task = Queue.Task
-Status = core.Constants.Check.Result
-Config, Presets, Directory = (
-    getattr(core._Settings.Check, name) for name in ("Config", "Presets", "Directory")
-)
+Base, Classes, Checklist = core.Check.Base, core.Check._Classes, core.Check._List
+Block, Switch = core.Parameters.Block, core.Parameters.Switch
+Queue, Task = core.Check._Queue, core.Check._Queue.Task
+Status, ValidationError = core.Constants.Check.Result, core.Error.ValidationError
+Settings = core._Settings.Check
 
 
 class Plugin(Base):
@@ -43,7 +37,14 @@ class Lengths(Plugin):
         if len(path) > parameters.longest.value:
             self.could_be_fixed = True
             self.result.append(path)
-            raise core.Error.ValidationError
+            raise ValidationError
+
+
+def raising(error):
+    def operation(*_):
+        raise error
+
+    return operation
 
 
 def a_check(class_id, category="object", index=0, body="pass"):
@@ -62,7 +63,7 @@ def plant(directory, modules):
             plant(directory / name, {"__init__": ""} | content)
         else:
             (directory / f"{name}.py").write_text(content, encoding="utf-8")
-    return Directory("", str(directory))
+    return Settings.Directory("", str(directory))
 
 
 def ids(classes):
@@ -73,35 +74,31 @@ def ids(classes):
 
 
 def test_packages_are_searched_but_not_their_own_top_level(tmp_path):
-    place = plant(
-        tmp_path,
-        {
-            "b": a_check("b"),
-            "a": {"inner": {"deep": a_check("deep"), "__init__": a_check("top level")}, "z": a_check("z")},
-            "c": a_check("c")
-            + "from os import path\nfrom json import *\nclass Third(Found): class_id = 'third'",
-        },
-    )
+    inner = {"deep": a_check("deep"), "__init__": a_check("top level")}
+    more = "from os import path\nfrom json import *\nclass Third(Found): class_id = 'third'"
+    bad = a_check("bad", body="could_be_fixed = None")
+    modules = {"b": bad, "a": {"inner": inner, "z": a_check("z")}, "c": a_check("c") + more}
+    place = plant(tmp_path, modules)
     (tmp_path / "no_package").mkdir()
     plant(tmp_path / "no_package", {"lost": a_check("lost")})
-    classes = Classes([place])
-    assert ids(classes) == ["deep", "z", "b", "c", "third"]
+    classes = Classes([place, place])
+    array, denied, table = classes._array, classes.get_denied(), classes._table
+    assert ids(classes) == ["deep", "z", "c", "third"]
+    assert ids(denied) == ["bad", "bad"]  # not the classes that derive from the base directly
     assert not {"b", "deep", "z", "c", "a.z", "a.inner.deep"} & set(sys.modules)
-    assert ids(classes._search(place, [Lengths])) == ["lengths", "deep", "z", "b", "c", "third"]
+    assert ids(classes._search(place, [Lengths])) == ["lengths", *ids(classes)]
     assert classes.get("deep") is next(iter(classes)) and classes.get("top level") is None
-    assert classes.get_denied() == []  # not the classes that derive from the base directly
+    plant(tmp_path, {"b": a_check("b")})
+    classes.reload()
+    assert (ids(array), denied, list(table)) == (["deep", "z", "b", "c", "third"], [], ids(array))
+    assert array is classes._array and table is classes._table
 
 
 def test_order_is_that_of_categories_then_index_then_discovery(tmp_path):
-    found = [
-        ("zzz", 0), ("Mesh", 5), ("project", 0), ("aaa", 0), ("mesh", -1), ("SCENE", 0), ("mesh", 10**30),
-        ("mesh", 5), ("mesh non-manifold", True), ("", 0),
-    ]  # fmt: skip
-    modules = {f"m{i}": a_check(f"{c} {i}", c, index) for i, (c, index) in enumerate(found)}
-    assert ids(Classes([plant(tmp_path, modules)])) == [
-        "SCENE 5", "mesh 4", "Mesh 1", "mesh 7", "mesh 6", "mesh non-manifold 8", "project 2", " 9", "aaa 3",
-        "zzz 0",
-    ]  # fmt: skip
+    categories = ["SCENE", "mesh", "Mesh", "mesh", "mesh", "mesh non-manifold", "project", "", "aaa", "zzz"]
+    indices, order = [0, -1, 5, 5, 10**30, True, 0, 0, 0, 0], "zyvwxutsrq"
+    modules = {name: a_check(name, *place) for name, *place in zip(order, categories, indices)}
+    assert ids(Classes([plant(tmp_path, modules)])) == list(order)
 
 
 def test_first_of_one_id_is_kept_and_disabled_directories_are_left_alone(tmp_path):
@@ -109,48 +106,30 @@ def test_first_of_one_id_is_kept_and_disabled_directories_are_left_alone(tmp_pat
     second = plant(tmp_path / "2", {"a": a_check("same"), "b": a_check("other"), "c": a_check("other")})
     off = plant(tmp_path / "3", {"a": f"open({str(tmp_path / 'run')!r}, 'w')"})
     off.enabled = False
-    gone = plant(tmp_path / "4", {})
-    (tmp_path / "4").rmdir()
+    gone = Settings.Directory("", str(tmp_path / "4"))
     classes = Classes([gone, first, off, second])
     assert ids(classes) == ["same", "other"] and classes._directory is second
     assert classes.get("same") is not classes._search(second)[0]
     assert not (tmp_path / "run").exists()
 
 
-def test_reload_empties_in_place_and_sees_new_modules(tmp_path):
-    place = plant(tmp_path, {"a": a_check("a"), "bad": a_check("bad", body="check = None")})
-    classes = Classes([place])
-    array, denied, table = classes._array, classes.get_denied(), classes._table
-    assert (ids(array), ids(denied)) == (["a"], ["bad"])
-    (tmp_path / "bad.py").unlink()
-    plant(tmp_path, {"b": a_check("b")})
-    classes.reload()
-    assert (ids(array), denied, list(table)) == (["a", "b"], [], ["a", "b"])
-    assert array is classes._array and table is classes._table
-
-
 def test_module_that_fails_costs_only_itself(tmp_path):
+    meta = "class Meta(type):\n    def __getattribute__(self, name): raise OSError\n"
     failing = {
-        "b_raises": "1 / 0",
-        "c_syntax": "def",
-        "d_missing": "import no_such_module",
-        "e_exits": "import sys; sys.exit(3)",
-        "f_relative": "from . import a",
-        "g_members": a_check("lost") + "def __dir__(): raise KeyError('no names')",
-        "h_recurses": "def f(): f()\nf()",
-        "i_ancestry": "import core\nclass Meta(type):\n    def __getattribute__(self, name): raise OSError\n"
-        "class Step(core.Check.Base, metaclass=Meta): pass\n",
+        "ZeroDivisionError": "1 / 0",
+        "SyntaxError": "def",
+        "ModuleNotFoundError": "import no_such_module",
+        "SystemExit": "import sys; sys.exit(3)",
+        "ImportError": "from . import a",
+        "KeyError": a_check("lost") + "def __dir__(): raise KeyError('no names')",
+        "RecursionError": "def f(): f()\nf()",
+        "OSError": f"import core\n{meta}class Step(core.Check.Base, metaclass=Meta): pass\n",
     }
-    place = plant(tmp_path, {"a": a_check("a"), **failing, "z": a_check("z")})
+    modules = {f"fails_by_{error}": source for error, source in failing.items()}
+    place = plant(tmp_path, {"a": a_check("a"), "z": a_check("z")} | modules)
     with logged() as messages:
         assert ids(Classes([place])) == ["a", "z"]
-    kinds = (
-        "ZeroDivisionError", "SyntaxError", "ModuleNotFoundError", "SystemExit", "ImportError", "KeyError",
-        "RecursionError", "OSError",
-    )  # fmt: skip
-    assert sorted(messages) == [
-        f"Import Failed: {m} - {kind}" for m, kind in zip(failing, kinds, strict=True)
-    ]
+    assert sorted(messages) == sorted(f"Import Failed: fails_by_{error} - {error}" for error in failing)
 
     plant(tmp_path, {"interrupted": "raise KeyboardInterrupt"})
     with pytest.raises(KeyboardInterrupt):
@@ -165,40 +144,25 @@ def test_links_in_a_circle_are_not_followed_for_ever(tmp_path):
     assert sorted(ids(Classes([place]))) == ["a", "b"]
 
 
-def test_class_must_be_what_a_check_is(tmp_path):
+def test_class_must_be_what_a_check_is():
     is_valid = core._Assert.Check.is_valid
     assert is_valid(Lengths) and is_valid(type("AnyIndex", (Plugin,), {"sort_index": True}))
-
-    def fail(*_):
-        raise OSError("out of order")
-
-    meta = type("Meta", (type,), {"description": property(fail)})
-    wrong = {
-        "no parameters": {"parameters": None},
-        "parameters that are no block": {"parameters": staticmethod(list)},
-        "id": {"class_id": 1},
-        "name": {"short_name": b"bytes"},
-        "index": {"sort_index": 1.0},
-        "flag": {"could_be_fixed": 1},
-        "maker": {"__new__": lambda cls: object()},
-        "operation": {"select_result": "text"},
-    }
+    texts = ["class_id", "short_name", "long_name", "description", "category"]
+    flags = ["scene_oriented", "could_be_fixed", "could_be_selected"]
+    operations = ["parameters", "check", "fix_result", "select_result", "result_message"]
+    others = {1: texts + flags, "text": [*operations, "sort_index"], lambda *_: []: ["parameters", "__new__"]}
     with logged() as messages:
-        for name, attributes in wrong.items():
-            assert not is_valid(type("Wrong", (Plugin,), attributes)), name
+        for value, name in ((value, name) for value, wrong in others.items() for name in wrong):
+            assert not is_valid(type("Wrong", (Plugin,), {name: value})), name
         assert not any(is_valid(other) for other in (None, int, SimpleNamespace(parameters=Block)))
     assert messages == []
+    fail = raising(OSError("out of order"))
+    meta = type("Meta", (type,), {"description": property(fail)})
     with logged() as messages:
         assert not is_valid(type("Wrong", (Plugin,), {"parameters": staticmethod(fail)}))
         assert not is_valid(type("Wrong", (Plugin,), {"__init__": fail}))
         assert not is_valid(meta("Wrong", (Plugin,), {}))
     assert messages == ["OSError: out of order"] * 3
-
-
-def test_denied_classes_are_shown_and_may_repeat(tmp_path):
-    place = plant(tmp_path, {"a": a_check("a", body="could_be_fixed = None"), "z": a_check("z")})
-    classes = Classes([place, place])
-    assert ids(classes.get_denied()) == ["a", "a"] and ids(classes) == ["z"]
 
 
 def test_buffer_is_a_list_with_a_name():
@@ -227,58 +191,51 @@ def stored(longest, opened=True):
     return {"enabled": True, "opened": opened, "parameters": parameters}
 
 
+def names(controls):
+    return [control.name for control in controls]
+
+
 def test_checklist_without_configuration_has_all_disabled():
     checks = Checklist([Lengths, Whole, Colors])
     assert checks.is_empty() and checks.get() == [] and checks.config is None
-    assert [c.name for c in checks.get(enabled=False)] == ["Lengths", "Colors"]
-    assert [c.name for c in checks.get(False, scene_oriented=True)] == ["Whole"]
-    assert [(c.name, [control.name for control in c]) for c in checks.categories] == [
-        ("object", ["Lengths", "Colors"]),
-        ("scene", ["Whole"]),
-    ]
-    assert list(checks)[2].description == "Looks at colors." and list(checks)[2].check is Colors
+    assert names(checks.get(enabled=False)) == ["Lengths", "Colors"]
+    assert names(checks.get(False, scene_oriented=True)) == ["Whole"]
+    groups = [(category.name, names(category)) for category in checks.categories]
+    assert groups == [("object", ["Lengths", "Colors"]), ("scene", ["Whole"])]
+    _, whole, colors = checks
+    assert colors.description == "Looks at colors." and colors.check is Colors
     enabled = checks.iterator(enabled=True)
-    list(checks)[1].enabled = True
-    assert [c.name for c in enabled] == ["Whole"]  # as it is at the moment of the walk
+    whole.enabled = True
+    assert names(enabled) == ["Whole"]  # as it is at the moment of the walk
     checks.save()
     checks.load({"lengths": stored(3)})
     assert checks.config is None and checks.get() == [] and not checks.is_empty()
 
 
 def test_checklist_is_bound_to_its_records():
-    config = Config({"lengths": stored(3), "unknown": stored(4)})
-    checks = Checklist([Lengths, Colors], config=config)
+    config, presets = Settings.Config({"lengths": stored(3), "unknown": stored(4)}), Settings.Presets()
+    checks = Checklist([Lengths, Colors], presets, config)
     lengths, colors = checks
-    assert (
-        checks.get() == [lengths] and lengths.opened and [c.class_id for c in config] == ["lengths", "colors"]
-    )
-    assert [task.longest.value for task in lengths.parameters] == [3]
-    assert [task.longest.value for task in colors.parameters] == [10]
+    assert checks.get() == [lengths] and lengths.opened and ids(config) == ["lengths", "colors"]
+    assert [task.longest.value for control in checks for task in control.parameters] == [3, 10]
 
     next(iter(lengths.parameters)).longest.value = 5
     colors.enabled = True
     checks.save()
     assert config.data == {"lengths": stored(5), "colors": stored(10, opened=False)}
+    checks.preset.create("both")
     lengths.enabled = False
     checks.save()
     record = config.get("lengths")
     assert (record.enabled, record.opened, record.parameters) == (False, False, lengths.parameters.defaults)
+    checks.preset.apply(next(iter(presets)))
+    assert lengths.enabled and checks.preset._presets is presets
+    assert Checklist([Lengths], presets=[1]).preset.names == []
 
     checks.clear()
     assert checks.is_empty() and lengths.parameters.length == 0 and lengths._state is None
     checks.save()
-    assert list(config.data) == ["colors"]
-
-
-def test_presets_are_applied_to_the_checklist():
-    presets = Presets()
-    checks = Checklist([Lengths, Colors], presets, Config({"lengths": stored(3)}))
-    checks.preset.create("short names")
-    next(iter(checks)).enabled = False
-    checks.save()
-    checks.preset.apply(next(iter(presets)))
-    assert [c.name for c in checks.get()] == ["Lengths"] and checks.preset._presets is presets
-    assert Checklist([Lengths], presets=[1]).preset.names == []
+    assert list(config.data) == ["lengths", "colors"]  # which are no longer its own
 
 
 # Results
@@ -294,145 +251,98 @@ class Host:
         self.records.append(record.data)
 
     def selection_manager(self):
-        host = self
+        return self
 
-        class Scope:
-            def __enter__(self):
-                host.scopes.append("entered")
+    def __enter__(self):
+        self.scopes.append("entered")
 
-            def __exit__(self, kind, value, trace):
-                host.scopes.append((kind, value, trace))
-                return host.swallows
+    def __exit__(self, *error):
+        self.scopes.append(error)
+        return self.swallows
 
-        return Scope()
-
-
-def outcome(check, host=None, block=None, single=True, path="/a"):
-    host = host or Host()
-    block = Block() if block is None else block
-    block.load([])
-    return Task.Result(path, check, next(iter(block)), host, host, single=single)
+    def told(self, *keys):
+        return [tuple(record[key] for key in keys) for record in self.records]
 
 
-def a_class(**attributes):
-    return type("Made", (Plugin,), {"long_name": "Made", **attributes})
-
-
-def raising(error):
-    def check(*_):
-        raise error
-
-    return check
+def outcome(host=None, base=Plugin, path="/a", single=True, as_info=False, **attributes):
+    """The result of a check with these attributes."""
+    host, block = host or Host(), base.parameters()
+    block.as_info = as_info
+    check = type("Made", (base,), {"long_name": "Made", **attributes})
+    return Task.Result(path, check, block.append_task(), host, host, single=single)
 
 
 def test_result_is_a_run_with_its_record():
     host, block = Host(), Lengths.parameters()
-    result = outcome(Lengths, host, block, path="/a rather long name")
-    assert (result.status, result.name, result.could_be_fixed) == (Status.Fail, "Length of names", True)
+    tasks = [block.append_task(), block.append_task()]
+    result = Task.Result("/a rather long name", Lengths, tasks[1], host, host, single=False)
+    assert (result.status, result.name, result.could_be_fixed) == ("fail", "Length of names (Task 02)", True)
     assert result.could_be_selected and not result.scene_oriented and result._check.result == [result._path]
-    next(iter(block)).longest.value = 99
+    tasks[1].longest.value = 99
     result.check()  # with its own copy of the parameters, and its findings anew
     assert result.status == Status.Fail and result._check.result.length == 1
     result._param.longest.value = 99
     result.check()
     assert result.status == Status.Pass and not result.could_be_fixed and not result._check.result
-    assert [(r["name"], r["result"]) for r in host.records] == [
-        ("Length of names", s) for s in ("fail", "fail", "pass")
-    ]
+    assert host.told("result", "name") == [(status, result.name) for status in ("fail", "fail", "pass")]
     assert all(isinstance(r["timestamp"], float) and 0 <= r["speed"] < 60 for r in host.records)
-    assert Base.result == [] and Lengths.could_be_fixed is False
+    assert (Base.result, Lengths.could_be_fixed, Lengths.long_name) == ([], False, "Length of names")
 
 
-def test_only_what_a_check_raises_counts():
+def test_only_what_a_check_raises_counts_and_no_run_stops():
+    class Mute(Exception):
+        __str__ = raising(ValueError())
+
     def notes(self, *_):
         self.result.append("finding")
         return 404
 
-    info = Block()
-    info.as_info = True
-    assert outcome(a_class(check=notes)).status == Status.Pass
-    finding = a_class(check=raising(core.Error.ValidationError()))
-    assert (outcome(finding).status, outcome(finding, block=info).status) == (Status.Fail, Status.Info)
-
     def recurses(self, *arguments):
         self.check(*arguments)
 
-    class Mute(Exception):
-        def __str__(self):
-            raise self
+    def undecided(self, path, parameters):
+        parameters.as_info = type("Undecided", (), {"__bool__": raising(OSError("no answer"))})()
+        raise ValidationError
 
+    assert outcome(check=notes).status == Status.Pass
+    assert outcome(check=raising(ValidationError()), as_info=True).status == Status.Info
+    faults = {
+        "ValueError: no": {"check": raising(ValueError("no"))},
+        "Mute: <exception str() failed>": {"check": raising(Mute())},
+        "RecursionError: ": {"check": recurses},
+        "NotImplementedError: ": {},
+        "OSError: no answer": {"check": undecided},
+        "OSError: not today": {"__init__": raising(OSError("not today"))},
+    }
+    for message, attributes in faults.items():
+        host = Host()
+        with logged() as messages:
+            result = outcome(host, as_info=True, single=False, **attributes)
+            result.check()
+        assert (result.status, result.could_be_fixed) == ("error", False), message
+        assert host.told("result", "name") == [("error", "Made (Task 01)")] * 2
+        assert len(messages) == 2 and all(text.startswith(message) for text in messages)
     with logged() as messages:
-        for check in (raising(ValueError("no")), recurses, raising(Mute()), Base.check):
-            assert outcome(a_class(check=check), block=info).status == Status.Error
-    assert len(messages) == 4 and "ValueError: no" in messages
-    assert "Mute: <exception str() failed>" in messages
-    assert any(message.startswith("RecursionError: ") for message in messages)
+        nameless = outcome(host, long_name=property(raising(OSError("no name"))), check=lambda *_: None)
+    assert (nameless.status, host.told("name")[2:]) == (Status.Pass, [(None,)])
+    assert messages == ["OSError: no name"]
 
 
 def test_wrong_parameters_keep_the_check_from_running():
-    host, block = Host(), Lengths.parameters()
-    result = outcome(Lengths, host, block, path="/a rather long name")
+    host = Host()
+    result = outcome(host, Lengths, path="/a rather long name")
     result._param.load({"unknown": 1})
     with logged() as messages:
         result.check()
     assert result.status == Status.Error and messages[0].startswith("AttributeError: ")
     assert result.could_be_fixed and result._check.result.length == 1  # as they were
-    assert host.records[-1]["result"] == "error"
+    assert host.told("result") == [("fail",), ("error",)]
 
-
-def test_parameters_that_cannot_be_copied_are_an_error_of_the_check():
-    class Odd(core.Parameters.Switch):
-        @property
-        def data(self):
-            raise OSError("no data")
-
-    host = Host()
-    task = Block.Task([core.Parameters.Switch("on")])
-    task._table["on"] = Odd("on")
+    task = Block.Task([Switch("on")])
+    task._table["on"] = type("Odd", (Switch,), {"data": property(raising(OSError("no data")))})("on")
     with logged() as messages:
-        result = Task.Result("/a", a_class(), task, host, host)
+        result = Task.Result("/a", Lengths, task, host, host)
     assert (result.status, messages) == (Status.Error, ["OSError: no data"])
-
-
-def test_name_has_the_number_of_its_task():
-    block = Block()
-    block.load([{}, {}])
-    host = Host()
-    results = [Task.Result("/a", Lengths, task, host, host, single=False) for task in block]
-    assert [r.name for r in results] == ["Length of names (Task 01)", "Length of names (Task 02)"]
-    assert host.records[1]["name"] == results[1].name and Lengths.long_name == "Length of names"
-
-
-def test_class_that_makes_no_check_gives_an_error_and_a_record():
-    host = Host()
-    with logged() as messages:
-        result = outcome(a_class(__init__=raising(OSError("not today"))), host, single=False)
-        assert (result.status, result.name, result.could_be_fixed) == ("error", "Made (Task 01)", False)
-        result.check()
-    assert messages == ["OSError: not today"] * 2 and [r["result"] for r in host.records] == ["error"] * 2
-
-
-def test_plug_ins_of_any_shape_stop_no_run():
-    class Gone:
-        def __get__(self, check, type):
-            if check is None:
-                return "text"
-            raise OSError("no name")
-
-    class Undecided:
-        def __bool__(self):
-            raise OSError("no answer")
-
-    def undecided(self, path, parameters):
-        parameters.as_info = Undecided()
-        raise core.Error.ValidationError
-
-    host = Host()
-    with logged() as messages:
-        assert outcome(a_class(long_name=Gone(), check=lambda *_: None), host).status == Status.Pass
-        assert outcome(a_class(check=undecided), host).status == Status.Error
-    assert messages == ["OSError: no name", "OSError: no answer"]
-    assert [record["name"] for record in host.records] == [None, "Made"]
 
 
 def test_what_a_check_does_to_its_own_result_crashes_nothing():
@@ -442,7 +352,7 @@ def test_what_a_check_does_to_its_own_result_crashes_nothing():
         @property
         def check(self):
             if results:
-                results.pop().__init__("other", a_class(check=lambda *_: None), task, host, None)
+                results.pop().__init__("other", Lengths, Lengths.parameters().append_task(), host, None)
             return lambda path, parameters: seen.append(len(path))
 
     host, task = Host(), Block().append_task()
@@ -451,24 +361,23 @@ def test_what_a_check_does_to_its_own_result_crashes_nothing():
     assert seen == [10**7, 10**7]
 
 
-def test_interrupts_and_exits_pass_and_leave_the_scope():
-    for error in (KeyboardInterrupt(), SystemExit(1)):
-        host = Host()
-        with pytest.raises(type(error)):
-            outcome(a_class(check=raising(error)), host)
-        result = outcome(a_class(check=lambda *_: None, fix_result=raising(error)), host)
-        with pytest.raises(type(error)) as raised:
-            result.fix_result()
-        entered, (kind, value, trace) = host.scopes
-        assert (entered, kind, value) == ("entered", type(error), error) and trace is not None
-        assert raised.value is error
-        host.swallows = True
+@pytest.mark.parametrize("error", [KeyboardInterrupt(), SystemExit(1)])
+def test_interrupts_and_exits_pass_and_leave_the_scope(error):
+    host = Host()
+    result = outcome(host, check=lambda *_: None, fix_result=raising(error))
+    with pytest.raises(type(error)) as raised:
         result.fix_result()
-        assert result.status == Status.Pass
-        result._check.check = raising(error)
+    entered, (kind, value, trace) = host.scopes
+    assert (entered, kind, value, raised.value) == ("entered", type(error), error, error)
+    assert trace is not None
+    host.swallows = True
+    result.fix_result()
+    assert result.status == Status.Pass
+    result._check.check = raising(error)
+    for run in (result.check, lambda: outcome(check=raising(error))):
         with pytest.raises(type(error)):
-            result.check()
-        assert result.status == Status.Error  # it has not passed
+            run()
+    assert result.status == Status.Error  # it has not passed
 
 
 def test_fix_runs_in_the_selection_scope_and_checks_again():
@@ -477,73 +386,48 @@ def test_fix_runs_in_the_selection_scope_and_checks_again():
         parameters.longest.value = 99
 
     host = Host()
-    result = outcome(
-        type("Fixing", (Lengths,), {"fix_result": fix}), host, Lengths.parameters(), path="/" + "a" * 30
-    )
+    result = outcome(host, Lengths, "/" * 30, fix_result=fix)
     result.fix_result()
     assert result.status == Status.Pass and host.scopes == ["entered", "fix", (None, None, None)]
-    assert [r["result"] for r in host.records] == ["fail", "pass"]
-
-    broken = outcome(
-        type("Broken", (Lengths,), {"fix_result": raising(OSError("stuck"))}),
-        host,
-        Lengths.parameters(),
-        path="/" * 30,
-    )
+    assert host.told("result") == [("fail",), ("pass",)]
+    result._check.fix_result = raising(OSError("stuck"))
     with logged() as messages:
-        broken.fix_result()
-    assert (broken.status, broken.could_be_fixed, messages) == (Status.Fail, True, ["OSError: stuck"])
-
-    broken._op.selection_manager = object
+        result.fix_result()
+    assert (host.told("result")[2:], messages) == ([("pass",)], ["OSError: stuck"])
+    host.selection_manager = object
     with pytest.raises(TypeError, match="scope"):
-        broken.fix_result()
+        result.fix_result()
 
 
 def test_selecting_and_telling_never_raise():
-    told = a_class(
-        check=lambda *_: None, select_result=raising(OSError("1")), result_message=raising(OSError("2"))
-    )
+    fails = {"select_result": raising(OSError("1")), "result_message": raising(OSError("2"))}
     with logged() as messages:
-        result = outcome(told)
+        result = outcome(check=lambda *_: None, **fails)
         assert result.select_result() is None and result.result_message() == ""
     assert sorted(messages) == ["OSError: 1", "OSError: 2"]
     for answer, text in ((5, ""), (None, ""), ("\ud800 words", "\ud800 words")):
-        assert (
-            outcome(a_class(check=lambda *_: None, result_message=lambda _, a=answer: a)).result_message()
-            == text
-        )
+        result._check.result_message = lambda answer=answer: answer
+        assert result.result_message() == text
 
 
 # Queues
 
 
-def test_status_of_a_task_is_its_most_severe():
-    task = Task("/a", [], icon="cube")
+def test_tasks_tell_their_most_severe_status_and_fix_what_can_be_fixed_once():
+    task, queue, seen, fixed = Task("/a", [], icon="cube"), Queue(), [], []
     assert (task.name, task.icon, task.empty, task.status) == ("/a", "cube", True, Status.Pass)
     assert Task("/a", [], name="").name == ""
-    seen = []
-    for status in ("nonsense", "info", "pass", "error", "fail", []):
-        task.results.add(SimpleNamespace(status=status))
+    assert task._order_indices == {status: i for i, status in enumerate(task._level_order)}
+    assert queue.is_empty() and not queue.fix_exists()
+    queue.add(task)
+    for number, status in enumerate(("nonsense", "info", "pass", "error", "fail", [])):
+        fix = partial(fixed.append, number)
+        task.results.add(SimpleNamespace(status=status, could_be_fixed=number % 3 == 1, fix_result=fix))
         seen.append(task.status)
     assert seen == ["pass", "info", "info", "error", "error", "error"]
-    assert not task.empty and len(task.results) == 6
-    assert task._order_indices == {status: i for i, status in enumerate(task._level_order)}
-
-
-def test_queue_fixes_each_result_once():
-    class Stubborn(Lengths):
-        def fix_result(self, path, parameters):
-            self.fixes = getattr(self, "fixes", 0) + 1
-
-    host, queue = Host(), Queue()
-    assert queue.is_empty() and not queue.fix_exists()
-    for path in ("/short", "/a rather long name"):
-        task = Task(path, [])
-        task.results.add(outcome(Stubborn, host, Lengths.parameters(), path=path))
-        queue.add(task)
-    assert len(queue) == 2 and queue.fix_exists()
+    assert not task.empty and len(task.results) == 6 and len(queue) == 1 and queue.fix_exists()
     queue.fix_all()
-    assert [[getattr(r._check, "fixes", 0) for r in task.results] for task in queue] == [[0], [1]]
+    assert fixed == [1, 4]
     tasks = queue._tasks
     queue.clear()
     assert tasks == [] and queue.is_empty() and list(queue) == []
@@ -551,15 +435,14 @@ def test_queue_fixes_each_result_once():
 
 def test_what_holds_itself_is_released():
     host, queue = Host(), Queue()
-    result = outcome(Lengths, host, Lengths.parameters())
-    task = Task("/a", Checklist([Lengths], config=Config({})).get(False))
+    result = outcome(host)
+    task = Task("/a", Checklist([Lengths], config=Settings.Config({})).get(False))
     task.results.add(result)
     queue.add(task)
     result._check.result.append(queue)
     host.queue = queue
-    alive = [
-        weakref.ref(thing) for thing in (host, queue, task, result, result._check, task.check_controls[0])
-    ]
-    del host, queue, task, result
+    things = [host, queue, task, result, result._check, task.check_controls[0]]
+    alive = [weakref.ref(thing) for thing in things]
+    del host, queue, task, result, things
     gc.collect()
     assert [reference() for reference in alive] == [None] * len(alive)
