@@ -36,8 +36,6 @@ BELOW_GROUP = project([GHOST, *ASSET], {"ghost": {"asset": {"body": {}, "lid": {
 AT_TOP = project(ASSET, {"asset": {"body": {}, "lid": {}}})
 ANY_TOP = project([rule("any", ".+", limits=(1, 9)), rule("deep", ".+", limits=(0, 9))], {"any": {}})
 
-pytestmark = pytest.mark.usefixtures("no_waiting")
-
 
 @pytest.fixture
 def scan(tmp_path, capsys):

@@ -15,8 +15,6 @@ STREET = Path(__file__).resolve().parent.parent / "examples" / "street"
 SCENE, PROJECT = (str(STREET.with_suffix(suffix)) for suffix in (".gltf", ".json"))
 CARS = ["car_red", "car_blue", "car_black", "post_01", "post_02"]
 
-pytestmark = pytest.mark.usefixtures("no_waiting")
-
 
 @pytest.fixture
 def heron(tmp_path, monkeypatch, capsys):

@@ -21,8 +21,6 @@ from heron.server.store import Store
 
 PROJECT = str(Path(__file__).resolve().parent.parent / "examples" / "street.json")
 
-pytestmark = pytest.mark.usefixtures("no_waiting")
-
 
 @contextmanager
 def running(server):

@@ -14,8 +14,6 @@ from junitparser import JUnitXml
 import core
 from heron.cli import main
 
-pytestmark = pytest.mark.usefixtures("no_waiting")
-
 EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
 TREE = {"cars": {"car_a": {"car_a_body": {}, "car_a_lid": {}}, "car_b": {"car_b_body": {}}, "Odd": {}}}
 RULES = [rule("ghost", "^cars$", ["transform"]), rule("car", "^<car:car_[a-z]>$"),

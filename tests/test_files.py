@@ -433,12 +433,6 @@ class HostEnv(core.Environment):
 VARIABLES = "HERON-SETTINGS", "HERON-TARGET", "HERON-SCOPE"
 
 
-@pytest.fixture(autouse=True)
-def process_environment(monkeypatch):
-    for key in VARIABLES:
-        monkeypatch.setenv(key, "")  # and as it was after the test
-
-
 def published():
     return [os.environ[key] for key in VARIABLES]
 

@@ -20,12 +20,6 @@ Maya, Blender = Constants.Plugin.Target.DCC_Maya, Constants.Plugin.Target.DCC_Bl
 BROKEN = {"records": {"1": {"rules": [{"range": 5}]}}}
 
 
-@pytest.fixture
-def hurried(monkeypatch):
-    """Nobody else is in the queue of a file here, so there is nothing to wait for."""
-    monkeypatch.setattr("time.sleep", lambda seconds: None)
-
-
 def document(filename="a.json", edited=10.0, **changes):
     name = filename.partition(".")[0]
     records = {"5": {"author": "Zoë", "rules": [{"stamp": "s", "name": "car"}], "pattern": [{"stamp": "s"}]}}
@@ -67,9 +61,6 @@ class Answer:
 
 def response(body, content_type="application/json"):
     return Collection.HttpResponse(Answer(body, content_type))
-
-
-pytestmark = pytest.mark.usefixtures("hurried")
 
 
 def test_a_directory_is_read_for_one_target(tmp_path):

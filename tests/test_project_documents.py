@@ -27,12 +27,6 @@ DOCUMENT = {
 DATED = DOCUMENT | {"edit_timestamp": 12.5}
 
 
-@pytest.fixture(autouse=True)
-def hurried(monkeypatch):
-    """Nobody else is in the queue of a file here, so there is nothing to wait for."""
-    monkeypatch.setattr("time.sleep", lambda seconds: None)
-
-
 def make(directory, document=DATED):
     return Settings(None, str(directory), "given.json", document)
 

@@ -226,7 +226,6 @@ def test_what_is_no_record_is_set_aside_once_and_no_record_is_lost(file):
 
 def test_what_cannot_be_set_aside_stays(file, monkeypatch):
     monkeypatch.setattr("time.time", lambda: 1763200000.0)
-    monkeypatch.setattr("time.sleep", lambda seconds: None)
     store = open_store(file, 1)
     aside = file.parent / ".corrupted"
     aside.write_text("no directory")
