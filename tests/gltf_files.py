@@ -35,6 +35,27 @@ def nodes_of(tree):
     return nodes
 
 
+def grow(nodes, steps):
+    """Puts each node below the one so many places before it; where there is none, it stays at the top."""
+    for index, step in enumerate(steps):
+        if 0 < step <= index:
+            nodes[index - step].setdefault("children", []).append(index)
+    return nodes
+
+
+def put(content, place, value=...):
+    """A copy of a document with this value at a place such as "nodes/0/mesh", or without one there."""
+    content = owner = json.loads(json.dumps(content))
+    *above, last = (int(key) if key.isdigit() else key for key in place.split("/"))
+    for key in above:
+        owner = owner[key]
+    if value is ...:
+        del owner[last]
+    else:
+        owner[last] = value
+    return content
+
+
 class Data:
     """Collects arrays in one buffer."""
 
@@ -53,8 +74,13 @@ class Data:
         """Appends an accessor for an array of rows, and returns its number."""
         rows = np.array(rows, "<" + kind)
         rows = rows.reshape(len(rows), -1)
-        record = {"componentType": COMPONENTS[kind], "count": len(rows), "type": TYPES[rows.shape[1]]}
-        self.accessors.append({"bufferView": self.view(rows.tobytes()), **record, **members})
+        members = {"componentType": COMPONENTS[kind], "type": TYPES[rows.shape[1]], **members}
+        return self.place(self.view(rows.tobytes()), 0, len(rows), **members)
+
+    def place(self, view, start, count, **members):
+        """Appends an accessor for what lies in a buffer view, and returns its number."""
+        record = {"bufferView": view, "byteOffset": start, "componentType": 5126, "type": "VEC3"}
+        self.accessors.append({**record, "count": count, **members})
         return len(self.accessors) - 1
 
     def members(self, uri=None):
