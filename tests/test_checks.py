@@ -33,9 +33,8 @@ class Lengths(Plugin):
         return Block(core.Parameters.IntRange("longest", value=10))
 
     def check(self, path, parameters):
-        self.could_be_selected = True
         if len(path) > parameters.longest.value:
-            self.could_be_fixed = True
+            self.could_be_fixed = self.could_be_selected = True
             self.result.append(path)
             raise ValidationError
 
@@ -283,7 +282,8 @@ def test_result_is_a_run_with_its_record():
     assert result.status == Status.Fail and result._check.result.length == 1
     result._param.longest.value = 99
     result.check()
-    assert result.status == Status.Pass and not result.could_be_fixed and not result._check.result
+    assert (result.status, result.could_be_fixed, result.could_be_selected) == ("pass", False, False)
+    assert not result._check.result
     assert host.told("result", "name") == [(status, result.name) for status in ("fail", "fail", "pass")]
     assert all(isinstance(r["timestamp"], float) and 0 <= r["speed"] < 60 for r in host.records)
     assert (Base.result, Lengths.could_be_fixed, Lengths.long_name) == ([], False, "Length of names")
