@@ -7,6 +7,7 @@ import pytest
 from hypothesis import HealthCheck, settings
 
 import core
+from heron.cli import main
 
 PLUGIN = """
 import core
@@ -51,6 +52,18 @@ def no_waiting(monkeypatch):
     """Nobody else is in the queue of a document; a test where somebody is brings a clock or processes."""
     sleep, steps = time.sleep, (0.1, 0.5)
     monkeypatch.setattr(time, "sleep", lambda seconds: seconds in steps or sleep(seconds))
+
+
+@pytest.fixture
+def command(capsys):
+    """Runs a command line; gives status, output, errors."""
+
+    def run(*arguments):
+        status = main([*map(str, arguments)])
+        captured = capsys.readouterr()
+        return status, captured.out, captured.err
+
+    return run
 
 
 @pytest.fixture

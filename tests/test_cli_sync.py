@@ -3,61 +3,44 @@
 import json
 import os
 import socket
-import ssl
 import subprocess
 import sys
-import threading
-from contextlib import contextmanager
+from concurrent.futures import ThreadPoolExecutor
 from http.client import HTTPConnection
-from http.server import BaseHTTPRequestHandler, HTTPServer
-from pathlib import Path
 
 import pytest
-import trustme
+from commands import STREET_PROJECT
+from servers import Scripted, running
 
-from heron.cli import main
 from heron.server.http import ProjectServer
 from heron.server.store import Store
 
-PROJECT = str(Path(__file__).resolve().parent.parent / "examples" / "street.json")
-
-
-@contextmanager
-def running(server):
-    """A server that answers within the block."""
-    thread = threading.Thread(target=server.serve_forever, args=(0.01,))
-    thread.start()
-    try:
-        with server:
-            yield server
-            server.shutdown()
-    finally:
-        thread.join()
+JSON = "application/json"
 
 
 @pytest.fixture
-def told():
-    """What the server says."""
-    return []
-
-
-@pytest.fixture
-def server(tmp_path, told):
+def server(tmp_path):
+    """A server for projects; `told` is what it says."""
+    told = []
     store = Store(str(tmp_path / "server"), told.append)
     with running(ProjectServer("127.0.0.1", 0, store, told.append, largest_body=100_000)) as server:
+        server.told = told
         yield server
 
 
 @pytest.fixture
-def heron(tmp_path, capsys):
+def heron(command, tmp_path):
     """Runs a command on one of the homes; gives status, output, errors."""
+    return lambda home, *arguments: command(*arguments, "--home", tmp_path / home)
 
-    def run(home, *arguments):
-        status = main([*map(str, arguments), "--home", str(tmp_path / home)])
-        captured = capsys.readouterr()
-        return status, captured.out, captured.err
 
-    return run
+@pytest.fixture
+def street(heron, tmp_path):
+    """The same with a project in the home `a`, which is what stays there in the end."""
+    assert heron("a", "project", "new", "Street", "--from", STREET_PROJECT)[0] == 0
+    before = files(tmp_path, "a")
+    yield heron
+    assert files(tmp_path, "a") == before
 
 
 @pytest.fixture
@@ -78,24 +61,18 @@ def files(tmp_path, home):
     return {document["name"]: document for document in documents}
 
 
-def edited_at(tmp_path, home, name, timestamp, **members):
-    """Edits a project at a time of the test's choice."""
-    document = {**files(tmp_path, home)[name], "edit_timestamp": timestamp, **members}
-    (tmp_path / home / "projects" / document["filename"]).write_text(json.dumps(document))
-
-
 # What travels
 
 
 def test_new_projects_edits_and_deletions_travel(heron, sync, tmp_path):
     assert sync("a") == []
-    heron("a", "project", "new", "Street", "--from", PROJECT)
+    heron("a", "project", "new", "Street", "--from", STREET_PROJECT)
     heron("b", "project", "new", "Empty")
     assert sync("a") == []
     assert sync("b") == [("new", "Street")]
     assert sync("a") == [("new", "Empty")]
     assert files(tmp_path, "a") == files(tmp_path, "b")
-    heron("b", "project", "save", "Street", "--from", PROJECT, "--comment", "again")
+    heron("b", "project", "save", "Street", "--from", STREET_PROJECT, "--comment", "again")
     assert sync("b") == []
     assert sync("a") == [("updated", "Street")]
     assert heron("a", "project", "history", "Street")[1].count("\n") == 2
@@ -106,33 +83,23 @@ def test_new_projects_edits_and_deletions_travel(heron, sync, tmp_path):
     assert list(files(tmp_path, "a")) == list(files(tmp_path, "b")) == ["Empty"]
 
 
-@pytest.mark.parametrize("first", ["a", "b"])
-@pytest.mark.parametrize(
-    ("edit_of_a", "edit_of_b", "left"),
-    [
-        ((2e9, {"description": "A"}), (1.9e9, {"description": "B"}), "A"),
-        ((2e9, {"description": "A"}), (1.9e9, {"deleted": True}), "A"),
-        ((1.9e9, {"description": "A"}), (2e9, {"deleted": True}), None),
-    ],
-)
-def test_of_two_edits_of_one_project_the_later_counts(
-    heron, sync, tmp_path, first, edit_of_a, edit_of_b, left
-):
-    heron("a", "project", "new", "Street", "--from", PROJECT)
+@pytest.mark.parametrize("order", ["abac", "babc"])
+@pytest.mark.parametrize(("time", "left"), [(2e9, ["A"]), (1.8e9, [])])
+def test_of_an_edit_and_a_deletion_the_later_counts(heron, sync, tmp_path, order, time, left):
+    heron("a", "project", "new", "Street", "--from", STREET_PROJECT)
     sync("a"), sync("b")
-    for home, (timestamp, members) in {"a": edit_of_a, "b": edit_of_b}.items():
-        edited_at(tmp_path, home, "Street", timestamp, **members)
-    other = "b" if first == "a" else "a"
-    for home in (first, other, first, "c"):
+    for home, when, members in (("a", time, {"description": "A"}), ("b", 1.9e9, {"deleted": True})):
+        document = {**files(tmp_path, home)["Street"], "edit_timestamp": when, **members}
+        (tmp_path / home / "projects" / document["filename"]).write_text(json.dumps(document))
+    for home in order:
         sync(home)
-    for home in ("a", "b", "c"):
-        documents = files(tmp_path, home)
-        assert [one["description"] for one in documents.values()] == ([left] if left else [])
+    for home in "abc":
+        assert [one["description"] for one in files(tmp_path, home).values()] == left
 
 
 def test_projects_of_other_applications_stay_where_they_are(heron, sync, server, tmp_path):
-    document = {"filename": "x.json", "target": "maya", "version": 3, "edit_timestamp": 1.0, "records": {}}
-    assert post(server, {"target": "maya", "projects": [document]}) == (200, [document])
+    document = doc(records={})
+    assert post(server, request(document)) == (200, [document])
     assert sync("a") == []
     (tmp_path / "a" / "projects" / "x.json").write_text(json.dumps(document))
     assert sync("a") == []
@@ -147,7 +114,7 @@ def test_the_command_serves_until_it_is_stopped(heron, tmp_path):
     ) as process:
         try:
             url = process.stdout.readline().strip()
-            heron("a", "project", "new", "Street", "--from", PROJECT)
+            heron("a", "project", "new", "Street", "--from", STREET_PROJECT)
             assert heron("a", "sync", url)[0] == 0
             assert heron("b", "sync", url)[1].startswith("new      Street\n")
         finally:
@@ -158,94 +125,58 @@ def test_the_command_serves_until_it_is_stopped(heron, tmp_path):
 # A bad server
 
 
-class Bad(BaseHTTPRequestHandler):
-    """Answers what the test wants."""
-
-    def do_POST(self):
-        self.rfile.read(int(self.headers["Content-Length"]))
-        status, kind, body = self.server.answer
-        if status is None:
-            return
-        self.send_response(status)
-        if kind is not None:
-            self.send_header("Content-type", kind)
-        self.end_headers()
-        self.wfile.write(body)
-
-    def log_message(self, *arguments):
-        pass
-
-
-JSON = "application/json"
-BAD_ANSWERS = {
-    "rubbish": (200, JSON, b"\xff{", "not JSON"),
-    "cut off": (200, JSON, b'[{"name"', "not JSON"),
-    "deep": (200, JSON, b"[" * 100_000, "nested too deeply"),
-    "page": (200, "text/html", b"[]", 'the content type is "text/html"'),
-    "with charset": (200, f"{JSON}; charset=utf-8", b"[]", "the content type is"),
-    "no type": (200, None, b"[]", 'the content type is ""'),
-    "map": (200, JSON, b"{}", "not a list of projects"),
-    "text": (200, JSON, b'"x"', "not a list of projects"),
-    "null": (200, JSON, b"null", "not a list of projects"),
-    "numbers": (200, JSON, b"[1]", "a project is not an object"),
-    "nameless": (200, JSON, b"[{}]", '"filename"'),
-    "path": (200, JSON, b'[{"filename": "../x.json"}]', '"filename"'),
-    "other target": (200, JSON, b'[{"filename": "x.json", "target": "maya"}]', "'maya', not \"standalone\""),
-    "no version": (200, JSON, b'[{"filename": "x.json", "target": "standalone"}]', '"version"'),
-    "empty": (200, JSON, b"", "it is empty"),
-    "error": (500, JSON, b"[]", "answers 500 Internal Server Error"),
-    "error with reason": (503, JSON, b'{"error": "come later"}', ": come later"),
-    "redirect": (302, JSON, b"[]", "answers 302 Found"),
-    "nothing": (None, None, None, "no answer from http"),
-}
+TYPED = {"Content-type": JSON}
+BAD_ANSWERS = [
+    (200, TYPED, b"\xff{", "not JSON"),
+    (200, TYPED, b'[{"name"', "not JSON"),
+    (200, TYPED, b"[" * 100_000, "nested too deeply"),
+    (200, {"Content-type": "text/html"}, b"[]", 'the content type is "text/html"'),
+    (200, {"Content-type": f"{JSON}; charset=utf-8"}, b"[]", "the content type is"),
+    (200, {}, b"[]", 'the content type is ""'),
+    (200, TYPED, b"{}", "not a list of projects"),
+    (200, TYPED, b"null", "not a list of projects"),
+    (200, TYPED, b"[1]", "a project is not an object"),
+    (200, TYPED, b"[{}]", '"filename"'),
+    (200, TYPED, b'[{"filename": "../x.json"}]', '"filename"'),
+    (200, TYPED, b'[{"filename": "x.json", "target": "maya"}]', "'maya', not \"standalone\""),
+    (200, TYPED, b'[{"filename": "x.json", "target": "standalone"}]', '"version"'),
+    (200, TYPED, b"", "it is empty"),
+    (500, TYPED, b"[]", "answers 500 Internal Server Error"),
+    (503, TYPED, b'{"error": "come later"}', ": come later"),
+    (302, TYPED, b"[]", "answers 302 Found"),
+]
 
 
-@pytest.mark.parametrize(("status", "kind", "body", "reason"), BAD_ANSWERS.values(), ids=BAD_ANSWERS)
-def test_an_answer_that_cannot_be_used_changes_nothing(heron, tmp_path, status, kind, body, reason):
-    heron("a", "project", "new", "Street", "--from", PROJECT)
-    before = files(tmp_path, "a")
-    with running(HTTPServer(("127.0.0.1", 0), Bad)) as server:
-        server.answer = status, kind, body
-        code, output, errors = heron("a", "sync", f"http://127.0.0.1:{server.server_port}/")
-    assert (code, output, errors.count("\n")) == (1, "", 1)
-    assert reason in errors
-    assert "the projects here stay as they are" in errors
-    assert files(tmp_path, "a") == before
+def test_an_answer_that_cannot_be_used_changes_nothing(street):
+    with running(Scripted(*(answer for *answer, _ in BAD_ANSWERS), None)) as server:
+        for *answer, reason in [*BAD_ANSWERS, (None, "no answer from http")]:
+            code, output, errors = street("a", "sync", f"http://{server.host}/")
+            assert (code, output, errors.count("\n")) == (1, "", 1), answer
+            assert reason in errors
+            assert "the projects here stay as they are" in errors
 
 
-def test_a_server_that_does_not_answer_is_told(heron, tmp_path):
-    heron("a", "project", "new", "Street", "--from", PROJECT)
+def test_a_server_that_does_not_answer_is_told(street):
     with socket.create_server(("127.0.0.1", 0)) as silent:
         url = f"http://127.0.0.1:{silent.getsockname()[1]}/"
-        code, _, errors = heron("a", "sync", url, "--timeout", "0.2")
-        assert (code, "it stays silent" in errors) == (1, True)
-    code, _, errors = heron("a", "sync", url)
+        assert "it stays silent" in street("a", "sync", url, "--timeout", "0.2")[2]
+    code, _, errors = street("a", "sync", url)
     assert (code, "Connection refused" in errors) == (1, True)
-    assert list(files(tmp_path, "a")) == ["Street"]
 
 
-@pytest.mark.parametrize(
-    "url", ["localhost:8080", "ftp://host/x", "http://", "http://host:x/", "http://h/a b"]
-)
-def test_an_address_that_is_none_is_told(heron, url):
-    code, _, errors = heron("a", "sync", url)
-    assert (code, errors.startswith(f"heron: {url}: ")) == (2, True)
-
-
-def test_certificates_are_looked_at_unless_the_user_says_otherwise(heron, tmp_path):
-    heron("a", "project", "new", "Street", "--from", PROJECT)
-    with running(HTTPServer(("127.0.0.1", 0), Bad)) as server:
-        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        trustme.CA().issue_cert("localhost").configure_cert(context)
-        server.socket = context.wrap_socket(server.socket, server_side=True)
-        server.answer = 200, JSON, b"[]"
-        url = f"https://localhost:{server.server_port}/"
+def test_an_address_that_is_none_is_told(heron):
+    for url in ("localhost:8080", "ftp://host/x", "http://", "http://host:x/", "http://h/a b"):
         code, _, errors = heron("a", "sync", url)
+        assert (code, errors.startswith(f"heron: {url}: ")) == (2, True)
+
+
+def test_certificates_are_looked_at_unless_the_user_says_otherwise(street):
+    with running(Scripted((200, {"Content-type": JSON}, b"[]")), secure=True) as server:
+        url = f"https://{server.host}/"
+        code, _, errors = street("a", "sync", url)
         assert (code, "certificate is not trusted" in errors) == (1, True)
-        assert list(files(tmp_path, "a")) == ["Street"]
-        assert heron("a", "sync", url, "--insecure")[:2] == (
-            0, "removed  Street\n1 project sent; 0 new, 0 updated, 1 removed, 0 as before\n")  # fmt: skip
-    assert files(tmp_path, "a") == {}
+        assert street("b", "sync", url, "--insecure")[:2] == (
+            0, "0 projects sent; 0 new, 0 updated, 0 removed, 0 as before\n")  # fmt: skip
 
 
 # A bad client
@@ -270,6 +201,12 @@ def request(*projects):
     return {"target": "maya", "projects": list(projects)}
 
 
+# Names that lead elsewhere, or on Windows mean another file or a device.
+BAD_TARGETS = ["../up", "maya ", "maya.", "AUX"]
+BAD_FILES = ["../x.json", "a\\b.json", "x.exe", "x.json ", "x.json.", ".json", "x" * 300 + ".json",
+             "\ud800.json", "nul.json", "Com1 .old.json"]  # fmt: skip
+
+
 @pytest.mark.parametrize(
     ("body", "options", "status", "reason"),
     [
@@ -277,15 +214,10 @@ def request(*projects):
         (b"[" * 50_000, {}, 400, "nested too deeply"),
         ([], {}, 400, "not an object"),
         ({"projects": []}, {}, 400, '"target"'),
-        ({"target": "../up", "projects": []}, {}, 400, '"target"'),
+        *(({"target": target, "projects": []}, {}, 400, '"target"') for target in BAD_TARGETS),
         ({"target": "maya", "projects": {}}, {}, 400, '"projects" is not a list'),
         (request(1), {}, 400, "not an object"),
-        (request(doc(filename="../x.json")), {}, 400, '"filename"'),
-        (request(doc(filename="x.exe")), {}, 400, '"filename"'),
-        (request(doc(filename="a\\b.json")), {}, 400, '"filename"'),
-        (request(doc(filename=".json")), {}, 400, '"filename"'),
-        (request(doc(filename="x" * 300 + ".json")), {}, 400, '"filename"'),
-        (request(doc(filename="\ud800.json")), {}, 400, '"filename"'),
+        *((request(doc(filename=name)), {}, 400, '"filename"') for name in BAD_FILES),
         (request(doc(target="blender")), {}, 400, '"target"'),
         (request(doc(edit_timestamp="1")), {}, 400, '"edit_timestamp"'),
         (request(doc(edit_timestamp=10**400)), {}, 400, '"edit_timestamp"'),
@@ -295,13 +227,17 @@ def request(*projects):
         (b"", {"method": "GET"}, 405, "heron sync"),
     ],
 )
-def test_a_request_that_is_none_is_refused_and_nothing_is_kept(
-    server, tmp_path, body, options, status, reason
-):
+def test_a_request_that_is_none_is_refused(server, tmp_path, body, options, status, reason):
     code, answer = post(server, body, **options)
     assert (code, reason in answer["error"]) == (status, True)
     assert [path for path in (tmp_path / "server").rglob("*") if path.is_file()] == []
     assert post(server, request()) == (200, [])
+
+
+def test_of_equal_edit_times_the_first_that_came_counts(server):
+    first, same, later = doc(name="first"), doc(name="same"), doc(name="later", edit_timestamp=1.5)
+    for sent, kept in ((first, first), (same, first), (later, later)):
+        assert post(server, request(sent)) == (200, [kept])
 
 
 def test_many_clients_at_once_leave_the_newest_of_each_project(server):
@@ -310,21 +246,18 @@ def test_many_clients_at_once_leave_the_newest_of_each_project(server):
             time = float(step * 10 + number)
             assert post(server, request(doc(edit_timestamp=time), doc(filename=f"{number}.json")))[0] == 200
 
-    threads = [threading.Thread(target=client, args=(number,)) for number in range(6)]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
+    with ThreadPoolExecutor() as pool:
+        list(pool.map(client, range(6)))
     kept = {one["filename"]: one["edit_timestamp"] for one in post(server, request())[1]}
     assert kept == {"x.json": 45.0, **{f"{number}.json": 1.0 for number in range(6)}}
 
 
-def test_a_damaged_file_of_the_server_is_told_and_replaced_by_a_copy_of_a_client(server, told, tmp_path):
+def test_a_damaged_file_of_the_server_is_told_and_replaced_by_a_copy_of_a_client(server, tmp_path):
     post(server, request(doc()))
     kept = tmp_path / "server" / "maya" / "x.json"
     kept.write_text("{")
     assert post(server, request()) == (200, [])
-    assert any("x.json is passed over" in text for text in told)
+    assert any("x.json is passed over" in text for text in server.told)
     assert post(server, request(doc(name="\ud800")))[1] == [doc(name="\ud800")]
     assert json.loads(kept.read_text()) == doc(name="\ud800")
 

@@ -2,6 +2,7 @@
 
 import json
 import threading
+from concurrent.futures import ThreadPoolExecutor
 from types import SimpleNamespace
 
 import pytest
@@ -130,16 +131,15 @@ def test_a_merge_loses_no_time_and_prefers_memory(tmp_path_factory, document, ou
 
 
 def test_threads_add_while_others_write(file):
+    def add(number):
+        for i in range(1000):
+            store.add(record(number + i / 1024))
+
     store = open_store(file)
-    threads = [threading.Thread(target=store.write)]
-    threads += [
-        threading.Thread(target=lambda n=n: [store.add(record(n + i / 1024)) for i in range(1000)])
-        for n in range(4)
-    ]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
+    with ThreadPoolExecutor() as pool:
+        writing = pool.submit(store.write)
+        list(pool.map(add, range(4)))
+        writing.result()
     store.write()
     assert len(content(file)["checks"]) == len(store._data["checks"]) == 4000
 

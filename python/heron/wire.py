@@ -9,6 +9,8 @@ CONTENT_TYPE = "application/json"
 SUFFIX = ".json"
 # A name that means itself on every system: no separators, nothing hidden, no control characters.
 _NAME = re.compile(r"""[^\x00-\x1f\x7f<>:"/\\|?*.][^\x00-\x1f\x7f<>:"/\\|?*]*""")
+# Windows opens a device instead of a file of such a name, whatever its extension.
+_DEVICE = re.compile(r"(con|prn|aux|nul|(com|lpt)[0-9¹²³]|con(in|out)\$) *(\..*)?", re.IGNORECASE)
 _LONGEST_NAME = 200
 
 
@@ -44,7 +46,9 @@ def is_safe_name(name: str) -> bool:
         size = len(name.encode("utf-8"))
     except UnicodeEncodeError:
         return False
-    return size <= _LONGEST_NAME and _NAME.fullmatch(name) is not None and not name.endswith((" ", "."))
+    if size > _LONGEST_NAME or name.endswith((" ", ".")):  # Windows drops these at the end
+        return False
+    return _NAME.fullmatch(name) is not None and _DEVICE.fullmatch(name) is None
 
 
 def _is_number(value: object) -> bool:
