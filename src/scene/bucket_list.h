@@ -1,7 +1,8 @@
 #pragma once
 
-#include <memory>
+#include <map>
 #include <optional>
+#include <vector>
 
 #include "runtime/containers.h"
 
@@ -17,10 +18,9 @@ class BucketList {
   /// Begins a new list. The old one stays with those who hold it.
   void renew();
 
-  /// While one lives, many buckets leave, mostly in the order of the list. What left is then taken out as soon as
-  /// somebody can see the list, and a search goes on where the last one ended: to take out half of 100,000 buckets is
-  /// one walk over them, where it would be one for each, minutes in all. A bucket that changes meanwhile counts as it
-  /// was when the walk passed it.
+  /// While one lives, many buckets leave, and what leaves is taken out only when somebody looks at the list. To take
+  /// out half of 100,000 buckets is then one walk over them, where it would be one for each, minutes in all. A bucket
+  /// that changes meanwhile counts as it was when the walk passed it.
   class Clearance {
    public:
     explicit Clearance(BucketList& buckets) : buckets_(buckets) { ++buckets_.clearances_; }
@@ -38,17 +38,17 @@ class BucketList {
   }
 
  private:
-  struct Walk;  // over the list, from the last time that it was complete
+  /// From the front of the list, as far as the buckets that leave are to be found.
+  struct Walk {
+    std::vector<Py_ssize_t> left;
+    std::multimap<std::size_t, Py_ssize_t> staying;  // hash to position of what was passed, in order
+    Py_ssize_t next = 0;
+  };
 
-  bool leave(const py::Object& bucket);
-  std::optional<Py_ssize_t> find_passed(const std::shared_ptr<Walk>& walk, Py_hash_t mark,
-                                        const py::Object& bucket) const;
-  std::optional<Py_ssize_t> find_ahead(const std::shared_ptr<Walk>& walk, std::optional<Py_hash_t> mark,
-                                       const py::Object& bucket) const;
-  std::optional<bool> is_at(const std::shared_ptr<Walk>& walk, Py_ssize_t position, const py::Object& bucket) const;
+  std::optional<Py_ssize_t> find_first(const py::Object& bucket);
 
   py::List list_;
-  mutable std::shared_ptr<Walk> walk_;
+  mutable Walk walk_;
   int clearances_ = 0;
 };
 
