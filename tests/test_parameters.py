@@ -254,7 +254,10 @@ def test_kept_errors_hold_no_frames_and_interrupts_are_not_kept():
         def load(self, data):
             local = Color("local", [])
             frames.append(weakref.ref(local))
-            raise data
+            try:
+                raise OSError
+            except OSError as first:
+                raise data from first
 
         def clone(self):
             return self
