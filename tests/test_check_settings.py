@@ -204,6 +204,7 @@ def test_the_editor_moves_configurations_between_presets_and_checklist():
     editor.sync_applied()
     assert [preset.applied for preset in presets] == [True, False, False]
     editor.upload(third)
+    assert third.config is not checks.config
     editor.sync_applied()
     assert [preset.applied for preset in presets] == [True, False, True]
     editor.erase(first)
