@@ -345,6 +345,12 @@ def test_shared_meshes_count_as_often_as_they_are_drawn(tmp_path, classes):
     assert run(classes, "scene.triangle_budget", scene, "", most=3, once=True).status == STATUS.Pass
 
 
+def test_edges_are_found_at_triangles_that_have_them(tmp_path, classes):
+    scene = opened(tmp_path, model({"order": [0, 1, 2, 0, 3, 3]}))
+    (found,) = run(classes, "mesh_non_manifold.open_edges", scene)._check.result
+    assert list(found) == [0]
+
+
 def test_a_check_stays_with_the_scene_it_looked_at(tmp_path, classes):
     first = opened(tmp_path, model({"bounds": ([0], [0])}), "first.gltf")
     result = run(classes, "mesh.bounds", first)
