@@ -234,20 +234,14 @@ def test_a_state_is_written_as_it_was_read(tmp_path):
 
 
 def test_stored_values_of_the_wrong_kind_count_as_missing():
-    wrong = [
-        ("directories", {"directories": {"path": "."}}),
-        ("directories", {"directories": [None]}),
-        ("path", {"directories": [{"path": 5}]}),
-        ("list", {"list": []}),
-        ("presets", {"presets": "text"}),
-        ("presets", {"presets": [[]]}),
-    ]
-    for key, data in wrong:
-        with logged() as messages:
-            state = Check.State(data)
-        assert (state.data, messages) == (Check.State({}).data, [f"Incompatible Stored Value - {key}"]), data
+    groups = {"directories": {"path": "."}, "list": [], "presets": "text"}
+    preset = {"name": 5, "stamp": "1", "changed": "now", "list": None}
+    elements = {"directories": [None, {"path": 5}], "list": {"a": None}, "presets": [[], preset]}
     with logged() as messages:
-        assert Config({"a": None, "b": ENABLED}).data == {"b": ENABLED}
-        (preset,) = Presets([{"name": 5, "stamp": "1", "changed": "now", "list": None}])
-    assert (preset.name, preset.stamp, len(preset)) == ("", "1", 0) and preset._changed > 0
-    assert sorted(messages) == [f"Incompatible Stored Value - {key}" for key in ("a", "changed", "list")]
+        assert Check.State(groups).data == Check.State({}).data
+        state = Check.State(elements)
+    (kept,) = state.presets
+    assert (state.directories, state.config.data) == ([], {})
+    assert (kept.name, kept.stamp, len(kept)) == ("", "1", 0) and kept._changed > 0
+    wrong = ["a", "changed", "directories", "directories", "list", "list", "path", "presets", "presets"]
+    assert sorted(messages) == [f"Incompatible Stored Value - {key}" for key in wrong]

@@ -74,20 +74,6 @@ def test_a_corrupted_file_is_moved_aside(path):
     assert json.loads(path.read_bytes()) == DEFAULTS
 
 
-def test_a_file_that_cannot_be_read_stays(path):
-    content = b'{"version": ' + b"[" * 100_000 + b"]" * 100_000 + b"}"
-    path.write_bytes(content)
-    with logged() as messages:
-        for place in (path, path.parent, path.parent / "missing" / "settings.json"):
-            assert load(place).data == DEFAULTS
-    assert sorted(message.split(":")[0] for message in messages) == [
-        "FileNotFoundError",
-        "IsADirectoryError" if os.name == "posix" else "PermissionError",
-        "RecursionError",
-    ]
-    assert path.read_bytes() == content and list(path.parent.iterdir()) == [path]
-
-
 def test_a_document_that_is_no_map_is_an_error_and_a_group_has_its_defaults(path):
     for value in ([], [{"version": 4}], 4, None):
         with pytest.raises(AttributeError):
@@ -158,14 +144,10 @@ def test_the_address_of_the_server_is_told_to_the_process():
     server.port = 2
     assert os.environ["HERON-SERVER"] == "b:2"
     assert server.data == DEFAULTS["server"] | {"host": "b", "port": 2}
-
-
-def test_an_address_that_the_process_cannot_hold_is_no_reason_to_stop(monkeypatch):
-    monkeypatch.setenv("HERON-SERVER", "before")
     with logged() as messages:
-        server = _Settings.Server({"host": "a\0"})
+        server = _Settings.Server({"host": "a\0"})  # which the process cannot hold
     assert [message.split(":")[0] for message in messages] == ["ValueError"]
-    assert (os.environ["HERON-SERVER"], server.host) == ("before", "a\0")
+    assert (os.environ["HERON-SERVER"], server.host) == ("b:2", "a\0")
     with pytest.raises(ValueError, match="null"):
         server.port = 1
 
@@ -174,15 +156,11 @@ def test_an_address_that_the_process_cannot_hold_is_no_reason_to_stop(monkeypatc
 
 
 def test_a_name_is_approved_if_its_filter_leaves_it():
-    cases = {"LATIN": "a\u044f", "SPACE": " a ", "GHOST": "aghost", "EN_RU": "a\u00fc"}
-    for method, text in cases.items():
+    for method, text in {"LATIN": "a\u044f", "SPACE": " a ", "GHOST": "aghost", "EN_RU": "a\u00fc"}.items():
         assert _Settings.approved_name(text, method=method) == "a", method
         assert not _Settings.is_approved(text, method)
         assert _Settings.is_approved("a", getattr(Constants.Name.Filter, method))
     assert (_Settings.approved_name("\u044f\u00fc"), _Settings.is_approved("\u044f")) == ("\u044f", True)
-
-
-def test_without_a_filter_a_name_is_kept():
     for method in (Constants.Name.Filter.EMPTY, "unknown", None):
         assert _Settings.approved_name("\u00fc", method=method) == "\u00fc"
         assert _Settings.approved_name("\u00fc", none=True, method=method) is None
