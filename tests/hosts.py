@@ -15,21 +15,6 @@ import heron.home
 Rule = core._Project.Settings.Rule
 
 
-def counted(operation):
-    """An operation of the host below that is counted, and fails where the test wants it to."""
-
-    @wraps(operation)
-    def call(host, *arguments):
-        name = operation.__name__
-        host.calls[name] += 1
-        host.before(name)
-        if name in host.failures:
-            raise host.failures[name]
-        return operation(host, *arguments)
-
-    return call
-
-
 class DictHost(core.Scene.Operator):
     """Holds path to (parent, type). What follows a "#" in a path is no part of the name."""
 
@@ -41,38 +26,31 @@ class DictHost(core.Scene.Operator):
         self.appended, self.removed, self.selected, self.opened = [], [], [], []
         self.scopes, self.ends, self.file = 0, [], "street.gltf"
         self.calls, self.failures = Counter(), {}
-        self.before = lambda operation: None  # what a test does inside a call
+        self.before = lambda operation, *arguments: None  # what a test does inside a call
 
     def put(self, path, parent=None, kind="transform"):
         self.objects[path] = (parent, kind)
         if parent:
             self.children.setdefault(parent, []).append(path)
 
-    @counted
     def object_exists(self, path):
         return path in self.objects
 
-    @counted
     def get_type(self, path):
         return self.objects[path][1]
 
-    @counted
     def get_parent(self, path):
         return self.objects[path][0] if path in self.objects else None
 
-    @counted
     def get_children(self, path):
         return self.children.get(path)
 
-    @counted
     def name_from_path(self, path):
         return core.Scene.Operator.name_from_path(path).split("#")[0]
 
-    @counted
     def get_selection(self):
         return list(self.selection)
 
-    @counted
     def get_selection_roots(self):
         roots = []
         for path in self.selection:
@@ -82,24 +60,19 @@ class DictHost(core.Scene.Operator):
                 roots.append(path)
         return roots
 
-    @counted
     def select(self, *paths):
         self.selection = list(paths)
         self.selected.append(self.selection)
 
+    @contextmanager
     def selection_manager(self):
-        @contextmanager
-        def scope():
-            self.scopes += 1
-            try:
-                yield
-            except BaseException as error:
-                self.ends.append(type(error))
-                raise
-            else:
-                self.ends.append(None)
-
-        return scope()
+        self.scopes += 1
+        try:
+            yield
+        except BaseException as error:
+            self.ends.append(type(error))
+            raise
+        self.ends.append(None)
 
     def get_current_file(self):
         return self.file
@@ -110,25 +83,42 @@ class DictHost(core.Scene.Operator):
     def delete_callbacks(self):
         self.opened.clear()
 
-    @counted
     def query_filedata(self):
         return self.data
 
-    @counted
     def embed_filedata(self, data):
         self.data = data
 
-    @counted
     def erase_filedata(self):
         self.data = []
 
-    @counted
     def postscript_scan_append(self, joint):
         self.appended.append(joint.path)
 
-    @counted
     def postscript_scan_remove(self, joint):
         self.removed.append(joint.path)
+
+
+def counted(name):
+    """An operation of the host that is counted, and fails where the test wants it to."""
+    operation = getattr(DictHost, name)
+
+    @wraps(operation)
+    def call(host, *arguments):
+        host.calls[name] += 1
+        host.before(name, *arguments)
+        if name in host.failures:
+            raise host.failures[name]
+        return operation(host, *arguments)
+
+    return call
+
+
+QUERIES = ("object_exists", "get_type", "get_parent", "get_children", "name_from_path")
+for name in (*QUERIES, "get_selection", "get_selection_roots", "select", "query_filedata", "embed_filedata"):
+    setattr(DictHost, name, counted(name))
+for name in ("erase_filedata", "postscript_scan_append", "postscript_scan_remove"):
+    setattr(DictHost, name, counted(name))
 
 
 class Home(heron.home.Home):

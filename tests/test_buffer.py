@@ -73,12 +73,13 @@ def test_joints_in_a_circle(operation):
 
 def test_the_order_of_questions():
     host, asked = scene({"a": {"b": {"c": None}, "d": None}, "e": {"f": None}}), []
-    host.before = asked.append
+    host.before = lambda operation, path: asked.append((operation, path))
     leaf, tree = Joint(path="/a/d"), Joint(path="/a/b", children=[Joint(path="/a/b/c")])
     ghost = Joint(type="ghost", children=[Joint(path="/a", children=[tree, leaf])])
     top = Joint(path="/e", children=[Joint(path="/e/f")])
     assert Buffer(host, None, None).is_match([top, ghost, Joint(path="/gone")])
-    assert asked == 6 * ["object_exists", "get_children"]  # of each first whether it exists
+    paths = ["/e", "/e/f", "/a", "/a/b", "/a/b/c", "/a/d"]
+    assert asked == [(query, path) for path in paths for query in ("object_exists", "get_children")]
 
 
 def test_a_shared_tree_is_no_circle():

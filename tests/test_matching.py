@@ -5,7 +5,7 @@ from functools import cache
 from random import Random
 
 import plain_scan
-from hosts import DictHost, logged, node, rule, scene, session
+from hosts import QUERIES, DictHost, logged, node, rule, scene, session
 from hypothesis import event, given, settings
 from hypothesis import strategies as st
 
@@ -253,6 +253,5 @@ def test_the_host_and_the_runtime_are_asked_once_for_each_object(monkeypatch):
     engine = session(host, node(rule("asset", "^<n:\\d+>$"), *parts))
     host.selection = [f"/{i}" for i in range(count)]
     assert engine.scanner.upload_buffer() and len(engine.buffer.get()) == count
-    queries = ("object_exists", "get_type", "get_parent", "get_children", "name_from_path")
-    assert {host.calls[query] for query in queries} == {3 * count}
+    assert {host.calls[query] for query in QUERIES} == {3 * count}
     assert len(compiled) == len({*compiled}) == 2 * count  # however often an object is looked at

@@ -310,7 +310,7 @@ def test_hooks_may_do_anything(misbehave):
     host, busy = engine.host, []
     objects = dict(host.objects)
 
-    def before(operation):
+    def before(operation, *_):
         if operation == "postscript_scan_append" and not busy:
             busy.append(1)  # what a hook sets off sets off nothing more
             try:
@@ -325,7 +325,7 @@ def test_hooks_may_do_anything(misbehave):
     # What the hook left in the objects does no harm to the next scan.
     engine.hierarchy.__init__(engine.virtual, None)
     engine.hierarchy.pattern.set(record(wanted))
-    host.before, host.objects, host.selection = (lambda operation: None), objects, ["/r"]
+    host.before, host.objects, host.selection = (lambda *_: None), objects, ["/r"]
     assert engine.scanner.upload_buffer() and sorted(paths(engine)[0]) == sorted(objects)
 
 

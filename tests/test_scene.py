@@ -143,7 +143,7 @@ def test_an_upload_inside_an_upload(arguments):
     host = scene({"a": {"b": None, "c": None}})
     virtual, inside = Virtual(host), []
     change = virtual.upload if arguments else virtual.offload
-    host.before = lambda operation: inside or inside.append(1) or change(*arguments)
+    host.before = lambda *_: inside or inside.append(1) or change(*arguments)
     virtual.upload(["/a"])  # of this one only the end is certain
     virtual.upload(["/a"])
     assert len(virtual.get_locations(["/a", "/a/b", "/a/c"])) == 3
@@ -327,7 +327,7 @@ def test_clearing():
 
 def test_a_bucket_leaves_before_the_host_hears_of_it():
     engine, seen = filled("a", "b", "c"), []
-    engine.host.before = lambda operation: seen.append(names(engine))
+    engine.host.before = lambda *_: seen.append(names(engine))
     engine.buffer.set([])
     assert seen == [["b", "c"], ["c"], []]
 
@@ -343,7 +343,7 @@ def test_a_host_that_fails_in_a_clear_leaves_the_rest_as_it_was():
 @pytest.mark.parametrize("change", ["clear", "pop", "reverse"])
 def test_a_hook_that_changes_the_list_under_a_clear(change):
     engine = filled("a", "b", "c")
-    engine.host.before = lambda operation: getattr(engine.buffer._data, change)()
+    engine.host.before = lambda *_: getattr(engine.buffer._data, change)()
     with pytest.raises((ValueError, IndexError)) if change != "reverse" else nullcontext():
         engine.buffer.set([])
     assert names(engine) == []
