@@ -1,7 +1,6 @@
 """The data behind a glTF document: buffers, accessors, triangles, edges; reading and writing."""
 
 import gc
-import struct
 
 import numpy as np
 import pytest
@@ -44,31 +43,23 @@ def first_part(scene):
 # Accessors
 
 LAYOUTS = {name: (1, width) for width, name in TYPES.items()} | {f"MAT{n}": (n, n) for n in (2, 3, 4)}
-FORMATS = {"i1": "b", "u1": "B", "i2": "h", "u2": "H", "u4": "I", "f4": "f"}
 
 
 def component_values(kind):
     if kind == "f4":
         return st.floats(width=32, allow_nan=False)
-    bits = 8 * int(kind[1])
-    low, high = (0, 2**bits - 1) if kind[0] == "u" else (-(2 ** (bits - 1)), 2 ** (bits - 1) - 1)
-    return st.integers(low, high)
+    return st.integers(int(np.iinfo(kind).min), int(np.iinfo(kind).max))
 
 
 def pack(kind, type, row):
     """One element as the format lays it out: each column of a matrix begins at a multiple of four."""
-    columns, rows = LAYOUTS[type]
-    packed = b""
-    for column in range(columns):
-        values = row[column * rows : (column + 1) * rows]
-        packed += struct.pack(f"<{rows}{FORMATS[kind]}", *values)
-        packed += bytes(-len(packed) % 4) if columns > 1 else b""
-    return packed
+    columns = [column.tobytes() for column in np.array(row, "<" + kind).reshape(LAYOUTS[type])]
+    return b"".join(raw + bytes(-len(raw) % 4 if len(columns) > 1 else 0) for raw in columns)
 
 
 @given(st.data())
 def test_accessors_decode_to_what_was_packed(tmp_path_factory, data):
-    kind, type = data.draw(st.sampled_from(list(FORMATS))), data.draw(st.sampled_from(list(LAYOUTS)))
+    kind, type = data.draw(st.sampled_from(list(COMPONENTS))), data.draw(st.sampled_from(list(LAYOUTS)))
     columns, rows = LAYOUTS[type]
     element = st.lists(component_values(kind), min_size=columns * rows, max_size=columns * rows)
     expected = data.draw(st.lists(element, min_size=1, max_size=8))
@@ -87,15 +78,10 @@ def test_accessors_decode_to_what_was_packed(tmp_path_factory, data):
     if replaced:
         replaced = dict(sorted(replaced.items()))
         index_kind = data.draw(st.sampled_from(["u1", "u2", "u4"]))
-        indices = b"\xff" + struct.pack(f"<{len(replaced)}{FORMATS[index_kind]}", *replaced)
-        values = b"".join(pack(kind, type, row) for row in replaced.values())
-        places = {
-            "bufferView": packed.view(indices),
-            "byteOffset": 1,
-            "componentType": COMPONENTS[index_kind],
-        }
-        values = {"bufferView": packed.view(values)}
-        record["sparse"] = {"count": len(replaced), "indices": places, "values": values}
+        view = packed.view(b"\xff" + np.array(list(replaced), "<" + index_kind).tobytes())
+        indices = {"bufferView": view, "byteOffset": 1, "componentType": COMPONENTS[index_kind]}
+        values = {"bufferView": packed.view(b"".join(pack(kind, type, row) for row in replaced.values()))}
+        record["sparse"] = {"count": len(replaced), "indices": indices, "values": values}
         expected = [replaced.get(index, row) for index, row in enumerate(expected)]
     normalized = kind not in ("u4", "f4") and data.draw(st.booleans(), "normalized")
     expected = np.array(expected, "<" + kind)
@@ -124,38 +110,29 @@ def sparse(**members):
         ("meshes/0/primitives/0/attributes", ..., '"attributes"'),
         ("meshes/0/primitives/0/mode", 7, "mode 7"),
         ("meshes/0/primitives/0/extensions", {"KHR_draco_mesh_compression": {}}, "compressed"),
-        ("meshes/0/primitives", [5], '"primitives"'),
         ("accessors/0/componentType", 5124, "5124"),
         ("accessors/0/type", "VEC5", '"type"'),
-        ("accessors/0/type", ["VEC3"], '"type"'),
         ("accessors/0/type", "VEC2", "is not VEC3"),
         ("accessors/0/count", ..., 'no "count"'),
         ("accessors/0/count", 3, "draws vertex 3; there are 3"),
         ("accessors/0/count", 5, "ends at byte 60"),
-        ("accessors/0/count", 2**50, "ends at byte"),
         ("accessors/0/count", 10**400, "beyond all reason"),
         ("accessors/0", {"componentType": 5126, "type": "VEC3", "count": 2**40}, "no data"),
         ("accessors/0/byteOffset", 4, "ends at byte"),
-        ("accessors/0/byteOffset", -12, '"byteOffset"'),
         ("accessors/0/normalized", True, "normalized"),
-        ("accessors/0/bufferView", 2, 'number 2 of "bufferViews"'),
         ("accessors/0/sparse", sparse(count=4, values={"bufferView": 1}), "indices of"),
         ("accessors/0/sparse", sparse(values={"bufferView": 1}), "ends at byte 24"),
         ("accessors/0/sparse", sparse(count=5), "5 of 4"),
         ("accessors/0/sparse", sparse(indices={"bufferView": 1, "componentType": 5122}), "5122"),
-        ("accessors/0/sparse", sparse(values=None), '"values"'),
         ("accessors/1/componentType", 5122, "no vertex numbers"),
         ("bufferViews/0/byteLength", 9_999, "which has 60"),
         ("bufferViews/0/byteStride", 8, "stride is 8"),
-        ("bufferViews/0/buffer", 1, 'number 1 of "buffers"'),
-        ("bufferViews", {}, '"bufferViews"'),
         ("buffers/0/byteLength", 100, "has 60 bytes where 100"),
         ("buffers/0/uri", ..., "no data"),
         ("buffers/0/uri", "data:;base64,A", "cannot be decoded"),
         ("buffers/0/uri", "data:;base64,äöü=", "cannot be decoded"),
         ("buffers/0/uri", "https://localhost/x.bin", "only files beside"),
         ("buffers/0/uri", ".", "missing"),
-        ("buffers/0/uri", "a%00b", "missing|null"),
     ],
 )
 def test_broken_data_are_told_with_their_place(tmp_path, place, value, reason):
@@ -211,23 +188,28 @@ def test_buffers_are_read_from_wherever_they_are(tmp_path, monkeypatch):
     [
         (None, [0, 1, 2, 2, 1, 3, 0], [[0, 1, 2], [2, 1, 3]]),
         (4, None, [[0, 1, 2]]),
-        (5, [0, 1, 2, 3, 0], [[0, 1, 2], [1, 3, 2], [2, 3, 0]]),
+        (5, [0, 1, 2, 2, 3], [[0, 1, 2], [1, 2, 2], [2, 2, 3]]),
         (5, None, [[0, 1, 2], [1, 3, 2]]),
-        (6, [3, 0, 1, 2], [[0, 1, 3], [1, 2, 3]]),
+        (6, [3, 0, 1, 1, 2], [[0, 1, 3], [1, 1, 3], [1, 2, 3]]),
         (5, [0, 1], []),
         (6, [0], []),
         (1, [0, 1], []),
         (0, None, []),
     ],
 )
-def test_triangles_of_every_mode(tmp_path, mode, order, triangles):
+def test_triangles_of_every_mode_and_as_lists(tmp_path, mode, order, triangles):
     data = Data()
     part = {"attributes": {"POSITION": data.add(CORNERS)}}
     part |= {} if mode is None else {"mode": mode}
     part |= {} if order is None else {"indices": data.add(order, "u1")}
     mesh = model(tmp_path, part, data=data)
-    assert mesh.primitives[0].triangles().tolist() == triangles
+    (part,) = mesh.primitives
+    assert part.triangles().tolist() == triangles
     assert mesh.triangle_count() == len(triangles)
+    solid = [row for row in triangles if len(set(row)) == 3] if part.mode > 4 else triangles
+    part.list_triangles()
+    assert part.triangles().tolist() == solid
+    assert part.is_list == (mode in (None, 4) or len(solid) > 0)
 
 
 def test_edges_join_parts_where_vertices_meet(tmp_path):

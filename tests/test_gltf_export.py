@@ -53,6 +53,7 @@ def street():
     skinned = {"POSITION": body, "JOINTS_0": joints, "WEIGHTS_0": weights}
     shiny = {"clearcoatTexture": {"index": 3, "texCoord": 0}}
     rig = {"node": 6, "path": "translation"}
+    instances = {"EXT_mesh_gpu_instancing": {"attributes": {"TRANSLATION": slide["output"]}}}
     nodes = [
         {"name": "unused", "mesh": 1},
         {"name": "world", "translation": [10, 0, 0], "children": [2, 7, 0, 6]},
@@ -64,13 +65,14 @@ def street():
         {"name": "post", "children": [8, 9, 10]},
         {"name": "pole", "mesh": 2},
         {"name": "lamp", "extensions": {"KHR_lights_punctual": {"light": 1}}},
-        {"name": "eye", "camera": 1},
+        {"name": "eye", "camera": 1, "extensions": instances},
     ]
     parts = [
         {"attributes": skinned, "material": 1},
         {"attributes": {"POSITION": sign}, "material": 0},
         {"attributes": {"POSITION": pole, "NORMAL": normals}, "indices": order, "material": 2},
     ]
+    parts[2]["extensions"] = {"KHR_materials_variants": {"mappings": [{"material": 2, "variants": [1]}]}}
     coat = {"normalTexture": {"index": 1}, "extensions": {"KHR_materials_clearcoat": shiny}}
     channels = [{"sampler": 1, "target": {"node": 5, "path": "rotation"}}, {"sampler": 0, "target": rig}]
     content = document(
@@ -92,7 +94,10 @@ def street():
             {"channels": channels[1:], "samplers": [slide]},
             {"name": "wave", "channels": channels, "samplers": [slide, turn]},
         ],
-        extensions={"KHR_lights_punctual": {"lights": [{"type": "spot"}, {"type": "point", "name": "bulb"}]}},
+        extensions={
+            "KHR_lights_punctual": {"lights": [{"type": "spot"}, {"type": "point", "name": "bulb"}]},
+            "KHR_materials_variants": {"variants": [{"name": "day"}, {"name": "night"}]},
+        },
         scene=0,
         extensionsUsed=["KHR_lights_punctual", "KHR_materials_clearcoat", "EXT_other"],
         extras={"studio": "X", "heron": [{"name": "car", "joint": {"path": "/car", "children": []}}]},
@@ -176,15 +181,21 @@ def test_a_hierarchy_brings_what_it_refers_to_and_nothing_else(scene, tmp_path):
     assert new.paths() == ["/post", "/post/pole", "/post/lamp", "/post/eye"]
     counts = {key: len(value) for key, value in content.items() if isinstance(value, list)}
     single = dict.fromkeys(["scenes", "meshes", "materials", "samplers", "cameras", "buffers"], 1)
-    double = dict.fromkeys(["textures", "images", "bufferViews", "extensionsUsed"], 2)
-    assert counts == {**single, **double, "accessors": 3, "nodes": 4}
-    assert content["extensions"] == {"KHR_lights_punctual": {"lights": [{"type": "point", "name": "bulb"}]}}
-    assert content["extensionsUsed"] == ["KHR_lights_punctual", "KHR_materials_clearcoat"]
+    double = dict.fromkeys(["textures", "images"], 2)
+    assert counts == {**single, **double, "accessors": 4, "bufferViews": 3, "extensionsUsed": 4, "nodes": 4}
+    bulb, night = {"type": "point", "name": "bulb"}, {"name": "night"}
+    lists = {"KHR_lights_punctual": {"lights": [bulb]}, "KHR_materials_variants": {"variants": [night]}}
+    assert content["extensions"] == lists
+    (variants,) = part(new, "/post/pole").record["extensions"].values()
+    assert variants == {"mappings": [{"material": 0, "variants": [0]}]}
+    (instances,) = new.node("/post/eye")["extensions"].values()
+    assert new.geometry.accessors.read(*instances["attributes"].values(), "it").tolist()[1] == [0, 0, 3]
+    assert "EXT_other" not in content["extensionsUsed"]
     assert content["cameras"][0]["type"] == "perspective"
     assert content["textures"] == [{"source": 0, "sampler": 0}, {"source": 1}]
     assert content["extras"] == {"studio": "X"}
-    # The interleaved places and normals stay together, and only they and the indices are there.
-    assert (out / "post.bin").stat().st_size == 72 + 4
+    # The interleaved places and normals stay together; besides them indices and instances are there.
+    assert (out / "post.bin").stat().st_size == 72 + 4 + 24
     assert part(new, "/post/pole").attribute("NORMAL").tolist() == [[0, 0, 1]] * 3
     assert part(new, "/post/pole").indices().tolist() == [0, 1, 2]
     images = {"flat.png": PNG, "maps/wood grain.png": WOOD}
@@ -301,20 +312,6 @@ def test_the_options_on_offer_and_their_values(scene, tmp_path):
     assert stored == [WOOD, PNG, JPEG]
     assert '"extras"' not in target.read_text()
     assert np.allclose(world(new)["pole"][:, 2], world(scene)["pole"][:, 1])
-
-
-def test_images_beside_the_file_take_nobodys_name(scene, tmp_path):
-    out = tmp_path / "out"
-    (out / "flat.png").write_bytes(b"mine")
-    (out / "maps").mkdir()
-    (out / "maps" / "wood grain.png").write_bytes(WOOD)
-    new = export(scene, out / "post.glb", "/world", args={"embed_images": False})
-    uris = [image["uri"] for image in written(new)["images"]]
-    assert uris == ["maps/wood%20grain.png", "flat.001.png", "photo_%201_2.jpg"]
-    assert (out / "flat.png").read_bytes() == b"mine"
-    before = listing(out)
-    export(scene, out / "post.glb", "/world", args={"embed_images": False})
-    assert listing(out) == before
 
 
 def test_an_image_from_elsewhere_stays_there_or_comes_along(tmp_path):
@@ -475,27 +472,7 @@ def test_transforms_that_cannot_be_applied_are_told_with_their_object(scene, tmp
     assert os.listdir(tmp_path / "out") == []
 
 
-@pytest.mark.parametrize("mode", [5, 6])
-def test_strips_and_fans_become_lists(tmp_path, mode):
-    data = Data()
-    square = data.add([[0, 0, 0], [1, 0, 0], [0, 1, 0], [1, 1, 0]])
-    order = data.add([0, 1, 2, 2, 3], "u1")
-    parts = [
-        {"attributes": {"POSITION": square}, "indices": order, "mode": mode},
-        {"attributes": {"POSITION": square}, "mode": 1},
-    ]
-    scene = small(tmp_path, [{"name": "a", "mesh": 0}], data, meshes=[{"primitives": parts}])
-    new = export(scene, tmp_path / "new.glb", "/a", triangulate=True)
-    shape, lines = mesh(new, "/a").primitives
-    assert (shape.mode, lines.mode) == (4, 1)
-    corners = part(scene, "/a").triangles()
-    assert shape.triangles().tolist() == [row for row in corners.tolist() if len(set(row)) == 3]
-    # The old indices are gone, and the scene is as it was.
-    assert len(written(new)["accessors"]) == 2
-    assert part(scene, "/a").mode == mode
-
-
-def test_a_box_gets_texture_coordinates(tmp_path):
+def test_a_box_gets_texture_coordinates_and_a_strip_becomes_a_list(tmp_path):
     box = trimesh.creation.box((2, 1, 1))
     data = Data()
     places, order = data.add(box.vertices), data.add(box.faces.ravel(), "u2")
@@ -504,13 +481,16 @@ def test_a_box_gets_texture_coordinates(tmp_path):
     mapped = {"POSITION": places, "TEXCOORD_1": data.add([[0, 0]] * 8)}
     parts = [
         {"attributes": attributes, "indices": order, "targets": [{"POSITION": places}]},
-        {"attributes": mapped, "indices": order},
+        {"attributes": mapped, "indices": order, "mode": 5},
         {"attributes": {"POSITION": places}, "mode": 0},
     ]
     members = {"meshes": [{"primitives": parts}], "extensionsRequired": ["KHR_mesh_quantization"]}
     scene = small(tmp_path, [{"name": "a", "mesh": 0}], data, **members)
-    new = export(scene, tmp_path / "new.glb", "/a", automatic_uv=True)
+    before = json.dumps(written(scene))
+    new = export(scene, tmp_path / "new.glb", "/a", automatic_uv=True, triangulate=True)
     shape, kept, points = mesh(new, "/a").primitives
+    assert json.dumps(written(scene)) == before
+    assert (kept.mode, points.mode) == (4, 0)
     assert not kept.has("TEXCOORD_0") and not points.has("TEXCOORD_0")
     triangles, places = shape.triangles(), shape.positions()
     assert np.allclose(places[triangles], box.triangles)
@@ -550,29 +530,6 @@ def test_unknown_extensions(tmp_path):
     export(scene, tmp_path / "b.gltf", "/b")
 
 
-def test_what_extensions_refer_to_comes_along(tmp_path):
-    data = Data()
-    places = data.add([[0, 0, 1], [0, 0, 2]])
-    mapping = {"material": 1, "variants": [1]}
-    shape = {"attributes": {"POSITION": 1}, "extensions": {"KHR_materials_variants": {"mappings": [mapping]}}}
-    instances = {"EXT_mesh_gpu_instancing": {"attributes": {"TRANSLATION": places}}}
-    scene = small(
-        tmp_path,
-        [{"name": "a"}, {"name": "b", "mesh": 0, "extensions": instances}],
-        data,
-        meshes=[{"primitives": [shape]}],
-        materials=[{"name": "red"}, {"name": "blue"}],
-        extensions={"KHR_materials_variants": {"variants": [{"name": "day"}, {"name": "night"}]}},
-    )
-    new = export(scene, tmp_path / "new.glb", "/b")
-    attributes = new.node("/b")["extensions"]["EXT_mesh_gpu_instancing"]["attributes"]
-    assert new.geometry.accessors.read(attributes["TRANSLATION"], "it").tolist() == [[0, 0, 1], [0, 0, 2]]
-    found = part(new, "/b").record["extensions"]["KHR_materials_variants"]["mappings"]
-    assert found == [{"material": 0, "variants": [0]}]
-    assert written(new)["materials"] == [{"name": "blue"}]
-    assert written(new)["extensions"] == {"KHR_materials_variants": {"variants": [{"name": "night"}]}}
-
-
 # Failures
 
 
@@ -586,8 +543,6 @@ def test_what_extensions_refer_to_comes_along(tmp_path):
         ("meshes/2/primitives/0/material", "x", "no whole number"),
         ("nodes/9/extensions/KHR_lights_punctual/light", 5, "number 5"),
         ("materials/2/normalTexture/index", -1, "names number -1"),
-        ("images/1/uri", "no.png", "missing"),
-        ("skins/0/joints", [99], "number 99"),
         ("animations/1/channels/0/sampler", 7, "no sampler 7"),
         ("meshes/2/primitives", {"a": 1}, "malformed"),
         ("nodes/1/translation", [1e999, 0, 0], "no list of 3 numbers"),
@@ -656,17 +611,26 @@ def test_the_open_scene_is_never_overwritten(scene, tmp_path, monkeypatch):
     assert written(new)["images"][0]["uri"] == "maps/wood%20grain.png"
 
 
-def test_data_of_somebody_else_keep_their_name(scene, tmp_path):
+def test_files_beside_an_export_take_nobodys_name(scene, tmp_path):
     out = tmp_path / "out"
-    (out / "post.bin").write_bytes(b"foreign")
-    new = export(scene, out / "post.gltf", "/world/post")
-    assert written(new)["buffers"][0]["uri"] == "post.001.bin"
-    assert (out / "post.bin").read_bytes() == b"foreign"
+    foreign = {"post.bin": b"foreign", "flat.png": b"foreign", "maps/wood grain.png": WOOD}
+    (out / "maps").mkdir()
+    for name, content in foreign.items():
+        (out / name).write_bytes(content)
+
+    def uris(scene, name, root, **options):
+        new = written(export(scene, out / name, root, **options))
+        return [item["uri"] for item in (*new["buffers"], *new.get("images", ())) if "uri" in item]
+
+    images = ["maps/wood%20grain.png", "flat.001.png", "photo_%201_2.jpg"]
+    for _ in range(2):
+        assert uris(scene, "all.glb", "/world", args={"embed_images": False}) == images
+    assert uris(scene, "post.gltf", "/world/post") == ["post.001.bin", *images[:2]]
+    assert listing(out).items() > foreign.items()
     # What stands beside an older export is its own and goes with it.
-    export(scene, out / "car.gltf", "/world/car")
+    assert uris(scene, "car.gltf", "/world/car")[0] == "car.bin"
     before = listing(out)
-    new = export(scene, out / "car.gltf", "/world/post")
-    assert written(new)["buffers"][0]["uri"] == "car.bin"
+    assert uris(scene, "car.gltf", "/world/post") == ["car.bin", *images[:2]]
     after = listing(out)
     assert after["car.bin"] != before["car.bin"]
     assert after.keys() == before.keys()
@@ -674,8 +638,7 @@ def test_data_of_somebody_else_keep_their_name(scene, tmp_path):
     (out / "car.gltf").rename(out / "other.gltf")
     tied = GltfScene(str(out / "other.gltf"))
     write(out / "car.gltf", {})
-    new = export(tied, out / "car.gltf", "/post", automatic_uv=True)
-    assert written(new)["buffers"][0]["uri"] == "car.001.bin"
+    assert uris(tied, "car.gltf", "/post", automatic_uv=True)[0] == "car.001.bin"
 
 
 @pytest.mark.parametrize("failure", [OSError(28, "No space left on device"), KeyboardInterrupt()])
