@@ -18,6 +18,8 @@ ROOT = Path(__file__).resolve().parent.parent
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 # A comment above a block: it is this file, or shows what is in it.
 FILE = re.compile(r"<!-- (file|shows): (\S+) -->\n\Z")
+# A command in a console block with the output below it.
+SESSION = re.compile(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", re.MULTILINE)
 OPTIONS = doctest.ELLIPSIS | doctest.NORMALIZE_WHITESPACE
 PORT = "8080"
 
@@ -32,43 +34,44 @@ def example(tmp_path, monkeypatch):
     return tmp_path
 
 
+@pytest.fixture
+def commands(capsys):
+    commands = Commands(capsys)
+    yield commands
+    if commands.server:
+        commands.server.terminate()
+        commands.server.communicate()
+
+
+@pytest.mark.usefixtures("no_waiting")
 @pytest.mark.parametrize(
     "name", ["docs/checks.md", "docs/hosts.md", "docs/front-ends.md", "docs/formats.md", "README.md"]
 )
-def test_the_snippets_of_a_document_do_what_it_says(name, example, capsys):
+def test_the_snippets_of_a_document_do_what_it_says(name, example, commands):
     source = (ROOT / name).read_text()
     names = {"__name__": "__main__"}
-    with Commands(capsys) as commands:
-        for block in BLOCK.finditer(source):
-            language, content = block.groups()
-            comment = FILE.search(source[: block.start()])
-            if comment and comment[1] == "file":
-                path = example / comment[2]
-                path.parent.mkdir(exist_ok=True)
-                path.write_text(content)
-            elif comment:
-                (path,) = example.glob(comment[2])
-                compare(path.name, content, path.read_text())
-            elif language == "console":
-                for command, expected in sessions(content):
-                    compare(command, expected, commands.run(command))
-            elif language == "sh":
-                for command in re.findall(r"^heron .*", content, re.MULTILINE):
-                    commands.run(command)
-            elif language == "json":
-                json.loads("{" + content + "}" if not content.startswith("{") else content)
-            elif language == "pycon":
-                run_examples(commands.here(content), names)
-            else:
-                assert language == "python", f"a block that no test reads:\n{content}"
-                exec(compile(commands.here(content), name, "exec"), names)
-
-
-def sessions(content):
-    """The commands of a console block with the output below each."""
-    for part in re.split(r"^\$ ", content, flags=re.MULTILINE)[1:]:
-        command, _, expected = part.partition("\n")
-        yield command, expected
+    for block in BLOCK.finditer(source):
+        language, content = block.groups()
+        comment = FILE.search(source[: block.start()])
+        if comment and comment[1] == "file":
+            (example / comment[2]).parent.mkdir(exist_ok=True)
+            (example / comment[2]).write_text(content)
+        elif comment:
+            (path,) = example.glob(comment[2])
+            compare(path.name, content, path.read_text())
+        elif language == "console":
+            for command, expected in SESSION.findall(content):
+                compare(command, expected, commands.run(command))
+        elif language == "sh":
+            for command in re.findall(r"^heron .*", content, re.MULTILINE):
+                commands.run(command)
+        elif language == "json":
+            json.loads("{" + content + "}" if not content.startswith("{") else content)
+        elif language == "pycon":
+            run_examples(commands.here(content), names)
+        else:
+            assert language == "python", f"a block that no test reads:\n{content}"
+            exec(compile(commands.here(content), name, "exec"), names)
 
 
 def run_examples(content, names):
@@ -86,14 +89,6 @@ class Commands:
     def __init__(self, capsys):
         self.capsys, self.port, self.server = capsys, PORT, None
 
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *exception):
-        if self.server:
-            self.server.terminate()
-            self.server.communicate()
-
     def here(self, text):
         return text.replace(PORT, self.port)
 
@@ -110,8 +105,8 @@ class Commands:
 
     def serve(self, arguments):
         assert arguments[0] == "serve"
-        command = [sys.executable, "-c", f"import sys; sys.path = {sys.path}; import heron.__main__ as m; "
-                   "sys.exit(m.main())", *arguments, "--port", "0"]  # fmt: skip
+        code = f"import sys; sys.path = {sys.path}; import heron.__main__ as m; sys.exit(m.main())"
+        command = [sys.executable, "-c", code, *arguments, "--port", "0"]
         self.server = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         url = self.server.stdout.readline()
         self.port = re.search(r":(\d+)/", url)[1]
