@@ -2,19 +2,19 @@
 
 import json
 import os
-import subprocess
 import sys
 from pathlib import Path
 from textwrap import dedent
 
 import pytest
+from commands import STREET, STREET_PROJECT, run_module
 from gltf_files import document, nodes_of, project, rule, write
 from junitparser import JUnitXml
 
 import core
-from heron.cli import main
 
-EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
+pytestmark = pytest.mark.usefixtures("no_waiting")
+
 TREE = {"cars": {"car_a": {"car_a_body": {}, "car_a_lid": {}}, "car_b": {"car_b_body": {}}, "Odd": {}}}
 RULES = [rule("ghost", "^cars$", ["transform"]), rule("car", "^<car:car_[a-z]>$"),
          rule("body", "^<car>_body$"), rule("lid", "^<car>_lid$", limits=(0, 1))]  # fmt: skip
@@ -22,8 +22,6 @@ SHAPE = {"ghost": {"car": {"body": {}, "lid": {}}}}
 
 # A studio's checks. They look at the scene through the host, as real ones do.
 STUDIO = """
-    import sys
-
     import core
     from heron.hosts.gltf import current_scene
 
@@ -37,7 +35,6 @@ STUDIO = """
 
     class Scale(Base):
         class_id, short_name, long_name = "t.scale", "Scale", "Scale"
-        description = "No object is scaled."
 
         def check(self, path, parameters):
             if "scale" in current_scene().node(path):
@@ -64,7 +61,6 @@ STUDIO = """
 
         def check(self, path, parameters):
             if len(path.rpartition("/")[2]) > parameters.most.value:
-                self.result.append(f"longer than {parameters.most.value}")
                 raise core.Error.ValidationError
 
 
@@ -73,7 +69,7 @@ STUDIO = """
 
         @staticmethod
         def parameters():
-            block = core.Parameters.Block(core.Parameters.IntRange("most", value=8))
+            block = Length.parameters()
             block.as_info = True
             return block
 
@@ -86,60 +82,55 @@ STUDIO = """
             raise ValueError("boom at " + path)
 
 
-    class Exits(Base):
-        class_id = short_name = long_name = "t.exits"
-
-        def check(self, path, parameters):
-            sys.exit(0)
-
-
-    class Whole(Base):
-        class_id = short_name = long_name = "t.whole"
-        category = "scene"
-        scene_oriented = True
-
-        def check(self, path, parameters):
-            if not path.endswith(".gltf"):
-                raise ValueError(path)
+    class Whole(Broken):
+        class_id, category, scene_oriented = "t.whole", "scene", True
 """
+
+MID = "from core import Check, Parameters\nclass Mid(Check.Base):\n    pass\n"
 
 
 @pytest.fixture
-def heron(tmp_path, capsys):
-    """Runs a command with a home and the checks of a test; gives status, output, errors."""
-    studio = tmp_path / "studio"
-    studio.mkdir()
-    (studio / "studio.py").write_text(dedent(STUDIO))
-    scene(tmp_path, TREE)
+def heron(command, tmp_path, monkeypatch):
+    """Runs a command where a scene, a home and the checks of a test are; gives status, output, errors."""
+    monkeypatch.chdir(tmp_path)
+    Path("studio").mkdir()
+    Path("studio/studio.py").write_text(dedent(STUDIO))
+    scene(TREE)
 
-    def run(command, *arguments):
-        paths = [str(tmp_path / "scene.gltf")] if command == "validate" else []
-        directories = [] if "--checks" in arguments else ["--checks", str(studio)]
-        status = main([command, *paths, *arguments, *directories, "--home", str(tmp_path / "home")])
-        captured = capsys.readouterr()
-        return status, captured.out, captured.err
+    def run(name, *arguments):
+        paths = ["scene.gltf"] if name == "validate" else []
+        directories = [] if "--checks" in arguments else ["--checks", "studio"]
+        return command(name, *paths, *arguments, *directories, "--home", "home")
 
     return run
 
 
-def scene(directory, tree, scaled=()):
+@pytest.fixture
+def validate(heron):
+    """Validates; gives what the report in JSON says, as {path: {check id: status left}}."""
+
+    def run(*arguments):
+        return results(heron("validate", *arguments, "--format", "json")[1])
+
+    return run
+
+
+def scene(tree, scaled=()):
     nodes = nodes_of(tree)
     for node in nodes:
         if node["name"] in scaled:
             node["scale"] = [2, 2, 2]
-    return write(directory / "scene.gltf", document(nodes))
+    return write(Path("scene.gltf"), document(nodes))
 
 
-def rules(directory, **checklists):
-    """A project whose rules have these checklists: check ids, or ids with states of their parameters."""
+def rules(**checklists):
+    """A project whose rules have these checklists: check ids with states of their parameters."""
     for one in RULES:
-        states = checklists.get(one["name"], {})
-        states = states if isinstance(states, dict) else dict.fromkeys(states)
         one["checklist"] = {
-            check: {"enabled": True, "parameters": [] if state is None else [{"state": state}]}
-            for check, state in states.items()
+            check: {"enabled": True, "parameters": [{"state": state}]}
+            for check, state in checklists.get(one["name"], {}).items()
         }
-    return write(directory / "rules.json", project(RULES, SHAPE))
+    return write(Path("rules.json"), project(RULES, SHAPE))
 
 
 def results(output):
@@ -151,10 +142,9 @@ def results(output):
 # The example
 
 
-def test_the_example_shows_every_status_and_a_fix(heron, capsys, tmp_path):
-    arguments = ["validate", f"{EXAMPLES}/street.gltf", "--project", f"{EXAMPLES}/street.json", "--fix"]
-    assert main([*arguments, "--home", str(tmp_path)]) == 1
-    output = capsys.readouterr().out
+def test_the_example_shows_every_status_and_a_fix(command, tmp_path):
+    status, output, _ = command("validate", STREET, "--project", STREET_PROJECT, "--fix", "--home", tmp_path)
+    assert status == 1
     findings = [line.strip() for line in output.splitlines() if line.startswith("  ")]
     for expected in (
         "pass   Object Name",
@@ -169,37 +159,29 @@ def test_the_example_shows_every_status_and_a_fix(heron, capsys, tmp_path):
 # What is checked
 
 
-def test_a_selection_is_checked_with_all_below_it(heron, tmp_path):
-    status, output, errors = heron(
-        "validate", "--enable", "t.length", "--select", "/cars/car_a", "--format", "json"
-    )
-    assert (status, errors) == (1, "")
-    assert results(output) == {
+def test_a_selection_is_checked_with_all_below_it(validate):
+    assert validate("--enable", "t.length", "--select", "/cars/car_a") == {
         "/cars/car_a": {"t.length": "pass"},
         "/cars/car_a/car_a_body": {"t.length": "fail"},
         "/cars/car_a/car_a_lid": {"t.length": "fail"},
     }
-    assert len(results(heron("validate", "--enable", "t.length", "--format", "json")[1])) == 7
+    assert len(validate("--enable", "t.length")) == 7
 
 
-def test_without_a_choice_the_settings_choose_or_all_checks_run(heron, tmp_path):
-    everything = results(
-        heron("validate", "--select", "/cars/Odd", "--format", "json", "--enable", "t.whole", "t.scale")[1]
-    )
-    assert everything == {str(tmp_path / "scene.gltf"): {"t.whole": "pass"}, "/cars/Odd": {"t.scale": "pass"}}
-    (tmp_path / "home").mkdir(exist_ok=True)
+def test_without_a_choice_the_settings_choose_or_all_checks_run(validate):
+    everything = validate("--select", "/cars/Odd")
+    assert everything.keys() == {"scene.gltf", "/cars/Odd"}
+    assert "t.whole" in everything["scene.gltf"]
+    assert {"t.scale", "t.length", "t.broken"} < everything["/cars/Odd"].keys()
     state = {"enabled": True, "parameters": [{"state": {"most": {"value": 2}}}]}
-    settings = write(
-        tmp_path / "home" / "settings.json", {"version": 4, "check": {"list": {"t.length": state}}}
-    )
-    before = Path(settings).read_bytes()
-    output = heron("validate", "--select", "/cars/Odd", "--format", "json")[1]
-    assert results(output) == {"/cars/Odd": {"t.length": "fail"}}
-    assert Path(settings).read_bytes() == before
+    settings = Path(write(Path("home/settings.json"), {"version": 4, "check": {"list": {"t.length": state}}}))
+    before = settings.read_bytes()
+    assert validate("--select", "/cars/Odd") == {"/cars/Odd": {"t.length": "fail"}}
+    assert settings.read_bytes() == before
 
 
-def test_a_project_says_what_is_checked(heron, tmp_path):
-    path = rules(tmp_path, car={"t.length": {"most": {"value": 4}}}, body=["t.scale"])
+def test_a_project_says_what_is_checked(heron, validate):
+    path = rules(car={"t.length": {"most": {"value": 4}}}, body={"t.scale": {}})
     status, output, _ = heron("validate", "--project", path, "--enable", "t.advice", "--format", "json")
     report = json.loads(output)
     assert status == 1
@@ -207,77 +189,64 @@ def test_a_project_says_what_is_checked(heron, tmp_path):
     assert results(output)["/cars/car_a/car_a_body"] == {"t.scale": "pass", "t.advice": "info"}
     assert [one["rule"] for one in report["objects"]] == ["car", "body", "lid", "car", "body"]
     assert [one["path"] for one in report["refused"]] == ["/cars/Odd"]
-    assert (
-        heron("validate", "--project", path, "--select", "/cars/car_b/car_b_body", "--format", "json")[
-            1
-        ].count('"path": "/cars/car_b')
-        == 2
-    )
+    selected = validate("--project", path, "--select", "/cars/car_b/car_b_body")
+    assert list(selected) == ["/cars/car_b", "/cars/car_b/car_b_body"]
 
 
-def test_a_scene_without_matches_or_checks_is_no_success(heron, tmp_path):
-    unchecked = heron("validate", "--project", rules(tmp_path))
-    assert (unchecked[0], "nothing checked" in unchecked[1]) == (1, True)
-    scene(tmp_path, {"light": {}})
-    unmatched = heron("validate", "--project", rules(tmp_path, car=["t.scale"]))
-    assert (unmatched[0], "nothing checked" in unmatched[1]) == (1, True)
+def test_a_scene_without_matches_or_checks_is_no_success(heron):
+    for tree, checks in ((TREE, {}), ({"light": {}}, {"car": {"t.scale": {}}})):
+        scene(tree)
+        status, output, _ = heron("validate", "--project", rules(**checks))
+        assert (status, "nothing checked" in output) == (1, True)
 
 
-def test_use_is_recorded(heron, tmp_path):
-    heron("validate", "--project", rules(tmp_path, car=["t.scale"]))
+def test_use_is_recorded(heron):
+    heron("validate", "--project", rules(car={"t.scale": {}}))
     heron("validate", "--enable", "t.scale", "--select", "/cars/Odd")
-    records = json.loads((tmp_path / "home" / "statistics.json").read_text())
+    records = json.loads(Path("home/statistics.json").read_text())
     assert [one["project"] for one in records["validate"]] == ["rules.json", None]
     assert [one["name"] for one in records["checks"]] == ["Scale"] * 3
-    assert not (tmp_path / "home" / "settings.json").exists()
+    assert not Path("home/settings.json").exists()
 
 
 # What is wrong, and what becomes of it
 
 
 def test_the_status_tells_findings_from_information(heron):
-    assert heron("validate", "--enable", "t.scale")[0] == 0
-    assert heron("validate", "--enable", "t.advice")[0] == 0
-    assert heron("validate", "--enable", "t.length")[0] == 1
-    assert heron("validate", "--enable", "t.broken")[0] == 1
+    for check, status in {"t.scale": 0, "t.advice": 0, "t.length": 1, "t.broken": 1}.items():
+        assert heron("validate", "--enable", check)[0] == status
 
 
-def test_an_error_tells_what_went_wrong_and_where(heron):
-    output = heron(
-        "validate", "--enable", "t.broken", "t.length", "--select", "/cars/car_a", "--format", "json"
-    )[1]
-    messages = [
-        check["left"]["message"]
-        for one in json.loads(output)["objects"]
-        for check in one["checks"]
-        if check["id"] == "t.broken"
-    ]
-    assert messages == [f"ValueError: boom at {path}" for path in results(output)]
+def test_an_error_tells_what_went_wrong_and_what_checks_print_stays_out_of_the_report(heron):
+    _, output, errors = heron(
+        "validate", "--enable", "t.broken", "--select", "/cars/car_a", "--format", "json"
+    )
+    messages = {one["path"]: one["checks"][0]["left"]["message"] for one in json.loads(output)["objects"]}
+    assert messages == {path: f"ValueError: boom at {path}" for path in results(output)}
+    assert errors == "on the way\n" * len(messages)
 
 
-def test_stale_parameters_are_an_error_of_the_check(heron, tmp_path):
-    path = rules(tmp_path, car={"t.length": {"gone": {"value": 1}}})
-    status, output, _ = heron("validate", "--project", path)
-    assert (status, "error  Length of names  AttributeError" in output) == (1, True)
+def test_fixes_reach_the_file_with_save_alone(heron):
+    def run(check, *arguments):
+        """Status, report, and whether the file has changed."""
+        before = Path("scene.gltf").read_bytes()
+        status, output, _ = heron("validate", "--enable", check, *arguments)
+        return status, output, Path("scene.gltf").read_bytes() != before
 
-
-def test_fixes_reach_the_file_with_save_alone(heron, tmp_path):
-    path = scene(tmp_path, TREE, ["car_a", "car_b"])
-    before = Path(path).read_bytes()
-    status, output, _ = heron("validate", "--enable", "t.scale", "--fix")
-    assert (status, Path(path).read_bytes()) == (1, before)
+    assert run("t.length", "--fix", "--save")[::2] == (1, False)
+    scene(TREE, ["car_a", "car_b"])
+    status, output, changed = run("t.scale", "--fix")
+    assert (status, changed) == (1, False)
     assert "2 fixed, left: 7 pass" in output
     assert "--save would keep the fixes" in output
-    status, output, _ = heron("validate", "--enable", "t.scale", "--fix", "--save", "--format", "json")
-    assert (status, json.loads(output)["fixed"], json.loads(output)["saved"]) == (0, 2, True)
-    assert heron("validate", "--enable", "t.scale")[0] == 0
-    saved = Path(path).read_bytes()
-    assert heron("validate", "--enable", "t.length", "--fix", "--save")[0] == 1
-    assert Path(path).read_bytes() == saved
+    status, output, changed = run("t.scale", "--fix", "--save", "--format", "json")
+    report = json.loads(output)
+    assert (status, report["fixed"], report["saved"], changed) == (0, 2, True, True)
+    assert run("t.scale")[0] == 0
 
 
-def test_a_fix_that_fails_leaves_the_finding_and_its_reason(heron, tmp_path):
-    scene(tmp_path, {"stubborn": {}, "easy": {}}, ["stubborn", "easy"])
+def test_a_fix_that_fails_leaves_the_finding_and_its_reason(heron):
+    scene({"stubborn": {}, "easy": {}}, ["stubborn", "easy"])
     status, output, _ = heron("validate", "--enable", "t.scale", "--fix", "--save")
     assert status == 1
     assert "fixed  Scale  is scaled" in output
@@ -289,45 +258,22 @@ def test_a_fix_that_fails_leaves_the_finding_and_its_reason(heron, tmp_path):
 # Where it goes
 
 
-def test_a_report_goes_to_a_file_and_a_summary_to_the_terminal(heron, tmp_path):
-    for name in ("text", "json", "junit", "html"):
-        target = tmp_path / f"report.{name}"
-        status, output, _ = heron(
-            "validate", "--enable", "t.length", "--format", name, "--output", str(target)
-        )
+def test_a_report_goes_to_a_file_and_a_summary_to_the_terminal(heron):
+    for kind in ("text", "json", "junit", "html"):
+        report = f"report.{kind}"
+        status, output, _ = heron("validate", "--enable", "t.length", "--format", kind, "--output", report)
         assert (status, output.splitlines()[0].split(" in ")[0]) == (1, "7 objects, 7 checks")
-        assert "car_a_body" in target.read_text()
-    assert JUnitXml.fromfile(str(tmp_path / "report.junit")).failures == 3
-    assert sorted(path.name for path in tmp_path.glob("report*")) == [
-        "report.html", "report.json", "report.junit", "report.text"]  # fmt: skip
+        assert "car_a_body" in Path(report).read_text()
+    assert JUnitXml.fromfile("report.junit").failures == 3
+    assert len(list(Path().glob("report*"))) == 4
 
 
-def test_what_checks_print_stays_out_of_the_report(heron):
-    _, output, errors = heron("validate", "--enable", "t.broken", "--select", "/cars/Odd", "--format", "json")
-    assert (results(output), errors) == ({"/cars/Odd": {"t.broken": "error"}}, "on the way\n")
-
-
-def test_a_progress_bar_shows_on_a_terminal_alone(heron, tmp_path):
-    import pty
-
-    command = [
-        sys.executable,
-        "-m",
-        "heron",
-        "validate",
-        str(tmp_path / "scene.gltf"),
-        "--format",
-        "json",
-        "--enable",
-        "t.scale",
-        "--checks",
-        str(tmp_path / "studio"),
-        "--home",
-        str(tmp_path / "home"),
-    ]
+def test_a_progress_bar_shows_on_a_terminal_alone(heron):
+    pty = pytest.importorskip("pty")
     screen, terminal = pty.openpty()
-    environment = {**os.environ, "PYTHONPATH": os.pathsep.join(sys.path), "TERM": "xterm"}
-    result = subprocess.run(command, stdout=subprocess.PIPE, stderr=terminal, env=environment)
+    paths = ("--checks", "studio", "--home", "home")
+    arguments = ("validate", "scene.gltf", "--enable", "t.scale", "--format", "json", *paths)
+    result = run_module(*arguments, stderr=terminal, TERM="xterm")
     os.close(terminal)
     assert (result.returncode, len(results(result.stdout))) == (0, 7)
     assert b"7/7" in os.read(screen, 100_000)
@@ -345,57 +291,45 @@ def test_a_progress_bar_shows_on_a_terminal_alone(heron, tmp_path):
         (["--checks", "missing"], "missing: no such directory"),
         (["--select", "/cars/car_c"], "no object /cars/car_c; did you mean /cars/car_"),
         (["--project", "missing.json"], "missing.json: No such file"),
+        (["--project", "rules.json"], 'rule "body": no check t.scales; did you mean t.scale'),
         (["--output", "missing/report.html"], "missing/report.html: no such directory"),
         (["--output", "."], "a directory"),
-        (["--enable", "t.exits"], "studio.py, line "),
+        (["--output", "scene.gltf"], "scene.gltf: "),
+        (["--project", "rules.json", "--output", "rules.json"], "rules.json: "),
+        (["--enable", "t.exits"], "exits.py, line "),
     ],
 )
-def test_bad_input_is_told_on_standard_error(heron, tmp_path, monkeypatch, arguments, reason):
-    monkeypatch.chdir(tmp_path)
+def test_bad_input_is_told_on_standard_error_and_changes_no_file(heron, arguments, reason):
+    exits = "class Exits(Mid):\n    class_id = 't.exits'\n    check = lambda *arguments: sys.exit(0)\n"
+    Path("studio/exits.py").write_text(f"import sys\n{MID}{exits}")
+    files = [Path("scene.gltf"), Path(rules(body={"t.scales": {}}))]
+    before = [file.read_bytes() for file in files]
     status, output, errors = heron("validate", *arguments)
-    assert (status, output) == (2, "")
+    assert (status, output, errors.count("\n")) == (2, "", 1)
     assert errors.startswith("heron: ")
     assert reason in errors
-    assert errors.count("\n") == 1
+    assert [file.read_bytes() for file in files] == before
 
 
-def test_a_report_never_replaces_its_scene(heron, tmp_path):
-    path = tmp_path / "scene.gltf"
-    before = path.read_bytes()
-    assert heron("validate", "--output", str(path))[0] == 2
-    assert path.read_bytes() == before
-
-
-def test_a_project_that_asks_for_an_unknown_check_is_refused(heron, tmp_path):
-    status, output, errors = heron("validate", "--project", rules(tmp_path, body=["t.scales"]))
-    assert (status, output) == (2, "")
-    assert 'rule "body": no check t.scales; did you mean t.scale' in errors
-
-
-def test_a_home_that_cannot_be_used_is_told(tmp_path, capsys):
+def test_a_home_that_cannot_be_used_is_told(command, tmp_path):
     (tmp_path / "file").touch()
-    assert main(["checks", "--home", str(tmp_path / "file" / "home")]) == 2
-    assert "Not a directory" in capsys.readouterr().err
     write(tmp_path / "statistics.json", [])
-    assert main(["checks", "--home", str(tmp_path)]) == 2
-    assert "statistics.json: the JSON is not an object" in capsys.readouterr().err
+    for home, reason in ((tmp_path / "file" / "home", "Not a directory"),
+                         (tmp_path, "statistics.json: the JSON is not an object")):  # fmt: skip
+        status, _, errors = command("checks", "--home", home)
+        assert (status, reason in errors) == (2, True)
 
 
 def test_a_place_without_room_for_a_home_hints_at_the_option(tmp_path):
     (tmp_path / Path(core.__file__).name).symlink_to(core.__file__)
     (tmp_path / ".heron").touch()
-    path = os.pathsep.join([str(tmp_path), *sys.path])
-    result = subprocess.run(
-        [sys.executable, "-m", "heron", "checks"],
-        stderr=subprocess.PIPE,
-        env={**os.environ, "PYTHONPATH": path},
-    )
+    result = run_module("checks", PYTHONPATH=os.pathsep.join([str(tmp_path), *sys.path]))
     assert (result.returncode, result.stderr.count(b"\n")) == (2, 1)
     assert b"name a directory with --home DIR" in result.stderr
 
 
-def test_a_scene_that_cannot_be_written_still_gets_its_report(heron, tmp_path, monkeypatch):
-    scene(tmp_path, TREE, ["Odd"])
+def test_a_scene_that_cannot_be_written_still_gets_its_report(heron, monkeypatch):
+    scene(TREE, ["Odd"])
     monkeypatch.setattr(os, "replace", lambda *paths: (_ for _ in ()).throw(OSError("disk full")))
     status, output, errors = heron("validate", "--enable", "t.scale", "--fix", "--save")
     assert (status, "1 fixed" in output, "cannot be written: disk full" in errors) == (2, True, True)
@@ -411,16 +345,10 @@ def test_checks_lists_what_can_be_enabled(heron):
     assert (status, errors, catalogue["denied"], catalogue["warnings"]) == (0, "", [], [])
     assert known["t.whole"]["scene_oriented"] is True
     assert known["t.length"]["category"] == "mesh"
-    assert known["t.length"]["parameters"][0] == {
-        "name": "most",
-        "kind": "IntRange",
-        "label": "",
-        "help": "How long.",
-        "default": {"value": 8},
-        "limits": {"minimum": 1, "maximum": 99, "step": 1, "prefix": "", "units": " letters"},
-        "choices": {},
-    }
-    assert known["t.length"]["parameters"][1]["choices"] == {"low": "Lower case"}
+    most, case = known["t.length"]["parameters"]
+    assert (most["name"], most["kind"], most["help"]) == ("most", "IntRange", "How long.")
+    assert (most["default"], most["limits"]["units"]) == ({"value": 8}, " letters")
+    assert case["choices"] == {"low": "Lower case"}
     output = heron("checks")[1]
     assert "most: whole number from 1 to 99 in steps of 1, letters; default 8" in output
     assert 'case: one of low (Lower case); default "low"' in output
@@ -439,47 +367,36 @@ FAULTS = {
 }
 
 
-def test_classes_that_cannot_be_used_are_told_with_the_reason(heron, tmp_path):
-    source = "from core import Check\nclass Mid(Check.Base):\n    pass\n"
+def test_classes_that_cannot_be_used_are_told_with_the_reason(heron):
+    source = MID
     for number, line in enumerate(FAULTS):
         source += f"class Bad{number}(Mid):\n    class_id = 't.bad{number}'\n    {line}\n"
-    (tmp_path / "studio" / "bad.py").write_text(source)
+    Path("studio/bad.py").write_text(source)
     status, output, _ = heron("checks", "--format", "json")
     denied = {one["name"]: one["reason"] for one in json.loads(output)["denied"]}
     assert (status, len(denied)) == (1, len(FAULTS))
     for number, reason in enumerate(FAULTS.values()):
         assert denied[f"bad.Bad{number}"].startswith(reason)
     assert "could_be_fixed" in heron("checks")[1]
-    assert (
-        't.bad4 cannot be used: "category" is None, not a text' in heron("validate", "--enable", "t.bad4")[2]
-    )
+    reason = 't.bad4 cannot be used: "category" is None, not a text'
+    assert reason in heron("validate", "--enable", "t.bad4")[2]
 
 
-def test_a_class_that_breaks_every_checklist_is_named(heron, tmp_path):
-    source = """
-        import core
-
-
-        class Mid(core.Check.Base):
-            pass
-
-
-        class Breaks(Mid):
-            @staticmethod
-            def parameters():
-                return core.Parameters.Block("no input")
-    """
-    (tmp_path / "studio" / "breaks.py").write_text(dedent(source))
+def test_a_class_that_breaks_every_checklist_is_named(heron):
+    broken = "class Breaks(Mid):\n    parameters = staticmethod(lambda: Parameters.Block('no input'))\n"
+    Path("studio/breaks.py").write_text(MID + broken)
     status, output, errors = heron("checks")
     assert (status, output) == (2, "")
     assert "the parameters of the check class breaks.Breaks cannot be used" in errors
 
 
-def test_a_module_that_cannot_be_imported_costs_a_warning(heron, tmp_path):
-    (tmp_path / "studio" / "lost.py").write_text("import nowhere_to_be_found\n")
-    status, output, _ = heron("checks")
-    assert (status, output.count("Import Failed: lost - ModuleNotFoundError")) == (1, 1)
+def test_a_module_that_cannot_be_imported_costs_a_warning(heron):
+    for source, error in (
+        ("import sys; sys.exit(0)", "SystemExit"),
+        ("import nowhere", "ModuleNotFoundError"),
+    ):
+        Path("studio/lost.py").write_text(source)
+        status, output, _ = heron("checks")
+        assert (status, output.count(f"Import Failed: lost - {error}")) == (1, 1)
     status, _, errors = heron("validate", "--enable", "t.scale")
     assert (status, errors.count("warning: Import Failed: lost")) == (0, 1)
-    (tmp_path / "studio" / "lost.py").write_text("import sys\nsys.exit(0)\n")
-    assert "Import Failed: lost - SystemExit" in heron("checks")[1]
