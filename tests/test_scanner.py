@@ -28,28 +28,26 @@ def paths(engine):
 
 
 def test_a_scan_fills_the_buffer():
-    engine = cars()
+    engine, seen = cars(), {}
     host = engine.host
+    host.before = lambda name, joint=None, *_: (
+        name != "postscript_scan_append" or seen.update({joint.path: joint.data})
+    )
     assert engine.scanner.upload_buffer() is core.Constants.Plugin.Status.Success
     car = ["/car", "/car/car_body", "/car/car_wheel_1", "/car/car_wheel_2"]  # sorted by name
     assert paths(engine) == [car, ["/bus", "/bus/bus_body"]]
     assert host.data == core.Scene._Buffer.encode(engine.buffer.get())
     wheels = ["/car/car_wheel_2", "/car/car_wheel_1"]  # as they were found
     assert host.appended == ["/car/car_body", *wheels, "/car", "/bus/bus_body", "/bus"]
+    # A joint is complete when the host hears of it.
+    assert [len(data["children"]) for data in seen.values()] == [0, 0, 0, 3, 0, 1]
     assert host.selected == [["/car", "/bus"]] and host.removed == engine.events == []
     body = engine.buffer.get()[0].joint.children[0]
     fields = (body.stamp, body.name, body.type, body.icon, body.color)
     assert fields == ("<body>", "car_body", "body", "icon of body", "#123456")
 
 
-def test_a_joint_is_complete_when_the_host_hears_of_it():
-    engine, seen = cars(), {}
-    engine.host.postscript_scan_append = lambda joint: seen.update({joint.path: joint.data})
-    assert engine.scanner.upload_buffer()
-    assert [len(data["children"]) for data in seen.values()] == [0, 0, 0, 3, 0, 1]
-
-
-def test_nothing_selected():
+def test_nothing_selected_and_nothing_found():
     engine = cars()
     host = engine.host
     host.selection = []
@@ -62,19 +60,13 @@ def test_nothing_selected():
     assert host.selected == [] and engine.events == ["empty_scan_selection"]
     assert not engine.scanner.upload_buffer()
     assert host.selected == [["/car", "/bus"]] and len(paths(engine)) == len(host.data) == 2
-
-
-def test_nothing_found():
-    engine = cars()
-    assert engine.scanner.upload_buffer()
-    engine.host.put("/Bus")
+    host.put("/Bus")
     for append, left in ((True, 2), (False, 0)):
-        engine.host.selection = ["/Bus"]
+        host.selection = ["/Bus"]
         del engine.events[:]
         assert not engine.scanner.upload_buffer(append=append)
-        assert engine.events == ["empty_scan_result"] and engine.host.selection == ["/Bus"]
-        assert len(paths(engine)) == len(engine.host.data) == left
-    assert not session(scene({"a": None})).scanner.upload_buffer()
+        assert engine.events == ["empty_scan_result"] and host.selection == ["/Bus"]
+        assert len(paths(engine)) == len(host.data) == left
 
 
 def test_appending():
@@ -93,11 +85,25 @@ def test_appending():
     assert host.removed == []
 
 
+def test_joints_of_a_list_of_scopes_with_the_captures_as_they_stand():
+    engine = cars()
+    engine.virtual.upload(["/car", "/bus"])
+    root, state = engine.hierarchy.pattern.get()[0], engine.hierarchy.search.logic.state
+    state.set({"<n:[a-z]+>": [("car", "/car")]})
+    found = engine.scanner._load(["/car/car_body", "/car/car_wheel_1"], pattern=root.children)
+    assert [(joint.path, joint.type) for joint in found] == [
+        ("/car/car_body", "body"),
+        ("/car/car_wheel_1", "wheel"),
+    ]
+    assert engine.scanner._load(["/bus/bus_body"], pattern=root.children) == []  # it captured otherwise
+    assert engine.scanner._load(["/car/car_body"], pattern=[]) == []
+    assert state.expressions == {"<n:[a-z]+>": {("car", "/car")}}
+
+
 def grouped(types, regex="^grp"):
     wanted = node(rule("ghost", regex, 5, 5, types), node(rule("part", "^p", 1, 9)))
-    host = scene(
-        {"grp_a": {"p1": {}, "p2": {}, "x": {}}, "grp_b:locator": {"p5": {}}, "other": {"p3": {}}, "p4": {}}
-    )
+    groups = {"grp_a": {"p1": {}, "p2": {}, "x": {}}, "grp_b:locator": {"p5": {}}, "other": {"p3": {}}}
+    host = scene({**groups, "p4": {}})
     host.put("/grp_a/p1/deep", "/grp_a/p1")
     del host.children["/grp_a/p1"]  # known by its parent only
     return session(host, wanted)
@@ -131,7 +137,7 @@ def test_ghosts(types, selection, found):
     assert engine.host.appended == [path for group in found for path in [*group[1:], "|"]]
 
 
-def test_a_group_twice_is_one_bucket():
+def test_what_is_listed_again_is_one_bucket():
     wanted = node(rule("ghost", "g", types=["transform"]), node(rule("a")))
     engine = session(scene({"g": {"a": {"b": {}, "c": {}}}}), wanted)
     del engine.host.children["/g/a"]
@@ -139,10 +145,14 @@ def test_a_group_twice_is_one_bucket():
     engine.virtual.upload(["/g"])
     assert engine.scanner._find_scope_roots(["/g"]) == ["/g/a", "/g/a"]
     assert engine.scanner.upload_buffer() and paths(engine) == [["|", "/g/a"]]
+    engine = session(scene({"a": None}), *(node(rule(name, "^a$")) for name in "xyz"))
+    engine.host.selection, engine.host.get_selection_roots = ["/a"], lambda: ["/a"] * 6
+    assert engine.scanner.upload_buffer()
+    assert [bucket.joint.type for bucket in engine.buffer.get()] == ["x", "y", "z"]  # one for each rule
     assert Scanner._choose_name([]) == "" and Scanner._choose_name([Joint(name="x"), Joint()]) == "x"
 
 
-def test_a_reload_keeps_what_the_user_chose():
+def test_a_reload_keeps_what_the_user_chose_and_drops_what_is_gone():
     engine = cars()
     assert engine.scanner.upload_buffer()
     host, (car, bus) = engine.host, engine.buffer.get()
@@ -153,23 +163,13 @@ def test_a_reload_keeps_what_the_user_chose():
     engine.buffer.validate()
     assert engine.scanner.reload_buffer() is None
     assert engine.buffer.get() == [car, bus] and (car.name, car.checked, car.opened) == ("mine", False, False)
-    assert paths(engine) == [
-        ["/car", "/car/car_body", "/car/car_wheel_2"],
-        ["/bus", "/bus/bus_body", "/bus/bus_wheel_1"],
-    ]
+    vehicles = [["/car", "/car/car_body", "/car/car_wheel_2"], ["/bus", "/bus/bus_body", "/bus/bus_wheel_1"]]
+    assert paths(engine) == vehicles
     assert len(host.appended) == 6 and host.removed == [] and host.data == [car.data, bus.data]
-
-
-def test_a_reload_drops_what_is_gone():
-    for name in ("/car", "/grp_a"):
-        engine = cars() if name == "/car" else grouped(["transform"])
-        engine.host.selection = ["/car"] if name == "/car" else ["/grp_a/p1", "/grp_a/p2"]
-        assert engine.scanner.upload_buffer()
-        for path in [path for path in engine.host.objects if path.startswith(name)]:
-            del engine.host.objects[path]
-        engine.buffer.validate()
-        engine.scanner.reload_buffer()
-        assert paths(engine) == engine.host.data == engine.host.removed == []
+    for path in vehicles[0]:
+        del host.objects[path]
+    engine.scanner.reload_buffer()
+    assert paths(engine) == vehicles[1:] and host.removed == [] and host.data == [bus.data]
 
 
 # Hosts and expressions that fail.
@@ -179,44 +179,31 @@ GUARDED = (*SCANNED, "erase_filedata", "postscript_scan_append", "postscript_sca
 
 
 @pytest.mark.parametrize("operation", GUARDED)
-def test_errors_inside_the_scan_are_logged(operation):
+def test_errors_inside_the_scan_are_logged_and_interrupts_pass(operation):
     engine = cars()
     assert engine.scanner.upload_buffer()
-    host = engine.host
+    host, selected = engine.host, list(engine.host.selected)
     host.failures[operation] = error = LookupError("no")
-    selected = list(host.selected)
     with logged() as messages:
         assert engine.scanner.upload_buffer() is False
     assert messages == [error] and messages[0] is error
     assert host.selected == selected and engine.events == []
-    del host.failures[operation]
-    assert engine.scanner.upload_buffer() and paths(engine)[-1][0] == "/bus"
+    for interrupt in (KeyboardInterrupt, SystemExit, GeneratorExit):
+        host.failures = {}
+        assert engine.scanner.upload_buffer() and paths(engine)[-1][0] == "/bus"
+        host.failures[operation] = interrupt()
+        with pytest.raises(interrupt):
+            engine.scanner.upload_buffer()
+        assert gc.isenabled()
 
 
-@pytest.mark.parametrize("interrupt", [KeyboardInterrupt, SystemExit, GeneratorExit])
-@pytest.mark.parametrize("operation", ["get_type", "postscript_scan_append"])
-def test_interrupts_pass(operation, interrupt):
-    engine = cars()
-    engine.host.failures[operation] = interrupt()
-    with pytest.raises(interrupt):
-        engine.scanner.upload_buffer()
-    assert gc.isenabled()
-    engine.host.failures.clear()
-    assert engine.scanner.upload_buffer()
-
-
-@pytest.mark.parametrize("operation", ["get_selection", "select", "embed_filedata"])
-def test_errors_around_the_scan_pass(operation):
-    engine = cars()
-    engine.host.failures[operation] = LookupError("no")
-    with pytest.raises(LookupError):
-        engine.scanner.upload_buffer()
-    assert len(engine.buffer.get()) == (2 if operation == "embed_filedata" else 0)
-
-
-def test_errors_in_a_reload_pass():
-    engine = cars()
-    assert engine.scanner.upload_buffer()
+def test_errors_around_a_scan_and_in_a_reload_pass():
+    for operation in ("get_selection", "select", "embed_filedata"):
+        engine = cars()
+        engine.host.failures[operation] = LookupError("no")
+        with pytest.raises(LookupError):
+            engine.scanner.upload_buffer()
+        assert len(engine.buffer.get()) == (2 if operation == "embed_filedata" else 0)
     for operation in ("object_exists", "postscript_scan_append", "erase_filedata"):
         engine.host.failures = {operation: LookupError("no")}
         with pytest.raises(LookupError):
@@ -225,66 +212,60 @@ def test_errors_in_a_reload_pass():
 
 
 WRONG = {
-    re.error: "( * [ <n:(> (<n:a>",
-    ValueError: "<n:a+><n:a+> <n:a$><n:a$>",
-    OverflowError: "a{99999999999}",
+    re.error: ("(", "*", "[", "<n:(>", "(<n:a>"),
+    ValueError: ("<n:a+><n:a+>", "<n:a$><n:a$>"),
+    OverflowError: ("a{99999999999}",),
 }
 
 
-@pytest.mark.parametrize(
-    ("regex", "error"), [(regex, error) for error in WRONG for regex in WRONG[error].split()]
-)
-def test_wrong_expressions_end_the_scan(regex, error):
-    engine = session(scene({"a": {"aa": {}}}), node(rule("a", "^a$"), node(rule("wrong", regex, 0, 9))))
-    engine.host.selection = ["/a"]
-    with logged() as messages:
-        assert engine.scanner.upload_buffer() is False
-    assert [type(message) for message in messages] == [error]
-    for operation in (engine.hierarchy.is_valid, engine.scanner._load):
-        with pytest.raises(error):
-            operation(["/a"])
-    assert engine.hierarchy.mask(["/a"]) == ["/a"]  # the hierarchy is free again
+def test_wrong_expressions_end_the_scan():
+    for regex, error in [(regex, error) for error in WRONG for regex in WRONG[error]]:
+        engine = session(scene({"a": {"aa": {}}}), node(rule("a", "^a$"), node(rule("wrong", regex, 0, 9))))
+        engine.host.selection = ["/a"]
+        with logged() as messages:
+            assert engine.scanner.upload_buffer() is False
+        assert [type(message) for message in messages] == [error], regex
+        for operation in (engine.hierarchy.is_valid, engine.scanner._load):
+            with pytest.raises(error):
+                operation(["/a"])
+        assert engine.hierarchy.mask(["/a"]) == ["/a"]  # the hierarchy is free again
 
 
-@pytest.mark.parametrize("name", ["", "\ud800", "a\nb", "\n", "é" * 300, "<n>", "#"])
-def test_names_of_any_kind(name):
-    host = scene({"r": None})
-    host.put(f"/r/{name}", "/r")
-    host.name_from_path = core.Scene.Operator.name_from_path
-    engine = session(
-        host, node(rule("r", "^r$"), node(rule("any", r"^<n:[\s\S]*>$")), node(rule("b", "^<n>_", 0, 1)))
-    )
-    host.selection = ["/r"]
-    assert engine.scanner.upload_buffer()
-    assert engine.buffer.get()[0].joint.children[0].name == name
-    captured = {(name, f"/r/{name}")} if name else set()
-    engine.hierarchy.is_valid(["/r"])
-    assert engine.hierarchy.search.logic.state.expressions == {r"<n:[\s\S]*>": captured}
+def test_names_of_any_kind():
+    for name in ("", "\ud800", "a\nb", "\n", "é" * 300, "<n>", "#"):
+        host = scene({"r": None})
+        host.put(f"/r/{name}", "/r")
+        host.name_from_path, host.selection = core.Scene.Operator.name_from_path, ["/r"]
+        below = node(rule("any", r"^<n:[\s\S]*>$")), node(rule("b", "^<n>_", 0, 1))
+        engine = session(host, node(rule("r", "^r$"), *below))
+        assert engine.scanner.upload_buffer()
+        assert engine.buffer.get()[0].joint.children[0].name == name
+        captured = {(name, f"/r/{name}")} if name else set()
+        engine.hierarchy.is_valid(["/r"])
+        assert engine.hierarchy.search.logic.state.expressions == {r"<n:[\s\S]*>": captured}
 
 
 # Hooks that do what they should not.
 
 
-def replace_table(engine):
-    engine.hierarchy.search.logic.state.set_expressions({})
+def state_of(engine):
+    return engine.hierarchy.search.logic.state
 
 
 def replace_table_and_read_it_later(engine):
     if not engine.host.appended:
-        replace_table(engine)
+        state_of(engine).set_expressions({})
     if len(engine.host.appended) == 2:  # in between, an object was captured from
-        assert isinstance(engine.hierarchy.search.logic.state.expressions, dict)
+        assert isinstance(state_of(engine).expressions, dict)
 
 
 @pytest.mark.parametrize(
     "misbehave",
     [
-        replace_table,
+        lambda engine: state_of(engine).set_expressions({}),
         replace_table_and_read_it_later,
-        lambda engine: engine.hierarchy.search.logic.state.set_expressions(
-            {f"<{i}:x>": "" for i in range(99)}
-        ),
-        lambda engine: engine.hierarchy.search.logic.state.expressions.clear(),
+        lambda engine: state_of(engine).set_expressions({f"<{i}:x>": "" for i in range(99)}),
+        lambda engine: state_of(engine).expressions.clear(),
         lambda engine: engine.hierarchy.find_anchors(),
         lambda engine: engine.hierarchy.search.layer(["/r"], engine.hierarchy.pattern.get()),
         lambda engine: engine.hierarchy.search.logic.match("^<n:[a-z]+>", "z", "/z"),
@@ -347,35 +328,28 @@ def test_a_query_inside_a_matching_is_refused():
 # Memory.
 
 
-def touch(engine):
-    """Uses everything that keeps something."""
+def test_a_session_is_collected_as_a_whole():
+    engine = cars()
     assert engine.scanner.upload_buffer()
     engine.buffer.validate()
     engine.scanner.reload_buffer()
     engine.hierarchy.search.layer(["/car"], engine.hierarchy.pattern.get())
-    assert engine.hierarchy.search.logic.state.expressions and engine.hierarchy.search._guess
-
-
-def test_a_session_is_collected_as_a_whole():
-    engine = cars()
-    touch(engine)
-    host = engine.host
-    host.engine = engine  # as a host does that keeps its front-end
-    host.again = engine.scanner.upload_buffer
+    assert state_of(engine).expressions and engine.hierarchy.search._guess  # everything keeps something
+    engine.host.engine = engine  # as a host does that keeps its front-end
+    engine.host.again = engine.scanner.upload_buffer
     parts = ("host", "virtual", "hierarchy", "buffer", "scanner")
     kept = [weakref.ref(getattr(engine, part)) for part in parts]
     kept += [weakref.ref(engine.buffer.get()[0].joint), weakref.ref(engine.hierarchy.pattern.get()[0].rule)]
-    del engine, host
+    del engine
     gc.collect()
     assert [reference() for reference in kept] == [None] * len(kept)
 
 
 def test_memory_stays_flat_over_many_scans():
-    engine = cars(
-        scene({f"c{'ab'[i % 2] * (i + 1)}": {f"c{'ab'[i % 2] * (i + 1)}_body": None} for i in range(40)})
-    )
+    names = [f"c{'ab'[i % 2] * (i + 1)}" for i in range(40)]
+    engine = cars(scene({name: {f"{name}_body": None} for name in names}))
     host = engine.host
-    host.selection = [path for path in host.objects if path.count("/") == 1]
+    host.selection = [f"/{name}" for name in names]
 
     def scan():
         assert engine.scanner.upload_buffer()
