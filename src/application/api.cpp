@@ -18,7 +18,7 @@
 namespace heron {
 
 // The order of construction is fixed: what comes later uses what came before while it is built.
-void Api::init(const py::Object& host_, const py::Object& environment, const py::Object& export_options,
+void Api::init(const Host& host_, const py::Object& environment, const py::Object& export_options,
                const py::Object& checks) {
   const auto self = py::Ref<Api>::of(*this);
   host = host_;
@@ -31,7 +31,7 @@ void Api::init(const py::Object& host_, const py::Object& environment, const py:
   directories->embed(checks);
   const auto classes = py::made<CheckClasses>(directories);
   const auto snapshot = py::made<SceneSnapshot>(host);
-  const auto hierarchy = py::made<Hierarchy>(snapshot, classes);
+  const auto hierarchy = py::made<Hierarchy>(SceneQueries(snapshot), classes);
   const auto buffer = py::made<Buffer>(host, snapshot, hierarchy);
   validator = py::made<Validator>(self, host, classes, hierarchy, buffer);
   exporting = py::made<ExportDriver>(self, host, buffer, export_options);
@@ -41,8 +41,7 @@ void Api::init(const py::Object& host_, const py::Object& environment, const py:
 }
 
 void Api::shutdown() const {
-  static const py::Name kDeleteCallbacks("delete_callbacks");
-  host.call(kDeleteCallbacks);
+  host.delete_callbacks();
   py::Ref<CallBacks>(callbacks)->clear();
 }
 
@@ -57,9 +56,8 @@ py::Object Api::constants() const {
 }
 
 py::Object Api::masks() const {
-  static const py::Name kTypeMapping("type_mapping");
   auto masks = py::Ref<Mask>::make();
-  masks->init(host.attr(kTypeMapping));
+  masks->init(host.type_mapping());
   return masks;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/callbacks.h"
+#include "host/host.h"
 #include "runtime/class.h"
 
 namespace heron {
@@ -8,7 +9,7 @@ namespace heron {
 /// The one object through which a front-end reaches the engine.
 class Api {
  public:
-  void init(const py::Object& host, const py::Object& environment, const py::Object& export_options,
+  void init(const Host& host, const py::Object& environment, const py::Object& export_options,
             const py::Object& checks);
   void shutdown() const;
 
@@ -17,15 +18,16 @@ class Api {
   py::Object masks() const;
   py::Object logger() const;
 
-  py::Object host;
+  Host host;
   py::Ref<CallBacks> callbacks = py::Ref<CallBacks>::make();
   py::Object env, settings, statistics, validator, exporting, project, scene, http;
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&host, &env, &settings, &statistics, &validator, &exporting, &project, &scene, &http}) {
+    for (py::Object* field : {&env, &settings, &statistics, &validator, &exporting, &project, &scene, &http}) {
       visit(*field);
     }
+    visit(host);
     visit(callbacks);
   }
 };

@@ -1,14 +1,12 @@
 #include "application/export_driver.h"
 
-#include "application/directory_dialog.h"
 #include "application/export_path.h"
 #include "export/export_flags.h"
 #include "export/export_options.h"
 #include "files/paths.h"
 #include "foundation/constants.h"
 #include "foundation/logger.h"
-#include "host/operator.h"
-#include "host/selection_scope.h"
+#include "matching/path_text.h"
 #include "runtime/finally.h"
 #include "runtime/modules.h"
 #include "server/statistics_records.h"
@@ -23,7 +21,7 @@ bool is(const py::Object& mode, auto wanted) { return mode.equals(constants::num
 
 }  // namespace
 
-void ExportDriver::init(const py::Object& api_, const py::Object& host_, const py::Object& buffer_,
+void ExportDriver::init(const py::Object& api_, const Host& host_, const py::RefOrNone<Buffer>& buffer_,
                         const py::Object& offered) {
   api = api_;
   host = host_;
@@ -69,9 +67,9 @@ py::Object ExportDriver::get_directory() const {
     const py::Object directory = record.attr(kExport).attr(kDirectory);
     return directory.truth() ? api.attr(kEnv).call(kDecodeUser, directory) : py::Object::none();
   }
-  if (is(mode, ExportMode::kLocal)) return paths::directory(host.call(host::kGetCurrentFile));
+  if (is(mode, ExportMode::kLocal)) return paths::directory(host.current_file());
   if (!is(mode, ExportMode::kChoose)) return py::Object::none();
-  const py::Object chosen = ask_directory(host, settings.attr(kDirectory));
+  const py::Object chosen = host.ask_directory(settings.attr(kDirectory));
   if (!chosen.truth()) return py::Object::none();
   py::Object directory = py::modules::os.call(kFsDecode, chosen);  // the settings take text alone
   settings.set_attr(kDirectory, directory);
@@ -86,11 +84,11 @@ void ExportDriver::perform(const py::Object& planner, const py::Object& director
 }
 
 void ExportDriver::plan_project_queue() const {
-  static const py::Name kGet("get"), kChecked("checked"), kGetRoots("get_roots"), kJoint("joint");
-  for (const py::Object& bucket : py::collect(buffer.call(kGet))) {
+  static const py::Name kChecked("checked"), kJoint("joint");
+  for (const py::Object& bucket : buffer->get().items()) {
     if (!bucket.attr(kChecked).truth()) continue;
     const auto task = py::made<ExportTask>(bucket.attr(kName));
-    const std::vector<py::Object> roots = py::collect(buffer.call(kGetRoots, bucket.attr(kJoint)));
+    const std::vector<py::Object> roots = Buffer::get_roots(bucket.attr(kJoint)).items();
     if (!exist(roots)) continue;
     task->add(py::Iterable(py::tuple(roots)));
     queue->add(task);
@@ -98,8 +96,8 @@ void ExportDriver::plan_project_queue() const {
 }
 
 void ExportDriver::plan_selection_queue() const {
-  for (const py::Object& root : py::collect(host.call(host::kGetSelectionRoots))) {
-    const auto task = py::made<ExportTask>(py::text(name_from_path(py::Utf8(root))));
+  for (const py::Object& root : host.selection_roots().items()) {
+    const auto task = py::made<ExportTask>(py::text(path_text::short_name(py::Utf8(root))));
     task->add(py::Iterable(py::tuple({root})));
     queue->add(task);
   }
@@ -108,7 +106,7 @@ void ExportDriver::plan_selection_queue() const {
 bool ExportDriver::exist(const std::vector<py::Object>& paths) const {
   bool all = true;
   for (const py::Object& path : paths) {
-    if (!host.call(host::kObjectExists, path).truth()) all = false;
+    if (!host.exists(path)) all = false;
   }
   return all;
 }
@@ -129,7 +127,7 @@ void ExportDriver::resolve_queue(const py::Object& directory) {
     }
   };
   writing_ = true;
-  py::finally([&] { with_selection(host, write_all); }, [&] { writing_ = false; });
+  py::finally([&] { host.keep_selection(write_all); }, [&] { writing_ = false; });
   std::vector<py::Object> skipped;
   for (const py::Object& task : tasks) {
     if (!task.call(kIsConfirmed).truth()) skipped.push_back(task.attr(kName));
@@ -150,7 +148,7 @@ void ExportDriver::write(const py::Object& task, const py::Object& exporter, con
         export_path(directory, py::Text(task.attr(kName)), py::Text(type), flags.attr(kVersionControl).truth());
     py::Dict switches;
     for (const py::Name* flag : {&kAutomaticUv, &kTriangulate, &kResetXforms}) switches.set(*flag, flags.attr(*flag));
-    host.attr(kExport).apply(py::tuple({task.attr(kRoots), file, type, values}), switches);
+    host.export_file(task.attr(kRoots), file, type, values, switches);
     task.call(kConfirm);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;

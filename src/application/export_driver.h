@@ -1,13 +1,14 @@
 #pragma once
 
 #include "export/export_queue.h"
+#include "scene/buffer.h"
 
 namespace heron {
 
 /// Writes hierarchies out of the scene through the host, each into a file of its own.
 class ExportDriver {
  public:
-  void init(const py::Object& api_, const py::Object& host_, const py::Object& buffer_, const py::Object& offered);
+  void init(const py::Object& api_, const Host& host_, const py::RefOrNone<Buffer>& buffer_, const py::Object& offered);
 
   void start();
   void project(const py::Object& directory);
@@ -19,12 +20,19 @@ class ExportDriver {
   void plan_selection_queue() const;
   void resolve_queue(const py::Object& directory);
 
-  py::Object api, host, buffer, options, flags;
+  py::Object api;
+  Host host;
+  py::Ref<Buffer> buffer;
+  py::Object options, flags;
   py::Ref<ExportQueue> queue = py::Ref<ExportQueue>::make();
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&api, &host, &buffer, &options, &flags}) visit(*field);
+    visit(api);
+    visit(host);
+    visit(buffer);
+    visit(options);
+    visit(flags);
     visit(queue);
   }
 

@@ -1,15 +1,12 @@
 #include "application/scene_facade.h"
 
-#include "application/directory_dialog.h"
-#include "host/operator.h"
-
 namespace heron {
 namespace {
 const py::Name kCallbacks("callbacks"), kEnv("env"), kProject("project"), kFilename("filename"), kLoad("load");
 }  // namespace
 
-void SceneFacade::init(const py::Object& api_, const py::Object& host_, const py::Object& snapshot,
-                       const py::Ref<Hierarchy>& hierarchy_, const py::Object& buffer_) {
+void SceneFacade::init(const py::Object& api_, const Host& host_, const py::Ref<SceneSnapshot>& snapshot,
+                       const py::Ref<Hierarchy>& hierarchy_, const py::Ref<Buffer>& buffer_) {
   api = api_;
   host = host_;
   hierarchy = hierarchy_;
@@ -22,7 +19,7 @@ void SceneFacade::init(const py::Object& api_, const py::Object& host_, const py
 py::Object SceneFacade::directory_dialog(const py::Object& start) const {
   static const py::Name kDecodeUser("decode_user"), kEncodeUser("encode_user");
   const py::Object env = api.attr(kEnv);
-  const py::Object path = ask_directory(host, env.call(kDecodeUser, start));
+  const py::Object path = host.ask_directory(env.call(kDecodeUser, start));
   return path.truth() ? env.call(kEncodeUser, path) : py::Object::none();
 }
 
@@ -35,15 +32,15 @@ void SceneFacade::load_states() const {
 }
 
 void SceneFacade::link_buffer() const {
-  static const py::Name kRegister("register_scene_opened_callback"), kLoadBuffer("_load_buffer");
+  static const py::Name kLoadBuffer("_load_buffer");
   const py::Object load = py::object_of(*this).attr(kLoadBuffer);
   load();
-  host.call(kRegister, load);
+  host.on_scene_opened(load);
 }
 
 void SceneFacade::load_buffer() const {
   static const py::Name kBufferLoaded("buffer_loaded");
-  buffer.call(kLoad);
+  buffer->load();
   api.attr(kCallbacks).call(kBufferLoaded);
 }
 

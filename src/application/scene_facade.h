@@ -8,8 +8,8 @@ namespace heron {
 /// The front-end's door to the open scene: what matches, what was found, and what looks for it.
 class SceneFacade {
  public:
-  void init(const py::Object& api_, const py::Object& host_, const py::Object& snapshot,
-            const py::Ref<Hierarchy>& hierarchy_, const py::Object& buffer_);
+  void init(const py::Object& api_, const Host& host_, const py::Ref<SceneSnapshot>& snapshot,
+            const py::Ref<Hierarchy>& hierarchy_, const py::Ref<Buffer>& buffer_);
 
   py::Object directory_dialog(const py::Object& start) const;
 
@@ -17,11 +17,19 @@ class SceneFacade {
   void link_buffer() const;
   void load_buffer() const;  ///< What the host calls whenever a scene has been opened.
 
-  py::Object api, host, hierarchy, buffer, scanner;
+  py::Object api;
+  Host host;
+  py::Ref<Hierarchy> hierarchy;
+  py::Ref<Buffer> buffer;
+  py::Ref<Scanner> scanner;
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&api, &host, &hierarchy, &buffer, &scanner}) visit(*field);
+    visit(api);
+    visit(host);
+    visit(hierarchy);
+    visit(buffer);
+    visit(scanner);
   }
 };
 

@@ -3,8 +3,6 @@
 #include "checks/check_result.h"
 #include "foundation/clock.h"
 #include "foundation/constants.h"
-#include "host/operator.h"
-#include "host/selection_scope.h"
 #include "runtime/finally.h"
 #include "runtime/garbage_collector.h"
 #include "server/statistics_records.h"
@@ -15,7 +13,6 @@ namespace {
 const py::Name kSettings("settings"), kStatistics("statistics"), kCheck("check"), kMode("mode"), kPresets("presets");
 const py::Name kConfig("config"), kWorkspace("workspace"), kProject("project"), kGet("get"), kGetJoints("get_joints");
 const py::Name kChecked("checked"), kIsGhost("is_ghost"), kPath("path"), kStamp("stamp"), kIcon("icon");
-const py::Name kPattern("pattern"), kIsVerifiable("is_verifiable"), kGetChecklist("get_checklist");
 const py::Name kClassId("class_id"), kCheckControls("check_controls"), kParameters("parameters"), kResults("results");
 const py::Name kLength("length"), kAdd("add"), kWrite("write");
 
@@ -34,8 +31,8 @@ void Checklists::init(const py::Object& api, const py::Object& classes) {
   editor = py::made<Checklist>(classes, stored.attr(kPresets), py::Object::none());
 }
 
-void Validator::init(const py::Object& api_, const py::Object& host_, const py::Object& classes,
-                     const py::Object& hierarchy_, const py::Object& buffer_) {
+void Validator::init(const py::Object& api_, const Host& host_, const py::Object& classes,
+                     const py::RefOrNone<Hierarchy>& hierarchy_, const py::RefOrNone<Buffer>& buffer_) {
   api = api_;
   host = host_;
   hierarchy = hierarchy_;
@@ -61,7 +58,7 @@ void Validator::plan_and_run() const {
   plan_checks(mode);
   const auto planned = queue;
   if (planned->is_empty()) return;
-  with_selection(host, [&] {
+  host.keep_selection([&] {
     const py::GarbageCollectorEase ease;
     for (const py::Object& task : planned->tasks.items()) run(task);
   });
@@ -98,7 +95,7 @@ void Validator::plan_selection_checks() const {
   add_scene_task(controls_of(workspace, true));
   const py::List controls = controls_of(workspace, false);
   if (controls.empty()) return;
-  for (const py::Object& path : py::collect(host.call(host::kGetSelection))) {
+  for (const py::Object& path : host.selection().items()) {
     queue->add(py::made<CheckTask>(path, controls, py::Object::none(), py::Object::none()));
   }
 }
@@ -125,16 +122,16 @@ void Validator::plan_project_checks() const {
 }
 
 std::vector<Validator::Verifiable> Validator::find_verifiable() const {
-  const py::Object pattern = hierarchy.attr(kPattern);
+  const py::Ref<Pattern> pattern = hierarchy->pattern;
   std::vector<Verifiable> found;
-  for (const py::Object& bucket : py::collect(buffer.call(kGet))) {
+  for (const py::Object& bucket : buffer->get().items()) {
     if (!bucket.attr(kChecked).truth()) continue;
     for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
       if (joint.call(kIsGhost).truth()) continue;  // stands for a group of roots, and is no object
-      if (!host.call(host::kObjectExists, joint.attr(kPath)).truth()) continue;
+      if (!host.exists(joint.attr(kPath))) continue;
       const py::Object stamp = joint.attr(kStamp);
-      if (!pattern.call(kIsVerifiable, stamp).truth()) continue;
-      found.push_back({joint, pattern.call(kGetChecklist, stamp)});
+      if (!pattern->is_verifiable(stamp)) continue;
+      found.push_back({joint, pattern->get_checklist(stamp)});
     }
   }
   return found;
@@ -142,8 +139,7 @@ std::vector<Validator::Verifiable> Validator::find_verifiable() const {
 
 void Validator::add_scene_task(const py::List& controls) const {
   if (controls.empty()) return;
-  queue->add(py::made<CheckTask>(host.call(host::kGetCurrentFile), controls, py::text("The Entire Scene"),
-                                 py::Object::none()));
+  queue->add(py::made<CheckTask>(host.current_file(), controls, py::text("The Entire Scene"), py::Object::none()));
 }
 
 void expose_validator(const py::Scope& api) {

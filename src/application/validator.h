@@ -2,6 +2,7 @@
 
 #include "checks/check_queue.h"
 #include "checks/checklist.h"
+#include "scene/buffer.h"
 
 namespace heron {
 
@@ -23,8 +24,8 @@ class Checklists {
 /// Plans checks for what the mode of the settings says, runs them, and keeps their results until the next run.
 class Validator {
  public:
-  void init(const py::Object& api_, const py::Object& host_, const py::Object& classes, const py::Object& hierarchy_,
-            const py::Object& buffer_);
+  void init(const py::Object& api_, const Host& host_, const py::Object& classes,
+            const py::RefOrNone<Hierarchy>& hierarchy_, const py::RefOrNone<Buffer>& buffer_);
 
   py::Object get_queue() const { return queue; }
   void start();
@@ -33,13 +34,20 @@ class Validator {
   void plan_selection_checks() const;
   void plan_project_checks() const;
 
-  py::Object api, host, hierarchy, buffer;
+  py::Object api;
+  Host host;
+  py::Ref<Hierarchy> hierarchy;
+  py::Ref<Buffer> buffer;
   py::Object checklist;
   py::Ref<CheckQueue> queue = py::Ref<CheckQueue>::make();
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&api, &host, &hierarchy, &buffer, &checklist}) visit(*field);
+    visit(api);
+    visit(host);
+    visit(hierarchy);
+    visit(buffer);
+    visit(checklist);
     visit(queue);
   }
 

@@ -8,7 +8,6 @@
 #include "foundation/logger.h"
 #include "foundation/safe_access.h"
 #include "foundation/text.h"
-#include "host/selection_scope.h"
 #include "parameters/task.h"
 #include "server/statistics_records.h"
 
@@ -66,7 +65,7 @@ py::Object cloned(const py::Object& parameters) {
 }  // namespace
 
 void CheckResult::init(const py::Object& object_path, const py::Object& type, const py::Object& parameters,
-                       const py::Object& records, const py::Object& host, bool single) {
+                       const py::Object& records, const Host& host, bool single) {
   op = host;
   statistics = records;
   make_check(type, parameters, single);
@@ -138,7 +137,7 @@ py::Object CheckResult::finding() const {
 
 void CheckResult::fix_result() {
   static const py::Name kFixResult("fix_result");
-  with_selection(op, [&] {
+  op.keep_selection([&] {
     safe_access::call([&] { return check.call(kFixResult, path, task); });
     run();
   });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/host.h"
 #include "runtime/class.h"
 
 namespace heron {
@@ -10,7 +11,7 @@ namespace heron {
 class CheckResult {
  public:
   void init(const py::Object& object_path, const py::Object& type, const py::Object& task, const py::Object& records,
-            const py::Object& host, bool single);
+            const Host& host, bool single);
 
   py::Object name() const;
   py::Object could_be_fixed() const;
@@ -23,13 +24,15 @@ class CheckResult {
   void select_result() const;
   py::Object result_message() const;
 
-  py::Object op, statistics, check, path, task;
+  Host op;
+  py::Object statistics, check, path, task;
   py::Object status = py::Object::none();
   py::Object never_made;  ///< What kept the check from being made; none if it was.
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&op, &statistics, &check, &path, &task, &status, &never_made}) visit(*field);
+    visit(op);
+    for (py::Object* field : {&statistics, &check, &path, &task, &status, &never_made}) visit(*field);
   }
 
  private:

@@ -1,9 +1,11 @@
 #include "hierarchy/anchor.h"
 
 #include <algorithm>
-#include <exception>
 
+#include "hierarchy/state_edit.h"
 #include "matching/anchor_text.h"
+#include "matching/closeness.h"
+#include "matching/utf8.h"
 
 namespace heron {
 namespace {
@@ -31,7 +33,7 @@ py::Object unpack_anchor(const std::string& expression) {
   return py::tuple({py::text(usage), py::text(value)});
 }
 
-bool same_scope(const std::string& scope, const std::string& path) { return anchor_text::same_scope(scope, path); }
+bool same_scope(const std::string& scope, const std::string& path) { return path_text::same_scope(scope, path); }
 
 std::string merge_begins(const std::string& anchor, const std::string& expr_part, const std::string& expr_source) {
   return anchor_text::trim_end(anchor, expr_part, expr_source);
@@ -46,57 +48,67 @@ py::List get_scope_sorted(const std::string& path, const py::Iterable& array) {
   struct Entry {
     py::Object pair;
     Capture capture;
-    std::size_t shared;
   };
   std::vector<Entry> entries;
   for (const py::Object& pair : py::collect(array)) {
     const std::vector<py::Object> parts = py::collect(pair);
     if (parts.size() != 2) py::raise_value("get_scope_sorted() takes pairs of a text and a path");
-    Capture capture{py::Utf8(parts[0]).str(), py::Utf8(parts[1]).str()};
-    const std::size_t shared = anchor_text::shared_start(capture.scope, path);
-    entries.push_back({pair, std::move(capture), shared});
+    entries.push_back({pair, {py::Utf8(parts[0]).str(), py::Utf8(parts[1]).str()}});
   }
   // A set has an order of its own on each run; the result must not depend on it.
   if (PyAnySet_Check(array.get())) {
     std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return Capture::backwards(a.capture, b.capture); });
+              [](const Entry& a, const Entry& b) { return closeness::precedes(b.capture, a.capture); });
   }
-  std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.shared < b.shared; });
+  closeness::sort(entries, path, [](const Entry& entry) -> std::string_view { return entry.capture.scope; });
   py::List sorted;
-  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) sorted.append(entry->pair);
+  for (const Entry& entry : entries) sorted.append(entry.pair);
   return sorted;
 }
 
 std::size_t count_shared_symbols(const std::string& source, const std::string& target) {
-  const std::size_t shared = anchor_text::shared_start(source, target);
-  return anchor_text::count_characters(std::string_view(source).substr(0, shared));
+  const std::size_t shared = path_text::shared_start(source, target);
+  return utf8::count_characters(std::string_view(source).substr(0, shared));
 }
 
 }  // namespace
 
-Anchor::Session::~Session() noexcept(false) {
-  // While an error is on its way nothing else may be thrown; the map then keeps what it had.
-  if (std::uncaught_exceptions() == 0) anchor_.state->publish();
+/// Runs native work on the state of this anchor, and shows Python the outcome.
+template <class F>
+auto Anchor::edit(F&& work) {
+  const auto self = py::Ref<Anchor>::of(*this);  // the work may run Python code that lets go of the anchor
+  StateEdit edit(*state);
+  auto result = work(logic_);
+  edit.commit();
+  return result;
 }
 
 std::string Anchor::replace_anchors(const std::string& expression, const std::string& path) {
-  return Session(*this)->replace_anchors(expression, path);
+  return edit([&](AnchorLogic& logic) { return logic.replace_anchors(expression, path); });
 }
 
-std::string Anchor::apply_anchors(const std::string& expression) { return Session(*this)->apply_anchors(expression); }
+std::string Anchor::apply_anchors(const std::string& expression) {
+  return edit([&](AnchorLogic& logic) { return logic.apply_anchors(expression); });
+}
 
 bool Anchor::match(const std::string& expression, const std::string& name, const std::string& path) {
-  return Session(*this)->match(expression, name, path);
+  return edit([&](AnchorLogic& logic) { return logic.match(expression, name, path); });
 }
 
 void Anchor::extract_anchors(const std::string& expression, const std::string& name, const std::string& path) {
-  const Session logic(*this);
-  logic->record(logic->captures(expression, name), path);
+  edit([&](AnchorLogic& logic) {
+    logic.record(logic.captures(expression, name), path);
+    return true;
+  });
 }
 
-bool Anchor::has_anchor(const std::string& expression) { return Session(*this)->has_anchor(expression); }
+bool Anchor::has_anchor(const std::string& expression) {
+  return edit([&](AnchorLogic& logic) { return logic.has_anchor(expression); });
+}
 
-bool Anchor::has_sub_anchor(const std::string& expression) { return Session(*this)->has_sub_anchor(expression); }
+bool Anchor::has_sub_anchor(const std::string& expression) {
+  return edit([&](AnchorLogic& logic) { return logic.has_sub_anchor(expression); });
+}
 
 void expose_anchor(const py::Scope& hierarchy) {
   const py::Scope anchor =

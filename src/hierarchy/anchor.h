@@ -19,23 +19,8 @@ class Anchor {
 
   py::Object get_state() const { return state; }
 
-  /// For a caller that keeps the state in step with Python itself.
+  /// For work within a `StateEdit` of the state.
   AnchorLogic& logic() { return logic_; }
-
-  /// Native work on the state: what Python added to its map counts before, and the map shows the outcome after.
-  class Session {
-   public:
-    explicit Session(Anchor& anchor) : anchor_(anchor), owner_(py::object_of(anchor)) { anchor.state->native(); }
-    ~Session() noexcept(false);
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-    AnchorLogic& operator*() const { return anchor_.logic_; }
-    AnchorLogic* operator->() const { return &anchor_.logic_; }
-
-   private:
-    Anchor& anchor_;
-    py::Object owner_;  // the work may run Python code that lets go of the anchor
-  };
 
   // Offered to the garbage collector to look at but not to drop: the logic works on it.
   const py::Ref<CaptureTable> state = py::Ref<CaptureTable>::make();
@@ -46,6 +31,9 @@ class Anchor {
   }
 
  private:
+  template <class F>
+  auto edit(F&& work);
+
   AnchorLogic logic_{state->content(), shared_matcher()};
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "hierarchy/state_edit.h"
+
 namespace heron {
 namespace {
 
@@ -49,8 +51,8 @@ bool CaptureTable::equals(const py::Object& other) {
 
 py::Object CaptureTable::add(const py::Object& other) {
   if (!py::is_instance<CaptureTable>(other.get())) return py::Object::borrow(Py_NotImplemented);
-  AnchorState sum = native();
-  const AnchorState& right = py::value_of<CaptureTable>(other.get()).native();
+  AnchorState sum = StateEdit(*this).state();
+  const AnchorState right = StateEdit(py::value_of<CaptureTable>(other.get())).state();
   const std::vector<std::vector<Capture>> tables = right.tables(), known = sum.tables();
   auto definitions = std::make_shared<Definitions>(*sum.definitions);
   for (const Definition& definition : *right.definitions) definitions->add(definition.text());
@@ -63,25 +65,30 @@ py::Object CaptureTable::add(const py::Object& other) {
 }
 
 void CaptureTable::apply(const py::Ref<CaptureTable>& clone) {
-  reset(clone->native());
-  make_hash();
+  AnchorState state = StateEdit(*clone).state();
+  StateEdit edit(*this);
+  edit.replace(std::move(state));
+  edit.commit_applied();
 }
 
-py::Ref<CaptureTable> CaptureTable::clone() { return of(native()); }
+py::Ref<CaptureTable> CaptureTable::clone() { return of(StateEdit(*this).state()); }
 
 void CaptureTable::set(const py::Object& expressions) {
   set_expressions(expressions);
   make_hash();
 }
 
-void CaptureTable::set_expressions(const py::Object& structure) { reset(read(structure)); }
-
-void CaptureTable::make_hash() {
-  native();
-  make_native_hash();
+void CaptureTable::set_expressions(const py::Object& structure) {
+  content_ = read(structure);
+  opened_ = py::Object();
 }
 
-void CaptureTable::make_native_hash() {
+void CaptureTable::make_hash() {
+  take_in();
+  store_hash();
+}
+
+void CaptureTable::store_hash() {
   hashed_ = content_;
   hash_.reset();
 }
@@ -93,13 +100,12 @@ py::Dict CaptureTable::expressions() {
 
 void CaptureTable::assign_expressions(const py::Object& structure) {
   const py::Dict map(structure);
-  reset(read(map));
+  content_ = read(map);
   opened_ = map;
 }
 
-AnchorState& CaptureTable::native() {
+void CaptureTable::take_in() {
   if (opened_) content_ = read(opened_);
-  return content_;
 }
 
 void CaptureTable::publish() {
@@ -116,11 +122,6 @@ void CaptureTable::publish() {
       py::checked(PySet_Add(known->get(), capture.get()));
     }
   }
-}
-
-void CaptureTable::reset(AnchorState content) {
-  content_ = std::move(content);
-  opened_ = py::Object();
 }
 
 py::Ref<CaptureTable> CaptureTable::of(AnchorState content) {

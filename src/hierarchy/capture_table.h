@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "matching/captures.h"
+#include "matching/anchor_state.h"
 #include "runtime/class.h"
 
 namespace heron {
@@ -25,19 +25,10 @@ class CaptureTable {
   py::Dict expressions();
   void assign_expressions(const py::Object& structure);
 
-  /// The content for the native operations, with what Python added to the map taken in.
-  AnchorState& native();
-  /// The content as it stands, for those who keep it at hand; `native` brings it up to date.
+  /// What native work reads and changes, within a `StateEdit`. It has one place for the life of the table.
   AnchorState& content() { return content_; }
-  /// Makes the map, if somebody holds it, show what the native operations did.
-  void publish();
-  void reset(AnchorState content);
-  /// Lets go of the map that Python holds, as an assignment of another table does.
-  void detach() { opened_ = py::Object(); }
-  /// Takes the hash of the native content, whatever the map says.
-  void make_native_hash();
 
-  static py::Ref<CaptureTable> of(AnchorState content);  ///< A new state, its hash up to date.
+  static py::Ref<CaptureTable> of(AnchorState content);  ///< A new one, its hash up to date.
 
   template <class V>
   void members(V& visit) {
@@ -45,8 +36,13 @@ class CaptureTable {
   }
 
  private:
+  friend class StateEdit;
+
   static AnchorState read(const py::Object& structure);
   static py::Dict table(const AnchorState& state);
+  void take_in();     ///< Reads the map that Python holds, if it does.
+  void publish();     ///< Makes that map show the content.
+  void store_hash();  ///< Takes the hash of the content, whatever the map says.
 
   AnchorState content_;
   py::Object opened_;                  // the map that Python holds, if it asked for one

@@ -2,11 +2,8 @@
 
 #include <algorithm>
 
-#include "foundation/constants.h"
-#include "foundation/text.h"
 #include "hierarchy/hierarchy_run.h"
 #include "hierarchy/shared_matcher.h"
-#include "host/operator.h"
 
 namespace heron {
 namespace {
@@ -18,15 +15,15 @@ bool is_optional(const py::Iterable& scopes) {
                      [](const py::Object& scope) { return rule_of(scope).call(kIsOptional).truth(); });
 }
 
-bool is_deadlock(const py::Object& response) {
+bool is_deadlock_response(const py::Object& response) {
   static const py::Name kLocation("location"), kScope("scope");
-  return !response.attr(kLocation).attr(fields::kChildren).truth() &&
-         !response.attr(kScope).attr(fields::kChildren).truth();
+  const bool has_children = response.attr(kLocation).attr(fields::kChildren).truth();
+  return is_deadlock(has_children, !response.attr(kScope).attr(fields::kChildren).truth());
 }
 
 }  // namespace
 
-void Hierarchy::init(const py::Object& query_operator, const py::Object& check_classes) {
+void Hierarchy::init(const SceneQueries& query_operator, const py::Object& check_classes) {
   if (running_) py::raise(PyExc_RuntimeError, "_Hierarchy cannot be set up anew while it is matching");
   auto fresh_pattern = py::Ref<Pattern>::make();
   fresh_pattern->init(check_classes);
@@ -47,10 +44,11 @@ py::List Hierarchy::root_scopes(const py::Iterable& roots) const {
     groups.append(group);
     return groups;
   }
+  const GhostPlan plan = plan_ghost(ghost);
   const py::Dict by_parent;
   for (const py::Object& path : paths) {
-    if (!is_ghost_root(ghost, path)) continue;
-    const py::Object parent = query_op.call(host::kGetParent, path);
+    if (!begins_at(plan, path)) continue;
+    const py::Object parent = query_op.parent(path);
     std::optional<py::Object> group = by_parent.find(parent);
     if (!group) {
       group = py::List();
@@ -65,18 +63,23 @@ py::List Hierarchy::root_scopes(const py::Iterable& roots) const {
 bool Hierarchy::ghost_scope_match(const py::Iterable& roots) const {
   const py::Object ghost = py::Ref<Pattern>(pattern)->get_ghost();
   if (ghost.is_none()) return true;
+  const GhostPlan plan = plan_ghost(ghost);
   const std::vector<py::Object> paths = py::collect(roots);
-  return std::all_of(paths.begin(), paths.end(), [&](const py::Object& path) { return is_ghost_root(ghost, path); });
+  return std::all_of(paths.begin(), paths.end(), [&](const py::Object& path) { return begins_at(plan, path); });
 }
 
 bool Hierarchy::is_ghost_root(const py::Object& ghost, const py::Object& path) const {
-  const py::Object parent = query_op.call(host::kGetParent, path);
-  const py::Object rule = rule_of(ghost), types = rule.attr(fields::kTypes);
-  if (!types.truth() || py::holds(types, py::text(constants::kSceneRoot))) return !parent.truth();
-  if (!parent.truth()) return false;
-  const py::Utf8 regex(rule.attr(fields::kRegex)), parent_path(parent);
-  if (!shared_matcher().match(regex, name_from_path(parent_path))) return false;
-  return py::holds(types, to_str(query_op.call(host::kGetType, parent)));
+  return begins_at(plan_ghost(ghost), path);
+}
+
+/// May a hierarchy begin at this object?
+bool Hierarchy::begins_at(const GhostPlan& plan, const py::Object& path) const {
+  const py::Object parent = query_op.parent(path);
+  if (!plan.at_top != parent.truth()) return false;
+  if (plan.at_top) return true;
+  if (!plan.accepts_name(shared_matcher(), py::Utf8(parent))) return false;
+  const py::Object type = query_op.type(parent);
+  return type.is_text() && plan.accepts_type(py::Utf8(type));
 }
 
 py::List Hierarchy::mask(const py::Iterable& roots) {
@@ -100,7 +103,7 @@ bool Hierarchy::match(const py::Iterable& roots, const py::Iterable& scopes) {
 
 void Hierarchy::find_anchors() {
   const py::Ref<Search> held = search;
-  held->logic->state->reset({collect_definitions(py::Ref<Pattern>(pattern)->get()), nullptr});
+  StateEdit(*held->logic->state).replace({collect_definitions(py::Ref<Pattern>(pattern)->get()), nullptr});
 }
 
 void Hierarchy::run_over_rules(const py::Object& function, const py::Iterable& scopes) const {
@@ -151,8 +154,8 @@ void expose_hierarchy(const py::Scope& module) {
           .done();
 
   py::function<&is_optional>(hierarchy, "_is_optional", {"pattern"}, "Are the rules of all these scopes optional?");
-  py::function<&is_deadlock>(hierarchy, "_is_deadlock", {"response"},
-                             "Has neither the object of a response nor its scope any children?");
+  py::function<&is_deadlock_response>(hierarchy, "_is_deadlock", {"response"},
+                                      "Has neither the object of a response nor its scope any children?");
 
   expose_pattern(hierarchy);
   expose_anchor(hierarchy);

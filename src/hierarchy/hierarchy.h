@@ -2,13 +2,14 @@
 
 #include "hierarchy/pattern.h"
 #include "hierarchy/search.h"
+#include "matching/ghost_plan.h"
 
 namespace heron {
 
 /// Compares whole trees of scene objects with the whole pattern.
 class Hierarchy {
  public:
-  void init(const py::Object& query_operator, const py::Object& check_classes);
+  void init(const SceneQueries& query_operator, const py::Object& check_classes);
 
   py::List root_scopes(const py::Iterable& roots) const;
   bool ghost_scope_match(const py::Iterable& roots) const;
@@ -23,7 +24,7 @@ class Hierarchy {
   py::Object get_pattern() const { return pattern; }
   py::Object get_search() const { return search; }
 
-  py::Object query_op;
+  SceneQueries query_op;
   py::Ref<Pattern> pattern = py::Ref<Pattern>::make();
   py::Ref<Search> search = py::Ref<Search>::make();
 
@@ -36,6 +37,9 @@ class Hierarchy {
 
  private:
   friend class HierarchyRun;
+
+  bool begins_at(const GhostPlan& plan, const py::Object& path) const;
+
   bool running_ = false;
 };
 

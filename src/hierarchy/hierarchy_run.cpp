@@ -9,15 +9,25 @@ HierarchyRun::Claim::Claim(Hierarchy& hierarchy) : hierarchy_(py::Ref<Hierarchy>
 
 HierarchyRun::HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPattern> pattern)
     : hierarchy_(py::Ref<Hierarchy>::of(hierarchy)),
-      claim_(hierarchy),
+      claim_(std::in_place, hierarchy),
       search_(hierarchy.search),
       anchor_(search_->logic),
+      edit_(std::in_place, *anchor_->state),
       planned_(std::move(pattern)),
       copy_(snapshot_of(hierarchy.query_op)),
       locations_(hierarchy.query_op),
       runner_(anchor_->logic(), objects(), planned_->plan()) {
-  state().native();
-  if (!planned_->plan().top().scopes.empty()) state().detach();
+  if (!planned_->plan().top().scopes.empty()) edit_->replace();
+}
+
+void HierarchyRun::pause() {
+  edit_.reset();
+  claim_.reset();
+}
+
+void HierarchyRun::resume() {
+  claim_.emplace(*hierarchy_);
+  edit_.emplace(*anchor_->state);
 }
 
 bool HierarchyRun::is_current() const {
@@ -53,7 +63,7 @@ py::Object HierarchyRun::name(ObjectId object) const {
   return copy_ ? copy_->objects[object].name : locations_.location(object).attr(kName);
 }
 
-void HierarchyRun::find_anchors() { state().reset({planned_->plan().definitions, nullptr}); }
+void HierarchyRun::find_anchors() { edit_->replace({planned_->plan().definitions, nullptr}); }
 
 bool HierarchyRun::is_valid(const py::Object& roots) {
   find_anchors();
@@ -63,10 +73,7 @@ bool HierarchyRun::is_valid(const py::Object& roots) {
 }
 
 void HierarchyRun::finish() {
-  if (runner_.search().applied()) {
-    state().detach();
-    state().make_native_hash();
-  }
+  if (runner_.search().applied()) edit_->commit_applied();
   search_->set_backup(runner_.search().backup());
 }
 

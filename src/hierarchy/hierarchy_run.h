@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "hierarchy/hierarchy.h"
+#include "hierarchy/state_edit.h"
 #include "host/scene_snapshot.h"
 #include "matching/runner.h"
 
@@ -23,8 +24,8 @@ class HierarchyRun {
   /// Are the objects still as they were when the run began? Only of our own snapshot that is known.
   bool is_current() const;
   // Between the two the hierarchy may run otherwise; then the captures are to be found anew.
-  void pause() { claim_.reset(); }
-  void resume() { claim_.emplace(*hierarchy_); }
+  void pause();
+  void resume();
 
   /// The objects at these paths that exist, in order.
   std::vector<ObjectId> locate(const py::Object& paths);
@@ -53,12 +54,12 @@ class HierarchyRun {
 
   static std::shared_ptr<SceneCopy> snapshot_of(const py::Object& query);
   Objects& objects() { return copy_ ? static_cast<Objects&>(copy_->snapshot) : locations_; }
-  CaptureTable& state() const { return *anchor_->state; }
 
   const py::Ref<Hierarchy> hierarchy_;
   std::optional<Claim> claim_;
   const py::Ref<Search> search_;
   const py::Ref<Anchor> anchor_;
+  std::optional<StateEdit> edit_;  // of the captures, while the claim lasts
   const std::shared_ptr<const PlannedPattern> planned_;
   const std::shared_ptr<SceneCopy> copy_;  // the snapshot, where that is what the hierarchy asks
   LocationObjects locations_;              // any other query object

@@ -3,6 +3,7 @@
 #include <deque>
 #include <optional>
 
+#include "host/scene_queries.h"
 #include "matching/objects.h"
 #include "runtime/class.h"
 
@@ -11,10 +12,12 @@ namespace heron {
 /// Objects as any query object describes them: whatever offers `get_locations` serves.
 class LocationObjects : public Objects {
  public:
-  explicit LocationObjects(py::Object query) : query_(std::move(query)) {}
+  explicit LocationObjects(SceneQueries queries) : queries_(std::move(queries)) {}
 
   /// The objects at these paths that exist, in order.
   std::vector<ObjectId> locate(const py::Object& paths);
+  /// The object that a description is of.
+  ObjectId add(const py::Object& location);
 
   const ObjectView& view(ObjectId object) const override { return entries_[object].view; }
   void children(ObjectId object, std::vector<ObjectId>& into) override { into = locate(entries_[object].children); }
@@ -23,7 +26,7 @@ class LocationObjects : public Objects {
 
   template <class V>
   void members(V& visit) {
-    visit(query_);
+    visit(queries_);
     for (Entry& entry : entries_) {
       visit(entry.location);
       visit(entry.children);
@@ -38,7 +41,7 @@ class LocationObjects : public Objects {
     ObjectView view;
   };
 
-  py::Object query_;
+  SceneQueries queries_;
   std::deque<Entry> entries_;  // the views point into the entries' texts
 };
 

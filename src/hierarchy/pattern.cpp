@@ -6,6 +6,7 @@
 #include "checks/checklist.h"
 #include "foundation/constants.h"
 #include "foundation/text.h"
+#include "hierarchy/planned_pattern.h"
 #include "hierarchy/sorter.h"
 #include "runtime/modules.h"
 
@@ -89,9 +90,7 @@ py::Object PatternRule::get_range() const {
   return Interval::of(range.attr(fields::kMinimum), range.attr(fields::kMaximum));
 }
 
-bool PatternRule::is_optional() const {
-  return clamped(range.attr(fields::kMinimum)) <= 0 && clamped(range.attr(fields::kMaximum)) >= 0;
-}
+bool PatternRule::is_optional() const { return plan_range(range).optional(); }
 
 bool PatternRule::equals(const py::Object& other) const {
   if (!py::is_instance<PatternRule>(other.get())) return false;
@@ -166,16 +165,6 @@ py::Object rule_of(const py::Object& scope) {
     py::raise(PyExc_AttributeError, "a node of the pattern has no rule: its stamp is not in the list of rules");
   }
   return rule;
-}
-
-long long clamped(const py::Object& number) {
-  const py::Object integer = py::Object::steal(PyNumber_Index(number.get()));
-  int overflow = 0;
-  const long long value = PyLong_AsLongLongAndOverflow(integer.get(), &overflow);
-  if (overflow != 0)
-    return overflow > 0 ? std::numeric_limits<long long>::max() : std::numeric_limits<long long>::min();
-  if (value == -1 && PyErr_Occurred() != nullptr) throw py::Error();
-  return value;
 }
 
 void expose_pattern(const py::Scope& hierarchy) {

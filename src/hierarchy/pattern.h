@@ -79,9 +79,6 @@ inline const py::Name kCheckConfig("check_config");
 /// The rule of a scope; AttributeError with the reason for a scope that lacks one.
 py::Object rule_of(const py::Object& scope);
 
-/// An integer of any size as the nearest one that counts objects.
-long long clamped(const py::Object& number);
-
 void expose_pattern(const py::Scope& hierarchy);
 
 }  // namespace heron

@@ -1,10 +1,24 @@
 #include "hierarchy/planned_pattern.h"
 
+#include <limits>
+
+#include "foundation/constants.h"
 #include "hierarchy/pattern.h"
 #include "matching/anchor_text.h"
 
 namespace heron {
 namespace {
+
+/// An integer of any size as the nearest one that counts objects.
+long long clamped(const py::Object& number) {
+  const py::Object integer = py::Object::steal(PyNumber_Index(number.get()));
+  int overflow = 0;
+  const long long value = PyLong_AsLongLongAndOverflow(integer.get(), &overflow);
+  if (overflow != 0)
+    return overflow > 0 ? std::numeric_limits<long long>::max() : std::numeric_limits<long long>::min();
+  if (value == -1 && PyErr_Occurred() != nullptr) throw py::Error();
+  return value;
+}
 
 std::vector<std::string> type_texts(const py::Object& types) {
   std::vector<std::string> texts;
@@ -25,6 +39,25 @@ void collect(const py::Object& scopes, Definitions& definitions) {
 }
 
 }  // namespace
+
+RulePlan plan_fit(const py::Object& rule) {
+  RulePlan planned;
+  planned.regex = py::Utf8(rule.attr(fields::kRegex)).str();
+  const py::Object types = rule.attr(fields::kTypes);
+  planned.any_type = !types.truth();
+  if (!planned.any_type) planned.types = type_texts(types);
+  return planned;
+}
+
+CountRange plan_range(const py::Object& range) {
+  return {clamped(range.attr(fields::kMinimum)), clamped(range.attr(fields::kMaximum))};
+}
+
+GhostPlan plan_ghost(const py::Object& ghost) {
+  GhostPlan planned{plan_fit(rule_of(ghost)), false};
+  planned.at_top = planned.rule.any_type || planned.accepts_type(constants::kSceneRoot);
+  return planned;
+}
 
 std::shared_ptr<const Definitions> collect_definitions(const py::Object& scopes) {
   auto definitions = std::make_shared<Definitions>();
@@ -59,15 +92,9 @@ const LayerPlan* PlannedPattern::add_layer(const py::Object& scopes, bool whole)
 const RulePlan* PlannedPattern::add_rule(const py::Object& rule) {
   const RulePlan*& known = planned_[rule.get()];
   if (known != nullptr) return known;
-  RulePlan planned;
+  RulePlan planned = plan_fit(rule);
   planned.number = plan_.rules.size();
-  planned.regex = py::Utf8(rule.attr(fields::kRegex)).str();
-  const py::Object types = rule.attr(fields::kTypes);
-  planned.any_type = !types.truth();
-  if (!planned.any_type) planned.types = type_texts(types);
-  const py::Object range = rule.attr(fields::kRange);
-  planned.minimum = clamped(range.attr(fields::kMinimum));
-  planned.maximum = clamped(range.attr(fields::kMaximum));
+  planned.range = plan_range(rule.attr(fields::kRange));
   rules_.push_back(rule);
   known = &plan_.rules.emplace_back(std::move(planned));
   return known;

@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 
+#include "matching/ghost_plan.h"
 #include "matching/plan.h"
 #include "runtime/class.h"
 
@@ -34,6 +35,13 @@ class PlannedPattern {
   std::vector<py::Object> scopes_, rules_;
   std::unordered_map<PyObject*, const RulePlan*> planned_;  // nodes of a pattern share their rules
 };
+
+/// What a rule asks of one object: its expression and its types.
+RulePlan plan_fit(const py::Object& rule);
+/// How many objects a rule's range, `minimum` to `maximum`, allows.
+CountRange plan_range(const py::Object& range);
+/// Where hierarchies may begin, as a ghost scope says.
+GhostPlan plan_ghost(const py::Object& ghost);
 
 /// The definitions in the rules of a list of scopes and of all below them, parents before children.
 std::shared_ptr<const Definitions> collect_definitions(const py::Object& scopes);

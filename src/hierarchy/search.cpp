@@ -1,6 +1,7 @@
 #include "hierarchy/search.h"
 
 #include "hierarchy/pattern.h"
+#include "hierarchy/state_edit.h"
 
 namespace heron {
 
@@ -15,7 +16,7 @@ Search::Run::Run(Search& owner, const py::Object& roots, const py::Object& scope
   search.load(shelf, planned.plan().top(), exact);
 }
 
-void Search::init(const py::Object& query_operator) { operator_ = query_operator; }
+void Search::init(const SceneQueries& query_operator) { operator_ = query_operator; }
 
 py::Ref<Result> Search::layer(const py::Iterable& roots, const py::Iterable& layer_scopes, bool layer_exact) {
   load_variables(roots, layer_scopes, layer_exact);
@@ -45,21 +46,22 @@ void Search::make_guess() {
     ~Guessing() { flag = false; }
     bool& flag;
   } guessing(run->guessing);
-  CaptureTable& state = *logic->state;
-  run->search.set_backup(backup_->native());
-  state.native();
-  if (!run->planned.plan().top().scopes.empty()) state.detach();
+  StateEdit edit(*logic->state);
+  run->search.set_backup(StateEdit(*backup_).state());
+  if (!run->planned.plan().top().scopes.empty()) edit.replace();
   run->search.make_guess();
-  if (run->search.applied()) state.make_native_hash();
+  if (run->search.applied()) edit.commit_applied();
 }
 
 bool Search::scope_match(const py::Object& location, const py::Object& scope) {
-  static const py::Name kName("name"), kPath("path"), kType("type");
-  const py::Object rule = rule_of(scope), types = rule.attr(fields::kTypes);
-  if (types.truth() && py::checked(PySequence_Contains(types.get(), location.attr(kType).get())) == 0) return false;
-  const py::Utf8 regex(rule.attr(fields::kRegex)), name(location.attr(kName)), path(location.attr(kPath));
-  if (!Anchor::Session(*logic)->match(regex, name, path)) return false;
-  return scope.attr(fields::kChildren).truth() || !location.attr(fields::kChildren).truth();
+  const RulePlan rule = plan_fit(rule_of(scope));
+  const ScopePlan planned{&rule, nullptr, !scope.attr(fields::kChildren).truth(), 0, 0};
+  LocationObjects objects(operator_);
+  RuleBook rules(logic->logic(), objects);
+  StateEdit edit(*logic->state);
+  const bool matches = LayerSearch(logic->logic(), objects, rules).scope_match(objects.add(location), planned);
+  edit.commit();
+  return matches;
 }
 
 bool Search::wrong_guess() { return current()->search.wrong_guess(); }

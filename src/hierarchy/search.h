@@ -44,7 +44,7 @@ class Result {
 /// The search of a layer as Python sees it: any query object, any scopes, step by step. The work is LayerSearch's.
 class Search {
  public:
-  void init(const py::Object& query_operator);
+  void init(const SceneQueries& query_operator);
 
   py::Ref<Result> layer(const py::Iterable& roots, const py::Iterable& scopes, bool exact);
   void load_variables(const py::Iterable& roots, const py::Iterable& scopes, bool exact);
@@ -62,7 +62,7 @@ class Search {
   void set_backup(const AnchorState& state) { backup_ = CaptureTable::of(state); }
   py::Object get_logic() const { return logic; }
 
-  py::Object operator_;
+  SceneQueries operator_;
   // Offered to the garbage collector to look at but not to drop: the runs work on it.
   const py::Ref<Anchor> logic = py::Ref<Anchor>::make();
   py::Object scopes = py::List();

@@ -1,7 +1,5 @@
 #include "host/ancestors.h"
 
-#include "host/operator.h"
-
 namespace heron {
 namespace {
 
@@ -12,7 +10,7 @@ namespace {
 }  // namespace
 
 bool Ancestors::climb() {
-  const py::Object parent = host_.call(host::kGetParent, path_);
+  const py::Object parent = host_.parent(path_);
   if (!parent.truth()) return false;
   if (parent.equals(mark_)) raise_circle();
   path_ = parent;
@@ -34,7 +32,7 @@ py::Object TopAncestors::of(const py::Object& path) {
     }
     tops_.set(top, tops_);
     way.push_back(top);
-    const py::Object parent = host_.call(host::kGetParent, top);
+    const py::Object parent = host_.parent(top);
     if (!parent.truth()) break;
     top = parent;
   }

@@ -1,20 +1,20 @@
 #pragma once
 
-#include "runtime/class.h"
+#include "host/host.h"
 
 namespace heron {
 
 /// The way from an object of the host to the top of its scene. RecursionError if the way never ends.
 class Ancestors {
  public:
-  Ancestors(const py::Object& host, py::Object path) : host_(host), path_(std::move(path)) {}
+  Ancestors(const Host& host, py::Object path) : host_(host), path_(std::move(path)) {}
 
   /// Climbs to the parent; false at the top.
   bool climb();
   const py::Object& path() const { return path_; }
 
  private:
-  const py::Object& host_;
+  const Host& host_;
   py::Object path_;
   // A way in a circle comes back to where it was after one, two, four, eight ... steps.
   py::Object mark_ = path_;
@@ -24,13 +24,13 @@ class Ancestors {
 /// The top-most ancestors of many objects. No part of a way is gone twice.
 class TopAncestors {
  public:
-  explicit TopAncestors(py::Object host) : host_(std::move(host)) {}
+  explicit TopAncestors(Host host) : host_(std::move(host)) {}
 
   /// The object itself if it has no parent. RecursionError for an object that is its own ancestor.
   py::Object of(const py::Object& path);
 
  private:
-  const py::Object host_;
+  const Host host_;
   py::Dict tops_;  // by path; the table itself on the way that is being gone
 };
 

@@ -1,6 +1,7 @@
 #include "host/operator.h"
 
 #include "foundation/abstract.h"
+#include "matching/path_text.h"
 
 namespace heron {
 namespace {
@@ -9,7 +10,7 @@ using py::Object;
 
 py::Object short_name(const py::Text& path) {
   const py::Utf8 bytes(path);
-  return py::text(name_from_path(bytes));
+  return py::text(path_text::short_name(bytes));
 }
 
 }  // namespace
@@ -47,11 +48,6 @@ void Operator::embed_filedata(const Object&) const { not_implemented("embed_file
 void Operator::erase_filedata() const { not_implemented("erase_filedata"); }
 void Operator::postscript_scan_append(const Object&) const { not_implemented("postscript_scan_append"); }
 void Operator::postscript_scan_remove(const Object&) const { not_implemented("postscript_scan_remove"); }
-
-std::string_view name_from_path(std::string_view path) {
-  const std::size_t separator = path.find_last_of("|/");
-  return separator == std::string_view::npos ? path : path.substr(separator + 1);
-}
 
 void expose_operator(const py::Scope& scene) {
   using py::Parameter;

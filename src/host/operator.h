@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 #include "host/type_mapping.h"
 #include "runtime/class.h"
 
@@ -51,21 +49,6 @@ class Operator : public QueryOp {
     visit(mapping);
   }
 };
-
-/// The short name of an object: what stands behind the last "|" or "/" of its path.
-std::string_view name_from_path(std::string_view path);
-
-/// The operations of a host, by the names under which the engine calls them.
-namespace host {
-inline const py::Name kObjectExists("object_exists"), kGetType("get_type"), kGetParent("get_parent");
-inline const py::Name kGetChildren("get_children"), kNameFromPath("name_from_path");
-inline const py::Name kGetSelection("get_selection"), kGetSelectionRoots("get_selection_roots"), kSelect("select");
-inline const py::Name kGetCurrentFile("get_current_file"), kDirectoryDialog("directory_dialog");
-inline const py::Name kQueryFiledata("query_filedata"), kEmbedFiledata("embed_filedata");
-inline const py::Name kEraseFiledata("erase_filedata");
-inline const py::Name kPostscriptScanAppend("postscript_scan_append");
-inline const py::Name kPostscriptScanRemove("postscript_scan_remove");
-}  // namespace host
 
 void expose_operator(const py::Scope& scene);
 

@@ -7,7 +7,7 @@ namespace {
 /// the host is asked in the same order as by a recursion.
 class Upload {
  public:
-  Upload(const py::Object& host, SceneCopy& copy) : host_(host), copy_(copy) { ++copy_.uploads; }
+  Upload(const Host& host, SceneCopy& copy) : host_(host), copy_(copy) { ++copy_.uploads; }
   ~Upload() { --copy_.uploads; }
   Upload(const Upload&) = delete;
   Upload& operator=(const Upload&) = delete;
@@ -41,7 +41,10 @@ class Upload {
     std::vector<ObjectId> ids;
     if (parent) {
       ids.reserve(children.size());
-      for (const py::Object& child : children) ids.push_back(mention(child));
+      for (const py::Object& child : children) {
+        if (!child.is_text()) SceneQueries::refuse_child(child);
+        ids.push_back(mention(child));
+      }
       copy_.snapshot.set_children(*parent, ids);
     }
     levels_.push_back({parent, std::move(children), std::move(ids)});
@@ -53,15 +56,15 @@ class Upload {
     if (progress_[id] == Progress::kBegun) {
       py::raise(PyExc_RecursionError, "upload() found an object below itself: " + py::Utf8(path).str());
     }
-    const bool exists = host_.call(host::kObjectExists, path).truth();
+    const bool exists = host_.exists(path);
     copy_.snapshot.set_exists(id, exists);
     if (!std::exchange(copy_.objects[id].visited, true)) copy_.visited.push_back(id);
     progress_[id] = Progress::kDone;
     if (!exists) return;
     describe(id, path);
     // Not a reference into `copy_`: the host may upload again while it is asked.
-    const py::Object children = host_.call(host::kGetChildren, path);
-    if (!children.truth()) {
+    const py::Object children = host_.children(path);
+    if (!children) {
       copy_.objects[id].children = py::Object();
       copy_.objects[id].answered = true;
       copy_.snapshot.set_children(id, {});
@@ -73,12 +76,12 @@ class Upload {
   }
 
   void describe(ObjectId id, const py::Object& path) {
-    const py::Object name = host_.call(host::kNameFromPath, path);
+    const py::Text name = host_.name(path);
     copy_.objects[id].name = name;
-    const py::Object type = host_.call(host::kGetType, path);
+    const py::Object type = host_.type(path);
     copy_.objects[id].type = type;
-    copy_.objects[id].parent = host_.call(host::kGetParent, path);
-    const py::Utf8 name_bytes{py::Text(name)};
+    copy_.objects[id].parent = host_.parent(path);
+    const py::Utf8 name_bytes(name);
     if (type.is_text()) {
       copy_.snapshot.describe(id, name_bytes, py::Utf8(type).view());
     } else {
@@ -93,7 +96,7 @@ class Upload {
     return id;
   }
 
-  const py::Object host_;
+  const Host host_;
   SceneCopy& copy_;
   std::vector<Progress> progress_;  // by number
   std::vector<Level> levels_;
@@ -136,7 +139,7 @@ void SceneSnapshot::upload(const py::Iterable& roots, bool clear) {
     copy_ = std::make_shared<SceneCopy>(*copy_);  // a run reads the old one
   }
   const std::shared_ptr<SceneCopy> copy = copy_;
-  Upload(operator_, *copy).run(roots);
+  Upload(host, *copy).run(roots);
 }
 
 std::optional<ObjectId> SceneSnapshot::find(const SceneCopy& copy, const char* operation, const py::Object& path) {
@@ -243,7 +246,7 @@ void expose_scene_snapshot(const py::Scope& scene) {
           .accessor<&SceneSnapshot::type_table>("_type", "By path: the type.")
           .accessor<&SceneSnapshot::parent_table>("_parent", "By path: the parent's path.")
           .accessor<&SceneSnapshot::children_table>("_children", "By path: the list of the children's paths.")
-          .readonly<&SceneSnapshot::operator_>("_operator", "The host.")
+          .readonly<&SceneSnapshot::host>("_operator", "The host.")
           .done();
 
   py::Class<Location>(virtual_scope, "_Location",

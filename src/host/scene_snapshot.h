@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/host.h"
 #include "host/operator.h"
 #include "matching/snapshot.h"
 
@@ -51,7 +52,7 @@ struct SceneCopy {
 /// The engine's snapshot of a part of the scene. Reading it never calls the host.
 class SceneSnapshot : public QueryOp {
  public:
-  void init(const py::Object& host) { operator_ = host; }
+  void init(const Host& host_) { host = host_; }
 
   void offload();
   void upload(const py::Iterable& roots, bool clear);
@@ -70,11 +71,11 @@ class SceneSnapshot : public QueryOp {
   py::Dict parent_table() const;
   py::Dict children_table() const;
 
-  py::Object operator_;
+  Host host;
 
   template <class V>
   void members(V& visit) {
-    visit(operator_);
+    visit(host);
     for (SceneCopy::Object& object : copy_->objects) {
       visit(object.path);
       visit(object.name);

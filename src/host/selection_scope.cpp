@@ -6,10 +6,10 @@ namespace heron {
 namespace {
 
 /// An operation of a scope; its class must have it, as `with` wants it.
-py::Object special(const py::Object& scope, const py::Name& name) {
+py::Object special(const py::Object& scope, const char* operation, const py::Name& name) {
   const py::Object type = py::Object::borrow(reinterpret_cast<PyObject*>(Py_TYPE(scope.get())));
   if (PyObject_HasAttr(type.get(), name.get()) == 0) {
-    py::raise_type("selection_manager() must give a scope to enter, not " + scope.type_name());
+    py::raise_type("`" + std::string(operation) + "` gave " + scope.type_name() + ", a context manager is expected");
   }
   return scope.attr(name);
 }
@@ -24,10 +24,9 @@ bool swallows(const py::Object& leave, const py::Error& error) {
 
 }  // namespace
 
-void with_selection(const py::Object& op, const std::function<void()>& work) {
-  static const py::Name kSelectionManager("selection_manager"), kEnter("__enter__"), kExit("__exit__");
-  const py::Object scope = op.call(kSelectionManager);
-  const py::Object enter = special(scope, kEnter), leave = special(scope, kExit);
+void run_in_scope(const py::Object& scope, const char* operation, const std::function<void()>& work) {
+  static const py::Name kEnter("__enter__"), kExit("__exit__");
+  const py::Object enter = special(scope, operation, kEnter), leave = special(scope, operation, kExit);
   enter();
   std::optional<py::Error> raised;
   try {

@@ -6,10 +6,10 @@
 
 namespace heron {
 
-/// Runs `work` inside the scope that the operator's `selection_manager()` gives, as a `with` statement does: the scope
-/// is told of an exception, also of an interrupt or exit, and a true answer swallows it.
+/// Runs `work` inside a scope that a host gave to keep the selection, as a `with` statement does: the scope is told of
+/// an exception, also of an interrupt or exit, and a true answer swallows it.
 ///
-/// TypeError, before anything runs, if what the operator gives is no such scope.
-void with_selection(const py::Object& op, const std::function<void()>& work);
+/// operation: what gave the scope. TypeError, before anything runs, if it is none.
+void run_in_scope(const py::Object& scope, const char* operation, const std::function<void()>& work);
 
 }  // namespace heron

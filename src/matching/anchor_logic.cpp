@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "matching/anchor_text.h"
+#include "matching/closeness.h"
 
 namespace heron {
 namespace {
@@ -12,10 +13,9 @@ bool stands_in(std::string_view piece, std::string_view text) { return text.find
 /// The same replacement where captured texts bring the usage back, and so leave work for the next capture.
 std::string replace_in_turn(std::string expression, std::string_view usage, std::vector<Capture> captures,
                             std::string_view path) {
-  std::sort(captures.begin(), captures.end(), Capture::backwards);
-  sort_by_closeness(captures, path);
+  closeness::sort_set(captures, path);
   for (const Capture& capture : captures) {
-    if (capture.text.empty() || !anchor_text::same_scope(capture.scope, path)) continue;
+    if (capture.text.empty() || !path_text::same_scope(capture.scope, path)) continue;
     expression = anchor_text::replace_all(expression, usage, capture.text);
   }
   return expression;

@@ -4,9 +4,9 @@
 #include <string_view>
 #include <vector>
 
+#include "matching/anchor_state.h"
 #include "matching/anchored_expression.h"
 #include "matching/capture_index.h"
-#include "matching/captures.h"
 #include "matching/name_matcher.h"
 
 namespace heron {

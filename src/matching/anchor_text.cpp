@@ -3,12 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "matching/utf8.h"
-
 namespace heron::anchor_text {
 namespace {
-
-bool is_separator(char c) { return c == '/' || c == '|' || c == '\\'; }
 
 // The runtime's own words for an unpacking that fails.
 [[noreturn]] void wrong_number_of_pieces(std::size_t pieces) {
@@ -72,42 +68,6 @@ std::pair<std::string_view, std::string_view> split_at(std::string_view text, st
   const std::string_view after = text.substr(first + at.size());
   if (after.find(at) != std::string_view::npos) wrong_number_of_pieces(3);
   return {text.substr(0, first), after};
-}
-
-std::size_t shared_start(std::string_view a, std::string_view b) {
-  const auto limit = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size()));
-  auto shared = static_cast<std::size_t>(std::mismatch(a.begin(), a.begin() + limit, b.begin()).first - a.begin());
-  const auto inside = [&](std::string_view text) { return shared < text.size() && utf8::continues(text[shared]); };
-  while (shared > 0 && (inside(a) || inside(b))) --shared;
-  return shared;
-}
-
-std::size_t count_characters(std::string_view text) {
-  return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), utf8::continues));
-}
-
-std::string_view Parents::next() {
-  const auto begin = std::find_if_not(rest_.begin(), rest_.end(), is_separator);
-  const auto end = std::find_if(begin, rest_.end(), is_separator);
-  const auto after = std::find_if_not(end, rest_.end(), is_separator);
-  if (after == rest_.end()) return {};  // the object's own name
-  const std::string_view name(begin, end);
-  rest_ = {after, rest_.end()};
-  return name;
-}
-
-std::string_view directory(std::string_view path) {
-  while (!path.empty() && is_separator(path.back())) path.remove_suffix(1);
-  while (!path.empty() && !is_separator(path.back())) path.remove_suffix(1);
-  return path;
-}
-
-bool same_scope(std::string_view scope, std::string_view path) {
-  Parents theirs(scope), ours(path);
-  for (std::string_view name = theirs.next(); !name.empty(); name = theirs.next()) {
-    if (name != ours.next()) return false;
-  }
-  return true;
 }
 
 }  // namespace heron::anchor_text

@@ -38,26 +38,4 @@ std::string replace_all(std::string_view text, std::string_view from, std::strin
 /// The pieces before and after the only occurrence of `at`; std::invalid_argument unless it stands there once.
 std::pair<std::string_view, std::string_view> split_at(std::string_view text, std::string_view at);
 
-/// The number of bytes of the longest common start of two texts that ends between characters.
-std::size_t shared_start(std::string_view a, std::string_view b);
-
-/// The number of characters in a text.
-std::size_t count_characters(std::string_view text);
-
-/// Takes the names of a path's parents off it, from the top. The three separators "\", "|" and "/" are alike.
-class Parents {
- public:
-  explicit Parents(std::string_view path) : rest_(path) {}
-  std::string_view next();  ///< Empty after the last one.
-
- private:
-  std::string_view rest_;
-};
-
-/// The part of a path before its last name: paths that agree in it have the same parents.
-std::string_view directory(std::string_view path);
-
-/// Is what was captured at `scope` visible from `path`: are the parents of the one the first parents of the other?
-bool same_scope(std::string_view scope, std::string_view path);
-
 }  // namespace heron::anchor_text

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "matching/captures.h"
+#include "matching/definitions.h"
 
 namespace heron {
 

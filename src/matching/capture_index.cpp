@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <iterator>
 
-#include "matching/anchor_text.h"
+#include "matching/path_text.h"
 
 namespace heron {
 
 const CaptureIndex::Way& CaptureIndex::find_way(std::string_view path, bool make) {
-  const std::string_view directory = anchor_text::directory(path);
+  const std::string_view directory = path_text::directory(path);
   if (!way_.folders.empty() && way_.directory == directory && (way_.complete || !make)) return way_;
   way_.directory = directory;
   way_.folders.assign(1, kTop);
   way_.complete = true;
-  anchor_text::Parents parents(path);
+  path_text::Parents parents(path);
   for (std::string_view name = parents.next(); !name.empty(); name = parents.next()) {
     auto step = folders_.find(StepView{way_.folders.back(), name});
     if (step == folders_.end()) {
@@ -79,9 +79,9 @@ const Capture* CaptureIndex::closest(std::size_t key, std::string_view path) {
     const Shelf& shelf = found->second;
     const auto next = shelf.lower_bound(path);
     std::size_t shared = 0;
-    if (next != shelf.end()) shared = anchor_text::shared_start((*next)->scope, path);
+    if (next != shelf.end()) shared = path_text::shared_start((*next)->scope, path);
     if (next != shelf.begin()) {
-      shared = std::max(shared, anchor_text::shared_start((*std::prev(next))->scope, path));
+      shared = std::max(shared, path_text::shared_start((*std::prev(next))->scope, path));
     }
     consider(*shelf.lower_bound(path.substr(0, shared)), shared);
   };

@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "matching/captures.h"
+#include "matching/closeness.h"
 
 namespace heron {
 
@@ -26,8 +26,7 @@ class CaptureIndex {
   bool extend(const CaptureChain& link);
 
   /// The visible capture that shares the longest start with `path`, counted in characters; none if none is visible.
-  /// Among equals the first path, then the first text: the same on every run, and an object's own ancestor comes
-  /// before others whose paths only begin like it.
+  /// Among equals the first, see `closeness::precedes`.
   const Capture* closest(std::size_t key, std::string_view path);
 
  private:
@@ -56,12 +55,9 @@ class CaptureIndex {
       return a.from == b.from && a.name == b.name;
     }
   };
-  struct Order {  // by path, then by text
+  struct Order {  // in which a path can be looked for, too
     using is_transparent = void;
-    bool operator()(const Capture* a, const Capture* b) const {
-      const int order = a->scope.compare(b->scope);
-      return order != 0 ? order < 0 : a->text < b->text;
-    }
+    bool operator()(const Capture* a, const Capture* b) const { return closeness::precedes(*a, *b); }
     bool operator()(const Capture* a, std::string_view path) const { return a->scope < path; }
   };
   using Shelf = std::set<const Capture*, Order>;

@@ -28,7 +28,7 @@ void LayerSearch::make_guess() {
   for (std::size_t i = 0; i < layer_->scopes.size(); ++i) {
     const ScopePlan& scope = layer_->scopes[i];
     take_matching(scope, i, shared);
-    if (static_cast<long long>(taken_.size()) < scope.rule->minimum) {
+    if (static_cast<long long>(taken_.size()) < scope.rule->range.minimum) {
       reset_state();
       return;
     }
@@ -46,7 +46,7 @@ void LayerSearch::take_matching(const ScopePlan& scope, std::size_t index, Ancho
   const auto visit = [&](LayerShelf::Position position) {
     if (scope_match(shelf_->object(position), scope)) {
       // One too many is tested all the same; what it captured goes when `shared` comes back.
-      if (static_cast<long long>(taken_.size()) >= scope.rule->maximum) return Wish::kStop;
+      if (static_cast<long long>(taken_.size()) >= scope.rule->range.maximum) return Wish::kStop;
       taken_.push_back(position);
       shared = logic_.state();  // holds all of `shared` and what came since: a state only grows within a scope
       return Wish::kStay;
@@ -68,7 +68,7 @@ bool LayerSearch::scope_match(ObjectId object, const ScopePlan& scope) {
 
 bool LayerSearch::wrong_guess() const {
   for (const ScopePlan& scope : layer_->scopes) {
-    if (!scope.rule->allows(count(scope.slot))) return true;
+    if (!scope.rule->range.allows(count(scope.slot))) return true;
   }
   return exact_ && !shelf_->all_taken();
 }

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "matching/captures.h"
+#include "matching/definitions.h"
 
 namespace heron {
 
@@ -15,19 +15,25 @@ namespace heron {
 
 struct LayerPlan;
 
-/// One rule: what an object must look like, and how many of them one layer must hold.
-struct RulePlan {
-  std::string regex;
-  std::vector<std::string> types;  ///< Allowed object types.
-  bool any_type = true;
+/// How many objects of one layer must match a rule.
+struct CountRange {
   long long minimum = 1, maximum = 1;  ///< Both inclusive.
-  std::size_t number = 0;              ///< Position in the plan.
 
   bool allows(std::size_t count) const {
     const auto found = static_cast<long long>(count);
     return minimum <= found && found <= maximum;
   }
   bool optional() const { return allows(0); }
+};
+
+/// One rule: what an object must look like, and how many of them one layer must hold.
+struct RulePlan {
+  std::string regex;
+  std::vector<std::string> types;  ///< Allowed object types.
+  bool any_type = true;
+  CountRange range;
+  std::size_t number = 0;  ///< Position in the plan.
+
   bool accepts_type(std::string_view type) const {
     if (any_type) return true;
     return type.data() != nullptr && std::find(types.begin(), types.end(), type) != types.end();
@@ -43,13 +49,17 @@ struct ScopePlan {
   std::size_t number;  ///< Position in the plan.
 };
 
+/// Is there nothing below an object and nothing wanted below it? Then there is nothing to compare.
+constexpr bool is_deadlock(bool has_children, bool leaf) { return !has_children && leaf; }
+
 /// The scopes that one list of sibling objects is compared with.
 struct LayerPlan {
   std::vector<ScopePlan> scopes;
 
   /// May the layer stay without any object?
   bool optional() const {
-    return std::all_of(scopes.begin(), scopes.end(), [](const ScopePlan& scope) { return scope.rule->optional(); });
+    return std::all_of(scopes.begin(), scopes.end(),
+                       [](const ScopePlan& scope) { return scope.rule->range.optional(); });
   }
 };
 

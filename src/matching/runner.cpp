@@ -16,7 +16,7 @@ bool Runner::walk(const std::vector<ObjectId>& objects, const LayerPlan& top, bo
       continue;
     }
     const Pairing pairing = tree_.nodes[position].pairing;
-    if (is_deadlock(pairing)) continue;
+    if (is_deadlock(objects_.view(pairing.object).has_children, pairing.scope->leaf)) continue;
     const std::size_t below = tree_.layers.size();
     objects_.children(pairing.object, children_);
     if (!enter(children_, *pairing.scope->children, strict)) return false;

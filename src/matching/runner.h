@@ -47,11 +47,6 @@ class Runner {
   /// What the pattern's top layer takes of a shelf, without any captures before.
   const std::vector<Pairing>& mask(LayerShelf& shelf);
 
-  /// Is there nothing below the object and nothing wanted below it?
-  bool is_deadlock(const Pairing& pairing) const {
-    return !objects_.view(pairing.object).has_children && pairing.scope->leaf;
-  }
-
   const LayerSearch& search() const { return search_; }
   Objects& objects() { return objects_; }
   const PatternPlan& plan() const { return plan_; }

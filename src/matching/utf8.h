@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -15,6 +16,11 @@ inline std::size_t next(std::string_view text, std::size_t at) {
   do ++at;
   while (at < text.size() && continues(text[at]));
   return at;
+}
+
+/// The number of characters in a text.
+inline std::size_t count_characters(std::string_view text) {
+  return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continues));
 }
 
 }  // namespace heron::utf8

@@ -117,6 +117,15 @@ struct From<Ref<T>> {
   static std::string wanted() { return "a " + label(TypeOf<T>::type); }
 };
 
+template <class T>
+struct From<RefOrNone<T>> {
+  static bool fits(PyObject* object) { return object == Py_None || is_instance<T>(object); }
+  static RefOrNone<T> from(PyObject* object) {
+    return object == Py_None ? RefOrNone<T>() : RefOrNone<T>(Ref<T>(Object::borrow(object)));
+  }
+  static std::string wanted() { return label(TypeOf<T>::type) + " or None"; }
+};
+
 // C++ to Python.
 
 inline Object to_python(const Object& object) { return object ? object : Object::none(); }

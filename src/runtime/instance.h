@@ -88,6 +88,14 @@ class Ref : public Object {
   }
 };
 
+/// The same as an argument, where None may stand for a part that is not needed.
+template <class T>
+class RefOrNone : public Ref<T> {
+ public:
+  RefOrNone() = default;
+  RefOrNone(const Ref<T>& part) : Ref<T>(part) {}  // NOLINT(google-explicit-constructor): a part always is one
+};
+
 /// A new instance of one of our classes, its constructor called with these arguments.
 template <class T, class... A>
 Ref<T> made(const A&... arguments) {

@@ -24,25 +24,10 @@ py::Object replaced(const py::Object& text, const py::Object& source, const py::
   return to_str(text.call(kReplace, source, target));
 }
 
-/// Asks a matcher about one group of roots after the other; ours reads its pattern once for all of them.
-class Validity {
- public:
-  explicit Validity(const py::Object& hierarchy) : hierarchy_(hierarchy) {}
-  bool operator()(const py::Object& roots) {
-    const bool ours = Py_TYPE(hierarchy_.or_none()) == py::TypeOf<Hierarchy>::type;  // a subclass may answer otherwise
-    if (ours && !run_) run_.emplace(py::value_of<Hierarchy>(hierarchy_.get()));
-    static const py::Name kIsValid("is_valid");
-    return run_ ? run_->is_valid(roots) : hierarchy_.call(kIsValid, roots).truth();
-  }
-
- private:
-  const py::Object hierarchy_;
-  std::optional<HierarchyRun> run_;
-};
-
 }  // namespace
 
-void Buffer::init(const py::Object& host_, const py::Object& snapshot_, const py::Object& hierarchy_) {
+void Buffer::init(const Host& host_, const py::RefOrNone<SceneSnapshot>& snapshot_,
+                  const py::RefOrNone<Hierarchy>& hierarchy_) {
   buckets.renew();
   incompatibles.clear();
   host = host_;
@@ -89,19 +74,18 @@ py::List Buffer::get_path_groups() const {
 
 void Buffer::load() {
   const py::GarbageCollectorPause pause;
-  set(decode(py::Iterable(host.call(host::kQueryFiledata))));
+  set(decode(host.query_filedata()));
 }
 
 void Buffer::update() const {
   const py::List data = encode(py::Iterable(list()));
-  host.call(host::kEraseFiledata);
-  host.call(host::kEmbedFiledata, data);
+  host.erase_filedata();
+  host.embed_filedata(data);
 }
 
 void Buffer::erase() {
-  static const py::Name kOffload("offload");
-  host.call(host::kEraseFiledata);
-  snapshot.call(kOffload);
+  host.erase_filedata();
+  snapshot->offload();
   drop(get());
   incompatibles.clear();
 }
@@ -163,7 +147,7 @@ void Buffer::drop(const py::Iterable& array) {
     for (const py::Object& bucket : leaving) {
       remove(bucket);
       for (const py::Object& joint : py::collect(bucket.call(kGetJoints))) {
-        host.call(host::kPostscriptScanRemove, joint);
+        host.scan_removed(joint);
       }
     }
   };
@@ -181,16 +165,16 @@ void Buffer::sort(const py::Object& root) const {
 }
 
 void Buffer::validate() const {
-  static const py::Name kUpload("upload");
   const py::GarbageCollectorPause pause;
   incompatibles.clear();
   const std::vector<py::Object> groups = get_path_groups().items();
   py::List scene_roots;
   for (const py::Object& group : groups) scene_roots.extend(group);
-  snapshot.call(kUpload, scene_roots);
-  Validity is_valid(hierarchy);
+  snapshot->upload(scene_roots, true);
+  if (groups.empty()) return;
+  HierarchyRun run(*hierarchy);  // which reads the pattern once for all groups
   for (const py::Object& group : groups) {
-    if (!is_valid(group)) incompatibles.extend(group);
+    if (!run.is_valid(group)) incompatibles.extend(group);
   }
 }
 

@@ -10,7 +10,7 @@ namespace heron {
 /// The hierarchies found in the scene, kept in the scene file.
 class Buffer {
  public:
-  void init(const py::Object& host, const py::Object& snapshot, const py::Object& hierarchy);
+  void init(const Host& host, const py::RefOrNone<SceneSnapshot>& snapshot, const py::RefOrNone<Hierarchy>& hierarchy);
 
   // The list.
   bool contains(const py::Object& bucket) const;
@@ -50,7 +50,9 @@ class Buffer {
 
   BucketList buckets;
   py::List incompatibles;
-  py::Object host, snapshot, hierarchy;
+  Host host;
+  py::Ref<SceneSnapshot> snapshot;
+  py::Ref<Hierarchy> hierarchy;
 
   template <class V>
   void members(V& visit) {

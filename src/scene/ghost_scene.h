@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hierarchy/hierarchy.h"
 #include "host/ancestors.h"
 #include "host/scene_snapshot.h"
 
@@ -11,7 +12,7 @@ namespace heron {
 /// Thousands of groups below one object of the scene would else take as many copies of the whole scene.
 class GhostScene {
  public:
-  GhostScene(const py::Object& host, const py::Object& snapshot, const py::Object& hierarchy)
+  GhostScene(const Host& host, const py::Ref<SceneSnapshot>& snapshot, const py::Ref<Hierarchy>& hierarchy)
       : host_(host), snapshot_(snapshot), hierarchy_(hierarchy), tops_(host) {}
 
   /// True for a joint that is no ghost.
@@ -19,13 +20,13 @@ class GhostScene {
 
  private:
   void upload(const py::List& scene_roots);
-  /// What our own snapshot holds; nothing for another one, which may take it from anywhere.
-  std::shared_ptr<const void> content() const;
 
-  const py::Object host_, snapshot_, hierarchy_;
+  const Host host_;
+  const py::Ref<SceneSnapshot> snapshot_;
+  const py::Ref<Hierarchy> hierarchy_;
   TopAncestors tops_;
-  py::Object uploaded_;                  // the different ones of the last roots
-  std::shared_ptr<const void> content_;  // held, so that whatever else is uploaded is told from it
+  py::Object uploaded_;                       // the different ones of the last roots
+  std::shared_ptr<const SceneCopy> content_;  // held, so that whatever else is uploaded is told from it
 };
 
 }  // namespace heron

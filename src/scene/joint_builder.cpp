@@ -2,7 +2,6 @@
 
 #include "foundation/constants.h"
 #include "foundation/text.h"
-#include "host/operator.h"
 #include "scene/joint.h"
 
 namespace heron {
@@ -45,7 +44,7 @@ py::List JointBuilder::under_ghost(const py::List& joints) const {
   ghost->init(py::text(""), joints.at(0).attr(kName), py::text("|"), *type, joints, py::text("Ghost"),
               py::text("none"));
   ghosts.append(ghost);
-  host_.call(host::kPostscriptScanAppend, ghost);
+  host_.scan_appended(ghost);
   return ghosts;
 }
 
@@ -66,7 +65,7 @@ py::Object JointBuilder::joint(const Pairing& pairing, const py::Object& childre
   auto joint = py::Ref<DataJoint>::make();
   joint->init(common.stamp, run_.name(pairing.object), run_.path(pairing.object), common.type, children, common.icon,
               common.color);
-  host_.call(host::kPostscriptScanAppend, joint);
+  host_.scan_appended(joint);
   return joint;
 }
 

@@ -9,7 +9,7 @@ namespace heron {
 /// Builds the joints of what a run matches, and tells the host of each.
 class JointBuilder {
  public:
-  JointBuilder(HierarchyRun& run, const py::Object& host) : run_(run), host_(host) {}
+  JointBuilder(HierarchyRun& run, const Host& host) : run_(run), host_(host) {}
 
   /// The joints of what was matched. A joint is complete, its children first, when the host hears of it.
   py::List build(const MatchTree& tree);
@@ -25,7 +25,7 @@ class JointBuilder {
   py::Object joint(const Pairing& pairing, const py::Object& children);  ///< Without children if none is given.
 
   HierarchyRun& run_;
-  const py::Object& host_;
+  const Host& host_;
   std::vector<Face> faces_;  // by the rule's number
 };
 

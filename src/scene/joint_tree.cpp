@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "foundation/cycle_detector.h"
-#include "host/operator.h"
 #include "scene/joint.h"
 
 namespace heron::joint_tree {
@@ -136,7 +135,7 @@ void sort(const py::List& root) {
   }
 }
 
-bool is_match(std::vector<py::Object> joints, const py::Object& host) {
+bool is_match(std::vector<py::Object> joints, const Host& host) {
   struct Level {
     std::vector<py::Object> joints;
     std::size_t depth = 0, next = 0;
@@ -160,9 +159,9 @@ bool is_match(std::vector<py::Object> joints, const py::Object& host) {
       level = {py::collect(children), depth};  // what stands behind a ghost is not looked at, as decided
       continue;
     }
-    if (!host.call(host::kObjectExists, path).truth()) return false;
-    const py::Object scene_children = host.call(host::kGetChildren, path);
-    const Py_ssize_t found = scene_children.truth() ? scene_children.length() : 0;
+    if (!host.exists(path)) return false;
+    const py::Object scene_children = host.children(path);
+    const Py_ssize_t found = scene_children ? scene_children.length() : 0;
     if (found != children.length()) return false;
     if (found > 0) levels.push_back({py::collect(children), depth});
   }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/containers.h"
+#include "host/host.h"
 
 /// Walks over trees of joints, which may be deeper than the stack. RecursionError for a joint below itself.
 namespace heron::joint_tree {
@@ -16,6 +16,6 @@ void sort(const py::List& joints);
 
 /// Do all objects exist, with as many children as their joints? A ghost's children alone decide for the ghost and for
 /// those after it.
-bool is_match(std::vector<py::Object> joints, const py::Object& host);
+bool is_match(std::vector<py::Object> joints, const Host& host);
 
 }  // namespace heron::joint_tree

@@ -2,22 +2,7 @@
 
 #include <algorithm>
 
-#include "host/operator.h"
-
 namespace heron {
-namespace {
-
-const py::Name kGhostMatch("ghost_match");
-
-/// A subclass may do otherwise, and an operation may be put in the place of ours.
-Buffer* own(const py::Object& buffer) {
-  static const py::Name kDict("__dict__");
-  const bool ours =
-      Py_TYPE(buffer.or_none()) == py::TypeOf<Buffer>::type && !py::Dict(buffer.attr(kDict)).find(kGhostMatch);
-  return ours ? &py::value_of<Buffer>(buffer.get()) : nullptr;
-}
-
-}  // namespace
 
 struct Loader::Run {
   explicit Run(const Loader& loader) : run(*loader.hierarchy_, loader.pattern_), builder(run, loader.host_) {}
@@ -60,44 +45,33 @@ py::List Loader::load(const py::Object& roots) {
   return joints;
 }
 
-Reload::Reload(const py::Ref<Hierarchy>& hierarchy, py::Object host, py::Object buffer)
-    : host_(std::move(host)), buffer_(std::move(buffer)), own_(own(buffer_)), loader_(hierarchy, host_) {
-  if (own_ != nullptr) ghosts_.emplace(own_->host, own_->snapshot, own_->hierarchy);
-}
+Reload::Reload(const py::Ref<Hierarchy>& hierarchy, const Host& host, const py::Ref<Buffer>& buffer)
+    : host_(host),
+      buffer_(buffer),
+      loader_(hierarchy, host_),
+      ghosts_(buffer_->host, buffer_->snapshot, buffer_->hierarchy) {}
 
 void Reload::all() {
-  static const py::Name kGet("get");
-  std::optional<BucketList::Clearance> clearance;
-  if (own_ != nullptr) clearance.emplace(own_->buckets);
-  for (const py::Object& one : py::collect(buffer_.call(kGet))) bucket(one);
+  const BucketList::Clearance clearance(buffer_->buckets);
+  for (const py::Object& one : buffer_->get().items()) bucket(one);
 }
 
 void Reload::bucket(const py::Object& bucket) {
-  static const py::Name kGetRoots("get_roots"), kJoint("joint");
-  if (!ghost_match(bucket)) {
-    remove(bucket);
+  static const py::Name kJoint("joint");
+  if (!ghosts_.match(bucket.attr(kJoint))) {
+    buffer_->remove(bucket);
     return;
   }
   py::List roots;
-  for (const py::Object& path : py::collect(buffer_.call(kGetRoots, bucket.attr(kJoint)))) {
-    if (host_.call(host::kObjectExists, path).truth()) roots.append(path);
+  for (const py::Object& path : Buffer::get_roots(bucket.attr(kJoint)).items()) {
+    if (host_.exists(path)) roots.append(path);
   }
   const py::List joints = loader_.load(roots);
   if (joints.empty()) {
-    remove(bucket);
+    buffer_->remove(bucket);
   } else {
     bucket.set_attr(kJoint, joints.at(0));
   }
-}
-
-bool Reload::ghost_match(const py::Object& bucket) {
-  static const py::Name kJoint("joint");
-  return ghosts_ ? ghosts_->match(bucket.attr(kJoint)) : buffer_.call(kGhostMatch, bucket).truth();
-}
-
-void Reload::remove(const py::Object& bucket) const {
-  static const py::Name kRemove("remove");
-  buffer_.call(kRemove, bucket);
 }
 
 }  // namespace heron

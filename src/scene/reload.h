@@ -12,7 +12,7 @@ namespace heron {
 /// is read once for all of them and it is one run, which pauses between two of them.
 class Loader {
  public:
-  Loader(const py::Ref<Hierarchy>& hierarchy, py::Object host) : hierarchy_(hierarchy), host_(std::move(host)) {}
+  Loader(const py::Ref<Hierarchy>& hierarchy, Host host) : hierarchy_(hierarchy), host_(std::move(host)) {}
 
   /// The joints of these objects, under one for the ghost if the pattern has one.
   py::List load(const py::Object& roots);
@@ -22,7 +22,7 @@ class Loader {
   struct Paused;
 
   const py::Ref<Hierarchy> hierarchy_;
-  const py::Object host_;
+  const Host host_;
   bool has_ghost_ = false;
   std::vector<py::Object> scopes_;  // of which the pattern was read; a new pattern has new ones
   std::shared_ptr<const PlannedPattern> pattern_;
@@ -32,7 +32,7 @@ class Loader {
 /// Matches the buckets of a buffer with the scene again.
 class Reload {
  public:
-  Reload(const py::Ref<Hierarchy>& hierarchy, py::Object host, py::Object buffer);
+  Reload(const py::Ref<Hierarchy>& hierarchy, const Host& host, const py::Ref<Buffer>& buffer);
 
   /// Each of the buckets, one after the other.
   void all();
@@ -40,13 +40,10 @@ class Reload {
   void bucket(const py::Object& bucket);
 
  private:
-  bool ghost_match(const py::Object& bucket);
-  void remove(const py::Object& bucket) const;
-
-  const py::Object host_, buffer_;
-  Buffer* const own_;  // nothing for another one, which does all its own way
+  const Host host_;
+  const py::Ref<Buffer> buffer_;
   Loader loader_;
-  std::optional<GhostScene> ghosts_;
+  GhostScene ghosts_;
 };
 
 }  // namespace heron

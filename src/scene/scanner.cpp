@@ -2,11 +2,9 @@
 
 #include <unordered_set>
 
-#include "foundation/constants.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
 #include "host/ancestors.h"
-#include "host/operator.h"
 #include "matching/paged_table.h"
 #include "runtime/garbage_collector.h"
 #include "scene/bucket.h"
@@ -17,8 +15,6 @@
 namespace heron {
 namespace {
 
-const py::Name kGetPathGroups("get_path_groups"), kErase("erase"), kAdd("add"), kSort("sort"), kUpdate("update");
-const py::Name kUpload("upload");
 const py::Name kUsedScanSelection("used_scan_selection"), kEmptyScanSelection("empty_scan_selection");
 const py::Name kEmptyScanResult("empty_scan_result");
 const py::Name kName("name");
@@ -30,10 +26,6 @@ py::Object set_of(const py::Object& items) { return py::Object::steal(PyFrozenSe
 bool have_common(const py::Object& a, const py::Object& b) {
   static const py::Name kIsDisjoint("isdisjoint");
   return !set_of(a).call(kIsDisjoint, b).truth();
-}
-
-void select(const py::Object& host, const py::Object& paths) {
-  host.attr(host::kSelect).apply(py::tuple(py::collect(paths)));
 }
 
 /// What tells buckets apart. Their own hash leaves the path out, so that many of one name would all collide.
@@ -118,8 +110,9 @@ void scan_group(HierarchyRun& run, JointBuilder& builder, Duplicates& duplicates
 
 }  // namespace
 
-void Scanner::init(const py::Object& api_, const py::Object& host_, const py::Object& snapshot_,
-                   const py::Ref<Hierarchy>& hierarchy_, const py::Object& buffer_, const py::Object& callbacks_) {
+void Scanner::init(const py::Object& api_, const Host& host_, const py::RefOrNone<SceneSnapshot>& snapshot_,
+                   const py::Ref<Hierarchy>& hierarchy_, const py::RefOrNone<Buffer>& buffer_,
+                   const py::Object& callbacks_) {
   api = api_;
   host = host_;
   snapshot = snapshot_;
@@ -129,16 +122,16 @@ void Scanner::init(const py::Object& api_, const py::Object& host_, const py::Ob
 }
 
 bool Scanner::upload_buffer(bool append) const {
-  const py::Object selection = host.call(host::kGetSelection);
+  const py::List selection = host.selection();
   py::List loaded;
-  for (const py::Object& group : py::collect(buffer.call(kGetPathGroups))) loaded.extend(group);
+  for (const py::Object& group : buffer->get_path_groups().items()) loaded.extend(group);
   if (append && have_common(selection, loaded)) {
     fire(kUsedScanSelection);
     return kFailure;
   }
-  const bool nothing_selected = !selection.truth();
+  const bool nothing_selected = selection.empty();
   // A scan of nothing shows the user what is loaded already; it stays a failure.
-  if (nothing_selected && !append) select(host, loaded);
+  if (nothing_selected && !append) host.select(loaded);
   if (nothing_selected) {
     fire(kEmptyScanSelection);
     return kFailure;
@@ -153,32 +146,31 @@ bool Scanner::upload_buffer(bool append) const {
     logger::exception(error.value());
     return kFailure;
   }
-  select(host, selection);
+  host.select(selection);
   if (result.empty()) {
     fire(kEmptyScanResult);
     return kFailure;
   }
-  buffer.call(kAdd, result);
-  buffer.call(kSort);
-  buffer.call(kUpdate);
+  buffer->add(result);
+  buffer->sort(py::Object::none());
+  buffer->update();
   return kSuccess;
 }
 
 py::List Scanner::search(bool append) const {
-  if (!append) buffer.call(kErase);
-  const py::Object scene_roots = host.call(host::kGetSelectionRoots);
-  snapshot.call(kUpload, scene_roots);
+  if (!append) buffer->erase();
+  const py::List scene_roots = host.selection_roots();
+  snapshot->upload(scene_roots, true);
   return scan(py::Iterable(find_scope_roots(scene_roots)));
 }
 
 py::Object Scanner::find_scope_roots(const py::Object& scene_roots) const {
   const py::Object ghost = hierarchy->pattern->get_ghost();
   if (ghost.is_none()) return scene_roots;
-  const py::Object types = rule_of(ghost).attr(fields::kTypes);
-  if (!types.truth() || py::holds(types, py::text(constants::kSceneRoot))) return scene_roots;
+  if (plan_ghost(ghost).at_top) return scene_roots;
   const py::Object roots = set_of(scene_roots);  // asked for every object of the selection
   py::List result;
-  for (const py::Object& path : py::collect(host.call(host::kGetSelection))) {
+  for (const py::Object& path : host.selection().items()) {
     const py::Object found_root = find_scope_root(path, ghost, roots);
     if (found_root.truth()) result.append(found_root);
   }
@@ -239,8 +231,8 @@ py::Object Scanner::choose_name(const py::Iterable& data) {
 void Scanner::reload_buffer() const {
   const py::GarbageCollectorPause pause;
   Reload(hierarchy, host, buffer).all();
-  buffer.call(kSort);
-  buffer.call(kUpdate);
+  buffer->sort(py::Object::none());
+  buffer->update();
 }
 
 void Scanner::reload_bucket(const py::Object& bucket) const { Reload(hierarchy, host, buffer).bucket(bucket); }

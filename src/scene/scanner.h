@@ -1,15 +1,14 @@
 #pragma once
 
-#include "hierarchy/hierarchy_run.h"
-#include "runtime/class.h"
+#include "scene/buffer.h"
 
 namespace heron {
 
 /// Finds the hierarchies below the host's selection that match the pattern, and fills the buffer with them.
 class Scanner {
  public:
-  void init(const py::Object& api, const py::Object& host, const py::Object& snapshot,
-            const py::Ref<Hierarchy>& hierarchy, const py::Object& buffer, const py::Object& callbacks);
+  void init(const py::Object& api, const Host& host, const py::RefOrNone<SceneSnapshot>& snapshot,
+            const py::Ref<Hierarchy>& hierarchy, const py::RefOrNone<Buffer>& buffer, const py::Object& callbacks);
 
   bool upload_buffer(bool append) const;
   void reload_buffer() const;
@@ -22,13 +21,20 @@ class Scanner {
   py::List load(const py::Iterable& roots, const py::Object& pattern) const;
   static py::Object choose_name(const py::Iterable& data);
 
-  py::Object api, host, snapshot, buffer, callbacks;
+  py::Object api, callbacks;
+  Host host;
+  py::Ref<SceneSnapshot> snapshot;
   py::Ref<Hierarchy> hierarchy;
+  py::Ref<Buffer> buffer;
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&api, &host, &snapshot, &buffer, &callbacks}) visit(*field);
+    visit(api);
+    visit(callbacks);
+    visit(host);
+    visit(snapshot);
     visit(hierarchy);
+    visit(buffer);
   }
 
  private:
