@@ -72,6 +72,7 @@ lint-python: $(VENV)/.lint-ready
 	@"$(BIN)/mypy" --no-error-summary -p heron
 
 lint-cpp: $(VENV)/.lint-ready build/dev/build.ninja
+	@"$(BIN)/python" tools/check-floors
 	@find $(wildcard src fuzz) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" --dry-run --Werror
 	@find src -name '*.cpp' | sort \
 	  | xargs -P "$$(getconf _NPROCESSORS_ONLN)" -n 1 "$(BIN)/clang-tidy" -p build/dev --quiet

@@ -395,7 +395,7 @@ def test_fix_runs_in_the_selection_scope_and_checks_again():
         result.fix_result()
     assert (host.told("result")[2:], messages) == ([("pass",)], ["OSError: stuck"])
     host.selection_manager = object
-    with pytest.raises(TypeError, match="scope"):
+    with pytest.raises(TypeError, match="`selection_manager` gave object, a context manager"):
         result.fix_result()
 
 
