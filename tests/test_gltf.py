@@ -28,24 +28,18 @@ def open_scene(tmp_path, content, name="scene.gltf"):
     return GltfScene(write(tmp_path / name, content))
 
 
-# Objects
-
-
-@pytest.mark.parametrize(
-    ("names", "expected"),
-    [
+def test_siblings_get_clean_and_unique_names(tmp_path):
+    for names, expected in (
         ([None, "", "a"], ["node_0", "node_1", "a"]),
         (["a.001", "a", "a", "a.001"], ["a.001", "a", "a.002", "a.001.001"]),
         (["x/y", "x|y", "x\\y"], ["x_y", "x_y.001", "x_y.002"]),
         ([None, "node_0"], ["node_0", "node_0.001"]),
-    ],
-)
-def test_siblings_get_clean_and_unique_names(tmp_path, names, expected):
-    nodes = [{} if name is None else {"name": name} for name in names]
-    assert open_scene(tmp_path, document(nodes)).roots() == [f"/{name}" for name in expected]
-    nodes.append({"name": "root", "children": list(range(len(names)))})
-    below = open_scene(tmp_path, document(nodes)).get_children("/root")
-    assert below == [f"/root/{name}" for name in expected]
+    ):
+        nodes = [{} if name is None else {"name": name} for name in names]
+        assert open_scene(tmp_path, document(nodes)).roots() == [f"/{name}" for name in expected]
+        nodes.append({"name": "root", "children": list(range(len(names)))})
+        below = open_scene(tmp_path, document(nodes)).get_children("/root")
+        assert below == [f"/root/{name}" for name in expected]
 
 
 @given(st.lists(st.tuples(st.integers(0, 9), st.sampled_from(["a", "b", "a.001", "", "a/b"])), max_size=30))
@@ -68,9 +62,8 @@ def test_any_forest_opens_with_consistent_queries(tmp_path_factory, shape):
         assert own == name or paths.index(f"{above}/{own}") < paths.index(path)
 
 
-@pytest.mark.parametrize(
-    ("members", "leaf", "inner"),
-    [
+def test_types_follow_what_a_node_carries(tmp_path):
+    for members, leaf, inner in (
         ({}, TYPE.Locator, TYPE.Transform),
         ({"mesh": 0, "skin": 0, "extensions": {"MSFT_lod": {"ids": []}}}, TYPE.Mesh, TYPE.Mesh),
         ({"camera": 0, "extensions": {"MSFT_lod": {"ids": []}}}, TYPE.LodGroup, TYPE.LodGroup),
@@ -78,12 +71,10 @@ def test_any_forest_opens_with_consistent_queries(tmp_path_factory, shape):
         ({"skin": 0}, TYPE.Transform, TYPE.Transform),
         ({"extensions": {"KHR_lights_punctual": {"light": 0}}}, TYPE.Transform, TYPE.Transform),
         ({"extensions": {"OTHER": {}}}, TYPE.Locator, TYPE.Transform),
-    ],
-)
-def test_types_follow_what_a_node_carries(tmp_path, members, leaf, inner):
-    nodes = [{"name": "leaf", **members}, {"name": "inner", "children": [2], **members}, {}]
-    scene = open_scene(tmp_path, document(nodes))
-    assert (scene.get_type("/leaf"), scene.get_type("/inner")) == (leaf, inner)
+    ):
+        nodes = [{"name": "leaf", **members}, {"name": "inner", "children": [2], **members}, {}]
+        scene = open_scene(tmp_path, document(nodes))
+        assert (scene.get_type("/leaf"), scene.get_type("/inner")) == (leaf, inner)
 
 
 def test_the_default_scene_is_shown(tmp_path):
@@ -118,15 +109,12 @@ def test_deep_chains_and_long_names_may_not_eat_the_memory(tmp_path):
         open_scene(tmp_path, document([long, *({} for _ in range(399))]))
 
 
-# Bad files
-
 GLB = glb(CAR, (0x004E4942, b"\1\2\3\4"))
 SCENES = [{"nodes": [0]}]
 
 
-@pytest.mark.parametrize(
-    ("content", "reason"),
-    [
+def test_a_bad_file_is_told_with_its_reason(tmp_path):
+    for content, reason in (
         (b"", "empty"),
         (b"hello", "not JSON"),
         (b'{"asset": "\xff"}', "UTF-8"),
@@ -154,14 +142,12 @@ SCENES = [{"nodes": [0]}]
         ({**CAR, "scenes": SCENES, "nodes": [{}, {"children": [2]}, {"children": [1]}]}, "own ancestor"),
         ({**CAR, "scene": 1}, "there are 1"),
         ({**CAR, "scene": "0"}, '"scene"'),
-    ],
-)
-def test_a_bad_file_is_told_with_its_reason(tmp_path, content, reason):
-    with pytest.raises(GltfError) as caught:
-        open_scene(tmp_path, content)
-    assert caught.value.path == str(tmp_path / "scene.gltf")
-    assert reason in caught.value.reason
-    assert "\n" not in caught.value.reason
+    ):
+        with pytest.raises(GltfError) as caught:
+            open_scene(tmp_path, content)
+        assert caught.value.path == str(tmp_path / "scene.gltf")
+        assert reason in caught.value.reason
+        assert "\n" not in caught.value.reason
 
 
 def test_files_that_cannot_be_read_or_are_cut_off_are_refused(tmp_path):
@@ -171,9 +157,6 @@ def test_files_that_cannot_be_read_or_are_cut_off_are_refused(tmp_path):
     for length in range(len(GLB)):
         with pytest.raises(GltfError):
             open_scene(tmp_path, GLB[:length], "scene.glb")
-
-
-# Selection and events
 
 
 def test_selection_keeps_order_drops_doubles_and_unknown_paths(tmp_path):
@@ -222,9 +205,6 @@ def test_events_reach_their_functions_until_they_are_deleted(tmp_path):
     scene.open(other)
     scene.close()
     assert len(events) == 2
-
-
-# Embedded data and saving
 
 
 def test_data_live_in_memory_until_they_are_saved(tmp_path):
@@ -283,18 +263,15 @@ def test_a_saved_glb_is_valid_and_keeps_its_chunks(tmp_path):
         assert reader.binary_blob() == chunks[0][1]
 
 
-@pytest.mark.parametrize(
-    "text",
-    [
+def test_a_gltf_keeps_its_layout_and_its_names(tmp_path):
+    for text in (
         '{"asset":{"version":"2.0"},"nodes":[{"name":"\\ud800 \\u0434 é"}]}',
         '{\r\n\t"asset": {\r\n\t\t"version": "2.0"\r\n\t}\r\n}',
-    ],
-)
-def test_a_gltf_keeps_its_layout_and_its_names(tmp_path, text):
-    open_scene(tmp_path, b"\xef\xbb\xbf" + text.encode()).save()
-    written = (tmp_path / "scene.gltf").read_text("utf-8")
-    assert json.loads(written) == json.loads(text)
-    assert written == text.replace("\r\n", "\n").replace("\\u0434", "д")
+    ):
+        open_scene(tmp_path, b"\xef\xbb\xbf" + text.encode()).save()
+        written = (tmp_path / "scene.gltf").read_text("utf-8")
+        assert json.loads(written) == json.loads(text)
+        assert written == text.replace("\r\n", "\n").replace("\\u0434", "д")
 
 
 def test_save_as_stays_with_the_files_beside_it(tmp_path):

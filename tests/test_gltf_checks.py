@@ -227,8 +227,6 @@ def test_an_object_without_mesh_passes_and_broken_data_are_errors(tmp_path, clas
     assert [message.partition(": ")[0] for message in messages] == ["GltfError"] * 2
 
 
-# Fixes
-
 DEGENERATE = model({"order": [0, 1, 2, 3, 3, 0, 0, 2, 3], "uvs": [UNIT]}, {"mode": 5, "order": [0, 1, 3, 2]})
 FIXES = [
     ("mesh.degenerate_triangles", DEGENERATE),
@@ -294,9 +292,6 @@ def test_a_fixed_name_is_the_one_that_is_shown(tmp_path, classes):
     again = GltfScene(scene.get_current_file())
     assert again.roots() == paths
     assert [again.node(path)["name"] for path in paths] == ["node_0", "node_0", "a/b"]
-
-
-# Scene-wide checks, selection
 
 
 def test_repeated_names_are_selected_and_told_apart(tmp_path, classes):

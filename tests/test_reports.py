@@ -82,9 +82,6 @@ def junit_cases(result):
     return [list(suite) for suite in JUnitXml.fromstring(junit.render(result).encode())]
 
 
-# Text
-
-
 def test_text_shows_what_was_found_fixed_and_left():
     output = as_text(validation(*MIXED, fixing=True, refused=[("/cars/car_green", "no rule takes it")]))
     clean, refused, *objects, summary = output.rstrip().split("\n\n")
@@ -128,9 +125,6 @@ def test_an_unsaved_fix_does_not_count(found):
         ((case,),) = junit_cases(result)
         assert case.is_passed is (status != "fail")
         assert case.system_out == {"fail": None, "info": "info: x", "pass": "fixed:\nx"}[status]
-
-
-# Other programs
 
 
 def test_json_keeps_everything():
@@ -180,9 +174,6 @@ def hostile(name):
 @given(strategies.text(strategies.characters(exclude_categories=[]), min_size=1))
 def test_any_name_comes_through_junit(name):
     assert junit_cases(hostile(name))[0][0].name == printable(name)
-
-
-# The page
 
 
 def test_the_page_nests_and_loads_nothing():
