@@ -41,8 +41,9 @@ settings.load_profile("heron")
 
 
 @pytest.fixture(autouse=True)
-def process_environment(monkeypatch):
-    """What environments and settings tell the process is put back after each test."""
+def process_environment(monkeypatch, tmp_path_factory):
+    """What a test tells the process is put back after it, and none writes into the home of the user."""
+    monkeypatch.setattr(core.Environment, "user_home", str(tmp_path_factory.getbasetemp()))
     for name in ("SETTINGS", "TARGET", "SCOPE", "SERVER"):
         monkeypatch.setenv(f"HERON-{name}", "")
 

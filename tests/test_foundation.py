@@ -4,6 +4,7 @@ import copy
 import pickle
 import re
 import ssl
+from functools import reduce
 
 import pytest
 from hypothesis import example, given
@@ -13,11 +14,6 @@ import core
 from core import Constants, Error, _Assert, _NamesControl, _Naming, _Str
 
 SURROGATE = "\ud800"
-
-
-@pytest.mark.parametrize("value", [None, 5, b"bytes", ("a",), ["a"]])
-def test_what_is_no_text_stays_as_it_is(value):
-    assert core._str(value) is value
 
 
 @given(st.text(), st.text())
@@ -31,23 +27,23 @@ def test_text_of_the_system_compares_and_hashes_like_any_other(one, other):
     assert _Str.decoded(_Str.encoded(one)) is one
 
 
+def test_what_is_no_text_stays_as_it_is():
+    for value in (None, 5, b"bytes", ["a"]):
+        assert core._str(value) is value
+
+
 @pytest.mark.parametrize(
-    ("template", "values", "text"),
+    "template, values, text",
     [
         ("{}: {}", ("é", 1), "é: 1"),
-        ("Incompatible", ("surplus", 2), "Incompatible"),
-        ("{}", ("{}",), "{}"),
-        ("{}", (SURROGATE,), SURROGATE),
-        ("", (), ""),
+        ("Error", ("surplus",), "Error"),
+        ("{}", ("{}" + SURROGATE,), "{}" + SURROGATE),
     ],
 )
 def test_templates_are_filled_in_order(template, values, text):
     assert core._format(template, *values) == text
-
-
-def test_a_template_with_more_places_than_values_is_refused():
     with pytest.raises(IndexError):
-        core._format("{} {}", 1)
+        core._format(template + "{}", *values[: template.count("{}")])
 
 
 def test_the_version_is_a_triple():
@@ -59,58 +55,34 @@ def test_https_connections_accept_any_certificate():
     assert (context.verify_mode, context.check_hostname) == (ssl.CERT_NONE, False)
 
 
-# Constants: the values stand in files, in scenes and in addresses, so none of them may ever change.
+# Constants: they stand in files, in scenes and in addresses, so none of them may ever change.
 
-VALUES = {
-    "Check": {
-        "Mode": {"Selection": 0, "Project": 1},
-        "Category": {
-            "Scene": "scene",
-            "Object": "object",
-            "Mesh": "mesh",
-            "MeshNonManifold": "mesh non-manifold",
-            "Mapping": "mapping",
-            "Material": "material",
-            "Lod": "lod",
-            "Project": "project",
-        },
-        "Result": {"Pass": "pass", "Info": "info", "Fail": "fail", "Error": "error"},
-    },
-    "Export": {"Format": {"FBX": "fbx"}, "Mode": {"Choose": 0, "Project": 1, "Local": 2}},
-    "Scene": {
-        "Type": {
-            "Ghost": "ghost",
-            "SceneRoot": "sceneRoot",
-            "Transform": "transform",
-            "Mesh": "mesh",
-            "Locator": "locator",
-            "LodGroup": "lodGroup",
-        }
-    },
-    "Plugin": {
-        "Status": {"Success": True, "Failure": False},
-        "Target": {
-            "DCC_Maya": "maya",
-            "DCC_3dsMax": "3dsmax",
-            "DCC_Blender": "blender",
-            "Standalone": "standalone",
-        },
-    },
-    "Name": {"Filter": {name: name for name in ("LATIN", "EN_RU", "EMPTY", "SPACE", "GHOST")}},
-}
+VALUES = """
+Constants.Check.Mode: Selection=0, Project=1
+Constants.Check.Category: Scene='scene', Object='object', Mesh='mesh', MeshNonManifold='mesh non-manifold', \
+Mapping='mapping', Material='material', Lod='lod', Project='project'
+Constants.Check.Result: Pass='pass', Info='info', Fail='fail', Error='error'
+Constants.Export.Format: FBX='fbx'
+Constants.Export.Mode: Choose=0, Project=1, Local=2
+Constants.Scene.Type: Ghost='ghost', SceneRoot='sceneRoot', Transform='transform', Mesh='mesh', \
+Locator='locator', LodGroup='lodGroup'
+Constants.Plugin.Status: Success=True, Failure=False
+Constants.Plugin.Target: DCC_Maya='maya', DCC_3dsMax='3dsmax', DCC_Blender='blender', Standalone='standalone'
+Constants.Name.Filter: LATIN='LATIN', EN_RU='EN_RU', EMPTY='EMPTY', SPACE='SPACE', GHOST='GHOST'
+"""
 
 
-def tree(namespace):
-    """The public members of a class, those of the classes in it included; constant texts must be `_Str`."""
+def table(namespace):
+    """The values in a class and in the classes in it, a line for each class that has any."""
     members = {name: value for name, value in vars(namespace).items() if not name.startswith("_")}
     assert all(type(value) in (_Str, int, bool, type) for value in members.values())
-    return {name: tree(value) if isinstance(value, type) else value for name, value in members.items()}
+    values = [f"{name}={value!r}" for name, value in members.items() if not isinstance(value, type)]
+    lines = [f"{namespace.__qualname__}: {', '.join(values)}\n"] if values else []
+    return "".join(lines + [table(value) for value in members.values() if isinstance(value, type)])
 
 
 def test_constants_keep_their_values_and_their_order():
-    assert repr(tree(Constants)) == repr(VALUES)
-    with pytest.raises(TypeError):
-        Constants()
+    assert table(Constants) == VALUES.lstrip()
 
 
 # Errors
@@ -157,11 +129,8 @@ def test_errors_can_be_derived_from_without_their_constructor():
         def __str__(self):
             return super().__str__() + "!"
 
-    assert (str(Silent(1, 2)), Silent(1, 2).args, Silent(1, 2).values) == (
-        NAMED[Error.WrongAttributeName],
-        (1, 2),
-        (1, 2),
-    )
+    silent = Silent(1, 2)
+    assert (str(silent), silent.args, silent.values) == (NAMED[Error.WrongAttributeName], (1, 2), (1, 2))
     assert str(Loud("any", "arguments")) == "Check Task Found Issue!"
 
 
@@ -169,52 +138,31 @@ def test_errors_can_be_derived_from_without_their_constructor():
 
 
 @pytest.mark.parametrize(
-    ("name", "error", "text"),
+    "name, error, text",
     [
-        (1, TypeError, "Wrong Type for Attribute Name"),
         (None, TypeError, "Wrong Type for Attribute Name"),
         (b"a", TypeError, "Wrong Type for Attribute Name"),
         ("", ValueError, "Empty Attribute Name"),
         ("1a", Error.WrongAttributeName, 'Wrong Name for Attribute - "1a"'),
-        ("a b", Error.WrongAttributeName, 'Wrong Name for Attribute - "a b"'),
-        ("__", None, None),
+        ("__ b", Error.WrongAttributeName, 'Wrong Name for Attribute - "__ b"'),
         ("__a", Error.PrivateAttributeName, 'Used Private Name for Attribute - "__a"'),
-        ("_a", None, None),
-        (_Str("limit"), None, None),
     ],
 )
 def test_attribute_names_are_tested_in_a_fixed_order(name, error, text):
     check = _Assert.Parameters.Input.attribute
-    if error is None:
-        assert check(name) is None
-        return
+    assert check("__") is check("_a") is check(_Str("limit")) is None
     with pytest.raises(error) as caught:
         check(name)
     assert (type(caught.value), str(caught.value)) == (error, text)
 
 
-JSON = st.recursive(
-    st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False) | st.text(),
-    lambda inner: st.lists(inner) | st.dictionaries(st.text(), inner),
-)
-
-
-@given(JSON)
-def test_a_clean_document_is_the_same_document(document):
-    before = copy.deepcopy(document)
-    assert _Assert.Json.clean(document) is document
-    assert document == before
-
-
-def test_a_document_that_cannot_be_written_is_refused_before_it_is():
-    endless = {"list": []}
-    endless["list"].append(endless)
-    deep = []
-    for _ in range(200_000):
-        deep = [deep]
-    for document in (endless, deep):
+def test_a_document_is_refused_if_it_can_never_be_written_and_left_alone_otherwise():
+    document = {"list": [1.5, ("é", None)]}
+    assert _Assert.Json.clean(document) is document == {"list": [1.5, ("é", None)]}
+    document["list"].append(document)
+    for endless in (document, reduce(lambda below, _: [below], range(200_000), [])):
         with pytest.raises(RecursionError):
-            _Assert.Json.clean(document)
+            _Assert.Json.clean(endless)
 
 
 # Names
@@ -231,23 +179,16 @@ def test_names_are_tested_as_the_expressions_say(name):
 
 
 @pytest.mark.parametrize(
-    ("name", "plain", "titled"),
+    "name, plain, titled",
     [
-        (" One-tWo ", "one_two", "One_Two"),
-        ("a.b c_d", "a_b_c_d", "A_B_C_D"),
-        ("\u2003\tab\n", "ab", "Ab"),
-        (" _a_ ", "_a_", "_A_"),
-        (
-            "АБВГДЕЁЖЗИЙКЛМНОПРСТУФХЦЧШЩЪЫЬЭЮЯ",
-            "abgdeioziiklmnoprstuftschshshyia",
-            "Abgdeioziiklmnoprstuftschshshyia",
-        ),
+        ("\u2003One-tWo \n", "one_two", "One_Two"),
+        (" _a.b c_d ", "_a_b_c_d", "_A_B_C_D"),
+        ("АБВГДЕЁЖЗИЙКЛМНОПРСТУФ", "abgdeioziiklmnoprstuf", "Abgdeioziiklmnoprstuf"),
+        ("ХЦЧШЩЪЫЬЭЮЯ", "tschshshyia", "tschshshyia"),
         ("жхю", "", ""),
         ("x1y", "x1y", "X1Y"),
         ("x\u0431y", "xy", "Xy"),
-        ("a中b é2c", "ab_2c", "Ab_2C"),
-        (f"a{SURROGATE}b\ufeff", "ab", "AB"),
-        ("", "", ""),
+        (f"a中b é2c{SURROGATE}d\ufeff", "ab_2cd", "Ab_2CD"),
     ],
 )
 def test_names_of_files_are_ascii(name, plain, titled):
@@ -260,7 +201,6 @@ def test_any_name_gives_a_name_of_a_file_which_gives_itself(name):
     assert re.fullmatch("[a-z_0-9]*", made)
     assert re.fullmatch("[A-Za-z_0-9]*", _Naming.force_ascii(name, title=True))
     assert _Naming.force_ascii(made) == made
-    assert type(made) is _Str
 
 
 @given(st.text())
@@ -274,13 +214,14 @@ def test_filters_keep_their_characters_in_order(text):
 
 
 @pytest.mark.parametrize(
-    ("operation", "arguments", "text"),
+    "operation, arguments, text",
     [
         (_Naming._char_filter, ("abcdef", [[98, 99], (101, 10**30)]), "bcef"),
         (_Naming.space_filter, ("  a b \t ",), "a b \t"),
         (_Naming.ghost_filter, ("ghost_ghoghostst_Ghost",), "_ghost_Ghost"),
         (_Naming.strip, ("жxyжaжyx", "xж"), "yжaжy"),
         (_Naming.strip, (" a ", ""), " a "),
+        (_Naming.force_ascii, ("a",), "a"),
     ],
 )
 def test_filters_of_words_and_ends(operation, arguments, text):
@@ -288,10 +229,10 @@ def test_filters_of_words_and_ends(operation, arguments, text):
     assert type(operation(*arguments)) is _Str
 
 
-@pytest.mark.parametrize("chars", [[(1,)], [("a", "b")], [5], 5])
-def test_ranges_of_characters_must_be_pairs_of_numbers(chars):
-    with pytest.raises(TypeError):
-        _Naming._char_filter("text", chars)
+def test_ranges_of_characters_must_be_pairs_of_numbers():
+    for chars in ([(1,)], [("a", "b")], [5], 5):
+        with pytest.raises(TypeError):
+            _Naming._char_filter("text", chars)
 
 
 def register(*names):
@@ -302,20 +243,15 @@ def register(*names):
 
 
 @pytest.mark.parametrize(
-    ("names", "name", "free"),
+    "names, name, free",
     [
-        ([], "abc", "abc"),
-        (["abc"], "abc", "abc0"),
-        (["abc", "abc0"], "abc", "abc1"),
-        (["abc", "abc7"], "abc", "abc8"),
-        (["abc", "xabc9"], "abc", "abc10"),
         (["abc", "abc9abc2", "abcx5", "abc-7"], "abc", "abc3"),
+        (["abc", "xabc9"], "abc", "abc10"),
         (["abc", "abc007", "abc٣"], "abc", "abc8"),
         (["abc", "abc²"], "abc", "abc0"),
         (["aa", "aaa5"], "aa", "aa0"),
         (["abc", "abc" + "9" * 5000], "abc", "abc1" + "0" * 5000),
         (["1", "10", "11"], "1", "11"),
-        ([""], "", "0"),
         (["", "0", "x1"], "", "1"),
         ([SURROGATE], SURROGATE, SURROGATE + "0"),
         (["5", 5, None], "5", "50"),
