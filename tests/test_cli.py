@@ -8,7 +8,7 @@ from io import StringIO
 
 import pytest
 from commands import EXAMPLES, STREET, STREET_PROJECT, run_module
-from gltf_files import document, glb, nodes_of, project, rule, write
+from gltf_files import document, nodes_of, project, rule, write
 from rich.console import Console
 
 import core
@@ -115,8 +115,7 @@ def test_a_scan_looks_everywhere_or_at_the_selected_objects(scan, rules, argumen
 def test_nothing_to_scan_is_said(scan):
     for tree in ({}, {"light": {}}):
         status, output, errors = scan(tree, BELOW_GROUP)
-        assert (status, errors) == (1, "")
-        assert output.startswith("nothing to scan")
+        assert (status, errors, output.startswith("nothing to scan")) == (1, "", True)
         assert "0 hierarchies with 0 objects found, 0 objects refused" in output
 
 
@@ -149,16 +148,13 @@ def test_a_refused_object_tells_what_does_not_fit(scan):
 
 def test_a_faulty_expression_that_the_scan_never_reached_is_told(scan):
     rules = [rule("asset", "^asset$"), rule("body", "^body$"), rule("lid", "(")]
-    rules = project(rules, {"asset": {"body": {}, "lid": {}}})
-    status, output, errors = scan({"asset": {"lid": {}}}, rules)
-    assert (status, errors) == (1, "")
-    assert "a rule has a faulty expression: missing )" in output
+    status, output, _ = scan({"asset": {"lid": {}}}, project(rules, {"asset": {"body": {}, "lid": {}}}))
+    assert (status, "a rule has a faulty expression: missing )" in output) == (1, True)
 
 
 def test_only_the_first_refused_objects_are_listed(scan):
     _, output, _ = scan({"group": {f"wrong_{number}": {} for number in range(50)}}, BELOW_GROUP)
-    assert output.count("fits none") == 20
-    assert "and 30 more" in output
+    assert (output.count("fits none"), "and 30 more" in output) == (20, True)
     assert "50 objects refused" in output
 
 
@@ -180,17 +176,14 @@ def nested(levels):
 
 BAD_PROJECTS = {
     "not JSON": (b"{", "not JSON"),
-    "byte order mark": (b"\xef\xbb\xbf{}", "not JSON"),
     "not UTF-8": (b'{"\xff": 1}', "UTF-8"),
     "array": ([], "not an object"),
     "no format": ({"records": {"1": {}}}, "no project format"),
     "another format": ({**AT_TOP, "version": 2}, "format 2"),
     "no records": ({"version": 3}, '"records"'),
-    "empty records": ({**AT_TOP, "records": {}}, "no records"),
     "records without times": ({**AT_TOP, "records": {"x": {}}}, "no records"),
     "record at no time": ({**AT_TOP, "records": {"inf": {}}}, "cannot be used: cannot convert"),
     "record no object": ({**AT_TOP, "records": {"5": []}}, "record is not an object"),
-    "rules no list": ({**AT_TOP, "records": {"5": {"rules": {}}}}, '"rules"'),
     "rule no object": ({**AT_TOP, "records": {"5": {"rules": [1]}}}, '"rules"'),
     "stamp no text": (broken(stamp=1), 'no text "stamp"'),
     "expression no text": (broken(regex=None), 'no text "regex"'),
@@ -273,14 +266,6 @@ def test_the_deepest_pattern_finds_shows_and_keeps_its_hierarchy(scan):
     assert names(scan(scene, nested(200), "--json", "--save")[1]) == ["a"]
     status, output, _ = scan(None, nested(200), "--append")
     assert (status, "1 hierarchy with 200 objects found (1 of them from earlier" in output) == (1, True)
-
-
-def test_a_glb_is_scanned_and_saved(command, tmp_path):
-    scene = write(tmp_path / "scene.glb", glb(document(nodes_of(TREE)), (0x004E4942, b"data")))
-    rules = write(tmp_path / "rules.json", BELOW_GROUP)
-    output = command("scan", scene, "--project", rules, "--json", "--save", "--home", tmp_path)[1]
-    assert json.loads(output) == GltfScene(scene).query_filedata()
-    assert (tmp_path / "scene.glb").read_bytes().endswith(b"data")
 
 
 # How it looks

@@ -128,16 +128,12 @@ def test_the_command_serves_until_it_is_stopped(heron, tmp_path):
 TYPED = {"Content-type": JSON}
 BAD_ANSWERS = [
     (200, TYPED, b"\xff{", "not JSON"),
-    (200, TYPED, b'[{"name"', "not JSON"),
     (200, TYPED, b"[" * 100_000, "nested too deeply"),
     (200, {"Content-type": "text/html"}, b"[]", 'the content type is "text/html"'),
     (200, {"Content-type": f"{JSON}; charset=utf-8"}, b"[]", "the content type is"),
-    (200, {}, b"[]", 'the content type is ""'),
     (200, TYPED, b"{}", "not a list of projects"),
-    (200, TYPED, b"null", "not a list of projects"),
     (200, TYPED, b"[1]", "a project is not an object"),
     (200, TYPED, b"[{}]", '"filename"'),
-    (200, TYPED, b'[{"filename": "../x.json"}]', '"filename"'),
     (200, TYPED, b'[{"filename": "x.json", "target": "maya"}]', "'maya', not \"standalone\""),
     (200, TYPED, b'[{"filename": "x.json", "target": "standalone"}]', '"version"'),
     (200, TYPED, b"", "it is empty"),

@@ -1,7 +1,5 @@
 """Validations: what is planned in each mode, what runs, and what is left behind."""
 
-import gc
-import weakref
 from types import SimpleNamespace
 
 import pytest
@@ -11,6 +9,7 @@ import core
 
 Rule = core._Project.Settings.Rule
 Selection, Project = core.Constants.Check.Mode.Selection, core.Constants.Check.Mode.Project
+SCENE = ("The Entire Scene", "street.gltf", None, ["scene"])
 
 
 class Host(DictHost):
@@ -25,11 +24,13 @@ class Host(DictHost):
 
 @pytest.fixture
 def make(tmp_path, checks):
-    def make(host, mode=Selection):
+    def make(host, *enabled, mode=Selection):
+        """An engine; these checks are enabled in the workspace."""
         home = tmp_path / "home"
         home.mkdir(exist_ok=True)
         api = core.Api(host, Home(home), checks=checks)
         api.settings.check.mode = mode
+        enable(api.validator.checklist.workspace, *enabled)
         return api
 
     return make
@@ -41,6 +42,11 @@ def enable(checklist, *ids, values=(0,)):
         if control.check.class_id in ids:
             control.enabled = True
             control.parameters.load([{"state": {"word": {"value": value}}} for value in values])
+
+
+def enabled(api):
+    """The class of the first check that is enabled in the workspace."""
+    return next(control.check for control in api.validator.checklist.workspace if control.enabled)
 
 
 def plan(api):
@@ -57,14 +63,9 @@ def outcome(api):
 
 def test_the_selection_is_checked_by_the_workspace(make):
     host = Host("/b", "/a0")
-    api = make(host)
-    enable(api.validator.checklist.workspace, "names", "scene")
+    api = make(host, "names", "scene")
     api.validator.start()
-    assert plan(api) == [
-        ("The Entire Scene", "street.gltf", None, ["scene"]),
-        ("/b", "/b", None, ["names"]),
-        ("/a0", "/a0", None, ["names"]),
-    ]
+    assert plan(api) == [SCENE, ("/b", "/b", None, ["names"]), ("/a0", "/a0", None, ["names"])]
     assert outcome(api) == [[("Scene", "pass")], [("Names", "pass")], [("Names", "fail")]]
     assert (host.scopes, host.ends) == (1, [None])
     (run,) = api.env.records("validate")
@@ -79,14 +80,14 @@ def test_without_anything_to_check_nothing_is_left_behind(make):
     api = make(host)
     enable(api.validator.checklist.editor, "names")  # the editor's checks never run
     api.validator.start()
-    assert (len(api.validator.queue), host.scopes, api.env.records("validate")) == (0, 0, [])
+    assert (plan(api), host.scopes, api.env.records("validate")) == ([], 0, [])
     enable(api.validator.checklist.workspace, "names", "scene")
     host.selection = []
     api.validator.start()
-    assert plan(api) == [("The Entire Scene", "street.gltf", None, ["scene"])]
+    assert plan(api) == [SCENE]
     for mode in (Project, 2, None, "0"):
         api.validator._plan_checks(mode)
-        assert len(api.validator.queue) == 0  # what was planned before is gone
+        assert plan(api) == []  # what was planned before is gone
 
 
 def test_each_set_of_parameters_has_a_result_of_its_own(make):
@@ -104,37 +105,27 @@ def test_each_set_of_parameters_has_a_result_of_its_own(make):
     assert outcome(api) == [[]]
 
 
-def rules_of(*named):
-    """Rules with their checks, and joints that matched them."""
-    rules = []
-    for name, checks in named:
-        checklist = {
-            id: {"enabled": True, "parameters": [{"state": {"word": {"value": value}}}]}
-            for id, value in checks.items()
-        }
-        rules.append(Rule({"stamp": f"<{name}>", "name": name, "checklist": checklist}))
-    return SimpleNamespace(rules=rules, pattern=SimpleNamespace(children=[]))
+def rule(name, **checks):
+    """A rule whose checks are enabled with these values."""
+    checklist = {
+        id: {"enabled": True, "parameters": [{"state": {"word": {"value": value}}}]}
+        for id, value in checks.items()
+    }
+    return Rule({"stamp": f"<{name}>", "name": name, "checklist": checklist})
 
 
 def joint(rule, path, *children):
-    return core.Scene._Buffer.DataJoint(
-        f"<{rule}>", rule, path, "mesh", list(children), f"icon of {rule}", ""
-    )
+    icon = f"icon of {rule}"
+    return core.Scene._Buffer.DataJoint(f"<{rule}>", rule, path, "mesh", list(children), icon, "")
 
 
 def test_matched_objects_are_checked_by_their_rules(make):
-    host = Host("/car0", "/car0/wheel0", "/car0/plain", "/car0/nut", "/far0")
-    api = make(host, Project)
+    api = make(Host("/car0", "/car0/wheel0", "/car0/plain", "/car0/nut", "/far0"), mode=Project)
     api.settings.workspace.project = "street.json"
-    api.validator._hierarchy.pattern.set(
-        rules_of(
-            ("ghost", {"names": 0}),
-            ("wheel", {"names": 0, "scene": 4}),
-            ("car", {"scene": 0}),
-            ("plain", {}),
-            ("unknown check", {"gone": 0}),
-        )
-    )
+    rules = [rule("ghost", names=0), rule("wheel", names=0, scene=4), rule("car", scene=0)]
+    rules += [rule("plain"), rule("unknown check", gone=0)]
+    pattern = SimpleNamespace(children=[])
+    api.validator._hierarchy.pattern.set(SimpleNamespace(rules=rules, pattern=pattern))
     below = [
         joint("wheel", "/car0/wheel0"),
         joint("plain", "/car0/plain"),
@@ -142,16 +133,13 @@ def test_matched_objects_are_checked_by_their_rules(make):
         joint("unknown check", "/car0/nut"),
         joint("no rule", "/car0/nut"),
     ]
-    car = core.Scene._Buffer.DataBucket(joint("ghost", "", joint("car", "/car0", *below)), "car")
-    again = core.Scene._Buffer.DataBucket(joint("wheel", "/car0/wheel0"), "again")
-    unchecked = core.Scene._Buffer.DataBucket(joint("wheel", "/far0"), "unchecked", checked=False)
+    bucket = core.Scene._Buffer.DataBucket
+    car = bucket(joint("ghost", "", joint("car", "/car0", *below)), "car")
+    again = bucket(joint("wheel", "/car0/wheel0"), "again")
+    unchecked = bucket(joint("wheel", "/far0"), "unchecked", checked=False)
     api.validator._buffer.add([car, again, unchecked])
     api.validator.start()
-    assert plan(api) == [
-        ("The Entire Scene", "street.gltf", None, ["scene"]),
-        ("/car0/wheel0", "/car0/wheel0", "icon of wheel", ["names"]),
-        ("/car0/wheel0", "/car0/wheel0", "icon of wheel", ["names"]),
-    ]
+    assert plan(api) == [SCENE, *[("/car0/wheel0", "/car0/wheel0", "icon of wheel", ["names"])] * 2]
     (scene,) = next(iter(api.validator.queue)).check_controls
     assert next(iter(scene.parameters)).word.value == 0  # that of the car, which comes first
     assert outcome(api)[1:] == [[("Names", "fail")]] * 2
@@ -163,44 +151,36 @@ def test_matched_objects_are_checked_by_their_rules(make):
 
 def test_failures_of_the_host_pass_and_leave_the_scope(make):
     host = Host("/a")
-    api = make(host)
-    enable(api.validator.checklist.workspace, "names", "scene")
+    api = make(host, "scene", "names")
     host.failures["get_selection"] = OSError("no scene")
     with pytest.raises(OSError, match="no scene"):
         api.validator.start()
-    assert (host.scopes, plan(api)) == (0, [("The Entire Scene", "street.gltf", None, ["scene"])])
+    assert (host.scopes, plan(api)) == (0, [SCENE])
     del host.failures["get_selection"]
 
-    def interrupt(path, parameters):
+    def interrupt(self, path, parameters):
         raise KeyboardInterrupt
 
-    names = api.validator.checklist.workspace
-    check = next(control.check for control in names if control.check.class_id == "names")
-    check.check = staticmethod(interrupt)
+    enabled(api).check = interrupt
     with pytest.raises(KeyboardInterrupt):
         api.validator.start()
     assert host.ends == [KeyboardInterrupt] and api.env.records("validate") == []
 
 
 def test_a_check_that_starts_a_validation_has_failed(make):
-    api = make(Host("/a", "/b"))
-    enable(api.validator.checklist.workspace, "names")
-    check = next(control.check for control in api.validator.checklist.workspace if control.enabled)
-    check.check = lambda self, path, parameters: api.validator.start()
+    api = make(Host("/a", "/b"), "names")
+    enabled(api).check = lambda self, path, parameters: api.validator.start()
     with logged() as messages:
         api.validator.start()
     assert outcome(api) == [[("Names", "error")]] * 2
     assert messages == ["RuntimeError: a validation is running"] * 2
-    check.check = lambda self, path, parameters: None
+    enabled(api).check = lambda self, path, parameters: None
     api.validator.start()
     assert outcome(api) == [[("Names", "pass")]] * 2
 
 
 def test_a_fix_changes_the_result_where_it_stands(make):
-    host = Host("/a0")
-    api = make(host)
-    enable(api.validator.checklist.workspace, "names")
-    check = next(control.check for control in api.validator.checklist.workspace if control.enabled)
+    api = make(Host("/a0"), "names")
     state = {"broken": True}
 
     def judge(self, path, parameters):
@@ -208,9 +188,9 @@ def test_a_fix_changes_the_result_where_it_stands(make):
         if state["broken"]:
             raise core.Error.ValidationError
 
+    check, queue = enabled(api), api.validator.queue
     check.check, check.fix_result = judge, lambda self, path, parameters: state.update(broken=False)
     api.validator.start()
-    queue = api.validator.queue
     assert (outcome(api), queue.fix_exists()) == ([[("Names", "fail")]], True)
     queue.fix_all()
     assert (outcome(api), queue.fix_exists()) == ([[("Names", "pass")]], False)
@@ -231,12 +211,8 @@ def test_the_engine_is_built_around_its_environment(make, tmp_path, monkeypatch)
             assert type(core.Api(Host(), environment).env) is core._LocalEnv
     assert "OSError: no file" in messages
     api = make(Host())
-    assert [found.class_id for found in api.validator._hierarchy.pattern.check_classes] == ["scene", "names"]
+    assert [check.class_id for check in api.validator._hierarchy.pattern.check_classes] == ["scene", "names"]
     assert [found.name for found in api.settings.check.directories] == ["Default"]
     assert api.settings.data["check"]["directories"] == []  # the embedded checks are never stored
     workspace, editor = api.validator.checklist.workspace, api.validator.checklist.editor
     assert workspace.config is api.settings.check.config and editor.config is None
-    alive = weakref.ref(api)
-    del api, workspace, editor
-    gc.collect()
-    assert alive() is None
