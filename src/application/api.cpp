@@ -42,7 +42,7 @@ void Api::init(const Host& host_, const py::Object& environment, const py::Objec
 
 void Api::shutdown() const {
   host.delete_callbacks();
-  py::Ref<CallBacks>(callbacks)->clear();
+  callbacks->clear();
 }
 
 py::Object Api::version() const {

@@ -3,14 +3,13 @@
 #include "foundation/constants.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
-#include "projects/collection.h"
 
 namespace heron {
 namespace {
 
 const py::Name kSettings("settings"), kWorkspace("workspace"), kProject("project"), kExport("export");
 const py::Name kFilename("filename"), kEditTimestamp("edit_timestamp"), kCompatible("compatible"), kName("name");
-const py::Name kGet("get"), kSet("set"), kLoad("load"), kWrite("write"), kOptions("options"), kFlags("flags");
+const py::Name kLoad("load"), kWrite("write"), kOptions("options"), kFlags("flags");
 
 bool is_compatible(const py::Object& project) { return project.attr(kCompatible).truth(); }
 
@@ -25,7 +24,7 @@ void LoadPointer::set(const py::Object& settings) {
   timestamp = settings.attr(kEditTimestamp);
 }
 
-void ProjectFacade::init(const py::Object& api_, const py::Object& hierarchy_) {
+void ProjectFacade::init(const py::Object& api_, const py::RefOrNone<Hierarchy>& hierarchy_) {
   static const py::Name kEnv("env"), kTarget("target");
   api = api_;
   hierarchy = hierarchy_;
@@ -36,14 +35,14 @@ void ProjectFacade::init(const py::Object& api_, const py::Object& hierarchy_) {
 py::Object ProjectFacade::get_current() const {
   const py::Object stored = api.attr(kSettings).attr(kWorkspace).attr(kProject);
   if (is_exists(stored)) {
-    py::Object project = collection.call(kGet, stored);
+    py::Object project = collection->get(stored);
     if (is_compatible(project)) return project;
   }
   for (const py::Object& header : py::collect(get_headers())) {
     if (!is_compatible(header)) continue;
     const py::Object filename = header.attr(kFilename);
     load(filename);
-    return collection.call(kGet, filename);
+    return collection->get(filename);
   }
   return get_empty();
 }
@@ -67,15 +66,9 @@ void ProjectFacade::delete_current() const {
   if (!headers.empty()) load(headers.front().attr(kFilename));
 }
 
-py::Object ProjectFacade::get_empty() const {
-  static const py::Name kGetEmpty("get_empty");
-  return collection.call(kGetEmpty);
-}
+py::Object ProjectFacade::get_empty() const { return collection->get_empty(); }
 
-py::Object ProjectFacade::get_headers() const {
-  static const py::Name kHeaders("headers");
-  return collection.attr(kHeaders);
-}
+py::Object ProjectFacade::get_headers() const { return collection->headers(); }
 
 bool ProjectFacade::is_active() const {
   static const py::Name kCheck("check"), kMode("mode");
@@ -92,26 +85,25 @@ bool ProjectFacade::is_exists(const py::Object& filename) const {
 void ProjectFacade::load(const py::Object& filename) const {
   const std::vector<py::Object> headers = py::collect(get_headers());
   const bool stand_in = !headers.empty() && !is_exists(filename);
-  load_settings(collection.call(kGet, stand_in ? headers.front().attr(kFilename) : filename));
+  load_settings(collection->get(stand_in ? headers.front().attr(kFilename) : filename));
 }
 
-// What is read of a project may construct this component anew, so the pointer is held for each question.
 void ProjectFacade::load_settings(const py::Object& project) const {
-  static const py::Name kHistory("history"), kGetRecord("get_record"), kPattern("pattern"), kData("data");
+  static const py::Name kHistory("history"), kGetRecord("get_record"), kData("data");
   static const py::Name kGetOptions("get_options");
-  if (!is_compatible(project) || py::Ref<LoadPointer>(pointer)->same(project)) return;
+  if (!is_compatible(project) || pointer->same(project)) return;
   const py::Object record = project.attr(kHistory).call(kGetRecord);
-  hierarchy.attr(kPattern).call(kSet, record);
+  hierarchy->pattern->set(record);
   const py::Object stored = record.attr(kExport), exporting = api.attr(kExport);
   const py::Object options = stored.call(kGetOptions), flags = stored.attr(kFlags).attr(kData);
   exporting.attr(kOptions).call(kLoad, options);
   exporting.attr(kFlags).call(kLoad, flags);
-  if (py::Ref<LoadPointer>(pointer)->other(project)) {
+  if (pointer->other(project)) {
     const py::Object settings = api.attr(kSettings);
     settings.attr(kWorkspace).set_attr(kProject, project.attr(kFilename));
     settings.call(kWrite);
   }
-  py::Ref<LoadPointer>(pointer)->set(project);
+  pointer->set(project);
   logger::info(format("Load \"{}\" project", {project.attr(kName)}));
 }
 

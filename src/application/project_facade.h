@@ -1,6 +1,7 @@
 #pragma once
 
-#include "runtime/class.h"
+#include "hierarchy/hierarchy.h"
+#include "projects/collection.h"
 
 namespace heron {
 
@@ -26,7 +27,7 @@ class LoadPointer {
 /// Decides which project is current, and puts what it says into the engine: pattern, export options and flags.
 class ProjectFacade {
  public:
-  void init(const py::Object& api_, const py::Object& hierarchy_);
+  void init(const py::Object& api_, const py::RefOrNone<Hierarchy>& hierarchy_);
 
   py::Object get_current() const;
   py::Object get_clone() const;
@@ -38,12 +39,16 @@ class ProjectFacade {
   void load(const py::Object& filename) const;
   void load_settings(const py::Object& project) const;
 
-  py::Object api, hierarchy, collection;
+  py::Object api;
+  py::Ref<Hierarchy> hierarchy;
+  py::Ref<ProjectCollection> collection;
   py::Ref<LoadPointer> pointer = py::Ref<LoadPointer>::make();
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&api, &hierarchy, &collection}) visit(*field);
+    visit(api);
+    visit(hierarchy);
+    visit(collection);
     visit(pointer);
   }
 };

@@ -37,7 +37,7 @@ void Hierarchy::init(const SceneQueries& query_operator, const py::Object& check
 py::List Hierarchy::root_scopes(const py::Iterable& roots) const {
   const std::vector<py::Object> paths = py::collect(roots);
   py::List groups;
-  const py::Object ghost = py::Ref<Pattern>(pattern)->get_ghost();
+  const py::Object ghost = pattern->get_ghost();
   if (ghost.is_none()) {
     const py::List group;
     for (const py::Object& path : paths) group.append(path);
@@ -61,7 +61,7 @@ py::List Hierarchy::root_scopes(const py::Iterable& roots) const {
 }
 
 bool Hierarchy::ghost_scope_match(const py::Iterable& roots) const {
-  const py::Object ghost = py::Ref<Pattern>(pattern)->get_ghost();
+  const py::Object ghost = pattern->get_ghost();
   if (ghost.is_none()) return true;
   const GhostPlan plan = plan_ghost(ghost);
   const std::vector<py::Object> paths = py::collect(roots);
@@ -103,7 +103,7 @@ bool Hierarchy::match(const py::Iterable& roots, const py::Iterable& scopes) {
 
 void Hierarchy::find_anchors() {
   const py::Ref<Search> held = search;
-  StateEdit(*held->logic->state).replace({collect_definitions(py::Ref<Pattern>(pattern)->get()), nullptr});
+  StateEdit(*held->logic->state).replace({collect_definitions(pattern->get()), nullptr});
 }
 
 void Hierarchy::run_over_rules(const py::Object& function, const py::Iterable& scopes) const {

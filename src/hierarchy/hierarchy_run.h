@@ -14,7 +14,7 @@ namespace heron {
 /// hierarchy's search. RuntimeError while another run of the same hierarchy is under way.
 class HierarchyRun {
  public:
-  explicit HierarchyRun(Hierarchy& hierarchy) : HierarchyRun(hierarchy, py::Ref<Pattern>(hierarchy.pattern)->get()) {}
+  explicit HierarchyRun(Hierarchy& hierarchy) : HierarchyRun(hierarchy, hierarchy.pattern->get()) {}
   HierarchyRun(Hierarchy& hierarchy, const py::Object& scopes)
       : HierarchyRun(hierarchy, std::make_shared<const PlannedPattern>(scopes)) {}
   HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPattern> pattern);

@@ -79,7 +79,7 @@ void ProjectSettings::init(const py::Object& related_collection, const py::Objec
 // The history first: it refuses what cannot be used, and then the project is what it was. What the document says of
 // its own name wins over the name under which it was found.
 void ProjectSettings::apply(const py::Object& file_data) {
-  py::Ref<History>(history)->load(file_data);
+  history->load(file_data);
   name = document::text_at(file_data, kName);
   description = document::text_at(file_data, kDescription);
   edit_timestamp = document::number_at(file_data, kEditTimestamp, py::to_python(0.0));
@@ -109,7 +109,7 @@ py::Dict ProjectSettings::data() const {
   py::Dict data;
   data.set(kName, naming::space_filter(py::Text(name)));
   data.set(kDescription, description);
-  data.set(kRecords, py::Ref<History>(history)->data());
+  data.set(kRecords, history->data());
   data.set(kSelected, history->get_pointer());
   data.set(kDeleted, deleted);
   data.set(kVersionKey, version());
@@ -136,7 +136,7 @@ void ProjectSettings::ensure_filename() {
 }
 
 py::Ref<Record> ProjectSettings::get_record_promise() const {
-  py::Ref<Record> promise = py::Ref<History>(history)->get_record();
+  py::Ref<Record> promise = history->get_record();
   promise->clear_author();
   promise->clear_comment();
   promise->clear_timestamp();

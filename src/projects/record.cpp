@@ -96,9 +96,9 @@ void Record::save() {
 
 py::Dict Record::data() const {
   py::Dict data;
-  data.set(kExport, py::Ref<RecordExport>(exporting)->data());
-  data.set(kRules, py::Ref<RuleList>(rules)->data());
-  data.set(kPattern, py::Ref<RuleRoot>(pattern)->data());
+  data.set(kExport, exporting->data());
+  data.set(kRules, rules->data());
+  data.set(kPattern, pattern->data());
   data.set(kAuthor, author);
   data.set(kComment, comment);
   return data;

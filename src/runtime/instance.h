@@ -78,8 +78,19 @@ class Ref : public Object {
   /// A new instance, its fields at their C++ defaults.
   static Ref make() { return Ref(steal(new_instance(TypeOf<T>::type, nullptr, TypeOf<T>::layout))); }
 
+  /// Keeps the instance until the end of the expression in which the arrow stands: what is called there may run Python
+  /// code that replaces the field in which the reference stands.
+  class Kept {
+   public:
+    explicit Kept(const Ref& instance) : instance_(instance) {}
+    T* operator->() const { return &*instance_; }
+
+   private:
+    const Ref instance_;
+  };
+  Kept operator->() const { return Kept(*this); }
+
   /// The value. RuntimeError where there is none: a subclass has not called the constructor of its base.
-  T* operator->() const { return &**this; }
   T& operator*() const {
     if (pointer_ == nullptr) {
       raise(PyExc_RuntimeError, "a " + label(TypeOf<T>::type) + " is missing: a constructor has not run");

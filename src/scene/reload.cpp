@@ -21,7 +21,7 @@ struct Loader::Paused {
 };
 
 py::List Loader::load(const py::Object& roots) {
-  const py::List scopes = py::Ref<Pattern>(hierarchy_->pattern)->get();
+  const py::List scopes = hierarchy_->pattern->get();
   std::vector<py::Object> read = scopes.items();
   const auto same = [](const py::Object& a, const py::Object& b) { return a.is(b); };
   if (!pattern_ || !std::equal(read.begin(), read.end(), scopes_.begin(), scopes_.end(), same)) {
