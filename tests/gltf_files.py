@@ -108,16 +108,8 @@ def write(path, content):
 
 def rule(name, regex, types=(), limits=(1, 1)):
     """A rule whose stamp is its name."""
-    return {
-        "stamp": name,
-        "name": name,
-        "regex": regex,
-        "types": list(types),
-        "checklist": {},
-        "range": list(limits),
-        "color": "#4390ea",
-        "icon": "",
-    }
+    names = {"stamp": name, "name": name, "regex": regex, "types": list(types)}
+    return {**names, "checklist": {}, "range": list(limits), "color": "#4390ea", "icon": ""}
 
 
 def pattern(tree):

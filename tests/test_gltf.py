@@ -74,7 +74,7 @@ def test_types_follow_what_a_node_carries(tmp_path):
     ):
         nodes = [{"name": "leaf", **members}, {"name": "inner", "children": [2], **members}, {}]
         scene = open_scene(tmp_path, document(nodes))
-        assert (scene.get_type("/leaf"), scene.get_type("/inner")) == (leaf, inner)
+        assert (scene.get_type("/leaf"), scene.get_type("/inner")) == (leaf, inner), members
 
 
 def test_the_default_scene_is_shown(tmp_path):

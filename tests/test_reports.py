@@ -133,14 +133,12 @@ def test_json_keeps_everything():
     assert document["found"] == {"pass": 4, "info": 1, "fail": 3, "error": 1}
     assert document["left"] == {"pass": 5, "info": 1, "fail": 2, "error": 1}
     assert (document["status"], document["fixed"], document["saved"]) == ("error", 1, False)
-    assert document["refused"] == [{"path": "/x", "reason": "why"}]
-    assert document["warnings"] == [UNPRINTABLE]
+    assert (document["refused"], document["warnings"]) == ([{"path": "/x", "reason": "why"}], [UNPRINTABLE])
     body = document["objects"][2]
     assert (body["path"], body["rule"], body["status"]) == ("/cars/car_red/body", "body", "error")
     what = {"id": "object.scale", "name": "Scale", "category": "object", "seconds": 0.0}
-    found = {"status": "fail", "message": "scaled by -1"}
-    left = {"status": "pass", "message": ""}
-    assert body["checks"][0] == {**what, "found": found, "fixable": True, "fixed": True, "left": left}
+    fix = {"fixable": True, "fixed": True, "left": {"status": "pass", "message": ""}}
+    assert body["checks"][0] == {**what, **fix, "found": {"status": "fail", "message": "scaled by -1"}}
 
 
 def test_junit_has_a_suite_for_each_object_and_a_case_for_each_check():
