@@ -16,17 +16,19 @@ Rule = core._Project.Settings.Rule
 
 
 class DictHost(core.Scene.Operator):
-    """Holds path to (parent, type). What follows a "#" in a path is no part of the name."""
+    """Holds path to (parent, type), at first of selected roots. What follows a "#" is no part of the name."""
 
     TYPE_MAPPING = {"xform": "transform", "loc": "locator"}
 
-    def __init__(self):
+    def __init__(self, *paths):
         super().__init__()
-        self.objects, self.children, self.selection, self.data = {}, {}, [], []
+        self.objects, self.children, self.selection, self.data = {}, {}, list(paths), []
         self.appended, self.removed, self.selected, self.opened = [], [], [], []
         self.scopes, self.ends, self.file = 0, [], "street.gltf"
         self.calls, self.failures = Counter(), {}
         self.before = lambda operation, *arguments: None  # what a test does inside a call
+        for path in paths:
+            self.put(path)
 
     def put(self, path, parent=None, kind="transform"):
         self.objects[path] = (parent, kind)

@@ -122,6 +122,11 @@ def test_instances_are_valid_without_their_constructor_and_collected_with_their_
             value = read(instance)
             if inspect.isroutine(value):
                 value()
+    for name, _ in inspect.getmembers(each, inspect.isdatadescriptor):
+        with contextlib.suppress(Exception):
+            getattr(instance, name).append(instance)
+        with contextlib.suppress(Exception):
+            setattr(instance, name, [instance])
     alive = weakref.ref(instance)
     del instance, value
     gc.collect()

@@ -3,23 +3,14 @@
 from types import SimpleNamespace
 
 import pytest
-from hosts import DictHost, Home, logged
+from hosts import DictHost as Host
+from hosts import Home, logged
 
 import core
 
 Rule = core._Project.Settings.Rule
 Selection, Project = core.Constants.Check.Mode.Selection, core.Constants.Check.Mode.Project
 SCENE = ("The Entire Scene", "street.gltf", None, ["scene"])
-
-
-class Host(DictHost):
-    """A host whose objects are all selected."""
-
-    def __init__(self, *paths):
-        super().__init__()
-        for path in paths:
-            self.put(path)
-        self.selection = list(paths)
 
 
 @pytest.fixture
