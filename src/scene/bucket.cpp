@@ -1,8 +1,8 @@
 #include "scene/bucket.h"
 
 #include "foundation/text.h"
+#include "scene/embedded_data.h"
 #include "scene/joint_tree.h"
-#include "scene/joint_writer.h"
 
 namespace heron {
 namespace {
@@ -36,7 +36,7 @@ Py_hash_t DataBucket::hash() const {
   return py::tuple({name_.characters(), joint.attr(kStamp), checked, opened}).hash();
 }
 
-py::Dict DataBucket::data() const { return JointWriter().write(*this); }
+py::Dict DataBucket::data() const { return EmbeddedWriter().write(*this); }
 
 py::List DataBucket::get_joints(const py::Object& from) const {
   py::List joints;

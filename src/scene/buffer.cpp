@@ -6,10 +6,10 @@
 #include "hierarchy/hierarchy_run.h"
 #include "runtime/finally.h"
 #include "runtime/garbage_collector.h"
+#include "scene/embedded_data.h"
 #include "scene/ghost_scene.h"
 #include "scene/joint.h"
 #include "scene/joint_tree.h"
-#include "scene/joint_writer.h"
 
 namespace heron {
 namespace {
@@ -92,7 +92,7 @@ void Buffer::erase() {
 
 py::List Buffer::encode(const py::Iterable& data) {
   py::List encoded;
-  JointWriter writer;
+  EmbeddedWriter writer;
   for (const py::Object& bucket : py::collect(data)) {
     const bool ours = DataBucket::is_exactly(bucket);
     encoded.append(ours ? writer.write(py::value_of<DataBucket>(bucket.get())) : bucket.attr(kData));
@@ -102,16 +102,11 @@ py::List Buffer::encode(const py::Iterable& data) {
 
 py::List Buffer::decode(const py::Iterable& data) const {
   py::List decoded;
-  for (const py::Object& item : py::collect(data)) {
-    auto bucket = py::Ref<DataBucket>::make();
-    bucket->init(decode_joint(py::get(item, kJoint, py::Dict())), py::get(item, kName),
-                 py::get(item, kChecked, py::to_python(true)), py::get(item, kOpened, py::to_python(true)));
-    decoded.append(bucket);
-  }
+  for (const py::Object& item : py::collect(data)) decoded.append(read_bucket(item));
   return decoded;
 }
 
-py::Object Buffer::decode_joint(const py::Object& data) const { return joint_tree::decode(data); }
+py::Object Buffer::decode_joint(const py::Object& data) const { return read_joint(data); }
 
 void Buffer::rename(const py::Object& source, const py::Object& target) const {
   const py::Object from = to_str(source), to = to_str(target);

@@ -1,7 +1,7 @@
 #include "scene/joint.h"
 
 #include "foundation/constants.h"
-#include "scene/joint_writer.h"
+#include "scene/embedded_data.h"
 
 namespace heron {
 
@@ -36,7 +36,7 @@ py::Object DataJoint::get_children() const {
   return children;
 }
 
-py::Dict DataJoint::data() const { return JointWriter().write(*this); }
+py::Dict DataJoint::data() const { return EmbeddedWriter().write(*this); }
 
 py::Object joint_name(const py::Object& joint) {
   static const py::Name kName("name");

@@ -8,8 +8,7 @@
 namespace heron::joint_tree {
 namespace {
 
-const py::Name kName("name"), kPath("path"), kStamp("stamp"), kType("type"), kIcon("icon"), kColor("color");
-const py::Name kChildren("children"), kIsGhost("is_ghost");
+const py::Name kPath("path"), kIsGhost("is_ghost");
 
 /// Goes one step down.
 void descend(CycleDetector& descent, std::size_t depth, const py::Object& joint, const char* operation) {
@@ -20,13 +19,6 @@ void descend(CycleDetector& descent, std::size_t depth, const py::Object& joint,
 py::Object children_of(const py::Object& joint) {
   const py::Object children = joint_children(joint);
   return children ? children : py::List();
-}
-
-py::Object read_joint(const py::Object& data, const py::List& children) {
-  auto joint = py::Ref<DataJoint>::make();
-  joint->init(py::get(data, kStamp), py::get(data, kName), py::get(data, kPath), py::get(data, kType), children,
-              py::get(data, kIcon), py::get(data, kColor));
-  return joint;
 }
 
 /// Texts are in the order of their characters, which UTF-8 keeps.
@@ -52,33 +44,6 @@ void sort_by_name(const py::List& joints) {
 }
 
 }  // namespace
-
-py::Object decode(const py::Object& root) {
-  struct Level {
-    py::Object data;
-    std::vector<py::Object> below;
-    py::List joints;
-    std::size_t next = 0;
-  };
-  std::vector<Level> levels;
-  CycleDetector descent;
-  const auto enter = [&](const py::Object& data) {
-    descend(descent, levels.size() + 1, data, "decode");
-    levels.push_back({data, py::collect(py::get(data, kChildren, py::List())), {}});
-  };
-  enter(root);
-  while (true) {
-    Level& level = levels.back();
-    if (level.next < level.below.size()) {
-      enter(py::Object(level.below[level.next++]));
-      continue;
-    }
-    const py::Object joint = read_joint(level.data, level.joints);
-    levels.pop_back();
-    if (levels.empty()) return joint;
-    levels.back().joints.append(joint);
-  }
-}
 
 void append_below(const py::Object& root, const py::List& joints) {
   struct Level {

@@ -5,9 +5,6 @@
 /// Walks over trees of joints, which may be deeper than the stack. RecursionError for a joint below itself.
 namespace heron::joint_tree {
 
-/// A new joint, with all below it, from its data.
-py::Object decode(const py::Object& data);
-
 /// Appends all joints below a joint to a list, parents first.
 void append_below(const py::Object& joint, const py::List& joints);
 

@@ -1,4 +1,4 @@
-#include "scene/joint_writer.h"
+#include "scene/embedded_data.h"
 
 #include "foundation/cycle_detector.h"
 
@@ -40,15 +40,22 @@ py::Dict make_joint_form(const py::Object& stamp, const py::Object& type, const 
   return form;
 }
 
+py::Ref<DataJoint> joint_of(const py::Object& data, const py::List& children) {
+  auto joint = py::Ref<DataJoint>::make();
+  joint->init(py::get(data, kStamp), py::get(data, kName), py::get(data, kPath), py::get(data, kType), children,
+              py::get(data, kIcon), py::get(data, kColor));
+  return joint;
+}
+
 bool is_leaf(const DataJoint& joint) {
   return !joint.children || (PyList_CheckExact(joint.children.get()) && PyList_Size(joint.children.get()) == 0);
 }
 
 }  // namespace
 
-JointWriter::JointWriter() : bucket_form_(make_bucket_form()) {}
+EmbeddedWriter::EmbeddedWriter() : bucket_form_(make_bucket_form()) {}
 
-py::Dict JointWriter::write(const DataBucket& bucket) {
+py::Dict EmbeddedWriter::write(const DataBucket& bucket) {
   const py::Object yes = py::to_python(true);
   const py::Object joint = bucket.joint;  // making maps may run Python code, which may replace it
   const bool ours = DataJoint::is_exactly(joint);
@@ -61,7 +68,7 @@ py::Dict JointWriter::write(const DataBucket& bucket) {
 }
 
 // A hierarchy may be deeper than the stack: the walk keeps one of its own.
-py::Dict JointWriter::write(const DataJoint& joint) {
+py::Dict EmbeddedWriter::write(const DataJoint& joint) {
   if (is_leaf(joint)) return map_of(joint, {});
   struct Level {
     py::Ref<DataJoint> joint;
@@ -98,7 +105,7 @@ py::Dict JointWriter::write(const DataJoint& joint) {
   }
 }
 
-py::Dict JointWriter::map_of(const DataJoint& joint, const py::List& children) {
+py::Dict EmbeddedWriter::map_of(const DataJoint& joint, const py::List& children) {
   py::Dict data = form_of(joint).copy();
   data.set(kName, plain(joint.name.characters()));
   data.set(kPath, plain(joint.path.characters()));
@@ -106,7 +113,7 @@ py::Dict JointWriter::map_of(const DataJoint& joint, const py::List& children) {
   return data;
 }
 
-py::Dict JointWriter::form_of(const DataJoint& joint) {
+py::Dict EmbeddedWriter::form_of(const DataJoint& joint) {
   for (const Face& face : faces_) {
     const bool same = face.stamp.is(joint.stamp) && face.type.is(joint.type) && face.icon.is(joint.icon) &&
                       face.color.is(joint.color);
@@ -115,6 +122,42 @@ py::Dict JointWriter::form_of(const DataJoint& joint) {
   py::Dict form = make_joint_form(joint.stamp, joint.type, joint.icon, joint.color);
   if (faces_.size() < kMostFaces) faces_.push_back({joint.stamp, joint.type, joint.icon, joint.color, form});
   return form;
+}
+
+py::Ref<DataBucket> read_bucket(const py::Object& data) {
+  auto bucket = py::Ref<DataBucket>::make();
+  bucket->init(read_joint(py::get(data, kJoint, py::Dict())), py::get(data, kName),
+               py::get(data, kChecked, py::to_python(true)), py::get(data, kOpened, py::to_python(true)));
+  return bucket;
+}
+
+py::Ref<DataJoint> read_joint(const py::Object& root) {
+  struct Level {
+    py::Object data;
+    std::vector<py::Object> below;
+    py::List joints;
+    std::size_t next = 0;
+  };
+  std::vector<Level> levels;
+  CycleDetector descent;
+  const auto enter = [&](const py::Object& data) {
+    if (descent.returns(levels.size() + 1, data.get())) {
+      py::raise(PyExc_RecursionError, "decode() found a joint below itself");
+    }
+    levels.push_back({data, py::collect(py::get(data, kChildren, py::List())), {}});
+  };
+  enter(root);
+  while (true) {
+    Level& level = levels.back();
+    if (level.next < level.below.size()) {
+      enter(py::Object(level.below[level.next++]));
+      continue;
+    }
+    const py::Ref<DataJoint> joint = joint_of(level.data, level.joints);
+    levels.pop_back();
+    if (levels.empty()) return joint;
+    levels.back().joints.append(joint);
+  }
 }
 
 }  // namespace heron

@@ -11,9 +11,9 @@ namespace heron {
 ///
 /// A map is a copy of one that holds what all joints of a rule have in common, which takes half the time of filling an
 /// empty one. One writer should therefore serve for all that is written at once.
-class JointWriter {
+class EmbeddedWriter {
  public:
-  JointWriter();
+  EmbeddedWriter();
 
   py::Dict write(const DataBucket& bucket);
   /// With everything below it. RecursionError for a joint that stands below itself.
@@ -31,5 +31,10 @@ class JointWriter {
   const py::Dict bucket_form_;  ///< As a scan leaves buckets: checked and opened.
   std::vector<Face> faces_;
 };
+
+/// A new bucket of such data, which may lack any key.
+py::Ref<DataBucket> read_bucket(const py::Object& data);
+/// A new joint, with all below it. RecursionError for data that stands below itself.
+py::Ref<DataJoint> read_joint(const py::Object& data);
 
 }  // namespace heron
