@@ -252,6 +252,7 @@ def test_a_damaged_file_of_the_server_is_told_and_replaced_by_a_copy_of_a_client
     post(server, request(doc()))
     kept = tmp_path / "server" / "maya" / "x.json"
     kept.write_text("{")
+    kept.with_name("renamed.json").write_text(json.dumps(doc()))  # counts as little
     assert post(server, request()) == (200, [])
     assert any("x.json is passed over" in text for text in server.told)
     assert post(server, request(doc(name="\ud800")))[1] == [doc(name="\ud800")]
