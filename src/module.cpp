@@ -83,8 +83,17 @@ void expose(const heron::py::Scope& module) {
 }  // namespace
 
 PyMODINIT_FUNC PyInit_core() {
-  static PyModuleDef definition = {
-      PyModuleDef_HEAD_INIT, "core", "The engine of Heron.", -1, nullptr, nullptr, nullptr, nullptr, nullptr};
+  static PyModuleDef definition = {PyModuleDef_HEAD_INIT,
+                                   "core",
+                                   "The engine of Heron.\n\n"
+                                   "Names that begin with an underscore are the engine's own: a front-end or a host\n"
+                                   "is handed their instances, and reads them, but seldom makes one.",
+                                   -1,
+                                   nullptr,
+                                   nullptr,
+                                   nullptr,
+                                   nullptr,
+                                   nullptr};
   return heron::py::detail::guarded(
       [] {
         heron::py::Object module = heron::py::Object::steal(PyModule_Create(&definition));

@@ -68,31 +68,40 @@ py::Object Api::logger() const {
 
 void expose_api(const py::Scope& module) {
   const py::Scope scope =
-      py::Class<Api>(
-          module, "Api",
-          "A common class to have access to all program components.\n\n"
-          "operator: the host, a `Scene.Operator`. environment: where the host keeps its files. export_options:\n"
-          "the exporters, each a `Parameters.Options`. checks: the root module of an embedded set of checks. A "
-          "front-end builds one and calls\n"
-          "`shutdown` at the end. Exceptions of the host pass.")
+      py::Class<Api>(module, "Api",
+                     "A common class to have access to all program components.\n\n"
+                     "Args:\n"
+                     "    operator: The host, a `Scene.Operator`.\n"
+                     "    environment: Where the host keeps its files, an `Environment`.\n"
+                     "    export_options: The exporters, each a `Parameters.Options`.\n"
+                     "    checks: The root module of an embedded set of checks.\n\n"
+                     "A front-end builds one and calls `shutdown` at the end. Exceptions of the host pass.\n\n"
+                     "    api = core.Api(operator, environment)\n"
+                     "    api.project.load(\"street.json\")\n"
+                     "    api.scene.scanner.upload_buffer()  # what is selected in the host\n"
+                     "    api.validator.start()\n"
+                     "    for task in api.validator.queue:\n"
+                     "        for result in task:\n"
+                     "            print(result.name, result.status)\n"
+                     "    api.shutdown()")
           .init<&Api::init>({"operator", "environment", {"export_options", nullptr}, {"checks", nullptr}})
           .operation<&Api::shutdown>("shutdown",
                                      "Removes what is registered in the host, and the front-end's functions.\n\n"
                                      "Writes nothing.")
-          .accessor<&Api::version>("version", "The version of the library: major, minor, patch.")
-          .accessor<&Api::constants>("constants", "The enumerations, `Constants`.")
-          .accessor<&Api::masks>("masks", "A new `Mask` of the types that the host can produce now.")
-          .accessor<&Api::logger>("logger", "The log, `Logger`.")
-          .readonly<&Api::host>("_op", "The host.")
-          .readonly<&Api::callbacks>("callbacks", "The front-end's functions by event.")
-          .field<&Api::env>("env", "Where the host keeps its files.")
-          .field<&Api::settings>("settings", "The settings of the user.")
-          .field<&Api::statistics>("statistics", "The records of use.")
-          .field<&Api::validator>("validator", "Runs the checks.")
-          .field<&Api::exporting>("export", "Writes hierarchies out of the scene.")
-          .field<&Api::project>("project", "Knows the projects, and which of them is current.")
-          .field<&Api::scene>("scene", "Finds and keeps the hierarchies of the scene.")
-          .field<&Api::http>("http", "Makes and reads what is exchanged with the shared server.")
+          .accessor<&Api::version>("version", "tuple[int, int, int]: The version of the library: major, minor, patch.")
+          .accessor<&Api::constants>("constants", "type[Constants]: The enumerations.")
+          .accessor<&Api::masks>("masks", "Mask: A new `Mask` of the types that the host can produce now.")
+          .accessor<&Api::logger>("logger", "type[Logger]: The log.")
+          .readonly<&Api::host>("_op", "Scene.Operator: The host.")
+          .readonly<&Api::callbacks>("callbacks", "_CallBacks: The front-end's functions by event.")
+          .field<&Api::env>("env", "Environment: Where the host keeps its files.")
+          .field<&Api::settings>("settings", "_Settings: The settings of the user.")
+          .field<&Api::statistics>("statistics", "_Statistics: The records of use.")
+          .field<&Api::validator>("validator", "Api._Validator: Runs the checks.")
+          .field<&Api::exporting>("export", "Api._Export: Writes hierarchies out of the scene.")
+          .field<&Api::project>("project", "Api._Project: Knows the projects, and which of them is current.")
+          .field<&Api::scene>("scene", "Api._Scene: Finds and keeps the hierarchies of the scene.")
+          .field<&Api::http>("http", "Api._Http: Makes and reads what is exchanged with the shared server.")
           .done();
   expose_validator(scope);
   expose_export_driver(scope);

@@ -163,29 +163,29 @@ void ExportDriver::fire(const py::Name& event, const std::vector<py::Object>& ar
 void expose_export_driver(const py::Scope& api) {
   py::Class<ExportDriver>(api, "_Export",
                           "Api component to handle export process.\n\n"
-                          "Writes hierarchies out of the scene through the host, each into a file of its own.\n"
-                          "options: the exporters, each a `Parameters.Options`.")
+                          "Writes hierarchies out of the scene through the host, each into a file of its own.\n\n"
+                          "Args:\n"
+                          "    options: The exporters, each a `Parameters.Options`.")
       .init<&ExportDriver::init>({"api", "operator", "buffer", {"options", nullptr}})
       .operation<&ExportDriver::start>(
           "start",
           "Exports the matched hierarchies, or what is selected, as the mode of the checks says.\n\n"
-          "The settings say where to: the user chooses, the directory of the project, or that of the open scene.\n"
+          "The settings say where to: the user chooses, the directory of the project, or that of the open scene. "
           "Without one that exists `lost_export_directory` is called, and nothing else happens. See `project`.")
       .operation<&ExportDriver::project>(
           "project", {"directory"},
           "Exports the checked hierarchies of the buffer.\n\n"
-          "A hierarchy of which a root is gone is left out. With nothing to export `empty_export_selection` is called\n"
-          "and no more happens. Each hierarchy goes through the host into a file of its own. A failure is logged and\n"
-          "keeps none of the others from being written. RuntimeError inside an export. In the end `export_success` is "
-          "called, or `export_skipped`\n"
-          "with the names of those that were not written, and the statistics have one record more.\n"
-          "The selection of the host stays as it is.")
+          "A hierarchy of which a root is gone is left out. With nothing to export `empty_export_selection` is called "
+          "and no more happens. Each hierarchy goes through the host into a file of its own. A failure is logged and "
+          "keeps none of the others from being written. In the end `export_success` is called, or `export_skipped` "
+          "with the names of those that were not written, and the statistics have one record more. The selection of "
+          "the host stays as it is. RuntimeError inside an export.")
       .operation<&ExportDriver::selected>("selected", {"directory"},
                                           "Exports the roots of the selection, in the same way as `project`.")
       .operation<&ExportDriver::get_directory>(
           "_get_directory",
           "The directory that the settings lead to; a false value if there is none, or the user cancels.\n\n"
-          "A chosen one is where the next choice begins; the settings are not written. TypeError for a choice that is\n"
+          "A chosen one is where the next choice begins; the settings are not written. TypeError for a choice that is "
           "no path.")
       .operation<&ExportDriver::perform>("_perform", {"planner", "directory"},
                                          "Empties the queue, has `planner` fill it, and exports it.")
@@ -197,16 +197,19 @@ void expose_export_driver(const py::Scope& api) {
       .static_operation<&export_path>(
           "_create_path", {"directory", "filename", "type", {"version_control", false}},
           "The path of an exported file.\n\n"
-          "directory: where it goes. filename: its name without extension. type: the format, which in lower case is\n"
-          "the extension. version_control: number the file, one above the files whose names begin like `filename`,\n"
-          "taken as a regular expression, and have the format's extension. `re.error` if it is none, and OSError if\n"
-          "the directory cannot be listed.")
-      .field<&ExportDriver::options>("options", "The exporters with their options, one selected.")
-      .field<&ExportDriver::flags>("flags", "The switches of the export.")
-      .readonly<&ExportDriver::api>("_api", "What the component belongs to.")
-      .readonly<&ExportDriver::host>("_op", "The host.")
-      .readonly<&ExportDriver::buffer>("_buffer", "The matched hierarchies.")
-      .readonly<&ExportDriver::queue>("_queue", "The tasks of the last export.")
+          "Args:\n"
+          "    directory: Where it goes.\n"
+          "    filename: Its name without extension.\n"
+          "    type: The format, which in lower case is the extension.\n"
+          "    version_control: Number the file, one above the files whose names begin like `filename`, taken as a "
+          "regular expression, and have the format's extension.\n\n"
+          "`re.error` if `filename` is none, and OSError if the directory cannot be listed.")
+      .field<&ExportDriver::options>("options", "_Export.Options: The exporters with their options, one selected.")
+      .field<&ExportDriver::flags>("flags", "_Export.Flags: The switches of the export.")
+      .readonly<&ExportDriver::api>("_api", "Api: What the component belongs to.")
+      .readonly<&ExportDriver::host>("_op", "Scene.Operator: The host.")
+      .readonly<&ExportDriver::buffer>("_buffer", "Scene._Buffer: The matched hierarchies.")
+      .readonly<&ExportDriver::queue>("_queue", "_Export.Queue: The tasks of the last export.")
       .done();
 }
 

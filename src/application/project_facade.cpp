@@ -109,17 +109,16 @@ void ProjectFacade::load_settings(const py::Object& project) const {
 
 void expose_project_facade(const py::Scope& api) {
   const py::Scope scope =
-      py::Class<ProjectFacade>(
-          api, "_Project",
-          "Api component to manage projects.\n\n"
-          "Knows which project is current, and puts what it says into the engine: the pattern, and the options\n"
-          "and flags of the export. A project of another format, or an unknown one, is no error: another one stands\n"
-          "in for it.")
+      py::Class<ProjectFacade>(api, "_Project",
+                               "Api component to manage projects.\n\n"
+                               "Knows which project is current, and puts what it says into the engine: the pattern, "
+                               "and the options and flags of the export. A project of another format, or an unknown "
+                               "one, is no error: another one stands in for it.")
           .init<&ProjectFacade::init>({"api", "hierarchy"})
           .operation<&ProjectFacade::get_current>(
               "get_current",
               "The current project.\n\n"
-              "It is the one that the settings name; without a usable one the first usable project, which is loaded\n"
+              "It is the one that the settings name; without a usable one the first usable project, which is loaded "
               "and becomes the current one in the settings; without any a new, empty one.")
           .operation<&ProjectFacade::get_clone>(
               "get_clone", "A copy of the current project without name and file, to be edited as a new one.")
@@ -129,31 +128,33 @@ void expose_project_facade(const py::Scope& api) {
               "Its file stays, so that the server hears of it. Without another project the engine keeps the pattern.")
           .operation<&ProjectFacade::get_empty>("get_empty", "A new project without a file.")
           .operation<&ProjectFacade::get_headers>("get_headers", "A new list of a `_Project.Header` for each project.")
-          .operation<&ProjectFacade::is_active>("is_active", "Do validations follow the project, not the selection?")
-          .operation<&ProjectFacade::is_exists>("is_exists", {"filename"}, "Is there a project with this file name?")
-          .operation<&ProjectFacade::load>(
-              "load", {"filename"},
-              "Loads a project; the first one if there is none of this file name.\n\n"
-              "The same state of the same project is not loaded twice in a row, and one of another format is not\n"
-              "loaded at all: what was there before stays.")
+          .operation<&ProjectFacade::is_active>("is_active",
+                                                "Whether validations follow the project, not the selection.")
+          .operation<&ProjectFacade::is_exists>("is_exists", {"filename"},
+                                                "Whether there is a project with this file name.")
+          .operation<&ProjectFacade::load>("load", {"filename"},
+                                           "Loads a project; the first one if there is none of this file name.\n\n"
+                                           "The same state of the same project is not loaded twice in a row, and one "
+                                           "of another format is not loaded at all: what was there before stays.")
           .operation<&ProjectFacade::load_settings>(
               "_load", {"project_settings"},
               "Puts a project into the engine, unless it is of another format or there already.\n\n"
               "The settings are written when it is another project than before.")
-          .field<&ProjectFacade::collection>("collection", "All projects of the host.")
-          .readonly<&ProjectFacade::api>("_api", "What the component belongs to.")
-          .readonly<&ProjectFacade::hierarchy>("_hierarchy", "The matcher, whose pattern is that of the project.")
-          .readonly<&ProjectFacade::pointer>("_pointer", "What is loaded now.")
+          .field<&ProjectFacade::collection>("collection", "_Project.Collection: All projects of the host.")
+          .readonly<&ProjectFacade::api>("_api", "Api: What the component belongs to.")
+          .readonly<&ProjectFacade::hierarchy>("_hierarchy",
+                                               "_Hierarchy: The matcher, whose pattern is that of the project.")
+          .readonly<&ProjectFacade::pointer>("_pointer", "Api._Project._LoadPointer: What is loaded now.")
           .done();
 
   py::Class<LoadPointer>(scope, "_LoadPointer", "Which state of which project was loaded last.")
       .init<&LoadPointer::init>({})
-      .operation<&LoadPointer::same>("same", {"settings"}, "Is it this project, as it was last edited?")
-      .operation<&LoadPointer::other>("other", {"settings"}, "Is it another project?")
-      .operation<&LoadPointer::edited>("edited", {"settings"}, "Was it edited at another time?")
+      .operation<&LoadPointer::same>("same", {"settings"}, "Whether it is this project, as it was last edited.")
+      .operation<&LoadPointer::other>("other", {"settings"}, "Whether it is another project.")
+      .operation<&LoadPointer::edited>("edited", {"settings"}, "Whether it was edited at another time.")
       .operation<&LoadPointer::set>("set", {"settings"}, "Remembers this project as it was last edited.")
-      .field<&LoadPointer::filename>("filename", "The file name of the project; None at first.")
-      .field<&LoadPointer::timestamp>("timestamp", "When it was last edited; None at first.")
+      .field<&LoadPointer::filename>("filename", "str | None: The file name of the project; None at first.")
+      .field<&LoadPointer::timestamp>("timestamp", "float | None: When it was last edited; None at first.")
       .done();
 }
 

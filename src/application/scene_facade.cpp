@@ -48,25 +48,24 @@ void expose_scene_facade(const py::Scope& api) {
   py::Class<SceneFacade>(
       api, "_Scene",
       "Api component to communicate with the scene.\n\n"
-      "Loads the current project, then what is embedded in the open scene, and that again each time\n"
-      "the host has opened a scene: no scan is needed, and what the file holds is believed.\n"
-      "Exceptions of the host pass.")
+      "Loads the current project, then what is embedded in the open scene, and that again each time the host has "
+      "opened a scene: no scan is needed, and what the file holds is believed. Exceptions of the host pass.")
       .init<&SceneFacade::init>({"api", "operator", "virtual", "hierarchy", "buffer"})
       .operation<&SceneFacade::directory_dialog>(
           "directory_dialog", {{"start", "~"}},
           "Lets the user choose a directory, beginning at `start`.\n\n"
-          "Both `start` and the result may hold \"~\" for the user's home, as paths in the settings and in projects\n"
+          "Both `start` and the result may hold \"~\" for the user's home, as paths in the settings and in projects "
           "do. Returns None if the user cancels.")
       .operation<&SceneFacade::load_states>("_load_states", "Loads the current project, if there is one.")
       .operation<&SceneFacade::link_buffer>("_link_buffer",
                                             "Loads the buffer, and has the host load it whenever a scene is opened.")
       .operation<&SceneFacade::load_buffer>("_load_buffer",
                                             "Loads the buffer from the open scene, then calls `buffer_loaded`.")
-      .field<&SceneFacade::hierarchy>("hierarchy", "The matcher.")
-      .field<&SceneFacade::buffer>("buffer", "The matched hierarchies.")
-      .field<&SceneFacade::scanner>("scanner", "Looks for hierarchies below the selection.")
-      .readonly<&SceneFacade::api>("_api", "What the component belongs to.")
-      .readonly<&SceneFacade::host>("_op", "The host.")
+      .field<&SceneFacade::hierarchy>("hierarchy", "_Hierarchy: The matcher.")
+      .field<&SceneFacade::buffer>("buffer", "Scene._Buffer: The matched hierarchies.")
+      .field<&SceneFacade::scanner>("scanner", "Scene._Scanner: Looks for hierarchies below the selection.")
+      .readonly<&SceneFacade::api>("_api", "Api: What the component belongs to.")
+      .readonly<&SceneFacade::host>("_op", "Scene.Operator: The host.")
       .done();
 }
 

@@ -67,31 +67,29 @@ void expose_server_exchange(const py::Scope& api) {
   py::Class<ServerExchange>(
       api, "_Http",
       "Api component to communicate with the shared server.\n\n"
-      "It opens no connection: a front-end asks for a request, sends it as suits its host, and hands the\n"
-      "response back, on the thread that owns the scene. A response is anything with `getheader(name,\n"
-      "default)` and `read()`.")
+      "It opens no connection: a front-end asks for a request, sends it as suits its host, and hands the response "
+      "back, on the thread that owns the scene. A response is anything with `getheader(name, default)` and `read()`.")
       .init<&ServerExchange::init>({"api"})
       .operation<&ServerExchange::projects_request>("projects_request",
                                                     "The request that brings all projects to the server.")
       .operation<&ServerExchange::projects_response>(
           "projects_response", {"response"},
           "Applies the server's answer to `projects_request`.\n\n"
-          "The projects of an accepted answer replace the local ones, the current one is loaded again, and\n"
-          "`projects_synchronized` is called, unless its body is that of the last answer, whatever became of that\n"
-          "one. `projects_response_closed` is called last in any case. An answer that cannot be read is logged and "
-          "changes nothing; one that can, but lists no\n"
-          "projects, raises what comes of that.")
-      .operation<&ServerExchange::statistics_request>(
-          "statistics_request",
-          "The request that brings the statistics to the server, under the user's name in the environment of the\n"
-          "process, \"USERNAME\".")
+          "The projects of an accepted answer replace the local ones, the current one is loaded again, and "
+          "`projects_synchronized` is called, unless its body is that of the last answer, whatever became of that one. "
+          "`projects_response_closed` is called last in any case. An answer that cannot be read is logged and changes "
+          "nothing; one that can, but lists no projects, raises what comes of that.")
+      .operation<&ServerExchange::statistics_request>("statistics_request",
+                                                      "The request that brings the statistics to the server, under the "
+                                                      "user's name in the environment of the process, \"USERNAME\".")
       .operation<&ServerExchange::statistics_response>(
           "statistics_response", {"response"},
           "Takes the server's answer to `statistics_request`: what it has got is erased if the settings say so.")
       .operation<&ServerExchange::no_response>("no_response",
                                                "Calls `http_no_response`: for a front-end that got no answer.")
-      .readonly<&ServerExchange::api>("_api", "What the component belongs to.")
-      .readonly<&ServerExchange::last_projects>("_last_projects", "The last answer to `projects_request`, or None.")
+      .readonly<&ServerExchange::api>("_api", "Api: What the component belongs to.")
+      .readonly<&ServerExchange::last_projects>(
+          "_last_projects", "_Project.Collection.HttpResponse | None: The last answer to `projects_request`, or None.")
       .done();
 }
 

@@ -147,21 +147,18 @@ void expose_validator(const py::Scope& api) {
       py::Class<Validator>(
           api, "_Validator",
           "Api component to handle validation process.\n\n"
-          "Runs the enabled checks of the workspace over the selection, or those of the rules over the\n"
-          "matched hierarchies, as the mode of the settings says, and keeps the results until the next\n"
-          "run.")
+          "Runs the enabled checks of the workspace over the selection, or those of the rules over the matched "
+          "hierarchies, as the mode of the settings says, and keeps the results until the next run.")
           .init<&Validator::init>({"api", "operator", "classes", "hierarchy", "buffer"})
           .operation<&Validator::start>(
               "start",
               "Plans the checks and runs them all; the results are in `queue`.\n\n"
-              "The selection of the host stays as it is; a record of this run and one of each run of a check go to "
-              "the\n"
-              "statistics, which are written. With nothing to check nothing is recorded. A check that fails stops\n"
+              "The selection of the host stays as it is; a record of this run and one of each run of a check go to the "
+              "statistics, which are written. With nothing to check nothing is recorded. A check that fails stops "
               "nothing: its result says so. Exceptions of the host pass; RuntimeError within a validation.")
-          .operation<&Validator::plan_checks>(
-              "_plan_checks", {"mode"},
-              "Empties the queue and fills it as `mode`, one of `Constants.Check.Mode`,\n"
-              "says. Any other mode plans nothing.")
+          .operation<&Validator::plan_checks>("_plan_checks", {"mode"},
+                                              "Empties the queue and fills it as `mode`, one of "
+                                              "`Constants.Check.Mode`, says. Any other mode plans nothing.")
           .operation<&Validator::plan_selection_checks>(
               "_plan_selection_checks",
               "Appends a task for the scene and one for each selected object, with the checks of the workspace.")
@@ -169,21 +166,27 @@ void expose_validator(const py::Scope& api) {
               "_plan_project_checks",
               "Appends a task for the scene and one for each matched object, with the checks of its rule.\n\n"
               "Objects that are gone, unchecked hierarchies and rules without enabled checks are left out.")
-          .accessor<&Validator::get_queue>("queue", "The tasks of the last run with their results.")
-          .field<&Validator::checklist>("checklist", "The two checklists, `workspace` and `editor`.")
-          .readonly<&Validator::api>("_api", "What the component belongs to.")
-          .readonly<&Validator::host>("_op", "The host.")
-          .readonly<&Validator::hierarchy>("_hierarchy", "The matcher, whose pattern knows the rules' checks.")
-          .readonly<&Validator::buffer>("_buffer", "The matched hierarchies.")
-          .readonly<&Validator::queue>("_queue", "The tasks of the last run with their results.")
+          .accessor<&Validator::get_queue>("queue", "Check._Queue: The tasks of the last run with their results.")
+          .field<&Validator::checklist>("checklist",
+                                        "Api._Validator._CheckList: The two checklists, `workspace` and `editor`.")
+          .readonly<&Validator::api>("_api", "Api: What the component belongs to.")
+          .readonly<&Validator::host>("_op", "Scene.Operator: The host.")
+          .readonly<&Validator::hierarchy>("_hierarchy",
+                                           "_Hierarchy: The matcher, whose pattern knows the rules' checks.")
+          .readonly<&Validator::buffer>("_buffer", "Scene._Buffer: The matched hierarchies.")
+          .readonly<&Validator::queue>("_queue", "Check._Queue: The tasks of the last run with their results.")
           .done();
 
   py::Class<Checklists>(scope, "_CheckList",
                         "The checklists that a front-end edits.\n\n"
-                        "api: gives the settings. classes: the known check classes.")
+                        "Args:\n"
+                        "    api: Gives the settings.\n"
+                        "    classes: The known check classes.")
       .init<&Checklists::init>({"api", "classes"})
-      .field<&Checklists::workspace>("workspace", "The checks of the selection mode, bound to the user's settings.")
-      .field<&Checklists::editor>("editor", "The checks that the editor of rules shows, bound to no settings.")
+      .field<&Checklists::workspace>("workspace",
+                                     "Check._List: The checks of the selection mode, bound to the user's settings.")
+      .field<&Checklists::editor>("editor",
+                                  "Check._List: The checks that the editor of rules shows, bound to no settings.")
       .done();
 }
 

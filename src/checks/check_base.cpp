@@ -71,17 +71,16 @@ bool is_valid_check(const py::Object& type) {
 
 void expose_check_base(const py::Scope& check) {
   const py::Object nothing = py::text(""), no = py::to_python(false);
-  py::Class<CheckBase>(
-      check, "Base",
-      "An abstract class of checks: looks at one scene object and reports what is wrong with it.\n\n"
-      "A plug-in derives its checks at least two steps below: a class derived from this one alone is not taken\n"
-      "for a check. It overrides the attributes and `check`, and what else it needs. An instance serves\n"
-      "one object: `check` may keep there what the other operations need.")
+  py::Class<CheckBase>(check, "Base",
+                       "An abstract class of checks: looks at one scene object and reports what is wrong with it.\n\n"
+                       "A plug-in derives its checks at least two steps below: a class derived from this one alone is "
+                       "not taken for a check. It overrides the attributes and `check`, and what else it needs. An "
+                       "instance serves one object: `check` may keep there what the other operations need.")
       .static_operation<&CheckBase::parameters>(
           "parameters", {}, "A new `Parameters.Block` of the inputs that the user can set; one without inputs here.")
       .operation<&CheckBase::check>(
           "check", {"path", "parameters"},
-          "Examines an object with one task of the parameters. Returns if it is as it should be, and raises\n"
+          "Examines an object with one task of the parameters. Returns if it is as it should be, and raises "
           "Error.ValidationError to report a finding; any other error means that the check itself failed.\n\n"
           "NotImplementedError unless a plug-in overrides it.")
       .operation<&CheckBase::fix_result>("fix_result", {"path", "parameters"},
@@ -106,10 +105,10 @@ void expose_check_assertions(const py::Scope& assertions) {
   const py::Scope scope = py::make_namespace(assertions, "Check", "Tests of checks.");
   py::function<&is_valid_check>(
       scope, "is_valid", {"_class"},
-      "Can this class serve as a check?\n\n"
-      "It must have the attributes of `Check.Base`, each of its kind, `parameters` must give a\n"
-      "`Parameters.Block`, and the class without arguments an instance of `Check.Base` with all operations.\n"
-      "A class that raises when it is asked is no check; the exception is logged.");
+      "Whether this class can serve as a check.\n\n"
+      "It must have the attributes of `Check.Base`, each of its kind, `parameters` must give a `Parameters.Block`, and "
+      "the class without arguments an instance of `Check.Base` with all operations. A class that raises when it is "
+      "asked is no check; the exception is logged.");
 }
 
 }  // namespace heron

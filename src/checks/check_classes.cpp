@@ -160,8 +160,9 @@ void expose_check_classes(const py::Scope& check) {
   py::Class<CheckClasses>(
       check, "_Classes",
       "The check classes found in directories of plug-ins, in the order in which they are shown.\n\n"
-      "directories: paths with an `enabled`. Of classes with the same `class_id` the first one found is taken. A\n"
-      "loop gives the classes.")
+      "Args:\n"
+      "    directories: Paths with an `enabled`.\n\n"
+      "Of classes with the same `class_id` the first one found is taken. A loop gives the classes.")
       .init<&CheckClasses::init>({"directories"})
       .iterate<&CheckClasses::iterate>()
       .operation<&CheckClasses::get>("get", {"class_id"}, "The class with this id, or None.")
@@ -171,7 +172,7 @@ void expose_check_classes(const py::Scope& check) {
           "reload", "Searches the directories again. Checklists that were built before keep their classes.")
       .operation<&CheckClasses::search>(
           "_search", {"directory", {"container", nullptr}, {"scope", ""}},
-          "Appends the check classes of a directory and the packages in it to `container`, or to a new list, and\n"
+          "Appends the check classes of a directory and the packages in it to `container`, or to a new list, and "
           "returns that. `scope` makes no difference.\n\n"
           "Every module is run anew and not entered in `sys.modules`. One that cannot be imported costs a warning.")
       .operation<&CheckClasses::load_module>(
@@ -179,14 +180,14 @@ void expose_check_classes(const py::Scope& check) {
           "Runs a module and returns it; None, after a warning, if it fails or ends the program.")
       .operation<&CheckClasses::sort>(
           "_sort", {"array"},
-          "Puts a list of classes in order of category, then `sort_index`, and returns it: known categories as\n"
+          "Puts a list of classes in order of category, then `sort_index`, and returns it: known categories as "
           "`_group_order` has them, then the others by name. Equal classes keep their order.")
       .attribute("_group_order", CheckClasses::group_order())
-      .readonly<&CheckClasses::directories>("_directories", "Where the checks are searched.")
-      .readonly<&CheckClasses::directory>("_directory", "The directory that is searched, or was last.")
-      .readonly<&CheckClasses::denied>("_denied", "The classes that cannot serve as checks.")
-      .readonly<&CheckClasses::array>("_array", "The classes in order.")
-      .readonly<&CheckClasses::table>("_table", "The classes by id.")
+      .readonly<&CheckClasses::directories>("_directories", "Iterable[Any]: Where the checks are searched.")
+      .readonly<&CheckClasses::directory>("_directory", "Any: The directory that is searched, or was last.")
+      .readonly<&CheckClasses::denied>("_denied", "list[type]: The classes that cannot serve as checks.")
+      .readonly<&CheckClasses::array>("_array", "list[type[Check.Base]]: The classes in order.")
+      .readonly<&CheckClasses::table>("_table", "dict[str, type[Check.Base]]: The classes by id.")
       .done();
 }
 

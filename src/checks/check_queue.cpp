@@ -79,24 +79,27 @@ void expose_check_queue(const py::Scope& check) {
           .length<&CheckQueue::size>()
           .operation<&CheckQueue::add>("add", {"task"}, "Appends a task.")
           .operation<&CheckQueue::clear>("clear", "Removes all tasks, one at a time from the end.")
-          .operation<&CheckQueue::is_empty>("is_empty", "Is there no task?")
+          .operation<&CheckQueue::is_empty>("is_empty", "Whether there is no task.")
           .operation<&CheckQueue::fix_all>("fix_all", "Has each result that can be fixed do so, once.")
-          .operation<&CheckQueue::fix_exists>("fix_exists", "Can some result be fixed?")
-          .readonly<&CheckQueue::tasks>("_tasks", "The tasks in order.")
+          .operation<&CheckQueue::fix_exists>("fix_exists", "Whether some result can be fixed.")
+          .readonly<&CheckQueue::tasks>("_tasks", "list[Check._Queue.Task]: The tasks in order.")
           .done();
 
   const py::Scope task =
       py::Class<CheckTask>(scope, "Task",
                            "An object to examine, or the scene, with the checks to run on it and their results.\n\n"
-                           "name: the path if it is None. icon: display data, or None.")
+                           "Args:\n"
+                           "    name: The path if it is None.\n"
+                           "    icon: Display data, or None.")
           .init<&CheckTask::init>({"path", "check_controls", {"name", nullptr}, {"icon", nullptr}})
-          .accessor<&CheckTask::empty>("empty", "Is there no result?")
-          .accessor<&CheckTask::status>("status", "The most severe status of the results; pass without any.")
-          .field<&CheckTask::name>("name", "The name for display.")
-          .field<&CheckTask::path>("path", "The object's path, as the checks get it.")
-          .field<&CheckTask::icon>("icon", "Display data, or None.")
-          .field<&CheckTask::check_controls>("check_controls", "The controls of the checks to run, in order.")
-          .field<&CheckTask::results>("results", "The `Result.List` that the run fills.")
+          .accessor<&CheckTask::empty>("empty", "bool: Whether there is no result.")
+          .accessor<&CheckTask::status>("status", "str: The most severe status of the results; pass without any.")
+          .field<&CheckTask::name>("name", "str: The name for display.")
+          .field<&CheckTask::path>("path", "str: The object's path, as the checks get it.")
+          .field<&CheckTask::icon>("icon", "Any: Display data, or None.")
+          .field<&CheckTask::check_controls>(
+              "check_controls", "Sequence[Check._List.Control]: The controls of the checks to run, in order.")
+          .field<&CheckTask::results>("results", "Check._Queue.Task.Result.List: The `Result.List` that the run fills.")
           .attribute("_level_order", level_order())
           .attribute("_order_indices", order_indices())
           .done();

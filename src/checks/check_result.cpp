@@ -159,43 +159,45 @@ void expose_check_result(const py::Scope& task) {
       py::Class<CheckResult>(
           task, "Result",
           "The outcome of a check on an object, with the check itself, which can then fix, select or explain it.\n\n"
-          "path, parameter_task: what the check gets; the task is copied first.\n"
-          "check_class: makes the check, one for each result. If it fails to, the result is an error.\n"
-          "statistics: its `add` gets a record of each run.\n"
-          "operator: the host, whose `selection_manager` is around a fix.\n"
-          "single: false if the check runs with several tasks: the name then ends in the task's number.\n\n"
-          "The check runs at once. What it raises, now or later, is logged and goes no further, unless it is an\n"
+          "Args:\n"
+          "    path, parameter_task: What the check gets; the task is copied first.\n"
+          "    check_class: Makes the check, one for each result. If it fails to, the result is an error.\n"
+          "    statistics: Its `add` gets a record of each run.\n"
+          "    operator: The host, whose `selection_manager` is around a fix.\n"
+          "    single: False if the check runs with several tasks: the name then ends in the task's number.\n\n"
+          "The check runs at once. What it raises, now or later, is logged and goes no further, unless it is an "
           "interrupt or an exit.")
           .init<&CheckResult::init>(
               {"path", "check_class", "parameter_task", "statistics", "operator", {"single", true}})
-          .accessor<&CheckResult::name>("name", "The check's `long_name`.")
-          .accessor<&CheckResult::get_status>("status", "The last outcome, one of `Constants.Check.Result`.")
-          .accessor<&CheckResult::could_be_fixed>("could_be_fixed", "Can `fix_result` help?")
-          .accessor<&CheckResult::could_be_selected>("could_be_selected", "Can `select_result` help?")
-          .accessor<&CheckResult::scene_oriented>("scene_oriented", "Does the check look at the scene as a whole?")
+          .accessor<&CheckResult::name>("name", "str: The check's `long_name`.")
+          .accessor<&CheckResult::get_status>("status", "str: The last outcome, one of `Constants.Check.Result`.")
+          .accessor<&CheckResult::could_be_fixed>("could_be_fixed", "bool: Whether `fix_result` can help.")
+          .accessor<&CheckResult::could_be_selected>("could_be_selected", "bool: Whether `select_result` can help.")
+          .accessor<&CheckResult::scene_oriented>("scene_oriented",
+                                                  "bool: Whether the check looks at the scene as a whole.")
           .operation<&CheckResult::run>(
               "check",
               "Runs the check again.\n\n"
-              "It passes if the check returns, fails if it raises Error.ValidationError (or is only information, if\n"
+              "It passes if the check returns, fails if it raises Error.ValidationError (or is only information, if "
               "its parameters say so), and is an error if it raises anything else or its parameters are wrong.")
           .operation<&CheckResult::fix_result>(
               "fix_result", "Has the check repair what it found, and runs it again; the selection stays as it was.")
           .operation<&CheckResult::select_result>("select_result", "Has the check select what it found.")
           .operation<&CheckResult::result_message>("result_message",
                                                    "What the check says of its last run; empty if that is no text.")
-          .readonly<&CheckResult::op>("_op", "The host.")
-          .readonly<&CheckResult::statistics>("_statistics", "What gets a record of each run.")
-          .readonly<&CheckResult::check>("_check", "The check.")
-          .readonly<&CheckResult::path>("_path", "The object's path.")
-          .readonly<&CheckResult::task>("_param", "The parameters, a copy.")
-          .readonly<&CheckResult::status>("_status", "The last outcome.")
+          .readonly<&CheckResult::op>("_op", "Any: The host.")
+          .readonly<&CheckResult::statistics>("_statistics", "Any: What gets a record of each run.")
+          .readonly<&CheckResult::check>("_check", "Check.Base: The check.")
+          .readonly<&CheckResult::path>("_path", "str: The object's path.")
+          .readonly<&CheckResult::task>("_param", "Any: The parameters, a copy.")
+          .readonly<&CheckResult::status>("_status", "str: The last outcome.")
           .done();
 
   py::Class<CheckResultList>(scope, "List", "The results of one task. A loop gives them, in order.")
       .iterate<&CheckResultList::iterate>()
       .length<&CheckResultList::size>()
       .operation<&CheckResultList::add>("add", {"result"}, "Appends a result.")
-      .readonly<&CheckResultList::array>("_array", "The results in order.")
+      .readonly<&CheckResultList::array>("_array", "list[Check._Queue.Task.Result]: The results in order.")
       .done();
 }
 

@@ -141,57 +141,65 @@ void expose_checklist(const py::Scope& check) {
       py::Class<Checklist>(
           check, "_List",
           "What is to be checked: a `Control` for each known check class, in their order.\n\n"
-          "classes: the check classes; those that are found later do not show.\n"
-          "presets: the `_Settings.Check.Presets` that its `preset` edits; anything else stands for none yet.\n"
-          "config: the stored configuration to `load`. A loop gives the controls.")
+          "Args:\n"
+          "    classes: The check classes; those that are found later do not show.\n"
+          "    presets: The `_Settings.Check.Presets` that its `preset` edits; anything else stands for none yet.\n"
+          "    config: The stored configuration to `load`.\n\n"
+          "A loop gives the controls.")
           .init<&Checklist::init>({"classes", {"presets", nullptr}, {"config", nullptr}})
           .iterate<&Checklist::iterate>()
-          .accessor<&Checklist::iterate_categories>("categories", "A loop over the categories, in order.")
-          .accessor<&Checklist::get_config>("config", "The configuration that `load` was given, or None.")
-          .accessor<&Checklist::get_preset_editor>("preset", "The editor of the presets for this checklist.")
-          .operation<&Checklist::iterator>("iterator", {{"enabled", false}},
-                                           "A loop over the controls, or over those that are enabled when it comes to\n"
-                                           "them.")
-          .operation<&Checklist::is_empty>("is_empty", "Is no control enabled?")
+          .accessor<&Checklist::iterate_categories>(
+              "categories", "Iterator[Check._List.Category]: A loop over the categories, in order.")
+          .accessor<&Checklist::get_config>(
+              "config", "_Settings.Check.Config | None: The configuration that `load` was given, or None.")
+          .accessor<&Checklist::get_preset_editor>(
+              "preset", "_Settings.Check.Presets.Editor: The editor of the presets for this checklist.")
+          .operation<&Checklist::iterator>(
+              "iterator", {{"enabled", false}},
+              "A loop over the controls, or over those that are enabled when it comes to them.")
+          .operation<&Checklist::is_empty>("is_empty", "Whether no control is enabled.")
           .operation<&Checklist::get>("get", {{"enabled", true}, {"scene_oriented", false}},
-                                      "A new list of the enabled controls, or of all, whose check looks at the scene\n"
+                                      "A new list of the enabled controls, or of all, whose check looks at the scene "
                                       "as a whole, or else at single objects.")
-          .operation<&Checklist::load>("load", {"config"},
-                                       "Binds the controls to the records of a configuration, which from then on has\n"
-                                       "a record for each of them and no other. Does nothing unless it is a\n"
-                                       "`_Settings.Check.Config`.")
+          .operation<&Checklist::load>(
+              "load", {"config"},
+              "Binds the controls to the records of a configuration, which from then on has a record for each of them "
+              "and no other. Does nothing unless it is a `_Settings.Check.Config`.")
           .operation<&Checklist::save>("save", "Writes each control into its record. Nothing goes to disk.")
           .operation<&Checklist::clear>("clear", "Disables all controls and lets go of their records.")
           .operation<&Checklist::build_categories>("_build_categories",
                                                    "A new list of categories, in the order of their first control.")
-          .readonly<&Checklist::controls>("_controls", "The controls in order.")
-          .readonly<&Checklist::categories>("_categories", "The categories in order.")
-          .readonly<&Checklist::config>("_config", "The configuration, or None.")
-          .readonly<&Checklist::preset_editor>("_preset_editor", "The editor of the presets.")
+          .readonly<&Checklist::controls>("_controls", "list[Check._List.Control]: The controls in order.")
+          .readonly<&Checklist::categories>("_categories", "list[Check._List.Category]: The categories in order.")
+          .readonly<&Checklist::config>("_config", "_Settings.Check.Config | None: The configuration, or None.")
+          .readonly<&Checklist::preset_editor>("_preset_editor",
+                                               "_Settings.Check.Presets.Editor: The editor of the presets.")
           .done();
 
   py::Class<CheckControl>(scope, "Control", "A check class that can be switched on, with parameters of its own.")
       .init<&CheckControl::init>({"_class"})
-      .accessor<&CheckControl::description>("description", "What the check looks for, for the user.")
+      .accessor<&CheckControl::description>("description", "str: What the check looks for, for the user.")
       .operation<&CheckControl::load>("load", {"state"}, "Takes over a stored record, and keeps it for `save`.")
-      .operation<&CheckControl::save>("save",
-                                      "Writes into the record; a disabled check leaves the defaults there, folded.\n"
-                                      "Does nothing without a record.")
+      .operation<&CheckControl::save>(
+          "save",
+          "Writes into the record; a disabled check leaves the defaults there, folded. Does nothing without a record.")
       .operation<&CheckControl::clear>("clear", "Lets go of the record, of the parameters' tasks, and is disabled.")
-      .field<&CheckControl::name>("name", "The name in lists.")
-      .field<&CheckControl::check>("check", "The check class.")
-      .field<&CheckControl::parameters>("parameters", "The `Parameters.Block` of this control; a run for each task.")
-      .field<&CheckControl::enabled>("enabled", "Does the check run?")
-      .field<&CheckControl::opened>("opened", "Does the front-end show it unfolded?")
-      .readonly<&CheckControl::state>("_state", "The stored record, or None.")
+      .field<&CheckControl::name>("name", "str: The name in lists.")
+      .field<&CheckControl::check>("check", "type[Check.Base]: The check class.")
+      .field<&CheckControl::parameters>(
+          "parameters", "Parameters.Block: The `Parameters.Block` of this control; a run for each task.")
+      .field<&CheckControl::enabled>("enabled", "bool: Whether the check runs.")
+      .field<&CheckControl::opened>("opened", "bool: Whether the front-end shows it unfolded.")
+      .readonly<&CheckControl::state>("_state", "_Settings.Check | None: The stored record, or None.")
       .done();
 
-  py::Class<CheckCategory>(scope, "Category", "The controls that are shown as one group. A loop gives them.")
+  py::Class<CheckCategory>(scope, "Category",
+                           "The controls that are shown as one group. `name` is in lower case. A loop gives them.")
       .init<&CheckCategory::init>({"name"})
       .iterate<&CheckCategory::iterate>()
       .operation<&CheckCategory::add>("add", {"control"}, "Appends a control.")
-      .field<&CheckCategory::name>("name", "The category, in lower case.")
-      .readonly<&CheckCategory::array>("_array", "The controls in order.")
+      .field<&CheckCategory::name>("name", "str: The category, in lower case.")
+      .readonly<&CheckCategory::array>("_array", "list[Check._List.Control]: The controls in order.")
       .done();
 }
 

@@ -20,11 +20,11 @@ void expose_named_buffer(const py::Scope& structure) {
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&NamedBuffer::init>({{"name", ""}, {"items", "()"}})
       .operation<&NamedBuffer::clear>("clear", "Removes all elements, one at a time from the end.")
-      .accessor<&NamedBuffer::length>("length", "The number of elements.")
-      .accessor<&NamedBuffer::is_empty>("is_empty", "Is there no element?")
-      .operation<&NamedBuffer::has_issues>("has_issues", "Is there an element?")
+      .accessor<&NamedBuffer::length>("length", "int: The number of elements.")
+      .accessor<&NamedBuffer::is_empty>("is_empty", "bool: Whether there is no element.")
+      .operation<&NamedBuffer::has_issues>("has_issues", "Whether there is an element.")
       .operation<&NamedBuffer::reduce>("__reduce__", "What `copy` and `pickle` make a copy from.")
-      .field<&NamedBuffer::name>("name", "What the elements are.")
+      .field<&NamedBuffer::name>("name", "str: What the elements are.")
       .done();
 }
 

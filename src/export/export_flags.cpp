@@ -27,12 +27,12 @@ void expose_export_flags(const py::Scope& exporting) {
   py::Class<ExportFlags>(exporting, "Flags",
                          "The switches of an export, all off at first; values are kept as they come.")
       .init<&ExportFlags::init>({})
-      .accessor<&ExportFlags::data>("data", "The JSON form, a new dict of the four switches.")
+      .accessor<&ExportFlags::data>("data", "dict[str, bool]: The JSON form, a new dict of the four switches.")
       .operation<&ExportFlags::load>("load", {"data"}, "Takes the switches from a JSON form; off where it lacks one.")
-      .field<&ExportFlags::automatic_uv>("automatic_uv", "Make texture coordinates where there are none.")
-      .field<&ExportFlags::triangulate>("triangulate", "Make triangles of all faces.")
-      .field<&ExportFlags::reset_xforms>("reset_xforms", "Apply the transforms of the objects to their geometry.")
-      .field<&ExportFlags::version_control>("version_control", "Number the files instead of replacing them.")
+      .field<&ExportFlags::automatic_uv>("automatic_uv", "bool: Make texture coordinates where there are none.")
+      .field<&ExportFlags::triangulate>("triangulate", "bool: Make triangles of all faces.")
+      .field<&ExportFlags::reset_xforms>("reset_xforms", "bool: Apply the transforms of the objects to their geometry.")
+      .field<&ExportFlags::version_control>("version_control", "bool: Number the files instead of replacing them.")
       .done();
 }
 

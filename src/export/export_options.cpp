@@ -65,12 +65,14 @@ void expose_export_options(const py::Scope& exporting) {
   py::Class<ExportOptions>(
       exporting, "Options",
       "The exporters on offer, each a `Parameters.Options`, one of them selected: the first one at first.\n\n"
-      "Each exporter is a member under its attribute name, too; AttributeError for one named like a member of the\n"
+      "Each exporter is a member under its attribute name, too; AttributeError for one named like a member of the "
       "class. Arguments of other classes are ignored. A loop gives the exporters in order.")
       .init<&ExportOptions::init>({py::Parameter::rest("options")})
-      .accessor<&ExportOptions::get_selected>("selected", "The selected exporter's options, or None.")
+      .accessor<&ExportOptions::get_selected>("selected",
+                                              "Parameters.Options | None: The selected exporter's options, or None.")
       .iterate<&ExportOptions::iterate>()
-      .accessor<&ExportOptions::data>("data", "The JSON form, a new dict of \"selected\" and \"formats\".")
+      .accessor<&ExportOptions::data>("data",
+                                      "dict[str, Any]: The JSON form, a new dict of \"selected\" and \"formats\".")
       .operation<&ExportOptions::select>("select", {"option"},
                                          "Selects an exporter by its options, their attribute name or their label.\n\n"
                                          "An unknown one changes nothing if there is a selected one.")
@@ -79,8 +81,9 @@ void expose_export_options(const py::Scope& exporting) {
                                        "Takes the options and the selection of a JSON form.\n\n"
                                        "What is no mapping in it counts as absent, with a warning.")
       .operation<&ExportOptions::clone>("clone", "New options of the same exporters, values and selection.")
-      .readonly<&ExportOptions::options>("_options", "The exporters in order.")
-      .readonly<&ExportOptions::selected>("_selected", "The selected exporter's options, or None.")
+      .readonly<&ExportOptions::options>("_options", "list[Parameters.Options]: The exporters in order.")
+      .readonly<&ExportOptions::selected>("_selected",
+                                          "Parameters.Options | None: The selected exporter's options, or None.")
       .done();
 }
 

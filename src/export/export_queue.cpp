@@ -21,7 +21,7 @@ void expose_export_queue(const py::Scope& exporting) {
           .operation<&ExportQueue::add>("add", {"task"}, "Appends a task.")
           .operation<&ExportQueue::clear>("clear", "Removes all tasks, the last first.")
           .operation<&ExportQueue::is_empty>("is_empty", "Whether there is no task.")
-          .readonly<&ExportQueue::tasks>("_tasks", "The tasks in order.")
+          .readonly<&ExportQueue::tasks>("_tasks", "list[_Export.Queue.Task]: The tasks in order.")
           .done();
 
   py::Class<ExportTask>(queue, "Task", "What goes into one exported file, and whether that was written.")
@@ -30,9 +30,9 @@ void expose_export_queue(const py::Scope& exporting) {
       .operation<&ExportTask::is_confirmed>("is_confirmed", "Whether the task was exported.")
       .operation<&ExportTask::is_empty>("is_empty", "Whether the task has no objects.")
       .operation<&ExportTask::add>("add", {py::Parameter::rest("paths")}, "Appends objects.")
-      .field<&ExportTask::name>("name", "The name of the task.")
-      .field<&ExportTask::roots>("roots", "The paths of the objects, a list.")
-      .readonly<&ExportTask::confirmed>("_confirmed", "One of `Constants.Plugin.Status`.")
+      .field<&ExportTask::name>("name", "str: The name of the task.")
+      .field<&ExportTask::roots>("roots", "list[str]: The paths of the objects.")
+      .readonly<&ExportTask::confirmed>("_confirmed", "bool: One of `Constants.Plugin.Status`.")
       .done();
 }
 

@@ -151,20 +151,24 @@ void AccessQueue::delete_outdated(const py::Object& marker) const {
 void expose_access_queue(const py::Scope& json) {
   py::Class<AccessQueue>(
       json, "AccessQueue",
-      "The guard of one JSON document among all threads and processes that use it, as a `with` statement:\n"
-      "entering waits until no one else is inside and gives the document, leaving writes it back if `write` is\n"
-      "true, also after an exception. Readers wait as writers do.\n\n"
-      "json_path: the document; its directory must exist. access_timeout: how many seconds to wait at the gate,\n"
-      "and again in the queue, before Error.AccessQueueTimeout. life_duration_threshold: the age in seconds at\n"
-      "which a marker file counts as left behind and is deleted; never less than `access_timeout`. To replace the\n"
-      "whole content, clear the document and update it. A queue serves one entry at a time, on one thread.\n\n"
-      "Nothing but marker files beside the document is used: \".lock\" closes the gate, \".id.\" and a number\n"
-      "stands for each participant inside it, and the first of them in the listing of the directory is next. So\n"
-      "the guard is a lease: who stays for longer than the threshold loses it. And it has two limits. A participant\n"
-      "that stalls for more than 0.1 seconds between finding the gate open and making its id file may come when\n"
-      "another is inside already. One that stalls between deleting its id file and deleting the lock for as long as\n"
-      "another's whole turn may open the gate of a new batch, whose members then meet newcomers. The document's\n"
-      "name must mean itself as a regular expression.")
+      "The guard of one JSON document among all threads and processes that use it, as a `with` statement: entering "
+      "waits until no one else is inside and gives the document, to be changed in place, leaving writes it back if "
+      "`write` is true, also after an exception. Readers wait as writers do.\n\n"
+      "Args:\n"
+      "    json_path: The document; its directory must exist.\n"
+      "    access_timeout: How many seconds to wait at the gate, and again in the queue, before "
+      "Error.AccessQueueTimeout.\n"
+      "    life_duration_threshold: The age in seconds at which a marker file counts as left behind and is deleted; "
+      "never less than `access_timeout`.\n\n"
+      "To replace the whole content, clear the document and update it. A queue serves one entry at a time, on one "
+      "thread.\n\n"
+      "Nothing but marker files beside the document is used: \".lock\" closes the gate, \".id.\" and a number stands "
+      "for each participant inside it, and the first of them in the listing of the directory is next. So the guard is "
+      "a lease: who stays for longer than the threshold loses it. And it has two limits. A participant that stalls for "
+      "more than 0.1 seconds between finding the gate open and making its id file may come when another is inside "
+      "already. One that stalls between deleting its id file and deleting the lock for as long as another's whole turn "
+      "may open the gate of a new batch, whose members then meet newcomers. The document's name must mean itself as a "
+      "regular expression.")
       .init<&AccessQueue::init>({"json_path",
                                  {"write", false},
                                  {"access_timeout", AccessQueue::kAccessTimeout},
@@ -172,8 +176,8 @@ void expose_access_queue(const py::Scope& json) {
       .operation<&AccessQueue::enter>(
           "__enter__",
           "Waits for access and reads the document; an empty map where there is no file.\n\n"
-          "FileNotFoundError if the directory is missing, Error.AccessQueueTimeout if\n"
-          "others take too long, ValueError if the document is corrupted.")
+          "FileNotFoundError if the directory is missing, Error.AccessQueueTimeout if others take too long, ValueError "
+          "if the document is corrupted.")
       .operation<&AccessQueue::leave>("__exit__", {"exc_type", "exc_val", "exc_tb"},
                                       "Writes the document, if that was asked for, and lets the next one in.\n\n"
                                       "Only after an `__enter__` that succeeded.")
@@ -188,16 +192,17 @@ void expose_access_queue(const py::Scope& json) {
           "_get_editors_sequence", "The id files in the order of the queue, less the outdated ones, which it deletes.")
       .operation<&AccessQueue::delete_outdated>("_delete_outdated", {"path"},
                                                 "Deletes a marker file that is older than the threshold.")
-      .readonly<&AccessQueue::path>("_path", "The document's path, normalised.")
-      .readonly<&AccessQueue::directory>("_directory", "The directory of the document; empty if the path has none.")
-      .readonly<&AccessQueue::filename>("_filename", "The document's name in its directory.")
-      .readonly<&AccessQueue::path_lock>("_path_lock", "The path of the lock file.")
-      .readonly<&AccessQueue::path_id>("_path_id", "The path of this participant's id file.")
-      .readonly<&AccessQueue::write>("_write", "Whether the document is written back.")
-      .readonly<&AccessQueue::access_timeout>("_access_timeout", "How long each wait may last, in seconds.")
+      .readonly<&AccessQueue::path>("_path", "str: The document's path, normalised.")
+      .readonly<&AccessQueue::directory>("_directory",
+                                         "str: The directory of the document; empty if the path has none.")
+      .readonly<&AccessQueue::filename>("_filename", "str: The document's name in its directory.")
+      .readonly<&AccessQueue::path_lock>("_path_lock", "str: The path of the lock file.")
+      .readonly<&AccessQueue::path_id>("_path_id", "str: The path of this participant's id file.")
+      .readonly<&AccessQueue::write>("_write", "bool: Whether the document is written back.")
+      .readonly<&AccessQueue::access_timeout>("_access_timeout", "float: How long each wait may last, in seconds.")
       .readonly<&AccessQueue::life_duration_threshold>("_life_duration_threshold",
-                                                       "The age at which a marker file is outdated, in seconds.")
-      .readonly<&AccessQueue::data>("_data", "The document, None before the first entry.")
+                                                       "float: The age at which a marker file is outdated, in seconds.")
+      .readonly<&AccessQueue::data>("_data", "Any: The document, None before the first entry.")
       .done();
 }
 

@@ -26,21 +26,22 @@ void expose_files(const py::Scope& module) {
       "A failure is logged, and the file stays.");
   py::function<&json_file::timed_name>(
       file, "timed_filename", {"filename"},
-      "The name with the present time, in whole seconds since the epoch, before its extension:\n"
+      "The name with the present time, in whole seconds since the epoch, before its extension: "
       "\"settings-1763200000.json\". TypeError for a name that is no text.");
 
   const py::Scope json = py::make_namespace(file, "Json", "JSON documents.");
-  py::function<&json_file::read>(json, "read", {"path"},
-                                 "The value in a file, of whatever JSON kind.\n\n"
-                                 "OSError if it cannot be opened, ValueError for what is no JSON or no UTF-8 and for\n"
-                                 "an integer of more digits than the runtime reads, 4,300 unless told otherwise,\n"
-                                 "RecursionError for what is nested too deep.");
+  py::function<&json_file::read>(
+      json, "read", {"path"},
+      "The value in a file, of whatever JSON kind.\n\n"
+      "OSError if it cannot be opened, ValueError for what is no JSON or no UTF-8 and for an integer of more digits "
+      "than the runtime reads, 4,300 unless told otherwise, RecursionError for what is nested too deep.");
   py::function<&json_file::write>(
       json, "write", {"path", "data"},
-      "Replaces the file's content: an indent of two blanks, keys in their order, UTF-8, line feeds.\n\n"
-      "UnicodeEncodeError for lone surrogates and RecursionError for more than 500 levels, before the file\n"
-      "is touched. Any other failure leaves a file that the next reader finds corrupted: TypeError for an object\n"
-      "that JSON cannot hold, ValueError for an integer of more digits than the runtime writes, OSError of the disk.");
+      "Replaces the file's content, in the layout of all documents: an indent of two blanks, keys in their order, "
+      "UTF-8, line feeds.\n\n"
+      "UnicodeEncodeError for lone surrogates and RecursionError for more than 500 levels, before the file is touched. "
+      "Any other failure leaves a file that the next reader finds corrupted: TypeError for an object that JSON cannot "
+      "hold, ValueError for an integer of more digits than the runtime writes, OSError of the disk.");
   expose_access_queue(json);
 
   const py::Scope text = py::make_namespace(file, "Text", "Plain text files.");

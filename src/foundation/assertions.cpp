@@ -44,15 +44,15 @@ py::Scope expose_assertions(const py::Scope& module) {
   py::function<&assertions::attribute>(
       input, "attribute", {"name"},
       "Refuses what cannot be the attribute name of an input.\n\n"
-      "TypeError unless it is text, ValueError for the empty text, Error.WrongAttributeName unless it is an\n"
-      "identifier of ASCII letters, digits and low lines, Error.PrivateAttributeName for two low lines first.");
+      "TypeError unless it is text, ValueError for the empty text, Error.WrongAttributeName unless it is an identifier "
+      "of ASCII letters, digits and underscores, Error.PrivateAttributeName for two underscores first.");
 
   const py::Scope json = py::make_namespace(scope, "Json", "Tests of documents.");
-  py::function<&assertions::clean>(json, "clean", {"data"},
-                                   "Returns the document itself after checking that its texts and its depth can be\n"
-                                   "written.\n\n"
-                                   "RecursionError for a document that holds itself or has more than 500 levels,\n"
-                                   "UnicodeEncodeError for one with lone surrogates in its keys or texts.");
+  py::function<&assertions::clean>(
+      json, "clean", {"data"},
+      "Returns the document itself after checking that its texts and its depth can be written.\n\n"
+      "RecursionError for a document that holds itself or has more than 500 levels, UnicodeEncodeError for one with "
+      "lone surrogates in its keys or texts.");
   return scope;
 }
 

@@ -35,32 +35,42 @@ void CallBacks::clear() const {
 
 void expose_callbacks(const py::Scope& module) {
   const py::Scope scope =
-      py::Class<CallBacks>(module, "_CallBacks", "The events of the engine: one list of functions for each.")
+      py::Class<CallBacks>(module, "_CallBacks",
+                           "The events of the engine: one list of functions for each. Read from `Api.callbacks`.")
           .sealed()
           .operation<&CallBacks::clear>("clear", "Empties every list; the list objects stay.")
-          .readonly<&CallBacks::empty_scan_selection>("empty_scan_selection", "A scan found nothing selected.")
-          .readonly<&CallBacks::used_scan_selection>("used_scan_selection",
-                                                     "A scan was to add what the buffer holds already.")
-          .readonly<&CallBacks::empty_scan_result>("empty_scan_result", "A scan found no hierarchy.")
-          .readonly<&CallBacks::lost_export_directory>("lost_export_directory", "An export has no directory.")
-          .readonly<&CallBacks::empty_export_selection>("empty_export_selection", "An export has nothing to write.")
-          .readonly<&CallBacks::export_skipped>("export_skipped", "An export left tasks out; called with their names.")
-          .readonly<&CallBacks::export_success>("export_success", "An export wrote all its files.")
-          .readonly<&CallBacks::projects_synchronized>("projects_synchronized", "The server's projects are applied.")
+          .readonly<&CallBacks::empty_scan_selection>("empty_scan_selection",
+                                                      "_CallBacks.List: A scan found nothing selected.")
+          .readonly<&CallBacks::used_scan_selection>(
+              "used_scan_selection", "_CallBacks.List: A scan was to add what the buffer holds already.")
+          .readonly<&CallBacks::empty_scan_result>("empty_scan_result", "_CallBacks.List: A scan found no hierarchy.")
+          .readonly<&CallBacks::lost_export_directory>("lost_export_directory",
+                                                       "_CallBacks.List: An export has no directory.")
+          .readonly<&CallBacks::empty_export_selection>("empty_export_selection",
+                                                        "_CallBacks.List: An export has nothing to write.")
+          .readonly<&CallBacks::export_skipped>("export_skipped",
+                                                "_CallBacks.List: An export left tasks out; called with their names.")
+          .readonly<&CallBacks::export_success>("export_success", "_CallBacks.List: An export wrote all its files.")
+          .readonly<&CallBacks::projects_synchronized>("projects_synchronized",
+                                                       "_CallBacks.List: The server's projects are applied.")
           .readonly<&CallBacks::projects_response_closed>("projects_response_closed",
-                                                          "The server's answer is dealt with.")
-          .readonly<&CallBacks::projects_saved>("projects_saved", "Projects were saved.")
-          .readonly<&CallBacks::buffer_loaded>("buffer_loaded", "The buffer was loaded from the scene.")
-          .readonly<&CallBacks::http_no_response>("http_no_response", "The server did not answer.")
+                                                          "_CallBacks.List: The server's answer is dealt with.")
+          .readonly<&CallBacks::projects_saved>("projects_saved", "_CallBacks.List: Projects were saved.")
+          .readonly<&CallBacks::buffer_loaded>("buffer_loaded",
+                                               "_CallBacks.List: The buffer was loaded from the scene.")
+          .readonly<&CallBacks::http_no_response>("http_no_response", "_CallBacks.List: The server did not answer.")
           .done();
 
-  py::Class<CallBackList>(scope, "List", "The functions registered for one event.")
+  py::Class<CallBackList>(
+      scope, "List",
+      "The functions registered for one event. A call calls them all, with its arguments; one that raises is logged.")
       .call<&CallBackList::call>()
       .operation<&CallBackList::add>("register", {"function"},
                                      "Appends a function, unless it is not callable or in the list already.")
       .operation<&CallBackList::remove>("delete", {"function"}, "Removes a function if it is in the list.")
       .operation<&CallBackList::clear>("clear", "Removes all functions.")
-      .readonly<&CallBackList::functions>("_array", "The functions in the order of their registration.")
+      .readonly<&CallBackList::functions>(
+          "_array", "list[Callable[..., object]]: The functions in the order of their registration.")
       .done();
 }
 

@@ -29,7 +29,7 @@ void expose_named(const py::Scope& scope, const char* name, const char* doc) {
       .derives(PyExc_Exception)
       .template init<&E::init>({{"name", ""}})
       .template text<&E::text>()
-      .template accessor<&E::text>("_text", "What `str` gives.")
+      .template accessor<&E::text>("_text", "str: What `str` gives.")
       .done();
 }
 
@@ -39,13 +39,13 @@ void expose_errors(const py::Scope& module) {
   const py::Scope scope = py::make_namespace(module, "Error", "The exceptions of the system.");
   expose_named<errors::WrongAttributeName>(scope, "WrongAttributeName", "An attribute name that is no identifier.");
   expose_named<errors::PrivateAttributeName>(scope, "PrivateAttributeName",
-                                             "An attribute name that begins with two low lines.");
+                                             "An attribute name that begins with two underscores.");
   expose_fixed<errors::AttributeNameRepeat>(scope, "AttributeNameRepeat", "Two inputs have one attribute name.");
   expose_fixed<errors::ParameterInputType>(scope, "ParameterInputType", "A parameter block holds what is no input.");
   expose_fixed<errors::AccessQueueTimeout>(scope, "AccessQueueTimeout", "A document stayed in use for too long.");
   expose_fixed<errors::NoFeedbackEmail>(scope, "NoFeedbackEmail", "There is no address to send feedback to.");
   expose_fixed<errors::ValidationError>(scope, "ValidationError",
-                                        "An issue found while the validation runs. A check raises it to report a\n"
+                                        "An issue found while the validation runs. A check raises it to report a "
                                         "finding, which is no failure of the check.");
 }
 

@@ -65,8 +65,8 @@ void expose_logger(const py::Scope& module) {
   const py::Scope scope = py::make_namespace(
       module, "Logger",
       "The one door to the log: the runtime's root logger, with no handler, level or format of its own.\n\n"
-      "Each record is handed over on a thread of its own, so that logging never blocks the caller; records may\n"
-      "arrive in another order than they were issued. `message` may be any object; `kwargs` go to the logger.");
+      "Each record is handed over on a thread of its own, so that logging never blocks the caller; records may arrive "
+      "in another order than they were issued. `message` may be any object; `kwargs` go to the logger.");
   const py::Parameters parameters = {"message", py::Parameter::keywords("kwargs")};
   scope.set("_root", root());
   py::function<&debug>(scope, "debug", parameters, "Logs at level debug.");
@@ -74,8 +74,8 @@ void expose_logger(const py::Scope& module) {
   py::function<&warning>(scope, "warning", parameters, "Logs at level warning.");
   py::function<&error>(scope, "error", parameters, "Logs at level error, never with exception information.");
   py::function<&exception>(scope, "exception", parameters,
-                           "Logs the message of a caught exception at level error, without line feeds around it\n"
-                           "and without the traceback. A message that is no text is logged as it is.");
+                           "Logs the message of a caught exception at level error, without line feeds around it and "
+                           "without the traceback. A message that is no text is logged as it is.");
   py::function<&call>(scope, "_call", {"function", "args", "kwargs"},
                       "Calls a logging operation on a new thread and waits for nothing.");
 }

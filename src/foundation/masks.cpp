@@ -110,21 +110,21 @@ void expose_masks(const py::Scope& module) {
   const py::Scope scope =
       py::Class<Mask>(module, "Mask",
                       "Groups of constants for assign or filter purpose in user interface.\n\n"
-                      "`Ghost`, `Type` and `Result` of an instance are the sets of these names, without the items\n"
-                      "whose types `type_mapping.exist` does not know.")
+                      "`Ghost`, `Type` and `Result` of an instance are the sets of these names, without the items "
+                      "whose types the host does not have, as `type_mapping.exist` tells.")
           .init<&Mask::init>({"type_mapping"})
-          .readonly<&Mask::mapping>("_mapping", "The types that the host has.")
+          .readonly<&Mask::mapping>("_mapping", "TypeMapping: The types that the host has.")
           .done();
   py::Class<MaskItem>(scope, "Item", "A choice: a list of constants, with a label for the user.")
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&MaskItem::init>({Parameter::rest("elements"), Parameter::named("name", ""), Parameter::named("attr", ""),
                               Parameter::named("mapped", false)})
-      .readonly<&MaskItem::name>("name", "The label for the user.")
-      .readonly<&MaskItem::attr>("attr", "Under what name the item is a member of its set; empty for none.")
-      .readonly<&MaskItem::mapped>("mapped", "True if the elements are scene types, which the host must have.")
-      .readonly<&MaskItem::name>("_name", "The label for the user.")
-      .readonly<&MaskItem::attr>("_attr", "Under what name the item is a member of its set.")
-      .readonly<&MaskItem::mapped>("_mapped", "True if the elements are scene types.")
+      .readonly<&MaskItem::name>("name", "str: The label for the user.")
+      .readonly<&MaskItem::attr>("attr", "str: Under what name the item is a member of its set; empty for none.")
+      .readonly<&MaskItem::mapped>("mapped", "bool: True if the elements are scene types, which the host must have.")
+      .readonly<&MaskItem::name>("_name", "str: The label for the user.")
+      .readonly<&MaskItem::attr>("_attr", "str: Under what name the item is a member of its set.")
+      .readonly<&MaskItem::mapped>("_mapped", "bool: True if the elements are scene types.")
       .done();
   py::Class<MaskSet>(scope, "_Set", "The choices of a filter: a list of items, each also a member named by `attr`.")
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))

@@ -207,21 +207,21 @@ py::List NamesControl::get_alike(const py::Text& name) const {
 void expose_naming(const py::Scope& module) {
   const py::Scope scope = py::make_namespace(module, "_Naming", "What counts as a name, and what is made of one.");
   py::function<&naming::is_attribute>(scope, "is_attribute", {"name"},
-                                      "True for ASCII letters, digits and low lines with no digit first.");
+                                      "True for ASCII letters, digits and underscores with no digit first.");
   py::function<&naming::is_private>(scope, "is_private", {"name"},
-                                    "True for two low lines first and at least one character after them.");
+                                    "True for two underscores first and at least one character after them.");
   py::function<&naming::force_ascii>(
       scope, "force_ascii", {"name", {"title", false}},
-      "The name in ASCII letters, digits and low lines, as files are named.\n\n"
-      "It becomes lower-case, Russian letters are written in Latin ones, and spaces, hyphens, low lines and\n"
-      "full stops become low lines; what is left over vanishes. With `title` each word begins with a capital.\n"
-      "The result may be empty.");
+      "The name in ASCII letters, digits and underscores, as files are named.\n\n"
+      "It becomes lower-case, Russian letters are written in Latin ones, and spaces, hyphens, underscores and full "
+      "stops become underscores; what is left over vanishes. With `title` each word begins with a capital. The result "
+      "may be empty.");
   py::function<&naming::latin_filter>(scope, "latin_filter", {"text"}, "The printable ASCII of the text.");
   py::function<&naming::en_ru_filter>(scope, "en_ru_filter", {"text"},
                                       "The printable ASCII and the letters of the Russian alphabet of the text.");
-  py::function<&char_filter>(scope, "_char_filter", {"text", "chars"},
-                             "The characters of the text whose code point lies in one of the pairs of `chars`,\n"
-                             "both bounds included.");
+  py::function<&char_filter>(
+      scope, "_char_filter", {"text", "chars"},
+      "The characters of the text whose code point lies in one of the pairs of `chars`, both bounds included.");
   py::function<&naming::space_filter>(scope, "space_filter", {"text"},
                                       "The text without spaces at its ends; other white space stays.");
   py::function<&naming::ghost_filter>(scope, "ghost_filter", {"text"},
@@ -230,7 +230,7 @@ void expose_naming(const py::Scope& module) {
 
   py::Class<NamesControl>(module, "_NamesControl", "The names in use in one place; gives out free ones.")
       .operation<&NamesControl::clear>("clear", "Forgets all names.")
-      .operation<&NamesControl::exists>("exists", {"name"}, "Is the name in use?")
+      .operation<&NamesControl::exists>("exists", {"name"}, "Whether the name is in use.")
       .operation<&NamesControl::append>("append", {"name"}, "Takes the name into use.")
       .operation<&NamesControl::remove>("remove", {"name"}, "Gives the name free; an unknown one is ignored.")
       .operation<&NamesControl::rename>("rename", {"remove", "append"},
@@ -242,7 +242,7 @@ void expose_naming(const py::Scope& module) {
                                           "The name with the number after the greatest in use, from 0 on.\n\n"
                                           "Gaps are not filled; names that merely contain this one count.")
       .operation<&NamesControl::get_alike>("_get_alike", {"name"}, "The names in use that contain this one, sorted.")
-      .readonly<&NamesControl::names>("_names", "The set of names in use.")
+      .readonly<&NamesControl::names>("_names", "set[str]: The set of names in use.")
       .done();
 }
 

@@ -115,11 +115,12 @@ void expose_anchor(const py::Scope& hierarchy) {
       py::Class<Anchor>(
           hierarchy, "Anchor",
           "An extended logic for regular expression.\n\n"
-          "An anchor is the shortest run between \"<\" and the next \">\" of a line. A definition `<name:value>` says\n"
-          "by the expression `value` what may stand at its place in an object's name, and what stood there is\n"
+          "An anchor is the shortest run between \"<\" and the next \">\" of a line. A definition `<name:value>` says "
+          "by the expression `value` what may stand at its place in an object's name, and what stood there is "
           "captured. A usage `<name>` stands for the closest capture that is visible from the asking object.")
-          .accessor<&Anchor::get_state>("state", "The `_State` with everything captured so far.")
-          .readonly<&Anchor::state>("_state", "The same.")
+          .accessor<&Anchor::get_state>("state",
+                                        "_Hierarchy.Anchor._State: The `_State` with everything captured so far.")
+          .readonly<&Anchor::state>("_state", "_Hierarchy.Anchor._State: The same.")
           .operation<&Anchor::replace_anchors>(
               "replace_anchors", {"expression", "path"},
               "The expression with every usage replaced, as it is, by the closest capture visible from `path`.\n\n"
@@ -128,33 +129,34 @@ void expose_anchor(const py::Scope& hierarchy) {
               "apply_anchors", {"expression"},
               "The expression with definitions, and usages that are left, replaced by the definitions' values.\n\n"
               "ValueError if a value with \"^\" or \"$\" at its edge would have to be set in twice.")
-          .operation<&Anchor::match>(
-              "match", {"expression", "name", "path"},
-              "Does the expression match the start of the name of the object at `path`? If so, captures are recorded.\n"
-              "\n"
-              "Raises the error of the regular expressions for an invalid one, ValueError for a definition that\n"
-              "stands twice in the expression; nothing is captured then.")
+          .operation<&Anchor::match>("match", {"expression", "name", "path"},
+                                     "Whether the expression matches the start of the name of the object at `path`. If "
+                                     "so, captures are recorded.\n\n"
+                                     "Raises the error of the regular expressions for an invalid one, ValueError for a "
+                                     "definition that stands twice in the expression; nothing is captured then.")
           .operation<&Anchor::extract_anchors>(
               "extract_anchors", {"expression", "name", "path"},
-              "Records, for each definition in the expression, what is left of the name once the parts before and\n"
+              "Records, for each definition in the expression, what is left of the name once the parts before and "
               "after it are cut away. An empty rest records nothing.")
           .operation<&Anchor::has_anchor>("has_anchor", {"expression"},
-                                          "Does a definition of the table stand in the expression?")
+                                          "Whether a definition of the table stands in the expression.")
           .operation<&Anchor::has_sub_anchor>("has_sub_anchor", {"expression"},
-                                              "Does a usage of a definition of the table stand in the expression?")
+                                              "Whether a usage of a definition of the table stands in the expression.")
           .done();
 
   py::function<&find>(anchor, "find", {"text"}, "The definitions in a text, with brackets, in order; repeats stay.");
   py::function<&findall>(anchor, "findall", {"text", {"unpacked", false}},
-                         "All anchors of a text in order. unpacked: without their brackets.");
+                         "All anchors of a text in order.\n\n"
+                         "Args:\n"
+                         "    unpacked: Without their brackets.");
   py::function<&has_definition>(anchor, "has_definition", {"text"},
-                                "Is this anchor, with or without brackets, a definition: exactly one colon?");
+                                "Whether this anchor, with or without brackets, is a definition: exactly one colon.");
   py::function<&unpack_anchor>(anchor, "unpack_anchor", {"expression"},
                                "A definition as the pair of its usage `<name>` and its value.\n\n"
                                "Brackets inside are dropped. ValueError unless there is exactly one colon.");
   py::function<&same_scope>(anchor, "same_scope", {"scope", "path"},
-                            "Is a capture made at `scope` visible from `path`: are the parents of `scope` the first\n"
-                            "parents of `path`? The separators \"\\\\\", \"|\" and \"/\" are alike.");
+                            "Whether a capture made at `scope` is visible from `path`: whether the parents of `scope` "
+                            "are the first parents of `path`. The separators \"\\\\\", \"|\" and \"/\" are alike.");
   py::function<&merge_begins>(anchor, "merge_begins", {"anchor", "expr_part", "expr_source"},
                               "A value without its final \"$\", if more of `expr_source` follows the anchor.\n\n"
                               "ValueError if there is a \"$\" and the anchor does not stand in `expr_source` once.");

@@ -161,8 +161,8 @@ void expose_capture_table(const py::Scope& anchor) {
   py::Class<CaptureTable>(
       anchor, "_State",
       "The memory of a match: the table of definition anchors with everything captured for them.\n\n"
-      "The hash stands for the content as it was at the last `set`, `make_hash`, `apply`, `clone` or\n"
-      "addition; it is 0 for a new state. Equality compares hashes.")
+      "The hash stands for the content as it was at the last `set`, `make_hash`, `apply`, `clone` or addition; it is 0 "
+      "for a new state. Equality compares hashes.")
       .equals<&CaptureTable::equals>()
       .hash<&CaptureTable::get_hash>()
       .add<&CaptureTable::add>()
@@ -173,11 +173,14 @@ void expose_capture_table(const py::Scope& anchor) {
       .operation<&CaptureTable::set_expressions>(
           "set_expressions", {"structure"},
           "Replaces the table; the hash stays as it was.\n\n"
-          "structure: a map from a definition's text to an iterable of (match, scope) pairs, all of them text.")
+          "Args:\n"
+          "    structure: A map from a definition's text to an iterable of (match, scope) pairs, all of them text.")
       .operation<&CaptureTable::make_hash>("make_hash", "Brings the hash up to date.")
       .accessor<&CaptureTable::expressions, &CaptureTable::assign_expressions>(
-          "expressions", "A map from each definition's text, in order, to its set of (match, scope) pairs.")
-      .accessor<&CaptureTable::get_hash>("_hash", "The stored hash.")
+          "expressions",
+          "dict[str, set[tuple[str, str]]]: A map from each definition's text, in order, to its set of (match, scope) "
+          "pairs.")
+      .accessor<&CaptureTable::get_hash>("_hash", "int: The stored hash.")
       .done();
 }
 

@@ -118,44 +118,50 @@ void expose_hierarchy(const py::Scope& module) {
   const py::Scope hierarchy =
       py::Class<Hierarchy>(module, "_Hierarchy",
                            "Compare algorithm of a single hierarchy with the specific pattern.\n\n"
-                           "query_operator: the scene's queries, mostly a snapshot. check_classes: the known check\n"
-                           "classes. Not reentrant: RuntimeError for a run inside a run.")
+                           "Args:\n"
+                           "    query_operator: The scene's queries, mostly a snapshot.\n"
+                           "    check_classes: The known check classes.\n\n"
+                           "Not reentrant: RuntimeError for a run inside a run.")
           .init<&Hierarchy::init>({"query_operator", "check_classes"})
-          .accessor<&Hierarchy::get_pattern>("pattern", "The `Pattern` that is compared with.")
-          .accessor<&Hierarchy::get_search>("search", "The `Search`, with the captures of the last run.")
+          .accessor<&Hierarchy::get_pattern>("pattern", "_Hierarchy.Pattern: What is compared with.")
+          .accessor<&Hierarchy::get_search>("search",
+                                            "_Hierarchy.Search: The search, with the captures of the last run.")
           .operation<&Hierarchy::root_scopes>(
               "root_scopes", {"roots"},
               "Groups paths into candidate hierarchies, a list of lists.\n\n"
               "With a ghost, siblings form one and what cannot stand under the ghost drops out; otherwise all do.")
           .operation<&Hierarchy::ghost_scope_match>(
-              "ghost_scope_match", {"roots"}, "May all these objects stand under the ghost? True without a ghost.")
+              "ghost_scope_match", {"roots"},
+              "Whether all these objects may stand under the ghost; True without a ghost.")
           .operation<&Hierarchy::is_ghost_root>(
               "is_ghost_root", {"ghost", "path"},
-              "May the object be a root under this ghost scope: at the top of the scene if the ghost has no types or\n"
-              "the scene root's, else under a parent of such a type whose name matches the ghost's expression?")
+              "Whether the object may be a root under this ghost scope: at the top of the scene if the ghost has no "
+              "types or the scene root's, else under a parent of such a type whose name matches the ghost's "
+              "expression.")
           .operation<&Hierarchy::mask>(
               "mask", {"roots"},
               "The paths among `roots` that the pattern's top layer claims, in the order of its scopes.\n\n"
               "Forgets all captures first. Errors of expressions pass.")
           .operation<&Hierarchy::is_valid>(
               "is_valid", {"roots"},
-              "Do these objects, with all below them, fit the pattern? Forgets all captures first.")
+              "Whether these objects, with all below them, fit the pattern. Forgets all captures first.")
           .operation<&Hierarchy::find_anchors>("find_anchors",
                                                "Collects the pattern's definitions into a new table without captures.")
           .operation<&Hierarchy::run_over_rules>("_hierarchy_runner", {"function", "pattern"},
                                                  "Calls `function` with each rule of a tree, parents first.")
-          .operation<&Hierarchy::match>(
-              "match", {"roots", "pattern"},
-              "Do these objects, with all below them, fit this list of scopes? With the captures as they stand.\n\n"
-              "A layer that does not fit counts as fitting when all its rules are optional.")
-          .readonly<&Hierarchy::query_op>("_query_op", "The scene's queries.")
-          .readonly<&Hierarchy::pattern>("_pattern", "The pattern.")
-          .readonly<&Hierarchy::search>("_search", "The search.")
+          .operation<&Hierarchy::match>("match", {"roots", "pattern"},
+                                        "Whether these objects, with all below them, fit this list of scopes, with the "
+                                        "captures as they stand.\n\n"
+                                        "A layer that does not fit counts as fitting when all its rules are optional.")
+          .readonly<&Hierarchy::query_op>("_query_op", "Scene._QueryOp: The scene's queries.")
+          .readonly<&Hierarchy::pattern>("_pattern", "_Hierarchy.Pattern: The pattern.")
+          .readonly<&Hierarchy::search>("_search", "_Hierarchy.Search: The search.")
           .done();
 
-  py::function<&is_optional>(hierarchy, "_is_optional", {"pattern"}, "Are the rules of all these scopes optional?");
+  py::function<&is_optional>(hierarchy, "_is_optional", {"pattern"},
+                             "Whether the rules of all these scopes are optional.");
   py::function<&is_deadlock_response>(hierarchy, "_is_deadlock", {"response"},
-                                      "Has neither the object of a response nor its scope any children?");
+                                      "Whether neither the object of a response nor its scope has any children.");
 
   expose_pattern(hierarchy);
   expose_anchor(hierarchy);

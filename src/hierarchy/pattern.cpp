@@ -172,18 +172,19 @@ void expose_pattern(const py::Scope& hierarchy) {
       py::Class<Pattern>(
           hierarchy, "Pattern",
           "A class to describe hierarchy pattern.\n\n"
-          "check_classes: the known check classes, from which the rules' checklists are built; None for none.")
+          "Args:\n"
+          "    check_classes: The known check classes, from which the rules' checklists are built; None for none.")
           .init<&Pattern::init>({"check_classes"})
           .operation<&Pattern::get>("get",
-                                    "The scopes that are compared with the scene, as the stored list: those below the\n"
+                                    "The scopes that are compared with the scene, as the stored list: those below the "
                                     "ghost, or the top ones if there is no ghost.")
           .operation<&Pattern::get_ghost>(
               "get_ghost", "The scope at the top whose rule is named \"ghost\", the first one; None without a ghost.")
-          .operation<&Pattern::has_ghost>("has_ghost", "Is there a ghost?")
+          .operation<&Pattern::has_ghost>("has_ghost", "Whether there is a ghost.")
           .operation<&Pattern::set>(
               "set", {"project_settings_record"},
               "Rebuilds the pattern from a record's `rules` and `pattern`, and sorts it for the search.\n\n"
-              "AttributeError if a node refers to a rule that is not in the list; RecursionError for a tree that is\n"
+              "AttributeError if a node refers to a rule that is not in the list; RecursionError for a tree that is "
               "too deep.")
           .operation<&Pattern::set_rules>("_set_rules", {"rules"},
                                           "Replaces the rules by copies of these; they stay as they were if one fails.")
@@ -193,32 +194,38 @@ void expose_pattern(const py::Scope& hierarchy) {
           .operation<&Pattern::get_checklist>("get_checklist", {"stamp"},
                                               "The checklist of the rule with this stamp, or None.")
           .operation<&Pattern::is_verifiable>("is_verifiable", {"stamp"},
-                                              "Has the rule with this stamp a check that is enabled?")
-          .field<&Pattern::check_classes>("check_classes", "The known check classes.")
-          .readonly<&Pattern::rules>("_rules", "Stamp to rule.")
-          .readonly<&Pattern::hierarchy>("_hierarchy", "The top scopes; the same list for the life of the pattern.")
+                                              "Whether the rule with this stamp has a check that is enabled.")
+          .field<&Pattern::check_classes>("check_classes", "Any: The known check classes.")
+          .readonly<&Pattern::rules>("_rules", "dict[str, _Hierarchy.Pattern.Rule]: Stamp to rule.")
+          .readonly<&Pattern::hierarchy>(
+              "_hierarchy",
+              "list[_Hierarchy.Pattern.Scope]: The top scopes; the same list for the life of the pattern.")
           .done();
 
   const py::Scope rule =
       py::Class<PatternRule>(pattern, "Rule",
                              "A class to describe an item of the hierarchy pattern.\n\n"
-                             "config: a project's rule, copied: later edits of it do not show here.\n"
-                             "checklist: the checks of this rule, or None. Equal rules have the same stamp, name,\n"
-                             "regex, types and range.")
+                             "Args:\n"
+                             "    config: A project's rule, copied: later edits of it do not show here.\n"
+                             "    checklist: The checks of this rule, or None.\n\n"
+                             "Equal rules have the same stamp, name, regex, types and range.")
           .init<&PatternRule::init>({"config", "checklist"})
           .equals<&PatternRule::equals>()
           .hash<&PatternRule::hash>()
-          .operation<&PatternRule::get_range>(
-              "get_range", "All integers from the minimum to the maximum, as a set that takes no room.")
-          .operation<&PatternRule::is_optional>("is_optional", "May a layer go without an object for this rule?")
-          .field<&PatternRule::stamp>("stamp", "Identity of the rule.")
-          .field<&PatternRule::name>("name", "Name of the rule; \"ghost\" is reserved.")
-          .field<&PatternRule::icon>("icon", "Icon for display.")
-          .field<&PatternRule::color>("color", "Colour for display.")
-          .field<&PatternRule::regex>("regex", "Expression for the object's name, with anchors.")
-          .field<&PatternRule::types>("types", "Allowed object types; none means any.")
-          .field<&PatternRule::range>("range", "How many objects of a layer must match: `minimum` to `maximum`.")
-          .field<&PatternRule::checklist>("checklist", "The checks of this rule, or None.")
+          .operation<&PatternRule::get_range>("get_range",
+                                              "How many objects of a layer may match: all integers from the minimum to "
+                                              "the maximum, as a set that takes no room.")
+          .operation<&PatternRule::is_optional>("is_optional",
+                                                "Whether a layer may go without an object for this rule.")
+          .field<&PatternRule::stamp>("stamp", "str: Identity of the rule.")
+          .field<&PatternRule::name>("name", "str: Name of the rule; \"ghost\" is reserved.")
+          .field<&PatternRule::icon>("icon", "str: Icon for display.")
+          .field<&PatternRule::color>("color", "str: Colour for display.")
+          .field<&PatternRule::regex>("regex", "str: Expression for the object's name, with anchors.")
+          .field<&PatternRule::types>("types", "list[str] | None: Allowed object types; none means any.")
+          .field<&PatternRule::range>(
+              "range", "_Project.Settings.Rule.Range: How many objects of a layer must match: `minimum` to `maximum`.")
+          .field<&PatternRule::checklist>("checklist", "Any: The checks of this rule, or None.")
           .done();
 
   py::Class<Interval>(rule, "_Interval", "All integers from a minimum to a maximum, equal to a set of the same.")
@@ -231,8 +238,8 @@ void expose_pattern(const py::Scope& hierarchy) {
 
   py::Class<PatternScope>(pattern, "Scope", "Connection between a pattern item and its children.")
       .init<&PatternScope::init>({"rule", "children"})
-      .field<&PatternScope::rule>("rule", "The rule, or None where the record lacks it.")
-      .field<&PatternScope::children>("children", "The scopes below, as a list.")
+      .field<&PatternScope::rule>("rule", "_Hierarchy.Pattern.Rule: The rule, or None where the record lacks it.")
+      .field<&PatternScope::children>("children", "list[_Hierarchy.Pattern.Scope]: The scopes below, as a list.")
       .done();
 
   expose_sorter(pattern);

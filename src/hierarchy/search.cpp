@@ -113,50 +113,57 @@ const std::shared_ptr<Search::Run>& Search::current() {
 
 void expose_search(const py::Scope& hierarchy) {
   const py::Scope search =
-      py::Class<Search>(hierarchy, "Search",
-                        "Compare algorithm of a single hierarchy layer with the pattern layer.\n\n"
-                        "query_operator: offers `get_locations`. The objects are handed out to the scopes in order,\n"
-                        "each taking what it matches up to its maximum; then the guess is judged as a whole. A wrong\n"
-                        "one leaves no trace in the captures, and no other is tried. Equal rules share what they\n"
-                        "take: the later one's takings stand for both.")
+      py::Class<Search>(
+          hierarchy, "Search",
+          "Compare algorithm of a single hierarchy layer with the pattern layer.\n\n"
+          "Args:\n"
+          "    query_operator: Offers `get_locations`.\n\n"
+          "The objects are handed out to the scopes in order, each taking what it matches up to its maximum; then the "
+          "guess is judged as a whole. A wrong one leaves no trace in the captures, and no other is tried. Equal rules "
+          "share what they take: the later one's takings stand for both.")
           .init<&Search::init>({"query_operator"})
-          .operation<&Search::layer>(
-              "layer", {"roots", "scopes", {"exact", true}},
-              "Compares objects with scopes.\n\n"
-              "roots: paths of sibling objects. scopes: sibling scopes. exact: every object must be taken.\n"
-              "A `Result` in the order of the scopes; an empty one if the layer does not fit, or holds nothing.\n"
-              "Errors of expressions pass.")
+          .operation<&Search::layer>("layer", {"roots", "scopes", {"exact", true}},
+                                     "Compares objects with scopes.\n\n"
+                                     "Args:\n"
+                                     "    roots: Paths of sibling objects.\n"
+                                     "    scopes: Sibling scopes.\n"
+                                     "    exact: Every object must be taken.\n\n"
+                                     "A `Result` in the order of the scopes; an empty one if the layer does not fit, "
+                                     "or holds nothing. Errors of expressions pass.")
           .operation<&Search::load_variables>("load_variables", {"roots", "scopes", "exact"}, "Begins a layer.")
           .operation<&Search::backup_state>("backup_state", "Remembers the captures.")
           .operation<&Search::reset_state>("reset_state", "Puts the remembered captures back.")
           .operation<&Search::make_guess>("make_guess", "Hands the objects out to the scopes.")
-          .operation<&Search::scope_match>(
-              "scope_match", {"location", "scope"},
-              "Does this object fit this scope? What its name holds is captured even if only its children are in\n"
-              "the way.")
-          .operation<&Search::wrong_guess>("wrong_guess", "Is a scope short of objects, or an object left over?")
+          .operation<&Search::scope_match>("scope_match", {"location", "scope"},
+                                           "Whether this object fits this scope. What its name holds is captured even "
+                                           "if only its children are in the way.")
+          .operation<&Search::wrong_guess>("wrong_guess",
+                                           "Whether a scope is short of objects, or an object left over.")
           .operation<&Search::create_response>("create_response", {{"empty", false}},
                                                "The guess as a `Result`, or an empty one.")
-          .readonly<&Search::operator_>("_operator", "The query object.")
-          .accessor<&Search::get_logic>("logic", "The `Anchor` of this search; its captures outlive a layer.")
-          .accessor<&Search::backup>("_state", "The captures that `reset_state` puts back.")
-          .accessor<&Search::locations>("_locations", "The objects that no scope has taken.")
-          .readonly<&Search::scopes>("_scopes", "The scopes of the layer.")
-          .readonly<&Search::exact>("_exact", "Must every object be taken?")
-          .accessor<&Search::guess>("_guess", "What each rule took.")
+          .readonly<&Search::operator_>("_operator", "Scene._QueryOp: The query object.")
+          .accessor<&Search::get_logic>("logic",
+                                        "_Hierarchy.Anchor: The anchors of this search; its captures outlive a layer.")
+          .accessor<&Search::backup>("_state", "_Hierarchy.Anchor._State: The captures that `reset_state` puts back.")
+          .accessor<&Search::locations>("_locations",
+                                        "list[Scene._Virtual._Location]: The objects that no scope has taken.")
+          .readonly<&Search::scopes>("_scopes", "list[_Hierarchy.Pattern.Scope]: The scopes of the layer.")
+          .readonly<&Search::exact>("_exact", "bool: Whether every object must be taken.")
+          .accessor<&Search::guess>(
+              "_guess", "dict[_Hierarchy.Pattern.Rule, list[Scene._Virtual._Location]]: What each rule took.")
           .done();
 
   py::Class<Result>(search, "Result", "What a layer's search found.")
       .init<&Result::init>({{"array", nullptr}})
-      .operation<&Result::is_empty>("is_empty", "Is there no response?")
+      .operation<&Result::is_empty>("is_empty", "Whether there is no response.")
       .iterate<&Result::iterate>()
-      .readonly<&Result::array>("_array", "The responses in order.")
+      .readonly<&Result::array>("_array", "list[_Hierarchy.Search.Response]: The responses in order.")
       .done();
 
   py::Class<Response>(search, "Response", "One object matched by one scope.")
       .init<&Response::init>({"location", "scope"})
-      .field<&Response::location>("location", "The object.")
-      .field<&Response::scope>("scope", "The scope that took it.")
+      .field<&Response::location>("location", "Scene._Virtual._Location: The object.")
+      .field<&Response::scope>("scope", "_Hierarchy.Pattern.Scope: The scope that took it.")
       .done();
 }
 

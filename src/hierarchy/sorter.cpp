@@ -132,21 +132,22 @@ void expose_sorter(const py::Scope& pattern) {
       "A sort algorithm for hierarchy pattern items for more effective search.\n\n"
       "Scopes that define an anchor come before those that use it; those without anchors come last.");
 
-  const py::Scope order = py::Class<Order>(scope, "Order", "The scopes of a layer, as units, in some order.")
-                              .operation<&Order::append>("append", {"unit"}, "Appends a unit.")
-                              .operation<&Order::insert>("insert", {"index", "unit"}, "Inserts a unit as a list does.")
-                              .operation<&Order::reverse>("reverse", "Reverses the order.")
-                              .iterate<&Order::iterate>()
-                              .field<&Order::array>("array", "The units in order.")
-                              .done();
+  const py::Scope order =
+      py::Class<Order>(scope, "Order", "The scopes of a layer, as units, in some order.")
+          .operation<&Order::append>("append", {"unit"}, "Appends a unit.")
+          .operation<&Order::insert>("insert", {"index", "unit"}, "Inserts a unit as a list does.")
+          .operation<&Order::reverse>("reverse", "Reverses the order.")
+          .iterate<&Order::iterate>()
+          .field<&Order::array>("array", "list[_Hierarchy.Pattern._Sorter.Order.Unit]: The units in order.")
+          .done();
 
   py::Class<Unit>(order, "Unit", "One scope of a layer: its position before sorting, and the anchors of its rule.")
       .init<&Unit::init>({"index"})
       .operation<&Unit::add_definition>("add_definition", {"text"}, "Adds the inner text of a definition.")
       .operation<&Unit::add_usage>("add_usage", {"text"}, "Adds the inner text of a usage.")
-      .field<&Unit::index>("index", "Position in the layer before sorting.")
-      .field<&Unit::definition>("definition", "Inner texts of the definitions.")
-      .field<&Unit::usage>("usage", "Inner texts of the usages.")
+      .field<&Unit::index>("index", "SupportsIndex: Position in the layer before sorting.")
+      .field<&Unit::definition>("definition", "list[str]: Inner texts of the definitions.")
+      .field<&Unit::usage>("usage", "list[str]: Inner texts of the usages.")
       .done();
 
   py::function<&sort_all>(scope, "sort", {"pattern"}, "Sorts a list of scopes in place, and all layers below it.");
@@ -154,7 +155,7 @@ void expose_sorter(const py::Scope& pattern) {
   py::function<&create_order>(scope, "create_order", {"pattern"}, "The units of a layer in the layer's order.");
   py::function<&change_order>(scope, "change_order", {"order"}, "A new order in which the search can succeed.");
   py::function<&has_dependency>(scope, "has_dependency", {"definition", "usage"},
-                                "Does one of the usages stand as a part in one of the definitions?");
+                                "Whether one of the usages stands as a part in one of the definitions.");
   py::function<&shuffle_scopes>(scope, "shuffle_scopes", {"pattern", "order"}, "Puts a layer in this order, in place.");
 }
 

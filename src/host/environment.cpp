@@ -110,21 +110,20 @@ void expose_environment(const py::Scope& module, const py::Scope& assertions) {
   py::Class<Environment>(
       module, "Environment",
       "An abstract class that tells where one host application keeps its files.\n\n"
-      "A front-end derives its own class from it and implements every operation and accessor whose text does not\n"
-      "say more; each raises NotImplementedError here. The constructor of a derived class calls this one's at its\n"
-      "end: it asks for the settings directory, the target and the scope, and puts them into the environment of the\n"
-      "process as \"HERON-SETTINGS\", \"HERON-TARGET\" and \"HERON-SCOPE\".\n\n"
-      "user_home: the value of \"USERPROFILE\" when the library was loaded, or else the user's home directory.\n"
-      "name: the name of the hidden directory in it. `root` takes both from the instance, so that a derived class can\n"
-      "have its own; `decode_user` and `encode_user`, which have no instance, take the home from `Environment` itself.")
+      "A front-end derives its own class from it and implements every operation and accessor whose text does not say "
+      "more; each raises NotImplementedError here. The constructor of a derived class calls this one's at its end: it "
+      "asks for the settings directory, the target and the scope, and puts them into the environment of the process as "
+      "\"HERON-SETTINGS\", \"HERON-TARGET\" and \"HERON-SCOPE\".\n\n"
+      "user_home: the value of \"USERPROFILE\" when the library was loaded, or else the user's home directory. name: "
+      "the name of the hidden directory in it. `root` takes both from the instance, so that a derived class can have "
+      "its own; `decode_user` and `encode_user`, which have no instance, take the home from `Environment` itself.")
       .init<&Environment::init>({})
       .attribute("user_home", find_user_home())
       .attribute("name", py::text(".heron"))
-      .accessor<&Environment::root>("root",
-                                    "The hidden directory in the user's home, which is created if missing; the home\n"
-                                    "must exist.")
-      .accessor<&Environment::target>("target", "The host, one of the texts of `Constants.Plugin.Target`.")
-      .accessor<&Environment::scope>("scope", "The host's version, dotted.")
+      .accessor<&Environment::root>(
+          "root", "str: The hidden directory in the user's home, which is created if missing; the home must exist.")
+      .accessor<&Environment::target>("target", "str: The host, one of the texts of `Constants.Plugin.Target`.")
+      .accessor<&Environment::scope>("scope", "str: The host's version, dotted.")
       .operation<&Environment::get_settings_file>("get_settings_file", "The path of the settings file.")
       .operation<&Environment::get_settings_directory>("get_settings_directory", "The directory of the settings.")
       .operation<&Environment::get_projects_directory>("get_projects_directory", "The directory of the projects.")
@@ -142,21 +141,21 @@ void expose_environment(const py::Scope& module, const py::Scope& assertions) {
       "The environment of the standalone case, with everything beside the library's file.\n\n"
       "The constructor creates what directories are missing; the parent of the first must exist.")
       .init<&LocalEnv::init>({})
-      .accessor<&LocalEnv::root>("root", "The hidden directory beside the library's file, created if missing.")
-      .accessor<&LocalEnv::target>("target", "`Constants.Plugin.Target.Standalone`.")
-      .accessor<&LocalEnv::scope>("scope", "The operating system's name and its release, as one word.")
+      .accessor<&LocalEnv::root>("root", "str: The hidden directory beside the library's file, created if missing.")
+      .accessor<&LocalEnv::target>("target", "str: `Constants.Plugin.Target.Standalone`.")
+      .accessor<&LocalEnv::scope>("scope", "str: The operating system's name and its release, as one word.")
       .operation<&LocalEnv::get_settings_file>("get_settings_file", "\"settings.json\" in the settings directory.")
       .operation<&LocalEnv::get_settings_directory>("get_settings_directory", "The target's directory in `root`.")
       .operation<&LocalEnv::get_projects_directory>("get_projects_directory", "\"projects\" in the settings directory.")
       .operation<&LocalEnv::get_statistics_file>("get_statistics_file",
                                                  "\"statistics.json\" in the settings directory.")
-      .readonly<&LocalEnv::settings>("_settings", "The settings directory.")
-      .readonly<&LocalEnv::projects>("_projects", "The projects directory.")
+      .readonly<&LocalEnv::settings>("_settings", "str: The settings directory.")
+      .readonly<&LocalEnv::projects>("_projects", "str: The projects directory.")
       .done();
 
   const py::Scope test = py::make_namespace(assertions, "Environment", "Tests of environments.");
   py::function<&is_environment>(test, "is_valid", {"instance"},
-                                "Whether an object can serve as the `Environment`: its four paths are text, and so is\n"
+                                "Whether an object can serve as the `Environment`: its four paths are text, and so is "
                                 "\"~\" decoded and encoded. What it raises is logged, and counts as no.");
 }
 

@@ -35,7 +35,7 @@ std::string detect() {
 void expose_host_application(const py::Scope& module) {
   const py::Scope software = py::make_namespace(module, "_Software", "The host application.");
   py::function<&detect>(software, "detect", {},
-                        "The host's name, by which of the scripting modules can be loaded: \"Blender\", \"Maya\",\n"
+                        "The host's name, by which of the scripting modules can be loaded: \"Blender\", \"Maya\", "
                         "\"3dsMax\" or \"Unknown\".");
 }
 

@@ -52,32 +52,37 @@ void Operator::postscript_scan_remove(const Object&) const { not_implemented("po
 void expose_operator(const py::Scope& scene) {
   using py::Parameter;
   py::Class<QueryOp>(scene, "_QueryOp", "An abstract class to get hierarchy info from the scene.")
-      .operation<&QueryOp::object_exists>("object_exists", {"path"}, "Does an object with this path exist now?")
-      .operation<&QueryOp::get_type>("get_type", {"path"},
-                                     "The object's type, one of the texts of `Constants.Scene.Type`.")
+      .operation<&QueryOp::object_exists>("object_exists", {"path"}, "Whether an object with this path exists now.")
+      .operation<&QueryOp::get_type>(
+          "get_type", {"path"},
+          "The object's type, one of the texts of `Constants.Scene.Type`; None for one of no such type.")
       .operation<&QueryOp::get_parent>("get_parent", {"path"},
                                        "The parent's path; None or an empty text at the top of the scene.")
       .operation<&QueryOp::get_children>("get_children", {"path"},
-                                         "The paths of the direct children in the order in which they are to be\n"
+                                         "The paths of the direct children in the order in which they are to be "
                                          "matched; None or an empty list for a leaf.")
       .done();
 
   py::Class<Operator, QueryOp>(
       scene, "Operator",
       "An abstract class to communicate with the scene.\n\n"
-      "A host integration derives its own class from it, sets `TYPE_MAPPING`, and implements every operation whose\n"
-      "text does not say more; each raises NotImplementedError here. A path is a text that is unique for each object;\n"
-      "\"|\" and \"/\" separate its pieces. All operations are called on the thread that owns the host's scene.")
+      "A host integration derives its own class from it, sets `TYPE_MAPPING`, and implements every operation whose "
+      "text does not say more; each raises NotImplementedError here. A path is a text that is unique for each object; "
+      "\"|\" and \"/\" separate its pieces. All operations are called on the thread that owns the host's scene. The "
+      "constructor of a derived class calls this one's.")
       .init<&Operator::init>({})
       .attribute("TYPE_MAPPING", py::Dict())
-      .readonly<&Operator::mapping>("_type_mapping", "The host's `TypeMapping`.")
-      .accessor<&Operator::type_mapping>("type_mapping", "The host's `TypeMapping`, made of `TYPE_MAPPING`.")
+      .readonly<&Operator::mapping>("_type_mapping", "TypeMapping: What the host's types are called here.")
+      .accessor<&Operator::type_mapping>("type_mapping",
+                                         "TypeMapping: What the host's types are called here, made of `TYPE_MAPPING`.")
       .operation<&Operator::map_type>("map_type", {"name"},
                                       "The system's type for a host type, or None. Concrete: for `get_type`.")
-      .operation<&Operator::object_exists>("object_exists", {"path"}, "Does an object with this path exist now?")
+      .operation<&Operator::object_exists>("object_exists", {"path"}, "Whether an object with this path exists now.")
       .operation<&Operator::get_type>("get_type", {"path"}, "The object's type; see `map_type`.")
-      .operation<&Operator::get_parent>("get_parent", {"path"}, "The parent's path, or a false value at the top.")
-      .operation<&Operator::get_children>("get_children", {"path"}, "The paths of the direct children, in order.")
+      .operation<&Operator::get_parent>("get_parent", {"path"},
+                                        "The parent's path; None or an empty text at the top of the scene.")
+      .operation<&Operator::get_children>(
+          "get_children", {"path"}, "The paths of the direct children, in order; None or an empty list for a leaf.")
       .operation<&Operator::get_selection>("get_selection", "The paths of the selected objects, as a list.")
       .operation<&Operator::get_selection_roots>(
           "get_selection_roots", "The top-most ancestors of the selected objects, each once, as a list of paths.")
@@ -103,9 +108,9 @@ void expose_operator(const py::Scope& scene) {
       .operation<&Operator::get_current_file>("get_current_file",
                                               "The path of the open scene file; empty if it was never saved.")
       .operation<&Operator::directory_dialog>("directory_dialog", {{"starting", "~"}, {"caption", ""}},
-                                              "Lets the user choose a directory; a false value on cancel.")
+                                              "Lets the user choose a directory; None or an empty text on cancel.")
       .operation<&Operator::file_dialog>("file_dialog", {{"starting", "~"}, {"caption", ""}, {"file_filter", ""}},
-                                         "Lets the user choose a file; a false value on cancel.")
+                                         "Lets the user choose a file; None or an empty text on cancel.")
       .operation<&Operator::query_filedata>(
           "query_filedata", "The list stored by the last `embed_filedata`; an empty list if the scene has none.")
       .operation<&Operator::embed_filedata>("embed_filedata", {"data"},

@@ -219,19 +219,23 @@ void expose_scene_snapshot(const py::Scope& scene) {
       py::Class<SceneSnapshot, QueryOp>(
           scene, "_Virtual",
           "A snapshot of a part of the scene, which answers the queries of the matching without the host.\n\n"
-          "operator: the host to read from. The snapshot shows the scene as it stood at the last `upload`. An upload\n"
-          "calls the host; reading does not, and may happen on any thread.")
+          "Args:\n"
+          "    operator: The host to read from.\n\n"
+          "The snapshot shows the scene as it stood at the last `upload`. An upload calls the host; reading does not, "
+          "and may happen on any thread.")
           .init<&SceneSnapshot::init>({"operator"})
           .operation<&SceneSnapshot::offload>("offload", "Forgets everything.")
           .operation<&SceneSnapshot::upload>(
               "upload", {"roots", {"clear", true}},
               "Copies the objects at these paths and all below them, depth first.\n\n"
-              "roots: the paths. clear: forget what is there before. Each object is asked for once, also if the host\n"
-              "lists it several times. RecursionError if the host says that an object stands below itself; an\n"
-              "exception of the host passes, and what was copied until then stays; an object that was not copied as\n"
-              "a whole gives KeyError when it is to be matched.")
+              "Args:\n"
+              "    roots: The paths.\n"
+              "    clear: Forget what is there before.\n\n"
+              "Each object is asked for once, also if the host lists it several times. RecursionError if the host says "
+              "that an object stands below itself; an exception of the host passes, and what was copied until then "
+              "stays; an object that was not copied as a whole gives KeyError when it is to be matched.")
           .operation<&SceneSnapshot::object_exists>(
-              "object_exists", {"path"}, "Did an object with this path exist? False if it was not looked at.")
+              "object_exists", {"path"}, "Whether an object with this path existed; False if it was not looked at.")
           .operation<&SceneSnapshot::get_type>("get_type", {"path"},
                                                "The object's type; an empty text if it is unknown.")
           .operation<&SceneSnapshot::get_parent>("get_parent", {"path"},
@@ -241,12 +245,13 @@ void expose_scene_snapshot(const py::Scope& scene) {
               "The list of children itself, which must not be changed; a new empty list if the object is unknown.")
           .operation<&SceneSnapshot::get_locations>(
               "get_locations", {"roots"}, "A new list with a `_Location` for each of these paths that exists.")
-          .accessor<&SceneSnapshot::exists_table>("_exists", "By path: does the object exist?")
-          .accessor<&SceneSnapshot::name_table>("_name", "By path: the short name.")
-          .accessor<&SceneSnapshot::type_table>("_type", "By path: the type.")
-          .accessor<&SceneSnapshot::parent_table>("_parent", "By path: the parent's path.")
-          .accessor<&SceneSnapshot::children_table>("_children", "By path: the list of the children's paths.")
-          .readonly<&SceneSnapshot::host>("_operator", "The host.")
+          .accessor<&SceneSnapshot::exists_table>("_exists", "dict[str, bool]: By path: does the object exist?")
+          .accessor<&SceneSnapshot::name_table>("_name", "dict[str, str]: By path: the short name.")
+          .accessor<&SceneSnapshot::type_table>("_type", "dict[str, str | None]: By path: the type.")
+          .accessor<&SceneSnapshot::parent_table>("_parent", "dict[str, str | None]: By path: the parent's path.")
+          .accessor<&SceneSnapshot::children_table>("_children",
+                                                    "dict[str, list[str]]: By path: the list of the children's paths.")
+          .readonly<&SceneSnapshot::host>("_operator", "Scene.Operator: The host.")
           .done();
 
   py::Class<Location>(virtual_scope, "_Location",
@@ -255,10 +260,10 @@ void expose_scene_snapshot(const py::Scope& scene) {
       .init<&Location::init>({"name", "path", "type", "children"})
       .equals<&Location::equals>()
       .hash<&Location::hash>()
-      .field<&Location::name>("name", "Short name.")
-      .field<&Location::path>("path", "Path: the identity of the object.")
-      .field<&Location::type>("type", "Type of the object.")
-      .field<&Location::children>("children", "Paths of the children.")
+      .field<&Location::name>("name", "str: Short name.")
+      .field<&Location::path>("path", "str: Path: the identity of the object.")
+      .field<&Location::type>("type", "str | None: Type of the object.")
+      .field<&Location::children>("children", "list[str]: Paths of the children.")
       .done();
 }
 

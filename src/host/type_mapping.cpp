@@ -28,12 +28,13 @@ bool TypeMapping::exist(const py::Object& name) const {
 void expose_type_mapping(const py::Scope& module) {
   py::Class<TypeMapping>(module, "TypeMapping",
                          "Translates the object types of one host into those of `Constants.Scene.Type`.\n\n"
-                         "table: a map of the host's type names to the system's.")
+                         "Args:\n"
+                         "    table: A map of the host's type names to the system's.")
       .init<&TypeMapping::init>({"table"})
       .operation<&TypeMapping::get>("get", {"name"}, "The system type of a host type, or None if it has none.")
-      .operation<&TypeMapping::exist>("exist", {"name"}, "Can the host produce this system type?")
-      .readonly<&TypeMapping::table>("_table", "Host type to system type.")
-      .readonly<&TypeMapping::types>("_types", "The system types that the host can produce.")
+      .operation<&TypeMapping::exist>("exist", {"name"}, "Whether the host can produce this system type.")
+      .readonly<&TypeMapping::table>("_table", "dict[str, _Str]: Host type to system type.")
+      .readonly<&TypeMapping::types>("_types", "set[_Str]: The system types that the host can produce.")
       .done();
 }
 

@@ -115,43 +115,45 @@ void expose_block(const py::Scope& parameters) {
       py::Class<ParameterBlock>(
           parameters, "Block",
           "What a user can set on a check: the prototypes of its inputs, and tasks with values of their own.\n\n"
-          "A block has no tasks until `load` or `append_task`. The inputs are not tested here: what is wrong\n"
-          "with them shows in each task. The length is the number of tasks, and a loop gives them in order.")
+          "A block has no tasks until `load` or `append_task`. The inputs are not tested here: what is wrong with them "
+          "shows in each task. The length is the number of tasks, and a loop gives them in order.")
           .init<&ParameterBlock::init>({py::Parameter::rest("inputs")})
           .length<&ParameterBlock::length>()
           .iterate<&ParameterBlock::iterate>()
-          .accessor<&ParameterBlock::defaults>("defaults",
-                                               "The JSON form of one task with the default values, a new list.")
-          .accessor<&ParameterBlock::data>("data", "The JSON form, a new list of the data of each task.")
-          .accessor<&ParameterBlock::empty>("empty", "Whether the block was made without inputs.")
+          .accessor<&ParameterBlock::defaults>(
+              "defaults", "list[dict[str, Any]]: The JSON form of one task with the default values, a new list.")
+          .accessor<&ParameterBlock::data>("data",
+                                           "list[dict[str, Any]]: The JSON form, a new list of the data of each task.")
+          .accessor<&ParameterBlock::empty>("empty", "bool: Whether the block was made without inputs.")
           .accessor<&ParameterBlock::complex, &ParameterBlock::set_complex>(
-              "complex", "A mark for the front-end, which decides what it means.")
+              "complex", "bool: A mark for the front-end, which decides what it means.")
           .accessor<&ParameterBlock::as_info, &ParameterBlock::set_as_info>(
-              "as_info", "Whether new tasks report a failed check as information only.")
-          .accessor<&ParameterBlock::length>("length", "The number of tasks.")
+              "as_info", "bool: Whether new tasks report a failed check as information only.")
+          .accessor<&ParameterBlock::length>("length", "int: The number of tasks.")
           .operation<&ParameterBlock::load>(
               "load", {"data"},
               "Replaces the tasks by those of a JSON form; one default task if that is no list, or empty.\n\n"
-              "Where an entry lacks \"as_info\" or \"state\", the default stands in. An entry that is no mapping\n"
-              "gives a default task, and a warning is logged. An error in a state is kept by its task.")
+              "Where an entry lacks \"as_info\" or \"state\", the default stands in. An entry that is no mapping gives "
+              "a default task, and a warning is logged. An error in a state is kept by its task.")
           .operation<&ParameterBlock::append_task>("append_task", "Adds a task with the default values; returns it.")
-          .operation<&ParameterBlock::remove_task>("remove_task", {"task"},
-                                                   "Removes a task and numbers the others anew; nothing for a task\n"
-                                                   "of another block.")
+          .operation<&ParameterBlock::remove_task>(
+              "remove_task", {"task"},
+              "Removes a task and numbers the others anew; nothing for a task of another block.")
           .operation<&ParameterBlock::update_numerator>("update_numerator", "Numbers the tasks in order, from 1.")
           .operation<&ParameterBlock::reset>("reset", "Removes all tasks, the last first.")
           .operation<&ParameterBlock::clone>(
               "clone",
-              "Calls the class with the inputs and with `as_info` and `complex` by name:\n"
-              "TypeError, unless a derived class takes these. Tasks are what is cloned.")
+              "Calls the class with the inputs and with `as_info` and `complex` by name: TypeError, unless a derived "
+              "class takes these. Tasks are what is cloned.")
           .static_operation<&ParameterBlock::get_state>(
               "_get_state", {"inputs"}, "A new dict of the data of inputs by their names; leaves out what has none.")
-          .accessor<&ParameterBlock::empty>("_empty", "The stored `empty`.")
-          .accessor<&ParameterBlock::complex>("_complex", "The stored `complex`.")
-          .accessor<&ParameterBlock::as_info>("_as_info", "The stored `as_info`.")
-          .readonly<&ParameterBlock::inputs>("_inputs", "The prototypes, a tuple.")
-          .readonly<&ParameterBlock::state>("_state", "The data of the prototypes at construction, by their names.")
-          .readonly<&ParameterBlock::tasks>("_tasks", "The tasks in order.")
+          .accessor<&ParameterBlock::empty>("_empty", "bool: The stored `empty`.")
+          .accessor<&ParameterBlock::complex>("_complex", "bool: The stored `complex`.")
+          .accessor<&ParameterBlock::as_info>("_as_info", "bool: The stored `as_info`.")
+          .readonly<&ParameterBlock::inputs>("_inputs", "tuple[Parameters._Input, ...]: The prototypes.")
+          .readonly<&ParameterBlock::state>(
+              "_state", "dict[str, Any]: The data of the prototypes at construction, by their names.")
+          .readonly<&ParameterBlock::tasks>("_tasks", "list[Parameters.Block.Task]: The tasks in order.")
           .done();
   expose_task(scope);
 }

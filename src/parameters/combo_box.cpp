@@ -117,15 +117,16 @@ void expose_combo_box(const py::Scope& parameters) {
       py::Class<ComboBox, ParameterInput>(
           parameters, "ComboBox",
           "A choice of one of several items, each of which is a member under its own name, too.\n\n"
-          "items: instances of `Item`; the first that is selected stays so, the first of all if none is.\n"
-          "TypeError for any other object among them, Error.AttributeNameRepeat for two of one name,\n"
-          "AttributeError for one named like a member of the class. A loop gives the items in order.")
+          "Args:\n"
+          "    items: Instances of `Item`; the first that is selected stays so, the first of all if none is.\n\n"
+          "TypeError for any other object among them, Error.AttributeNameRepeat for two of one name, AttributeError "
+          "for one named like a member of the class. A loop gives the items in order.")
           .init<&ComboBox::init>({"attr_name", "items", {"label", ""}, {"help_text", ""}})
           .iterate<&ComboBox::iterate>()
           .accessor<&ComboBox::current_index>("current_index",
-                                              "The position of the first selected item, from 0; 0 if none is.")
-          .accessor<&ComboBox::data>("data",
-                                     "The JSON form, a new dict of \"selected_attr\"; an empty one without items.")
+                                              "int: The position of the first selected item, from 0; 0 if none is.")
+          .accessor<&ComboBox::data>(
+              "data", "dict[str, Any]: The JSON form, a new dict of \"selected_attr\"; an empty one without items.")
           .operation<&ComboBox::load>(
               "load", {"data"},
               "Selects the item that \"selected_attr\" names; if there is none, nothing changes.\n\n"
@@ -141,20 +142,23 @@ void expose_combo_box(const py::Scope& parameters) {
           .operation<&ComboBox::ensure_selection>(
               "_ensure_selection", "Leaves the first selected item, or else the first item, as the one selected.")
           .operation<&ComboBox::select_first>("_select_first", "Selects the first item and no other.")
-          .readonly<&ComboBox::array>("_array", "The items in order.")
+          .readonly<&ComboBox::array>("_array", "list[Parameters.ComboBox.Item]: The items in order.")
           .done();
 
   py::Class<ComboItem>(scope, "Item",
                        "One choice of a combo box.\n\n"
-                       "attr_name: its identifier. text: what is shown. TypeError for a text that is none and for a\n"
-                       "`selected` that is no boolean; a bad name is refused as that of an input is.")
+                       "Args:\n"
+                       "    attr_name: Its identifier.\n"
+                       "    text: What is shown.\n\n"
+                       "TypeError for a text that is none and for a `selected` that is no boolean; a bad name is "
+                       "refused as that of an input is.")
       .init<&ComboItem::init>({"attr_name", {"text", ""}, {"selected", false}})
-      .accessor<&ComboItem::attr>("attr", "The identifier of the item.")
-      .accessor<&ComboItem::text>("text", "What is shown.")
-      .accessor<&ComboItem::selected>("selected", "Whether the item is the selected one.")
-      .accessor<&ComboItem::attr>("_attr", "The stored `attr`.")
-      .accessor<&ComboItem::text>("_text", "The stored `text`.")
-      .accessor<&ComboItem::selected>("_selected", "The stored `selected`.")
+      .accessor<&ComboItem::attr>("attr", "str: The identifier of the item.")
+      .accessor<&ComboItem::text>("text", "str: What is shown.")
+      .accessor<&ComboItem::selected>("selected", "bool: Whether the item is the selected one.")
+      .accessor<&ComboItem::attr>("_attr", "str: The stored `attr`.")
+      .accessor<&ComboItem::text>("_text", "str: The stored `text`.")
+      .accessor<&ComboItem::selected>("_selected", "bool: The stored `selected`.")
       .operation<&ComboItem::clone>("clone", "A new item with the same fields.")
       .done();
 }

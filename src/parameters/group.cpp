@@ -22,20 +22,24 @@ py::Object ParameterGroup::clone() const {
 void expose_group(const py::Scope& parameters) {
   py::Class<ParameterGroup>(parameters, "Group",
                             "Inputs, and further groups, which a front-end shows together.\n\n"
-                            "contents: they, in order. visibility_switch: what the front-end shows or hides the group\n"
-                            "by. TypeError for contents that cannot be walked over. A loop gives them.")
+                            "Args:\n"
+                            "    contents: They, in order.\n"
+                            "    visibility_switch: What the front-end shows or hides the group by.\n\n"
+                            "TypeError for contents that cannot be walked over. A loop gives them.")
       .init<&ParameterGroup::init>({{"label", ""}, {"contents", "()"}, {"visibility_switch", nullptr}})
       .iterate<&ParameterGroup::iterate>()
-      .field<&ParameterGroup::label>("label", "What the front-end shows above the group.")
-      .readonly<&ParameterGroup::visibility_switch>("visibility_switch",
-                                                    "What the front-end shows or hides the group by.")
-      .operation<&ParameterGroup::clone>("clone",
-                                         "A new group of clones of the contents, with the same visibility switch.\n\n"
-                                         "A derived class gets an instance of its own, without a call of its\n"
-                                         "constructor and without attributes that it has added. RecursionError for a\n"
-                                         "group that stands in itself.")
-      .readonly<&ParameterGroup::contents>("_contents", "The inputs and groups in order.")
-      .readonly<&ParameterGroup::visibility_switch>("_visibility_switch", "The stored `visibility_switch`.")
+      .field<&ParameterGroup::label>("label", "str: What the front-end shows above the group.")
+      .readonly<&ParameterGroup::visibility_switch>(
+          "visibility_switch", "Parameters.Switch | None: What the front-end shows or hides the group by.")
+      .operation<&ParameterGroup::clone>(
+          "clone",
+          "A new group of clones of the contents, with the same visibility switch.\n\n"
+          "A derived class gets an instance of its own, without a call of its constructor and without attributes that "
+          "it has added. RecursionError for a group that stands in itself.")
+      .readonly<&ParameterGroup::contents>(
+          "_contents", "Sequence[Parameters._Input | Parameters.Group]: The inputs and groups in order.")
+      .readonly<&ParameterGroup::visibility_switch>("_visibility_switch",
+                                                    "Parameters.Switch | None: The stored `visibility_switch`.")
       .done();
 }
 

@@ -58,21 +58,23 @@ void expose_input(const py::Scope& parameters) {
   py::Class<ParameterInput>(
       parameters, "_Input",
       "One setting of a check or an exporter: the base of all kinds of inputs.\n\n"
-      "attr_name: the name by which the setting is reached and stored, an identifier. label, help_text: what\n"
-      "the front-end shows. TypeError for a name, label or help that is no text, ValueError for an empty\n"
-      "name, Error.WrongAttributeName and Error.PrivateAttributeName for other bad names.\n\n"
-      "A kind derived from this gives `data`, `load` and `clone`; here each raises NotImplementedError.\n"
-      "`clone` of the kinds in this module makes an instance of the very class, also of a derived one,\n"
-      "whose constructor it does not call: attributes which that has added are carried over as they are.")
+      "Args:\n"
+      "    attr_name: The name by which the setting is reached and stored, an identifier.\n"
+      "    label, help_text: What the front-end shows.\n\n"
+      "TypeError for a name, label or help that is no text, ValueError for an empty name, Error.WrongAttributeName and "
+      "Error.PrivateAttributeName for other bad names.\n\n"
+      "A kind derived from this gives `data`, `load` and `clone`; here each raises NotImplementedError. `clone` of the "
+      "kinds in this module makes an instance of the very class, also of a derived one, whose constructor it does not "
+      "call: attributes which that has added are carried over as they are.")
       .init<&ParameterInput::init>({"attr_name", {"label", ""}, {"help_text", ""}})
       .text<&ParameterInput::text>()
-      .accessor<&ParameterInput::attr>("attr", "The name by which the setting is reached and stored.")
-      .accessor<&ParameterInput::label>("label", "The label of the widget.")
-      .accessor<&ParameterInput::help_text>("help_text", "The help of the widget.")
-      .accessor<&ParameterInput::attr>("_attr", "The stored `attr`.")
-      .accessor<&ParameterInput::label>("_label", "The stored `label`.")
-      .accessor<&ParameterInput::help_text>("_help_text", "The stored `help_text`.")
-      .accessor<&ParameterInput::data>("data", "The value in its JSON form.")
+      .accessor<&ParameterInput::attr>("attr", "str: The name by which the setting is reached and stored.")
+      .accessor<&ParameterInput::label>("label", "str: The label of the widget.")
+      .accessor<&ParameterInput::help_text>("help_text", "str: The help of the widget.")
+      .accessor<&ParameterInput::attr>("_attr", "str: The stored `attr`.")
+      .accessor<&ParameterInput::label>("_label", "str: The stored `label`.")
+      .accessor<&ParameterInput::help_text>("_help_text", "str: The stored `help_text`.")
+      .accessor<&ParameterInput::data>("data", "Any: The value in its JSON form.")
       .operation<&ParameterInput::load>("load", {"data"}, "Takes the value from a JSON form.")
       .operation<&ParameterInput::clone>("clone", "A new input with the same fields and value.")
       .done();

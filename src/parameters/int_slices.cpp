@@ -111,11 +111,12 @@ void IntSliceList::apply_spec(const py::Ref<IntRange>& int_range, const py::Ref<
 void expose_int_slices(const py::Scope& parameters) {
   py::Class<IntSlice>(parameters, "IntSlice",
                       "Two integers, from and to, an element of `IntSliceList`.\n\n"
-                      "start, stop: instances of `IntRange`, TypeError for any other object.")
+                      "Args:\n"
+                      "    start, stop: Instances of `IntRange`, TypeError for any other object.")
       .init<&IntSlice::init>({"start", "stop"})
-      .field<&IntSlice::start>("start", "The first of both ranges.")
-      .field<&IntSlice::stop>("stop", "The second of both ranges.")
-      .accessor<&IntSlice::data>("data", "The JSON form, a new dict of \"start\" and \"stop\".")
+      .field<&IntSlice::start>("start", "Parameters.IntRange: The first of both ranges.")
+      .field<&IntSlice::stop>("stop", "Parameters.IntRange: The second of both ranges.")
+      .accessor<&IntSlice::data>("data", "dict[str, Any]: The JSON form, a new dict of \"start\" and \"stop\".")
       .operation<&IntSlice::load>("load", {"data"},
                                   "Loads \"start\" and \"stop\" into the ranges, an empty map where one is missing.")
       .operation<&IntSlice::clone>("clone", "A new slice of clones of the ranges.")
@@ -125,41 +126,44 @@ void expose_int_slices(const py::Scope& parameters) {
       py::Class<IntSliceList, ParameterInput>(
           parameters, "IntSliceList",
           "A list of slices that all have the limits, prefixes and units of one. It has no label.\n\n"
-          "default: the `IntSlice` to which new elements are made alike, as it is at construction.\n"
-          "items: instances of `IntSlice`; their limits are set to those of the default, and its prefixes and\n"
-          "units unless they are empty. TypeError for any other object.")
+          "Args:\n"
+          "    default: The `IntSlice` to which new elements are made alike, as it is at construction.\n"
+          "    items: Instances of `IntSlice`; their limits are set to those of the default, and its prefixes and "
+          "units unless they are empty.\n\n"
+          "TypeError for any other object.")
           .init<&IntSliceList::init>({"attr_name", "default", {"items", "()"}, {"help_text", ""}})
           .iterate<&IntSliceList::iterate>()
-          .accessor<&IntSliceList::data>("data", "The JSON form, a new list of the data of each element.")
+          .accessor<&IntSliceList::data>("data",
+                                         "list[dict[str, Any]]: The JSON form, a new list of the data of each element.")
           .operation<&IntSliceList::load>(
               "load", {"data"},
-              "Replaces the elements by those of a JSON form; 50 is the value of a range\n"
-              "that is missing. AttributeError for an item that is no map: the list is left\n"
-              "as it was.")
+              "Replaces the elements by those of a JSON form; 50 is the value of a range that is missing. "
+              "AttributeError for an item that is no map: the list is left as it was.")
           .operation<&IntSliceList::add>("add", "Adds a slice like the default; returns it.")
           .operation<&IntSliceList::pop>("pop", {"index"},
                                          "Removes the element at an index. IndexError if there is none.")
-          .operation<&IntSliceList::clone>("clone",
-                                           "A new list of clones of the elements with the same default. Its help is\n"
-                                           "empty.")
+          .operation<&IntSliceList::clone>(
+              "clone", "A new list of clones of the elements with the same default. Its help is empty.")
           .static_operation<&IntSliceList::apply_spec>(
               "_apply_spec", {"int_range", "state"}, "Gives a range the limits of a spec, and its texts unless empty.")
           .operation<&IntSliceList::build>("_build", {"items"}, "Replaces the elements and sets their limits.")
-          .readonly<&IntSliceList::array>("_array", "The elements in order.")
-          .readonly<&IntSliceList::model>("_default", "The slice given at construction.")
-          .readonly<&IntSliceList::spec_start>("_spec_start", "What the first range of each element shows.")
-          .readonly<&IntSliceList::spec_stop>("_spec_stop", "What the second range of each element shows.")
-          .readonly<&IntSliceList::default_start>("_default_start", "The first value of a new element.")
-          .readonly<&IntSliceList::default_stop>("_default_stop", "The second value of a new element.")
+          .readonly<&IntSliceList::array>("_array", "list[Parameters.IntSlice]: The elements in order.")
+          .readonly<&IntSliceList::model>("_default", "Parameters.IntSlice: The slice given at construction.")
+          .readonly<&IntSliceList::spec_start>(
+              "_spec_start", "Parameters.IntSliceList._InputSpec: What the first range of each element shows.")
+          .readonly<&IntSliceList::spec_stop>(
+              "_spec_stop", "Parameters.IntSliceList._InputSpec: What the second range of each element shows.")
+          .readonly<&IntSliceList::default_start>("_default_start", "int: The first value of a new element.")
+          .readonly<&IntSliceList::default_stop>("_default_stop", "int: The second value of a new element.")
           .done();
 
   py::Class<IntRangeSpec>(scope, "_InputSpec", "What the widget of a range shows, without its value.")
       .init<&IntRangeSpec::init>({"int_range"})
-      .field<&IntRangeSpec::prefix>("prefix", "What is shown before the number.")
-      .field<&IntRangeSpec::units>("units", "What is shown after the number.")
-      .field<&IntRangeSpec::minimum>("minimum", "The least value.")
-      .field<&IntRangeSpec::maximum>("maximum", "The greatest value.")
-      .field<&IntRangeSpec::step>("step", "The step of the widget.")
+      .field<&IntRangeSpec::prefix>("prefix", "str: What is shown before the number.")
+      .field<&IntRangeSpec::units>("units", "str: What is shown after the number.")
+      .field<&IntRangeSpec::minimum>("minimum", "int: The least value.")
+      .field<&IntRangeSpec::maximum>("maximum", "int: The greatest value.")
+      .field<&IntRangeSpec::step>("step", "int: The step of the widget.")
       .done();
 }
 

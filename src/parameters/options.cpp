@@ -130,44 +130,48 @@ void expose_options(const py::Scope& parameters) {
   py::Class<ParameterOptions>(
       parameters, "Options",
       "The options of an exporter: a tree of inputs in groups, which hold the current values themselves.\n\n"
-      "attr_name: its identifier, refused as that of an input is. contents: inputs and instances of `Group`;\n"
-      "of two inputs of one name the later counts. TypeError for contents that cannot be walked over,\n"
-      "AttributeError for a combo box without items, RecursionError for a group that stands in itself.\n"
-      "The state maps the attribute name of each `Switch`, `IntRange`, `FloatRange` and `ComboBox` to its\n"
-      "bare value; other inputs have no part in it. A loop gives the top of the tree.")
+      "Args:\n"
+      "    attr_name: Its identifier, refused as that of an input is.\n"
+      "    contents: Inputs and instances of `Group`; of two inputs of one name the later counts.\n\n"
+      "TypeError for contents that cannot be walked over, AttributeError for a combo box without items, RecursionError "
+      "for a group that stands in itself. The state maps the attribute name of each `Switch`, `IntRange`, `FloatRange` "
+      "and `ComboBox` to its bare value; other inputs have no part in it. A loop gives the top of the tree.")
       .init<&ParameterOptions::init>({{"attr_name", ""}, {"label", ""}, {"help_text", ""}, {"contents", "()"}})
       .iterate<&ParameterOptions::iterate>()
-      .accessor<&ParameterOptions::attr>("attr", "The identifier of the options.")
-      .accessor<&ParameterOptions::label>("label", "What the front-end shows above the options.")
-      .accessor<&ParameterOptions::help_text>("help_text", "The help of the options.")
-      .accessor<&ParameterOptions::data>("data", "The JSON form, a new dict of the values that are no defaults.")
+      .accessor<&ParameterOptions::attr>("attr", "str: The identifier of the options.")
+      .accessor<&ParameterOptions::label>("label", "str: What the front-end shows above the options.")
+      .accessor<&ParameterOptions::help_text>("help_text", "str: The help of the options.")
+      .accessor<&ParameterOptions::data>(
+          "data", "dict[str, Any]: The JSON form, a new dict of the values that are no defaults.")
       .operation<&ParameterOptions::reset>("reset", "Puts all values back to the defaults, except those of floats.")
       .operation<&ParameterOptions::load>("load", {"data"},
                                           "Takes values by the names of their inputs, all others are reset.\n\n"
-                                          "Unknown names are passed over, and those of floats, whose values stay.\n"
+                                          "Unknown names are passed over, and those of floats, whose values stay. "
                                           "AttributeError unless the data are a mapping.")
       .operation<&ParameterOptions::clone>(
           "clone",
           "New options of clones of the contents, with the same defaults. Their help is empty.\n\n"
-          "A derived class gets an instance of its own, without a call of its constructor and without\n"
-          "attributes that it has added: they may be inputs of this tree.")
-      .static_operation<&ParameterOptions::is_group>("is_group", {"node"}, "Is it a `Group`?")
-      .static_operation<&ParameterOptions::is_input>("is_input", {"node"}, "Is it an input of any kind?")
-      .static_operation<&ParameterOptions::is_switch>("is_switch", {"node"}, "Is it a `Switch`?")
-      .static_operation<&ParameterOptions::is_integer>("is_integer", {"node"}, "Is it an `IntRange`?")
-      .static_operation<&ParameterOptions::is_float>("is_float", {"node"}, "Is it a `FloatRange`?")
-      .static_operation<&ParameterOptions::is_combobox>("is_combobox", {"node"}, "Is it a `ComboBox`?")
+          "A derived class gets an instance of its own, without a call of its constructor and without attributes that "
+          "it has added: they may be inputs of this tree.")
+      .static_operation<&ParameterOptions::is_group>("is_group", {"node"}, "Whether it is a `Group`.")
+      .static_operation<&ParameterOptions::is_input>("is_input", {"node"}, "Whether it is an input of any kind.")
+      .static_operation<&ParameterOptions::is_switch>("is_switch", {"node"}, "Whether it is a `Switch`.")
+      .static_operation<&ParameterOptions::is_integer>("is_integer", {"node"}, "Whether it is an `IntRange`.")
+      .static_operation<&ParameterOptions::is_float>("is_float", {"node"}, "Whether it is a `FloatRange`.")
+      .static_operation<&ParameterOptions::is_combobox>("is_combobox", {"node"}, "Whether it is a `ComboBox`.")
       .operation<&ParameterOptions::find_parameters>(
           "_find_parameters", {{"parent", nullptr}},
           "A new dict of all inputs below a group, or of the whole tree, by their names.")
       .operation<&ParameterOptions::get_state>("_get_state", "A new dict of the current state.")
       .operation<&ParameterOptions::apply>("_apply", {"data"}, "Takes values by the names of their inputs.")
-      .accessor<&ParameterOptions::attr>("_attr", "The stored `attr`.")
-      .accessor<&ParameterOptions::label>("_label", "The stored `label`.")
-      .accessor<&ParameterOptions::help_text>("_help_text", "The stored `help_text`.")
-      .readonly<&ParameterOptions::contents>("_contents", "The top of the tree.")
-      .readonly<&ParameterOptions::parameters>("_parameters", "All inputs of the tree by their names.")
-      .readonly<&ParameterOptions::defaults>("_defaults", "The state at construction.")
+      .accessor<&ParameterOptions::attr>("_attr", "str: The stored `attr`.")
+      .accessor<&ParameterOptions::label>("_label", "str: The stored `label`.")
+      .accessor<&ParameterOptions::help_text>("_help_text", "str: The stored `help_text`.")
+      .readonly<&ParameterOptions::contents>("_contents",
+                                             "Sequence[Parameters._Input | Parameters.Group]: The top of the tree.")
+      .readonly<&ParameterOptions::parameters>("_parameters",
+                                               "dict[str, Parameters._Input]: All inputs of the tree by their names.")
+      .readonly<&ParameterOptions::defaults>("_defaults", "dict[str, Any]: The state at construction.")
       .done();
 }
 

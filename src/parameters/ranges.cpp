@@ -66,14 +66,14 @@ py::Object FloatRange::clone() const {
 namespace {
 
 template <class R>
-py::Class<R, ParameterInput>& add_members(py::Class<R, ParameterInput>& range) {
-  return range.template field<&R::minimum>("minimum", "The least value that the widget offers.")
-      .template field<&R::maximum>("maximum", "The greatest value that the widget offers.")
-      .template field<&R::step>("step", "The step of the widget.")
-      .template field<&R::value>("value", "The value, kept as it comes.")
-      .template readonly<&R::prefix>("prefix", "What the widget shows before the number.")
-      .template readonly<&R::units>("units", "What the widget shows after the number.")
-      .template accessor<&R::data>("data", "The JSON form, a new dict of \"value\".")
+py::Class<R, ParameterInput>& add_members(py::Class<R, ParameterInput>& range, const std::string& number) {
+  return range.template field<&R::minimum>("minimum", (number + ": The least value that the widget offers.").c_str())
+      .template field<&R::maximum>("maximum", (number + ": The greatest value that the widget offers.").c_str())
+      .template field<&R::step>("step", (number + ": The step of the widget.").c_str())
+      .template field<&R::value>("value", (number + ": The value, kept as it comes.").c_str())
+      .template readonly<&R::prefix>("prefix", "str: What the widget shows before the number.")
+      .template readonly<&R::units>("units", "str: What the widget shows after the number.")
+      .template accessor<&R::data>("data", "dict[str, Any]: The JSON form, a new dict of \"value\".")
       .template operation<&R::clone>("clone", "A new range with the same fields and value, checked anew.");
 }
 
@@ -93,7 +93,7 @@ void expose_ranges(const py::Scope& parameters) {
                                   {"units", ""},
                                   {"label", ""},
                                   {"help_text", ""}});
-  add_members(integers)
+  add_members(integers, "int")
       .operation<&IntRange::load>("load", {"data"},
                                   "Takes \"value\" as it comes; 50, whatever was declared, where there is none.\n\n"
                                   "AttributeError unless the data are a mapping.")
@@ -102,8 +102,10 @@ void expose_ranges(const py::Scope& parameters) {
   py::Class<FloatRange, ParameterInput> reals(
       parameters, "FloatRange",
       "A floating-point number within limits, which are hints for the widget: no value is held to them.\n\n"
-      "precision: digits after the point. TypeError for a number that is no floating-point number, a\n"
-      "precision that is no integer, and for a text that is none.");
+      "Args:\n"
+      "    precision: Digits after the point.\n\n"
+      "TypeError for a number that is no floating-point number, a precision that is no integer, and for a text that is "
+      "none.");
   reals.init<&FloatRange::init>({"attr_name",
                                  {"minimum", 0.0},
                                  {"maximum", 1.0},
@@ -114,8 +116,8 @@ void expose_ranges(const py::Scope& parameters) {
                                  {"units", ""},
                                  {"label", ""},
                                  {"help_text", ""}});
-  add_members(reals)
-      .field<&FloatRange::precision>("precision", "How many digits after the point the widget shows.")
+  add_members(reals, "float")
+      .field<&FloatRange::precision>("precision", "int: How many digits after the point the widget shows.")
       .operation<&FloatRange::load>("load", {"data"},
                                     "Takes \"value\" as it comes; 0.5, whatever was declared, where there is none.\n\n"
                                     "AttributeError unless the data are a mapping.")

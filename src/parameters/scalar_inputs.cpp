@@ -58,12 +58,11 @@ void expose_scalar_inputs(const py::Scope& parameters) {
   py::Class<RegEx, ParameterInput>(
       parameters, "RegEx",
       "A regular expression, as text: what it means is up to the check that applies it.\n\n"
-      "It equals another with the same text, and that text. TypeError for a text that is\n"
-      "none.")
+      "It equals another with the same text, and that text. TypeError for a text that is none.")
       .init<&RegEx::init>({"attr_name", {"text", ".+"}, {"label", ""}, {"help_text", ""}})
       .equals<&RegEx::equals>()
-      .field<&RegEx::text>("text", "The expression, kept as it comes.")
-      .accessor<&RegEx::data>("data", "The JSON form, a new dict of \"text\".")
+      .field<&RegEx::text>("text", "str: The expression, kept as it comes.")
+      .accessor<&RegEx::data>("data", "dict[str, Any]: The JSON form, a new dict of \"text\".")
       .operation<&RegEx::load>("load", {"data"},
                                "Takes \"text\" as it comes; \".+\", whatever was declared, where there is none.\n\n"
                                "AttributeError unless the data are a mapping.")
@@ -72,8 +71,8 @@ void expose_scalar_inputs(const py::Scope& parameters) {
 
   py::Class<Switch, ParameterInput>(parameters, "Switch", "On or off. TypeError for a value that is no boolean.")
       .init<&Switch::init>({"attr_name", {"enabled", false}, {"label", ""}, {"help_text", ""}})
-      .field<&Switch::enabled>("enabled", "Whether it is on, kept as it comes.")
-      .accessor<&Switch::data>("data", "The JSON form, a new dict of \"enabled\".")
+      .field<&Switch::enabled>("enabled", "bool: Whether it is on, kept as it comes.")
+      .accessor<&Switch::data>("data", "dict[str, Any]: The JSON form, a new dict of \"enabled\".")
       .operation<&Switch::load>("load", {"data"},
                                 "Takes \"enabled\" as it comes; False, whatever was declared, where there is none.\n\n"
                                 "AttributeError unless the data are a mapping.")

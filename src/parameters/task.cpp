@@ -112,31 +112,34 @@ void expose_task(const py::Scope& block) {
   py::Class<ParameterTask>(
       block, "Task",
       "One set of values for the inputs of a block: a check runs once for each task.\n\n"
-      "It has clones of `inputs`, each of them a member under its attribute name. An object without `clone`\n"
-      "is an AttributeError. Whatever else is wrong with the inputs is kept until `assert_no_errors`: a\n"
-      "clone that fails, an object that is no input, two of one name, one named like a member of the class.\n"
-      "A loop gives the inputs.")
+      "It has clones of `inputs`, each of them a member under its attribute name. An object without `clone` is an "
+      "AttributeError. Whatever else is wrong with the inputs is kept until `assert_no_errors`: a clone that fails, an "
+      "object that is no input, two of one name, one named like a member of the class. A loop gives the inputs.")
       .init<&ParameterTask::init>({"inputs", {"as_info", false}})
       .iterate<&ParameterTask::iterate>()
-      .accessor<&ParameterTask::data>("data", "The JSON form, a new dict of \"as_info\" and \"state\".")
-      .accessor<&ParameterTask::state>("state", "A new dict of the data of each input by its attribute name.")
+      .accessor<&ParameterTask::data>("data", "dict[str, Any]: The JSON form, a new dict of \"as_info\" and \"state\".")
+      .accessor<&ParameterTask::state>("state",
+                                       "dict[str, Any]: A new dict of the data of each input by its attribute name.")
       .operation<&ParameterTask::load>("load", {"state"},
                                        "Takes the data of inputs by their attribute names, in order.\n\n"
-                                       "The first failure ends it, an unknown name is one; it is kept until\n"
+                                       "The first failure ends it, an unknown name is one; it is kept until "
                                        "`assert_no_errors`, and what was loaded before it stays.")
-      .operation<&ParameterTask::clone>("clone",
-                                        "A new task with clones of the inputs, the same values, `as_info` and errors\n"
-                                        "from loading. Its number is 0.")
+      .operation<&ParameterTask::clone>(
+          "clone",
+          "A new task with clones of the inputs, the same values, `as_info` and errors from loading. Its number is 0.")
       .operation<&ParameterTask::assert_no_errors>("assert_no_errors",
-                                                   "Raises the first error from building, or else the first from\n"
+                                                   "Raises the first error from building, or else the first from "
                                                    "loading, if there is one. It tells no more where it came from.")
       .operation<&ParameterTask::build>("_build", "Makes the inputs members and enters them in the table.")
-      .field<&ParameterTask::as_info>("as_info", "Whether a failed check is reported as information only.")
-      .field<&ParameterTask::number>("number", "The position in the block, from 1; 0 outside of one.")
-      .accessor<&ParameterTask::get_inputs>("_inputs", "The task's own inputs in order.")
-      .accessor<&ParameterTask::get_build_exceptions>("_build_exceptions", "What was caught while building.")
-      .accessor<&ParameterTask::get_load_exceptions>("_load_exceptions", "What was caught while loading.")
-      .accessor<&ParameterTask::get_table>("_table", "The inputs by their attribute names.")
+      .field<&ParameterTask::as_info>("as_info", "bool: Whether a failed check is reported as information only.")
+      .field<&ParameterTask::number>("number", "int: The position in the block, from 1; 0 outside of one.")
+      .accessor<&ParameterTask::get_inputs>("_inputs", "list[Parameters._Input]: The task's own inputs in order.")
+      .accessor<&ParameterTask::get_build_exceptions>("_build_exceptions",
+                                                      "list[Exception]: What was caught while building.")
+      .accessor<&ParameterTask::get_load_exceptions>("_load_exceptions",
+                                                     "list[Exception]: What was caught while loading.")
+      .accessor<&ParameterTask::get_table>("_table",
+                                           "dict[str, Parameters._Input]: The inputs by their attribute names.")
       .done();
 }
 

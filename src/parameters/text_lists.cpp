@@ -124,15 +124,16 @@ void expose_text_lists(const py::Scope& parameters) {
                        "TypeError for a text that is none, and for a mark that is no boolean.")
       .init<&TextInput::init>({{"text", ""}, {"enabled", false}})
       .text<&TextInput::str>()
-      .field<&TextInput::text>("text", "The text, kept as it comes.")
-      .field<&TextInput::enabled>("enabled", "The check mark, kept as it comes.")
-      .accessor<&TextInput::data>("data", "The JSON form, a new dict of \"text\" and \"enabled\".")
+      .field<&TextInput::text>("text", "str: The text, kept as it comes.")
+      .field<&TextInput::enabled>("enabled", "bool: The check mark, kept as it comes.")
+      .accessor<&TextInput::data>("data", "dict[str, Any]: The JSON form, a new dict of \"text\" and \"enabled\".")
       .operation<&TextInput::clone>("clone", "A new element with the same values, checked anew.")
       .done();
 
   py::Class<TextInputList, ParameterInput>(parameters, "TextInputList",
                                            "A list of texts, each with a check mark. It has no label.\n\n"
-                                           "items: instances of `TextInput`, TypeError for any other object.")
+                                           "Args:\n"
+                                           "    items: Instances of `TextInput`, TypeError for any other object.")
       .init<&TextInputList::init>({"attr_name", {"items", "()"}, {"help_text", ""}})
       .text<&TextInputList::text>()
       .iterate<&TextInputList::iterate>()
@@ -140,45 +141,48 @@ void expose_text_lists(const py::Scope& parameters) {
       .item<&TextInputList::at>()
       .operation<&TextInputList::values>("values", {{"enabled", true}},
                                          "The marked texts, or all, in order as a tuple.")
-      .accessor<&TextInputList::data>("data", "The JSON form, a new list of the data of each element.")
+      .accessor<&TextInputList::data>("data",
+                                      "list[dict[str, Any]]: The JSON form, a new list of the data of each element.")
       .operation<&TextInputList::load>(
           "load", {"data"},
-          "Replaces the elements by those of a JSON form: \"text\" is empty and \"enabled\"\n"
-          "is False where it is missing. What is wrong leaves the list as it was:\n"
-          "TypeError for the kind of a value, AttributeError for an item that is no map.")
+          "Replaces the elements by those of a JSON form: \"text\" is empty and \"enabled\" is False where it is "
+          "missing. What is wrong leaves the list as it was: TypeError for the kind of a value, AttributeError for an "
+          "item that is no map.")
       .operation<&TextInputList::add>("add", "Adds an empty element without a mark; returns it.")
       .operation<&TextInputList::pop>("pop", {"index"}, "Removes the element at an index. IndexError if there is none.")
       .operation<&TextInputList::clone>("clone", "A new list of clones of the elements, with the same help.")
       .operation<&TextInputList::build>("_build", {"items"}, "Replaces the elements.")
-      .readonly<&TextInputList::array>("_array", "The elements in order.")
+      .readonly<&TextInputList::array>("_array", "list[Parameters.TextInput]: The elements in order.")
       .done();
 
   py::Class<TextMatch>(parameters, "TextMatch",
                        "A text, an element of `TextMatchList`. TypeError for a text that is none.")
       .init<&TextMatch::init>({{"text", ""}})
-      .field<&TextMatch::text>("text", "The text, kept as it comes.")
-      .accessor<&TextMatch::data>("data", "The JSON form, a new dict of \"text\".")
+      .field<&TextMatch::text>("text", "str: The text, kept as it comes.")
+      .accessor<&TextMatch::data>("data", "dict[str, Any]: The JSON form, a new dict of \"text\".")
       .operation<&TextMatch::clone>("clone", "A new element with the same text, checked anew.")
       .done();
 
   py::Class<TextMatchList, ParameterInput>(parameters, "TextMatchList",
                                            "A list of texts. It has no label.\n\n"
-                                           "items: instances of `TextMatch`, TypeError for any other object.")
+                                           "Args:\n"
+                                           "    items: Instances of `TextMatch`, TypeError for any other object.")
       .init<&TextMatchList::init>({"attr_name", {"items", "()"}, {"help_text", ""}})
       .iterate<&TextMatchList::iterate>()
       .length<&TextMatchList::size>()
       .item<&TextMatchList::at>()
       .operation<&TextMatchList::values>("values", "The texts in order as a tuple.")
-      .accessor<&TextMatchList::data>("data", "The JSON form, a new list of the data of each element.")
-      .operation<&TextMatchList::load>("load", {"data"},
-                                       "Replaces the elements by those of a JSON form: \"text\" is empty where it is\n"
-                                       "missing. What is wrong leaves the list as it was: TypeError for a text that\n"
-                                       "is none, AttributeError for an item that is no map.")
+      .accessor<&TextMatchList::data>("data",
+                                      "list[dict[str, Any]]: The JSON form, a new list of the data of each element.")
+      .operation<&TextMatchList::load>(
+          "load", {"data"},
+          "Replaces the elements by those of a JSON form: \"text\" is empty where it is missing. What is wrong leaves "
+          "the list as it was: TypeError for a text that is none, AttributeError for an item that is no map.")
       .operation<&TextMatchList::add>("add", "Adds an empty element; returns it.")
       .operation<&TextMatchList::pop>("pop", {"index"}, "Removes the element at an index. IndexError if there is none.")
       .operation<&TextMatchList::clone>("clone", "A new list of clones of the elements. Its help is empty.")
       .operation<&TextMatchList::build>("_build", {"items"}, "Replaces the elements.")
-      .readonly<&TextMatchList::array>("_array", "The elements in order.")
+      .readonly<&TextMatchList::array>("_array", "list[Parameters.TextMatch]: The elements in order.")
       .done();
 }
 

@@ -255,60 +255,64 @@ void expose_project_collection(const py::Scope& project) {
       py::Class<Collection>(
           project, "Collection",
           "All projects of one target application, as the projects directory has them.\n\n"
-          "api: gives `env`, whose projects directory is read at once, and `callbacks`. target: one of\n"
-          "`Constants.Plugin.Target`. Files of other targets, those without a version, and those that cannot be read\n"
-          "are passed over, the last with a record in the log, and stay. So is a file whose name does not mean itself\n"
-          "as a regular expression, such as \"street (1).json\": no access can be had to it, after a wait of 30\n"
-          "seconds. A directory that cannot be read is logged and counts as empty. All operations may be called from\n"
-          "any thread. A loop gives the projects in the order of their paths.")
+          "Args:\n"
+          "    api: Gives `env`, whose projects directory is read at once, and `callbacks`.\n"
+          "    target: One of `Constants.Plugin.Target`.\n\n"
+          "Files of other targets, those without a version, and those that cannot be read are passed over, the last "
+          "with a record in the log, and stay. So is a file whose name does not mean itself as a regular expression, "
+          "such as \"street (1).json\": no access can be had to it, after a wait of 30 seconds. A directory that "
+          "cannot be read is logged and counts as empty. All operations may be called from any thread. A loop gives "
+          "the projects in the order of their paths.")
           .init<&Collection::init>({"api", "target"})
-          .accessor<&Collection::names>("names", "A new sorted list of the names of all projects that are not deleted.")
+          .accessor<&Collection::names>(
+              "names", "list[str]: A new sorted list of the names of all projects that are not deleted.")
           .accessor<&Collection::headers>("headers",
-                                          "A new list of a `Header` for each project that is not deleted, sorted by\n"
+                                          "list[_Project.Header]: A new list of those that are not deleted, sorted by "
                                           "name and time of the last edit.")
           .iterate<&Collection::iterate>()
           .operation<&Collection::get>(
               "get", {"filename"},
               "The project of this file name; a new one, as of `get_empty`, if there is none.\n\n"
-              "It is read again if its file has grown. If that file cannot be used, it stays what it was, and a\n"
+              "It is read again if its file has grown. If that file cannot be used, it stays what it was, and a "
               "warning is logged.")
-          .operation<&Collection::save_project>("save_project", {"settings"},
-                                                "Writes a project, makes it part of the collection, and reports\n"
-                                                "`projects_saved`.")
-          .operation<&Collection::is_approved>("is_approved", {"settings"},
-                                               "Whether it is a project of this target that has a version, be it of\n"
-                                               "another format.")
-          .operation<&Collection::get_file>("get_file", {"name"},
-                                            "The path of the first project of this name, deleted ones included, or\n"
-                                            "None.")
+          .operation<&Collection::save_project>(
+              "save_project", {"settings"},
+              "Writes a project, makes it part of the collection, and reports `projects_saved`.")
+          .operation<&Collection::is_approved>(
+              "is_approved", {"settings"},
+              "Whether it is a project of this target that has a version, be it of another format.")
+          .operation<&Collection::get_file>(
+              "get_file", {"name"}, "The path of the first project of this name, deleted ones included, or None.")
           .operation<&Collection::get_empty>("get_empty", "A new project of this target, not part of the collection.")
           .operation<&Collection::create_http_request>("create_http_request",
                                                        "An `HttpRequest` of all projects, deleted ones included.")
           .operation<&Collection::accept_http_response>(
               "accept_http_response", {"projects"},
               "Puts the server's projects in the place of these.\n\n"
-              "projects: the documents, in practice an `HttpResponse`; one that was not accepted changes nothing, and\n"
-              "is logged. Projects that are newer than here, or unknown here, are written. All that are not among\n"
-              "them are erased, files included, those of another target or without a version too. A document of\n"
-              "which no project can be made is logged, and a project of its file name stays what it was. One whose\n"
-              "file name cannot be that of a project is logged and passed over. A file that is here but cannot be\n"
-              "taken up is tried again, and stays if it still cannot.\n"
-              "AttributeError for a document that is no mapping, TypeError for anything but a list, the error of the\n"
-              "records for a document without a usable file name of which no project can be made; nothing is erased\n"
+              "Args:\n"
+              "    projects: The documents, in practice an `HttpResponse`; one that was not accepted changes nothing, "
+              "and is logged.\n\n"
+              "Projects that are newer than here, or unknown here, are written. All that are not among them are "
+              "erased, files included, those of another target or without a version too. A document of which no "
+              "project can be made is logged, and a project of its file name stays what it was. One whose file name "
+              "cannot be that of a project is logged and passed over. A file that is here but cannot be taken up is "
+              "tried again, and stays if it still cannot.\n\n"
+              "AttributeError for a document that is no mapping, TypeError for anything but a list, the error of the "
+              "records for a document without a usable file name of which no project can be made; nothing is erased "
               "then.")
           .operation<&Collection::load>("_load", "Reads all projects of the directory anew.")
-          .operation<&Collection::load_file>("_load_file", {"json_path"},
-                                             "Reads a project and takes it up if it is approved. A file that cannot\n"
-                                             "be used is logged, and stays.")
+          .operation<&Collection::load_file>(
+              "_load_file", {"json_path"},
+              "Reads a project and takes it up if it is approved. A file that cannot be used is logged, and stays.")
           .operation<&Collection::save>("_save_project", {"settings"}, "The same as `save_project`.")
-          .operation<&Collection::erase>("_erase_project", {"path"},
-                                         "Drops a project and its file, with the lock held. A failure is logged, and\n"
-                                         "the file stays.")
-          .readonly<&Collection::api>("_api", "The application.")
-          .field<&Collection::target>("target", "The target application.")
-          .field<&Collection::directory>("directory", "The projects directory.")
-          .readonly<&Collection::table>("_table", "The projects by their paths.")
-          .readonly<&Collection::mutex_edit>("_mutex_edit", "Guards `_table`.")
+          .operation<&Collection::erase>(
+              "_erase_project", {"path"},
+              "Drops a project and its file, with the lock held. A failure is logged, and the file stays.")
+          .readonly<&Collection::api>("_api", "Any: The application.")
+          .field<&Collection::target>("target", "str: The target application.")
+          .field<&Collection::directory>("directory", "str: The projects directory.")
+          .readonly<&Collection::table>("_table", "dict[str, _Project.Settings]: The projects by their paths.")
+          .readonly<&Collection::mutex_edit>("_mutex_edit", "Any: Guards `_table`.")
           .done();
   expose_project_exchange(scope);
 }

@@ -188,21 +188,23 @@ void expose_history(const py::Scope& record) {
   const py::Scope scope =
       py::Class<History>(record, "History",
                          "The saved records of one project, and which of them is selected.\n\n"
-                         "project_settings: the project, whose `save` is called when a record was added. A loop\n"
-                         "gives the records, newest first.")
+                         "Args:\n"
+                         "    project_settings: The project, whose `save` is called when a record was added.\n\n"
+                         "A loop gives the records, newest first.")
           .init<&History::init>({"project_settings"})
           .iterate<&History::iterate>()
           .accessor<&History::get_pointer, &History::set_pointer>(
-              "pointer", "The time of the selected record, 0 for none. Writing an unknown time changes nothing.")
-          .accessor<&History::get_edit_toggle>("edit_toggle", "The records as an editor shows them.")
+              "pointer", "int: The time of the selected record, 0 for none. Writing an unknown time changes nothing.")
+          .accessor<&History::get_edit_toggle>(
+              "edit_toggle", "_Project.Settings.Record.History.EditToggle: The records as an editor shows them.")
           .operation<&History::clear>("clear", "Drops all records; the pointer stays.")
           .operation<&History::bake>("bake", "Drops all records but the selected one.")
-          .operation<&History::load>("load", {"file_data"},
-                                     "Takes the records and the selection of a project's document.\n\n"
-                                     "Records whose key is no number are left out. ValueError or OverflowError for a\n"
-                                     "key, or a selection, that is one but no time; AttributeError for records that\n"
-                                     "are no map, null included; AttributeError, TypeError or ValueError for one that\n"
-                                     "cannot be built. Nothing has changed then.")
+          .operation<&History::load>(
+              "load", {"file_data"},
+              "Takes the records and the selection of a project's document.\n\n"
+              "Records whose key is no number are left out. ValueError or OverflowError for a key, or a selection, "
+              "that is one but no time; AttributeError for records that are no map, null included; AttributeError, "
+              "TypeError or ValueError for one that cannot be built. Nothing has changed then.")
           .operation<&History::find_pointer>("_get_pointer", {"file_data"},
                                              "The time that the document selects, or that of its first record.")
           .operation<&History::get_record>(
@@ -215,31 +217,33 @@ void expose_history(const py::Scope& record) {
               "Dropped without a word while another save runs.")
           .static_operation<&History::is_timestamp>("_is_timestamp", {"string"},
                                                     "Whether a number can be made of the value.")
-          .accessor<&History::data>("data", "The JSON form, a new dict of each record's data by its time as text.")
-          .readonly<&History::project_settings>("_project_settings", "The project.")
-          .readonly<&History::pointer>("_pointer", "The time of the selected record.")
-          .readonly<&History::records>("_records", "The records by time.")
-          .readonly<&History::edit_toggle>("_edit_toggle", "The records as an editor shows them.")
-          .readonly<&History::mutex_save>("_mutex_save", "Held while a record is saved.")
+          .accessor<&History::data>(
+              "data", "dict[str, Any]: The JSON form, a new dict of each record's data by its time as text.")
+          .readonly<&History::project_settings>("_project_settings", "Any: The project.")
+          .readonly<&History::pointer>("_pointer", "int: The time of the selected record.")
+          .readonly<&History::records>("_records", "dict[int, _Project.Settings.Record]: The records by time.")
+          .readonly<&History::edit_toggle>(
+              "_edit_toggle", "_Project.Settings.Record.History.EditToggle: The records as an editor shows them.")
+          .readonly<&History::mutex_save>("_mutex_save", "Any: Held while a record is saved.")
           .done();
 
   py::Class<EditToggle>(scope, "EditToggle",
-                        "The records of a history among which an editor switches, newest first, and the one under\n"
+                        "The records of a history among which an editor switches, newest first, and the one under "
                         "edit; a promise stands before them.")
       .init<&EditToggle::init>({"history"})
       .iterate<&EditToggle::iterate>()
-      .accessor<&EditToggle::get_current>("current", "The record under edit; without one a new promise each time.")
-      .operation<&EditToggle::switch_to>(
-          "switch", {"index"},
-          "Drops the edits of a saved record, then takes the one at `index` under edit,\n"
-          "if there is one. Returns what is under edit now, or None.")
+      .accessor<&EditToggle::get_current>(
+          "current", "_Project.Settings.Record: The record under edit; without one a new promise each time.")
+      .operation<&EditToggle::switch_to>("switch", {"index"},
+                                         "Drops the edits of a saved record, then takes the one at `index` under edit, "
+                                         "if there is one. Returns what is under edit now, or None.")
       .operation<&EditToggle::clear>("clear", "Has no records and none under edit.")
       .operation<&EditToggle::update>("update", "Takes the records of the history anew; the newest is under edit.")
       .operation<&EditToggle::set_promise>("set_promise", {"record"},
                                            "Takes the records anew and puts a promise before them, under edit.")
-      .readonly<&EditToggle::history>("_history", "What it shows.")
-      .readonly<&EditToggle::current>("_current", "The record under edit, or None.")
-      .readonly<&EditToggle::records>("_records", "The records offered.")
+      .readonly<&EditToggle::history>("_history", "_Project.Settings.Record.History: What it shows.")
+      .readonly<&EditToggle::current>("_current", "_Project.Settings.Record | None: The record under edit, or None.")
+      .readonly<&EditToggle::records>("_records", "list[_Project.Settings.Record]: The records offered.")
       .done();
 }
 

@@ -60,15 +60,14 @@ void expose_project_exchange(const py::Scope& collection) {
   py::Class<ProjectsRequest>(
       collection, "HttpRequest",
       "The projects of one target, on their way to the server.\n\n"
-      "The text form is the body, JSON on one line, and `bytes` gives it encoded. TypeError for what JSON cannot\n"
-      "hold, RecursionError for what is too deep, UnicodeEncodeError for lone surrogates. A loop gives the "
-      "documents.")
+      "The text form is the body, JSON on one line, and `bytes` gives it encoded. TypeError for what JSON cannot hold, "
+      "RecursionError for what is too deep, UnicodeEncodeError for lone surrogates. A loop gives the documents.")
       .init<&ProjectsRequest::init>({"target", "projects"})
       .attribute("headers", json_body::headers())
-      .readonly<&ProjectsRequest::target>("target", "The host application whose projects they are.")
-      .readonly<&ProjectsRequest::projects>("projects", "The documents of the projects, a list.")
-      .readonly<&ProjectsRequest::target>("_target", "The stored `target`.")
-      .readonly<&ProjectsRequest::projects>("_projects", "The stored `projects`.")
+      .readonly<&ProjectsRequest::target>("target", "str: The host application whose projects they are.")
+      .readonly<&ProjectsRequest::projects>("projects", "list[dict[str, Any]]: The documents of the projects.")
+      .readonly<&ProjectsRequest::target>("_target", "str: The stored `target`.")
+      .readonly<&ProjectsRequest::projects>("_projects", "list[dict[str, Any]]: The stored `projects`.")
       .iterate<&ProjectsRequest::iterate>()
       .operation<&ProjectsRequest::bytes>("__bytes__", "The body in UTF-8.")
       .text<&ProjectsRequest::text>()
@@ -77,23 +76,24 @@ void expose_project_exchange(const py::Scope& collection) {
   py::Class<ProjectsResponse>(
       collection, "HttpResponse",
       "What the server said to the projects: all that it has of the target.\n\n"
-      "response: gives a header by `getheader(name, default)` and the body, bytes, by `read()`. One whose content\n"
-      "type is not exactly that of `headers` is not accepted; one whose body cannot be decoded is not either, and\n"
-      "is logged. Equal responses have equal `projects`, whether they were accepted or not. A loop gives the\n"
-      "documents.")
+      "Args:\n"
+      "    response: Gives a header by `getheader(name, default)` and the body, bytes, by `read()`.\n\n"
+      "One whose content type is not exactly that of `headers` is not accepted; one whose body cannot be decoded is "
+      "not either, and is logged. Equal responses have equal `projects`, whether they were accepted or not. A loop "
+      "gives the documents.")
       .init<&ProjectsResponse::init>({"response"})
       .attribute("headers", json_body::headers())
-      .readonly<&ProjectsResponse::accepted>("accepted", "Whether there was JSON in the response.")
-      .readonly<&ProjectsResponse::projects>("projects", "The decoded body; empty where it was not accepted.")
-      .readonly<&ProjectsResponse::accepted>("_accepted", "The stored `accepted`.")
-      .readonly<&ProjectsResponse::projects>("_projects", "The stored `projects`.")
+      .readonly<&ProjectsResponse::accepted>("accepted", "bool: Whether there was JSON in the response.")
+      .readonly<&ProjectsResponse::projects>("projects", "Any: The decoded body; empty where it was not accepted.")
+      .readonly<&ProjectsResponse::accepted>("_accepted", "bool: The stored `accepted`.")
+      .readonly<&ProjectsResponse::projects>("_projects", "Any: The stored `projects`.")
       .iterate<&ProjectsResponse::iterate>()
       .equals<&ProjectsResponse::equals>()
       .operation<&ProjectsResponse::decode>("_decode", {"response"},
                                             "The content of a response; an empty dict after a failure, which is "
                                             "logged.")
       .operation<&ProjectsResponse::content>("_content", {"response"},
-                                             "The decoded body, which counts as accepted then; an empty list for\n"
+                                             "The decoded body, which counts as accepted then; an empty list for "
                                              "another content type. ValueError for a body that is no JSON in UTF-8.")
       .done();
 }

@@ -21,12 +21,13 @@ py::Object ProjectHeader::text() const {
 void expose_project_header(const py::Scope& project) {
   py::Class<ProjectHeader>(project, "Header", "What a list of projects shows of one, as it was when this was made.")
       .init<&ProjectHeader::init>({"settings"})
-      .readonly<&ProjectHeader::name>("name", "The name of the project.")
-      .readonly<&ProjectHeader::filename>("filename", "The name of its file, by which it is loaded.")
-      .readonly<&ProjectHeader::edit_timestamp>("edit_timestamp", "When it was last edited, in seconds.")
-      .readonly<&ProjectHeader::compatible>("compatible", "Whether it is of the format of this release.")
-      .readonly<&ProjectHeader::name>("_name", "The stored `name`.")
-      .readonly<&ProjectHeader::filename>("_filename", "The stored `filename`.")
+      .readonly<&ProjectHeader::name>("name", "str: The name of the project.")
+      .readonly<&ProjectHeader::filename>("filename", "str: The name of its file, by which it is loaded.")
+      .readonly<&ProjectHeader::edit_timestamp>("edit_timestamp",
+                                                "float: When it was last edited, in seconds since the epoch.")
+      .readonly<&ProjectHeader::compatible>("compatible", "bool: Whether it is of the format of this release.")
+      .readonly<&ProjectHeader::name>("_name", "str: The stored `name`.")
+      .readonly<&ProjectHeader::filename>("_filename", "str: The stored `filename`.")
       .text<&ProjectHeader::text>()
       .done();
 }

@@ -182,36 +182,40 @@ py::Scope expose_project_settings(const py::Scope& project) {
       py::Class<Project>(
           project, "Settings",
           "One project: a named document with the history of its records.\n\n"
-          "related_collection: what it belongs to. directory, filename: where its file is; the document's own\n"
-          "\"filename\" wins. file_data: the document, of which every key may be missing. Equal projects have equal\n"
-          "data, whenever they were edited. A loop gives the records, newest first.")
+          "Args:\n"
+          "    related_collection: What it belongs to.\n"
+          "    directory, filename: Where its file is; the document's own \"filename\" wins.\n"
+          "    file_data: The document, of which every key may be missing.\n\n"
+          "Equal projects have equal data, whenever they were edited. `version` is that of the format: of this release "
+          "in the class, of the document in an instance. A loop gives the records, newest first.")
           .init<&Project::init>({"related_collection", "directory", "filename", "file_data"})
           .attribute("version", py::to_python(Project::kVersion))
           .class_operation<&Project::read>("init", {"parent", "json_path"},
-                                           "The project of a file. One that cannot be used gives a project without a\n"
+                                           "The project of a file. One that cannot be used gives a project without a "
                                            "version, and a record in the log.")
           .static_operation<&RuleList::predefined>("predefined_rules", {}, "The rules that a new project offers.")
           .static_operation<&Project::open>("_open", {"path"},
-                                            "The document of a file; an empty dict, with a record in the log, where\n"
-                                            "it cannot be used. A corrupted file is moved into \".corrupted\".")
+                                            "The document of a file; an empty dict, with a record in the log, where it "
+                                            "cannot be used. A corrupted file is moved into \".corrupted\".")
           .equals<&Project::equals>()
           .iterate<&Project::iterate>()
-          .accessor<&Project::get_directory>("directory", "The directory of the file.")
-          .accessor<&Project::get_filename>("filename", "The name of the file; empty until `path` was read.")
+          .accessor<&Project::get_directory>("directory", "str: The directory of the file.")
+          .accessor<&Project::get_filename>("filename", "str: The name of the file; empty until `path` was read.")
           .accessor<&Project::get_name, &Project::set_name>("name",
-                                                            "The name. Writing anything but text changes nothing.")
+                                                            "str: The name. Writing anything but text changes nothing.")
           .accessor<&Project::get_description, &Project::set_description>(
-              "description", "What the project is for. Writing anything but text changes nothing.")
-          .accessor<&Project::get_target>("target", "The host application, one of `Constants.Plugin.Target`.")
-          .accessor<&Project::get_history>("history", "The saved records.")
+              "description", "str: What the project is for. Writing anything but text changes nothing.")
+          .accessor<&Project::get_target>("target", "str: The host application, one of `Constants.Plugin.Target`.")
+          .accessor<&Project::get_history>("history", "_Project.Settings.Record.History: The saved records.")
           .accessor<&Project::path>("path",
-                                    "The path of the file; gives the project a file name if it has a name but none\n"
-                                    "yet. Without a name it is the directory itself.")
-          .accessor<&Project::is_compatible>("compatible", "Is the document of the format of this release?")
+                                    "str: The path of the file; gives the project a file name if it has a name but "
+                                    "none yet. Without a name it is the directory itself.")
+          .accessor<&Project::is_compatible>("compatible",
+                                             "bool: Whether the document is of the format of this release.")
           .operation<&Project::apply>("apply", {"file_data"},
                                       "Takes all content from a document.\n\n"
-                                      "Records that cannot be used are refused as by `History.load`, and nothing has\n"
-                                      "changed then. Any other value of the wrong kind counts as absent, with a\n"
+                                      "Records that cannot be used are refused as by `History.load`, and nothing has "
+                                      "changed then. Any other value of the wrong kind counts as absent, with a "
                                       "warning; so does a file name that leads elsewhere or does not end in \".json\".")
           .operation<&Project::ensure_filename>("_ensure_filename", "Makes a file name of the name, if there is none.")
           .operation<&Project::remove>("delete", "Marks the project as deleted; `mark_edited` and `write` follow.")
@@ -225,19 +229,22 @@ py::Scope expose_project_settings(const py::Scope& project) {
           .operation<&Project::reload>("reload", "Takes all content from the file, if it exists.")
           .operation<&Project::write>("write", "Writes the file. A failure is logged and goes no further.")
           .operation<&Project::is_outdated>("is_outdated",
-                                            "Is the file larger than when this object last read or wrote it?")
-          .accessor<&Project::data>("data", "The JSON form, a new dict, without the time of the last edit.")
-          .field<&Project::edit_timestamp>("edit_timestamp", "When it was last edited, in seconds since the epoch.")
-          .field<&Project::deleted>("deleted", "Is it deleted, though its file stays until the server knows?")
-          .readonly<&Project::collection>("_collection", "What it belongs to.")
-          .readonly<&Project::directory>("_directory", "The stored `directory`.")
-          .readonly<&Project::filename>("_filename", "The stored `filename`.")
-          .readonly<&Project::name>("_name", "The stored `name`.")
-          .readonly<&Project::description>("_description", "The stored `description`.")
-          .readonly<&Project::target>("_target", "The stored `target`.")
-          .readonly<&Project::history>("_history", "The stored `history`.")
-          .readonly<&Project::written_size>("_write_timestamp",
-                                            "The size of the file in bytes when this object last read or wrote it.")
+                                            "Whether the file is larger than when this object last read or wrote it.")
+          .accessor<&Project::data>("data",
+                                    "dict[str, Any]: The JSON form, a new dict, without the time of the last edit.")
+          .field<&Project::edit_timestamp>("edit_timestamp",
+                                           "float: When it was last edited, in seconds since the epoch.")
+          .field<&Project::deleted>("deleted",
+                                    "bool: Whether it is deleted, though its file stays until the server knows.")
+          .readonly<&Project::collection>("_collection", "Any: What it belongs to.")
+          .readonly<&Project::directory>("_directory", "str: The stored `directory`.")
+          .readonly<&Project::filename>("_filename", "str: The stored `filename`.")
+          .readonly<&Project::name>("_name", "str: The stored `name`.")
+          .readonly<&Project::description>("_description", "str: The stored `description`.")
+          .readonly<&Project::target>("_target", "str: The stored `target`.")
+          .readonly<&Project::history>("_history", "_Project.Settings.Record.History: The stored `history`.")
+          .readonly<&Project::written_size>(
+              "_write_timestamp", "float: The size of the file in bytes when this object last read or wrote it.")
           .done();
   return scope;
 }

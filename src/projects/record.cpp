@@ -108,34 +108,38 @@ py::Scope expose_record(const py::Scope& settings) {
   const py::Scope scope =
       py::Class<Record>(settings, "Record",
                         "One saved state of a project: its rules, their tree and how it is exported.\n\n"
-                        "history: what it belongs to. data: the JSON form, of which every key may be missing.\n"
-                        "timestamp: the second at which it was saved; 0 for a promise, a working copy that becomes a\n"
-                        "record when it is saved. Equal records have equal data, whenever they were saved.")
+                        "Args:\n"
+                        "    history: What it belongs to.\n"
+                        "    data: The JSON form, of which every key may be missing.\n"
+                        "    timestamp: The second at which it was saved; 0 for a promise, a working copy that becomes "
+                        "a record when it is saved.\n\n"
+                        "Equal records have equal data, whenever they were saved.")
           .init<&Record::init>({"history", "data", {"timestamp", 0}})
           .class_operation<&Record::empty>("emtpy", {"history"}, "A new promise without rules.")
           .operation<&Record::apply>("_apply", {"data"}, "Takes all content from a JSON form, as new objects.")
           .equals<&Record::equals>()
           .operation<&Record::select>("select", "Makes it the state that the project applies; not for a promise.")
-          .operation<&Record::is_selected>("is_selected", "Is it the state that the project applies?")
-          .operation<&Record::is_promise>("is_promise", "Was it never saved?")
-          .operation<&Record::is_changed>("is_changed", "Does it differ from what it was at first?")
+          .operation<&Record::is_selected>("is_selected", "Whether it is the state that the project applies.")
+          .operation<&Record::is_promise>("is_promise", "Whether it was never saved.")
+          .operation<&Record::is_changed>("is_changed", "Whether it differs from what it was at first.")
           .operation<&Record::reset>("reset", "Drops all edits. The rules and their tree are new objects then.")
           .operation<&Record::clone>("clone", "A new record of the same content and time, which counts as unchanged.")
           .operation<&Record::save>("save",
-                                    "Puts a clone into the history, which saves the project; the record itself goes\n"
+                                    "Puts a clone into the history, which saves the project; the record itself goes "
                                     "back to what it was at first.")
           .operation<&Record::clear_author>("clear_author", "Empties the author.")
           .operation<&Record::clear_comment>("clear_comment", "Empties the comment.")
           .operation<&Record::clear_timestamp>("clear_timestamp", "Makes it a promise.")
-          .accessor<&Record::data>("data", "The JSON form, a new dict. The time is not part of it.")
-          .field<&Record::timestamp>("timestamp", "Seconds since the epoch at which it was saved; 0 for a promise.")
-          .field<&Record::author>("author", "Who saved it.")
-          .field<&Record::comment>("comment", "Why it was saved.")
-          .field<&Record::exporting>("export", "How it is exported.")
-          .field<&Record::rules>("rules", "The rules, in order.")
-          .field<&Record::pattern>("pattern", "The tree of the rules.")
-          .readonly<&Record::history>("_history", "What it belongs to.")
-          .readonly<&Record::init_data>("_init_data", "The JSON form as it was at first.")
+          .accessor<&Record::data>("data", "dict[str, Any]: The JSON form, a new dict. The time is not part of it.")
+          .field<&Record::timestamp>("timestamp",
+                                     "int: Seconds since the epoch at which it was saved; 0 for a promise.")
+          .field<&Record::author>("author", "str: Who saved it.")
+          .field<&Record::comment>("comment", "str: Why it was saved.")
+          .field<&Record::exporting>("export", "_Project.Settings.Record.Export: How it is exported.")
+          .field<&Record::rules>("rules", "_Project.Settings.Rule.List: The rules, in order.")
+          .field<&Record::pattern>("pattern", "_Project.Settings.Rule.Tree.Root: The tree of the rules.")
+          .readonly<&Record::history>("_history", "_Project.Settings.Record.History: What it belongs to.")
+          .readonly<&Record::init_data>("_init_data", "dict[str, Any]: The JSON form as it was at first.")
           .done();
 
   py::Class<RecordExport>(scope, "Export", "How a record is exported, from its JSON form; every key may be missing.")
@@ -143,10 +147,10 @@ py::Scope expose_record(const py::Scope& settings) {
       .operation<&RecordExport::get_options>("get_options", "A deep copy of the exporters' options.")
       .operation<&RecordExport::set_options>("set_options", {"options"},
                                              "Takes the data of an `_Export.Options`; anything else changes nothing.")
-      .accessor<&RecordExport::data>("data", "The JSON form, a new dict.")
-      .field<&RecordExport::directory>("directory", "Where files go, as the user gave it: \"~\" is not expanded.")
-      .field<&RecordExport::flags>("flags", "The switches of the export.")
-      .readonly<&RecordExport::options>("_options", "The stored options of the exporters.")
+      .accessor<&RecordExport::data>("data", "dict[str, Any]: The JSON form, a new dict.")
+      .field<&RecordExport::directory>("directory", "str: Where files go, as the user gave it: \"~\" is not expanded.")
+      .field<&RecordExport::flags>("flags", "_Export.Flags: The switches of the export.")
+      .readonly<&RecordExport::options>("_options", "dict[str, Any]: The stored options of the exporters.")
       .done();
   return scope;
 }

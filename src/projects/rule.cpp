@@ -68,30 +68,34 @@ py::Scope expose_rule(const py::Scope& settings) {
   const py::Scope scope =
       py::Class<ProjectRule>(settings, "Rule",
                              "What one kind of object in a scene hierarchy looks like.\n\n"
-                             "Built from the JSON form, a mapping of which every key may be missing. ValueError or\n"
+                             "Built from the JSON form, a mapping of which every key may be missing. ValueError or "
                              "TypeError for a \"range\" that is not two bounds.")
           .init<&ProjectRule::init>({"data"})
-          .accessor<&ProjectRule::data>("data", "The JSON form, a new dict.")
-          .operation<&ProjectRule::is_ghost>("is_ghost",
-                                             "Whether the rule stands for the level above the roots of a hierarchy:\n"
-                                             "it is named \"ghost\".")
+          .accessor<&ProjectRule::data>("data", "dict[str, Any]: The JSON form, a new dict.")
+          .operation<&ProjectRule::is_ghost>(
+              "is_ghost",
+              "Whether the rule stands for the level above the roots of a hierarchy: it is named \"ghost\".")
           .accessor<&ProjectRule::stamp, &ProjectRule::set_stamp>(
-              "stamp", "The rule's identity, 16 hexadecimal digits. Writing anything but text changes nothing.")
+              "stamp", "str: The rule's identity, 16 hexadecimal digits. Writing anything but text changes nothing.")
           .accessor<&ProjectRule::name, &ProjectRule::set_name>(
-              "name", "The name, unique in its list. Writing anything but text changes nothing.")
+              "name", "str: The name, unique in its list. Writing anything but text changes nothing.")
           .accessor<&ProjectRule::regex, &ProjectRule::set_regex>(
-              "regex", "The expression that an object's name must match. Writing anything but text changes nothing.")
+              "regex",
+              "str: The expression that an object's name must match. Writing anything but text changes nothing.")
           .accessor<&ProjectRule::types, &ProjectRule::set_types>(
-              "types", "The list of allowed object types; empty for any, None where the data had none.")
-          .accessor<&ProjectRule::range>("range", "How many objects may match at one place.")
-          .accessor<&ProjectRule::stamp>("_stamp", "The stored `stamp`.")
-          .accessor<&ProjectRule::name>("_name", "The stored `name`.")
-          .accessor<&ProjectRule::regex>("_regex", "The stored `regex`.")
-          .accessor<&ProjectRule::types>("_types", "The stored `types`.")
-          .accessor<&ProjectRule::range>("_range", "The stored `range`.")
-          .field<&ProjectRule::check_config>("check_config", "The checks that run on matched objects.")
-          .field<&ProjectRule::color>("color", "The colour for display, such as \"#4390ea\".")
-          .field<&ProjectRule::icon>("icon", "The name of the icon for display.")
+              "types",
+              "list[str] | None: The list of allowed object types; empty for any, None where the data had none.")
+          .accessor<&ProjectRule::range>("range",
+                                         "_Project.Settings.Rule.Range: How many objects may match at one place.")
+          .accessor<&ProjectRule::stamp>("_stamp", "str: The stored `stamp`.")
+          .accessor<&ProjectRule::name>("_name", "str: The stored `name`.")
+          .accessor<&ProjectRule::regex>("_regex", "str: The stored `regex`.")
+          .accessor<&ProjectRule::types>("_types", "list[str] | None: The stored `types`.")
+          .accessor<&ProjectRule::range>("_range", "_Project.Settings.Rule.Range: The stored `range`.")
+          .field<&ProjectRule::check_config>("check_config",
+                                             "_Settings.Check.Config: The checks that run on matched objects.")
+          .field<&ProjectRule::color>("color", "str: The colour for display, such as \"#4390ea\".")
+          .field<&ProjectRule::icon>("icon", "str: The name of the icon for display.")
           .done();
   expose_rule_range(scope);
   return scope;

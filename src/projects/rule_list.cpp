@@ -148,20 +148,19 @@ void expose_rule_list(const py::Scope& rule) {
       .init<&RuleList::init>({"array"})
       .static_operation<&RuleList::predefined>("predefined", {},
                                                "A new list of the rules that every project offers, with new stamps.")
-      .accessor<&RuleList::data>("data", "The JSON form, a new list.")
-      .accessor<&RuleList::names>("names", "A new list of the names, in order.")
+      .accessor<&RuleList::data>("data", "list[dict[str, Any]]: The JSON form, a new list.")
+      .accessor<&RuleList::names>("names", "list[str]: A new list of the names, in order.")
       .operation<&RuleList::is_empty>("is_empty", "Whether there is no rule.")
       .operation<&RuleList::sync_names>("sync_names", "Registers the names anew. Equal names stay equal.")
       .operation<&RuleList::has_unique_name>("has_unique_name", {"rule"},
                                              "Whether no other rule of the list has this rule's name.")
       .operation<&RuleList::rename>("rename", {"rule", "name"},
                                     "Gives a rule a name, whether it is free or not: see `has_unique_name`.")
-      .operation<&RuleList::reorder>(
-          "reorder", {"rules"},
-          "Puts the list into the order of these rules.\n\n"
-          "Anything that is no rule, or of a stamp that the list does not have, is skipped;\n"
-          "if no rule is left, nothing changes. Rules of the list that are not given come\n"
-          "last, in reverse order. Names are not registered anew.")
+      .operation<&RuleList::reorder>("reorder", {"rules"},
+                                     "Puts the list into the order of these rules.\n\n"
+                                     "Anything that is no rule, or of a stamp that the list does not have, is skipped; "
+                                     "if no rule is left, nothing changes. Rules of the list that are not given come "
+                                     "last, in reverse order. Names are not registered anew.")
       .operation<&RuleList::get>("get", {"stamp"}, "The first rule of this stamp, or None.")
       .operation<&RuleList::append>("append", {"rule"},
                                     "Adds a rule at the end. Its name gets a number if it is taken.\n\n"
@@ -170,8 +169,8 @@ void expose_rule_list(const py::Scope& rule) {
       .operation<&RuleList::remove>("remove", {"rule"},
                                     "Removes this very rule.\n\n"
                                     "`Constants.Plugin.Status.Failure` if it is not in the list.")
-      .readonly<&RuleList::array>("_array", "The rules in order.")
-      .readonly<&RuleList::control>("_control", "The register of their names.")
+      .readonly<&RuleList::array>("_array", "list[_Project.Settings.Rule]: The rules in order.")
+      .readonly<&RuleList::control>("_control", "_NamesControl: The register of their names.")
       .iterate<&RuleList::iterate>()
       .done();
 }

@@ -24,9 +24,9 @@ void expose_rule_range(const py::Scope& rule) {
   py::Class<RuleRange>(rule, "Range", "How many objects may match a rule at one place, both bounds included.")
       .init<&RuleRange::init>({"minimum", "maximum"})
       .operation<&RuleRange::copy>("__copy__", "A new range of the same bounds.")
-      .accessor<&RuleRange::data>("data", "The JSON form, a new list of `minimum` and `maximum`.")
-      .field<&RuleRange::minimum>("minimum", "The fewest objects that may match.")
-      .field<&RuleRange::maximum>("maximum", "The most objects that may match.")
+      .accessor<&RuleRange::data>("data", "list[int]: The JSON form, a new list of `minimum` and `maximum`.")
+      .field<&RuleRange::minimum>("minimum", "int: The fewest objects that may match.")
+      .field<&RuleRange::maximum>("maximum", "int: The most objects that may match.")
       .equals<&RuleRange::equals>()
       .done();
 }

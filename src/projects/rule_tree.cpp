@@ -149,28 +149,30 @@ void expose_rule_tree(const py::Scope& rule) {
           "Dismantles everything below, the deepest first. The lists stay, and are empty.\n\n"
           "RecursionError for a node below itself.")
       .static_operation<&RuleBranch::create_node>("create_node", {"rule"}, "A new `Node` of a rule, with none below.")
-      .field<&RuleBranch::children>("children", "The list of the nodes below, in order.")
+      .field<&RuleBranch::children>("children",
+                                    "list[_Project.Settings.Rule.Tree.Node]: The list of the nodes below, in order.")
       .text<&RuleBranch::text>()
       .done();
 
   py::Class<RuleNode, RuleBranch>(tree, "Node",
-                                  "A place of a rule in the tree. A list of nodes is taken as `children` if it is not\n"
+                                  "A place of a rule in the tree. A list of nodes is taken as `children` if it is not "
                                   "empty. The text form is the rule's name, and below it, indented, the outline.")
       .init<&RuleNode::init>({"rule", {"children", nullptr}})
-      .field<&RuleNode::rule>("rule", "The rule that stands here.")
+      .field<&RuleNode::rule>("rule", "_Project.Settings.Rule: The rule that stands here.")
       .text<&RuleNode::text>()
       .done();
 
   py::Class<RuleRoot, RuleBranch>(tree, "Root", "The top of a rule tree, which stands for no rule.")
       .operation<&RuleRoot::is_empty>("is_empty", "Whether there is no node.")
       .operation<&RuleRoot::is_root>("is_root", {"rule"}, "Whether this very rule stands directly below the root.")
-      .accessor<&RuleRoot::data>("data",
-                                 "The JSON form, a new list of nodes: \"stamp\" of the rule, and \"children\".\n\n"
-                                 "RecursionError for a node below itself.")
+      .accessor<&RuleRoot::data>(
+          "data",
+          "list[dict[str, Any]]: The JSON form, a new list of nodes: \"stamp\" of the rule, and \"children\".\n\n"
+          "RecursionError for a node below itself.")
       .operation<&RuleRoot::load>("load", {"data", "rules"},
                                   "Builds the tree from its JSON form; `children` is a new list.\n\n"
-                                  "A node whose stamp names none of `rules` is left out with all that is below it,\n"
-                                  "and a warning is logged. AttributeError for a node that is no mapping.")
+                                  "A node whose stamp names none of `rules` is left out with all that is below it, and "
+                                  "a warning is logged. AttributeError for a node that is no mapping.")
       .done();
 }
 

@@ -2,6 +2,8 @@
 
 #include <deque>
 
+#include "runtime/docstring.h"
+
 namespace heron::py {
 namespace {
 
@@ -23,7 +25,8 @@ T* keep_table(std::vector<T> table) {
 
 /// The runtime reads the signature of an operation from the head of its documentation.
 const char* documentation(const std::string& name, const std::string& signature, const char* doc) {
-  return keep_text(signature.empty() ? doc : name + signature + "\n--\n\n" + doc);
+  const std::string text = fill_docstring(doc);
+  return keep_text(signature.empty() ? text : name + signature + "\n--\n\n" + text);
 }
 
 PyMethodDef describe_method(const char* name, const Signature& signature, void* function, int kind, const char* doc) {
@@ -77,7 +80,8 @@ Object make_type(PyType_Spec& spec, PyTypeObject* base, const std::string& quali
 Scope::Scope(Object module) : object_(std::move(module)) { module_ = Utf8(object_.attr(Name("__name__"))).str(); }
 
 Scope make_namespace(const Scope& outer, const char* name, const char* doc) {
-  std::vector<PyType_Slot> slots = {{Py_tp_doc, const_cast<char*>(doc)}, {0, nullptr}};
+  std::string text = fill_docstring(doc);
+  std::vector<PyType_Slot> slots = {{Py_tp_doc, text.data()}, {0, nullptr}};
   PyType_Spec spec{keep_text(outer.module() + "." + name), static_cast<int>(sizeof(PyObject)), 0,
                    Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION, slots.data()};
   const std::string qualified = outer.qualify(name);
@@ -102,7 +106,7 @@ void TypeParts::method(const char* name, const Signature& signature, void* funct
 }
 
 void TypeParts::accessor(const char* name, getter get, setter set, const char* doc) {
-  accessors_.push_back({name, get, set, doc, const_cast<char*>(name)});
+  accessors_.push_back({name, get, set, keep_text(fill_docstring(doc)), const_cast<char*>(name)});
 }
 
 Py_ssize_t TypeParts::lay_out(Layout& layout, std::size_t size, std::size_t alignment, const Layout* shared) const {

@@ -47,26 +47,27 @@ py::List DataBucket::get_joints(const py::Object& from) const {
 }
 
 void expose_bucket(const py::Scope& buffer) {
-  py::Class<DataBucket>(
-      buffer, "DataBucket",
-      "A scanned hierarchy, with what controls its export and display.\n\n"
-      "joint: the root. name: for display and export; the joint's name if it is None. checked: takes\n"
-      "part in validation and export. opened: shown expanded. Equal buckets agree in all four.")
+  py::Class<DataBucket>(buffer, "DataBucket",
+                        "A scanned hierarchy, with what controls its export and display.\n\n"
+                        "Args:\n"
+                        "    joint: The root.\n"
+                        "    name: For display and export; the joint's name if it is None.\n"
+                        "    checked: Takes part in validation and export.\n"
+                        "    opened: Shown expanded.\n\n"
+                        "Equal buckets agree in all four.")
       .init<&DataBucket::init>({"joint", {"name", nullptr}, {"checked", true}, {"opened", true}})
       .equals<&DataBucket::equals>()
       .hash<&DataBucket::hash>()
       .accessor<&DataBucket::get_name, &DataBucket::set_name>(
-          "name",
-          "Name of the bucket; only text can be assigned, anything\n"
-          "else leaves it as it is.")
-      .accessor<&DataBucket::get_name>("_name", "Name of the bucket.")
-      .accessor<&DataBucket::data>("data", "The bucket as it is embedded in the scene, a new map.")
+          "name", "str: Name of the bucket; only text can be assigned, anything else leaves it as it is.")
+      .accessor<&DataBucket::get_name>("_name", "str: Name of the bucket.")
+      .accessor<&DataBucket::data>("data", "dict[str, Any]: The bucket as it is embedded in the scene, a new map.")
       .operation<&DataBucket::get_joints>("get_joints", {{"joint", nullptr}},
                                           "All joints of the bucket, or only those below a joint, parents first.\n\n"
                                           "RecursionError for a joint that stands below itself.")
-      .field<&DataBucket::joint>("joint", "The root of the hierarchy.")
-      .field<&DataBucket::checked>("checked", "Does the bucket take part in validation and export?")
-      .field<&DataBucket::opened>("opened", "Is the bucket shown expanded?")
+      .field<&DataBucket::joint>("joint", "Scene._Buffer.DataJoint: The root of the hierarchy.")
+      .field<&DataBucket::checked>("checked", "bool: Whether the bucket takes part in validation and export.")
+      .field<&DataBucket::opened>("opened", "bool: Whether the bucket is shown expanded.")
       .done();
 }
 

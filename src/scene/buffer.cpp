@@ -199,9 +199,12 @@ void expose_buffer(const py::Scope& scene) {
   const py::Scope buffer =
       py::Class<Buffer>(scene, "_Buffer",
                         "The hierarchies found in the scene, kept in the scene file.\n\n"
-                        "operator: the host. virtual: the snapshot. hierarchy: the matcher. The buffer changes the\n"
-                        "snapshot freely. Exceptions of the host pass. Joints below themselves give\n"
-                        "RecursionError.")
+                        "Args:\n"
+                        "    operator: The host.\n"
+                        "    virtual: The snapshot.\n"
+                        "    hierarchy: The matcher.\n\n"
+                        "The buffer changes the snapshot freely. Exceptions of the host pass. Joints below themselves "
+                        "give RecursionError.")
           .init<&Buffer::init>({"operator", "virtual", "hierarchy"})
           .contains<&Buffer::contains>()
           .operation<&Buffer::get>("get", "A new list of the buckets.")
@@ -209,19 +212,17 @@ void expose_buffer(const py::Scope& scene) {
           .operation<&Buffer::add>("add", {"data"}, "Appends buckets. Nothing persists.")
           .operation<&Buffer::remove>("remove", {"item"},
                                       "Removes the first equal bucket; ValueError if there is none. Nothing persists.")
-          .operation<&Buffer::exists>("exists", "Is there a bucket?")
-          .accessor<&Buffer::get_incompatibles>("incompatibles",
-                                                "The paths of the roots that failed the last `validate`, as the list\n"
-                                                "itself.")
+          .operation<&Buffer::exists>("exists", "Whether there is a bucket.")
+          .accessor<&Buffer::get_incompatibles>(
+              "incompatibles", "list[str]: The paths of the roots that failed the last `validate`, as the list itself.")
           .operation<&Buffer::get_checked>("get_checked", "A new list of the buckets that are checked.")
           .static_operation<&Buffer::get_roots>(
               "get_roots", {"joint"}, "The paths that a root joint stands for: its own, or a ghost's children's.")
           .operation<&Buffer::get_path_groups>("get_path_groups", "The roots of each bucket, a list of lists.")
           .operation<&Buffer::load>("load", "Replaces the buckets by those embedded in the scene.")
           .operation<&Buffer::update>("update", "Embeds the buckets in the scene, in place of what is there.")
-          .operation<&Buffer::erase>("erase",
-                                     "Drops the buckets, the data embedded in the scene, the snapshot and the\n"
-                                     "incompatible paths.")
+          .operation<&Buffer::erase>(
+              "erase", "Drops the buckets, the data embedded in the scene, the snapshot and the incompatible paths.")
           .static_operation<&Buffer::encode>("encode", {"data"}, "The data of these buckets, as they are embedded.")
           .operation<&Buffer::decode>("decode", {"data"}, "New buckets from embedded data.")
           .operation<&Buffer::decode_joint>("_decode", {"data"}, "A new joint, with all below it, from its data.")
@@ -233,25 +234,25 @@ void expose_buffer(const py::Scope& scene) {
                                      "Erases everything, or drops the checked buckets and embeds the rest.")
           .operation<&Buffer::drop>("_clear", {"array"}, "Removes these buckets; the host hears of each joint.")
           .operation<&Buffer::sort>("sort", {{"root", nullptr}},
-                                    "Sorts the children of all joints by name, or a list of joints and all below. The\n"
+                                    "Sorts the children of all joints by name, or a list of joints and all below. The "
                                     "buckets keep their order.")
           .operation<&Buffer::validate>("validate",
-                                        "Takes a new snapshot and matches each bucket's roots with the pattern; those\n"
+                                        "Takes a new snapshot and matches each bucket's roots with the pattern; those "
                                         "that fail are in `incompatibles`.")
-          .operation<&Buffer::is_valid>("is_valid",
-                                        "Are there buckets, do they look like the scene, and did the last `validate`\n"
-                                        "find nothing?")
-          .operation<&Buffer::ghosts_match>("ghosts_match", "Does `ghost_match` hold for all buckets?")
-          .operation<&Buffer::ghost_match>("ghost_match", {"bucket"},
-                                           "May the roots of a ghost's bucket still stand under the pattern's ghost?")
+          .operation<&Buffer::is_valid>(
+              "is_valid", "Whether there are buckets that look like the scene, and the last `validate` found nothing.")
+          .operation<&Buffer::ghosts_match>("ghosts_match", "Whether `ghost_match` holds for all buckets.")
+          .operation<&Buffer::ghost_match>(
+              "ghost_match", {"bucket"},
+              "Whether the roots of a ghost's bucket may still stand under the pattern's ghost.")
           .operation<&Buffer::is_match>("is_match", {{"_array", nullptr}},
-                                        "Do all objects exist, with as many children as their joints? A ghost's\n"
+                                        "Whether all objects exist, with as many children as their joints. A ghost's "
                                         "children alone decide for it and for all that follow.")
-          .accessor<&Buffer::list>("_data", "The buckets.")
-          .readonly<&Buffer::incompatibles>("_incompatibles", "The incompatible paths.")
-          .readonly<&Buffer::host>("_operator", "The host.")
-          .readonly<&Buffer::snapshot>("_virtual", "The snapshot.")
-          .readonly<&Buffer::hierarchy>("_hierarchy", "The matcher.")
+          .accessor<&Buffer::list>("_data", "list[Scene._Buffer.DataBucket]: The buckets.")
+          .readonly<&Buffer::incompatibles>("_incompatibles", "list[str]: The incompatible paths.")
+          .readonly<&Buffer::host>("_operator", "Scene.Operator: The host.")
+          .readonly<&Buffer::snapshot>("_virtual", "Scene._Virtual: The snapshot.")
+          .readonly<&Buffer::hierarchy>("_hierarchy", "_Hierarchy: The matcher.")
           .done();
   expose_joint(buffer);
   expose_bucket(buffer);

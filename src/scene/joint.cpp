@@ -52,9 +52,13 @@ void expose_joint(const py::Scope& buffer) {
   py::Class<DataJoint>(
       buffer, "DataJoint",
       "One item of a scanned hierarchy.\n\n"
-      "stamp: the matched rule's. name, path: of the object. type: the matched rule's name; \"ghost\"\n"
-      "for a joint that stands for no object but holds a group of roots. children: a list of joints.\n"
-      "icon, color: for display. Equal joints have the same stamp, name, path and type.")
+      "Args:\n"
+      "    stamp: The matched rule's.\n"
+      "    name, path: Of the object.\n"
+      "    type: The matched rule's name; \"ghost\" for a joint that stands for no object but holds a group of roots.\n"
+      "    children: A list of joints.\n"
+      "    icon, color: For display.\n\n"
+      "Equal joints have the same stamp, name, path and type.")
       .init<&DataJoint::init>({{"stamp", ""},
                                {"name", ""},
                                {"path", "|"},
@@ -64,17 +68,19 @@ void expose_joint(const py::Scope& buffer) {
                                {"color", "none"}})
       .equals<&DataJoint::equals>()
       .hash<&DataJoint::hash>()
-      .operation<&DataJoint::is_ghost>("is_ghost", "Does the joint stand for no object, but hold a group of roots?")
+      .operation<&DataJoint::is_ghost>("is_ghost",
+                                       "Whether the joint stands for no object, but holds a group of roots.")
       .accessor<&DataJoint::data>("data",
-                                  "The joint as it is embedded in the scene, a new map.\n\n"
+                                  "dict[str, Any]: The joint as it is embedded in the scene, a new map.\n\n"
                                   "RecursionError for a joint that stands below itself.")
-      .field<&DataJoint::stamp>("stamp", "Stamp of the matched rule.")
-      .accessor<&DataJoint::get_name, &DataJoint::set_name>("name", "Name of the object.")
-      .accessor<&DataJoint::get_path, &DataJoint::set_path>("path", "Path of the object.")
-      .field<&DataJoint::type>("type", "Name of the matched rule.")
-      .field<&DataJoint::icon>("icon", "Icon for display.")
-      .field<&DataJoint::color>("color", "Colour for display, or \"none\".")
-      .accessor<&DataJoint::get_children, &DataJoint::set_children>("children", "The joints below, as a list.")
+      .field<&DataJoint::stamp>("stamp", "str: Stamp of the matched rule.")
+      .accessor<&DataJoint::get_name, &DataJoint::set_name>("name", "str: Name of the object.")
+      .accessor<&DataJoint::get_path, &DataJoint::set_path>("path", "str: Path of the object.")
+      .field<&DataJoint::type>("type", "str: Name of the matched rule.")
+      .field<&DataJoint::icon>("icon", "str: Icon for display.")
+      .field<&DataJoint::color>("color", "str: Colour for display, or \"none\".")
+      .accessor<&DataJoint::get_children, &DataJoint::set_children>(
+          "children", "list[Scene._Buffer.DataJoint]: The joints below, as a list.")
       .done();
 }
 

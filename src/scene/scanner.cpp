@@ -238,22 +238,28 @@ void Scanner::reload_buffer() const {
 void Scanner::reload_bucket(const py::Object& bucket) const { Reload(hierarchy, host, buffer).bucket(bucket); }
 
 void expose_scanner(const py::Scope& scene) {
-  py::Class<Scanner>(
-      scene, "_Scanner",
-      "Finds the hierarchies below the host's selection that match the pattern.\n\n"
-      "api: the owner. operator: the host. virtual: the snapshot. hierarchy: the matcher. buffer: where\n"
-      "the found hierarchies go. callbacks: the front-end's events.")
+  py::Class<Scanner>(scene, "_Scanner",
+                     "Finds the hierarchies below the host's selection that match the pattern.\n\n"
+                     "Args:\n"
+                     "    api: The owner.\n"
+                     "    operator: The host.\n"
+                     "    virtual: The snapshot.\n"
+                     "    hierarchy: The matcher.\n"
+                     "    buffer: Where the found hierarchies go.\n"
+                     "    callbacks: The front-end's events.")
       .init<&Scanner::init>({"api", "operator", "virtual", "hierarchy", "buffer", "callbacks"})
       .operation<&Scanner::upload_buffer>(
           "upload_buffer", {{"append", false}},
-          "Scans below the selection. append: add to the buffer instead of replacing its content.\n\n"
-          "True if something was found; it is then embedded in the scene. False fires `used_scan_selection`,\n"
+          "Scans below the selection.\n\n"
+          "Args:\n"
+          "    append: Add to the buffer instead of replacing its content.\n\n"
+          "True if something was found; it is then embedded in the scene. False fires `used_scan_selection`, "
           "`empty_scan_selection` or `empty_scan_result`, or logs the exception that ended the scan.")
       .operation<&Scanner::reload_buffer>(
           "reload_buffer",
-          "Matches each bucket's roots again and embeds the outcome. Buckets that match\n"
-          "no more leave; the others keep name, checked and opened. The host's hooks may mark the\n"
-          "objects, but not change which there are: for the groups of one scene root the scene is read once.")
+          "Matches each bucket's roots again and embeds the outcome. Buckets that match no more leave; the others keep "
+          "name, checked and opened. The host's hooks may mark the objects, but not change which there are: for the "
+          "groups of one scene root the scene is read once.")
       .operation<&Scanner::reload_bucket>("_reload_bucket", {"bucket"}, "Matches one bucket's roots again.")
       .operation<&Scanner::find_scope_roots>("_find_scope_roots", {"scene_roots"},
                                              "The paths at which hierarchies can begin.")
@@ -263,15 +269,15 @@ void expose_scanner(const py::Scope& scene) {
       .operation<&Scanner::scan>("_scan", {"roots"}, "New buckets of all hierarchies among these objects.")
       .operation<&Scanner::filter>("_filter", {"buckets"}, "The buckets without those equal to an earlier one.")
       .operation<&Scanner::load>("_load", {"roots", {"pattern", nullptr}},
-                                 "New joints of these objects, matched with the pattern, or with a list of scopes and\n"
+                                 "New joints of these objects, matched with the pattern, or with a list of scopes and "
                                  "the captures as they stand.")
       .static_operation<&Scanner::choose_name>("_choose_name", {"data"}, "The first joint's name, or an empty text.")
-      .readonly<&Scanner::api>("_api", "The owner.")
-      .readonly<&Scanner::host>("_op", "The host.")
-      .readonly<&Scanner::snapshot>("_virtual", "The snapshot.")
-      .readonly<&Scanner::hierarchy>("_hierarchy", "The matcher.")
-      .readonly<&Scanner::buffer>("_buffer", "The buffer.")
-      .readonly<&Scanner::callbacks>("_callbacks", "The events.")
+      .readonly<&Scanner::api>("_api", "Api: The owner.")
+      .readonly<&Scanner::host>("_op", "Scene.Operator: The host.")
+      .readonly<&Scanner::snapshot>("_virtual", "Scene._Virtual: The snapshot.")
+      .readonly<&Scanner::hierarchy>("_hierarchy", "_Hierarchy: The matcher.")
+      .readonly<&Scanner::buffer>("_buffer", "Scene._Buffer: The buffer.")
+      .readonly<&Scanner::callbacks>("_callbacks", "_CallBacks: The events.")
       .done();
 }
 

@@ -134,51 +134,51 @@ void expose_statistics(const py::Scope& module) {
       py::Class<Statistics>(
           module, "_Statistics",
           "The local store of the records of use: in memory, and in a file that several processes may share.\n\n"
-          "environment: gives the file. A missing file is an empty one; a corrupted file is moved aside and logged,\n"
-          "one of a newer version is left alone and logged. AttributeError for a file whose JSON is no object.\n"
-          "Each list in the file is a category of records, which are told apart by their \"timestamp\". What is no\n"
-          "such record, a category of ours that is no list, a \"version\" that is no number, and what cannot be "
-          "written\n"
-          "as JSON in UTF-8, is left out with a warning; before a write drops it, the file is moved aside. Other\n"
-          "members of the file are kept.")
+          "Args:\n"
+          "    environment: Gives the file.\n\n"
+          "A missing file is an empty one; a corrupted file is moved aside and logged, one of a newer version is left "
+          "alone and logged. AttributeError for a file whose JSON is no object. Each list in the file is a category of "
+          "records, which are told apart by their \"timestamp\". What is no such record, a category of ours that is no "
+          "list, a \"version\" that is no number, and what cannot be written as JSON in UTF-8, is left out with a "
+          "warning; before a write drops it, the file is moved aside. Other members of the file are kept.")
           .init<&Statistics::init>({"environment"})
           .attribute("version", py::to_python(Statistics::kVersion))
           .operation<&Statistics::add>("add", {"record"},
-                                       "Keeps `record.data` in the category `record.key`, in memory. A category that\n"
+                                       "Keeps `record.data` in the category `record.key`, in memory. A category that "
                                        "does not exist keeps nothing.")
           .operation<&Statistics::write>(
               "write", {{"clear", false}},
-              "Merges the records in memory into the file, by category and time; with "
-              "`clear`, empties the file instead.\n\n"
-              "Waits for the file's queue, and `add` waits meanwhile. A failure is logged, and the records stay.\n"
-              "Records in memory that cannot be written are passed over with a warning. A file found corrupted is\n"
+              "Merges the records in memory into the file, by category and time; with `clear`, empties the file "
+              "instead.\n\n"
+              "Waits for the file's queue, and `add` waits meanwhile. A failure is logged, and the records stay. "
+              "Records in memory that cannot be written are passed over with a warning. A file found corrupted is "
               "logged and moved aside, and a new one written.")
           .operation<&Statistics::create_http_request>(
               "create_http_request", {"username"},
-              "An `HttpRequest` with a deep copy of the records; without those\n"
-              "that cannot be written, if there are any, and with a warning.")
+              "An `HttpRequest` with a deep copy of the records; without those that cannot be written, if there are "
+              "any, and with a warning.")
           .operation<&Statistics::accept_http_response>(
               "accept_http_response", {"response", {"clear", true}},
               "Takes the server's answer. If it took the records, `clear` drops them, from the file too.")
           .operation<&Statistics::ensure_attributes>("_ensure_attributes", "Adds the categories and the version.")
           .operation<&Statistics::read>("_read",
                                         "The records in the file, a new dict. See the class for what is left out.")
-          .operation<&Statistics::extend>("_extend", {"json_data"},
-                                          "Merges the records in memory into a document, in place. Those in memory\n"
-                                          "replace those of the same time; \"version\" stays as it is. If the\n"
-                                          "document has what cannot be kept, the store's own file is moved aside\n"
-                                          "first: OSError if that fails.")
+          .operation<&Statistics::extend>(
+              "_extend", {"json_data"},
+              "Merges the records in memory into a document, in place. Those in memory replace those of the same time; "
+              "\"version\" stays as it is. If the document has what cannot be kept, the store's own file is moved "
+              "aside first: OSError if that fails.")
           .operation<&Statistics::clear>("_clear", "Empties every list in memory, in place.")
           .static_operation<&timed_table::of>("_timed_table", {"json_data"},
-                                              "Category to timestamp to record. The member \"version\", in any letter\n"
+                                              "Category to timestamp to record. The member \"version\", in any letter "
                                               "case, and what is no list are no categories.")
           .static_operation<&timed_table::bucket>(
               "_timed_bucket", {"records", "category"},
               "The records of a category; a new dict joins the table if there is none.")
           .static_operation<&timed_table::flat>("_flat_records", {"timed_table"}, "Category to list of records.")
-          .readonly<&Statistics::mutex>("_mutex_edit", "Guards `_data`.")
-          .readonly<&Statistics::path>("_path", "The file.")
-          .readonly<&Statistics::data>("_data", "The lists of records by category, and \"version\".")
+          .readonly<&Statistics::mutex>("_mutex_edit", "Any: Guards `_data`.")
+          .readonly<&Statistics::path>("_path", "str: The file.")
+          .readonly<&Statistics::data>("_data", "dict[str, Any]: The lists of records by category, and \"version\".")
           .done();
   expose_statistics_records(statistics);
   expose_statistics_exchange(statistics);

@@ -35,22 +35,21 @@ void expose_statistics_exchange(const py::Scope& statistics) {
   py::Class<StatisticsRequest>(
       statistics, "HttpRequest",
       "The records of a user, on their way to the server.\n\n"
-      "The text form is the body, JSON on one line, and `bytes` gives it encoded. Both raise TypeError for\n"
-      "contents that JSON cannot hold, RecursionError for such as are too deep, UnicodeEncodeError for lone\n"
-      "surrogates.")
+      "The text form is the body, JSON on one line, and `bytes` gives it encoded. Both raise TypeError for contents "
+      "that JSON cannot hold, RecursionError for such as are too deep, UnicodeEncodeError for lone surrogates.")
       .init<&StatisticsRequest::init>({"username", "contents"})
       .attribute("headers", json_body::headers())
-      .readonly<&StatisticsRequest::username>("username", "Who sends it.")
-      .readonly<&StatisticsRequest::contents>("contents", "The records, by category.")
-      .readonly<&StatisticsRequest::contents>("_contents", "The records, by category.")
+      .readonly<&StatisticsRequest::username>("username", "str: Who sends it.")
+      .readonly<&StatisticsRequest::contents>("contents", "dict[str, Any]: The records, by category.")
+      .readonly<&StatisticsRequest::contents>("_contents", "dict[str, Any]: The records, by category.")
       .operation<&StatisticsRequest::bytes>("__bytes__", "The body in UTF-8.")
       .text<&StatisticsRequest::text>()
       .done();
 
   py::Class<StatisticsResponse>(statistics, "HttpResponse", "What the server said to the records.")
       .init<&StatisticsResponse::init>({"response"})
-      .readonly<&StatisticsResponse::accepted>("accepted", "Whether the server took the records.")
-      .readonly<&StatisticsResponse::accepted>("_accepted", "Whether the server took the records.")
+      .readonly<&StatisticsResponse::accepted>("accepted", "bool: Whether the server took the records.")
+      .readonly<&StatisticsResponse::accepted>("_accepted", "bool: Whether the server took the records.")
       .static_operation<&StatisticsResponse::check>(
           "_check", {"response"}, "Whether the `status` is 200. A failure to read it is logged, and says no.")
       .done();

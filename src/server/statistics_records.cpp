@@ -52,29 +52,37 @@ void expose_statistics_records(const py::Scope& statistics) {
 
   py::Class<UseRecord>(type, "_Record", "Something that happened; a category of its own has each kind below.")
       .attribute("key", py::text(""))
-      .accessor<&UseRecord::data>("data", "A new dict of \"timestamp\": the time of reading it, in seconds.")
+      .accessor<&UseRecord::data>("data",
+                                  "dict[str, Any]: A new dict of \"timestamp\": the time of reading it, in seconds.")
       .done();
 
-  py::Class<ValidationRecord, UseRecord>(
-      type, "Validate",
-      "A validation.\n\n"
-      "timestamp: when it began, in seconds. speed: how many seconds it took. project: name of the project, or None.\n"
-      "The values are kept as they come.")
+  py::Class<ValidationRecord, UseRecord>(type, "Validate",
+                                         "A validation.\n\n"
+                                         "Args:\n"
+                                         "    timestamp: When it began, in seconds.\n"
+                                         "    speed: How many seconds it took.\n"
+                                         "    project: Name of the project, or None.\n\n"
+                                         "The values are kept as they come.")
       .init<&ValidationRecord::init>({"timestamp", "speed", {"project", nullptr}})
       .attribute("key", py::text(ValidationRecord::kKey))
-      .accessor<&ValidationRecord::data>("data", "A new dict of \"project\", \"timestamp\" and \"speed\".")
+      .accessor<&ValidationRecord::data>("data",
+                                         "dict[str, Any]: A new dict of \"project\", \"timestamp\" and \"speed\".")
       .done();
 
-  py::Class<CheckRecord, UseRecord>(
-      type, "Checks",
-      "A run of a check on an object.\n\n"
-      "timestamp: when it began, in seconds. speed: how many seconds it took. name: the check. result: one of\n"
-      "`Constants.Check.Result`. The values are kept as they come.")
+  py::Class<CheckRecord, UseRecord>(type, "Checks",
+                                    "A run of a check on an object.\n\n"
+                                    "Args:\n"
+                                    "    timestamp: When it began, in seconds.\n"
+                                    "    speed: How many seconds it took.\n"
+                                    "    name: The check.\n"
+                                    "    result: One of `Constants.Check.Result`.\n\n"
+                                    "The values are kept as they come.")
       .init<&CheckRecord::init>({"timestamp", "speed", "name", "result"})
       .attribute("key", py::text(CheckRecord::kKey))
-      .accessor<&CheckRecord::data>("data", "A new dict of \"name\", \"result\", \"timestamp\" and \"speed\".")
-      .readonly<&CheckRecord::name>("_name", "The check.")
-      .readonly<&CheckRecord::result>("_result", "The outcome.")
+      .accessor<&CheckRecord::data>("data",
+                                    "dict[str, Any]: A new dict of \"name\", \"result\", \"timestamp\" and \"speed\".")
+      .readonly<&CheckRecord::name>("_name", "str: The check.")
+      .readonly<&CheckRecord::result>("_result", "str: The outcome.")
       .done();
 
   py::Class<ExportRecord, UseRecord>(type, "Exported", "An export.")

@@ -108,8 +108,10 @@ void expose_update_tracker(const py::Scope& module) {
   py::Class<UpdateTracker>(
       module, "UpdateTracker",
       "Asks the server whether it has a newer version.\n\n"
-      "api: gives the server's URLs. local_version: the numbers of the running version; TypeError for others than\n"
-      "integers. A version text is a dotted list of decimal numbers, of any script and length.")
+      "Args:\n"
+      "    api: Gives the server's URLs.\n"
+      "    local_version: The numbers of the running version; TypeError for others than integers.\n\n"
+      "A version text is a dotted list of decimal numbers, of any script and length.")
       .init<&UpdateTracker::init>({"api", "local_version"})
       .operation<&UpdateTracker::exist>(
           "exist",
@@ -119,7 +121,7 @@ void expose_update_tracker(const py::Scope& module) {
                                                  "Numbers as a version text; \"0.0.0\" for none.")
       .operation<&UpdateTracker::get_version_response>(
           "_get_version_response",
-          "Asks the server for its version, from the header \"Heron-Version\". None if it does not tell a version;\n"
+          "Asks the server for its version, from the header \"Heron-Version\". None if it does not tell a version; "
           "None after any failure, which is logged.")
       .static_operation<&UpdateTracker::is_version>("_is_version", {"string"}, "Whether a value is a version text.")
       .static_operation<&UpdateTracker::clean_version>("_clean_version", {"string"},
@@ -128,12 +130,14 @@ void expose_update_tracker(const py::Scope& module) {
           "_is_above_version", {"lower", "upper"},
           "Whether the version `upper` is newer than `lower`. Parts that only one of them has do not count.\n\n"
           "ValueError for a part that is no number.")
-      .readonly<&UpdateTracker::accepted>("accepted", "Whether the tracker was built.")
-      .readonly<&UpdateTracker::remote_version>("version", "The version that the server told last, or None.")
-      .readonly<&UpdateTracker::urls>("_urls", "Host and paths of the server.")
-      .readonly<&UpdateTracker::local_version>("_local_version", "The running version.")
-      .readonly<&UpdateTracker::remote_version>("_remote_version", "The version that the server told last, or None.")
-      .readonly<&UpdateTracker::accepted>("_accepted", "Whether the tracker was built.")
+      .readonly<&UpdateTracker::accepted>("accepted", "bool: Whether the tracker was built.")
+      .readonly<&UpdateTracker::remote_version>("version",
+                                                "str | None: The version that the server told last, or None.")
+      .readonly<&UpdateTracker::urls>("_urls", "Any: Host and paths of the server.")
+      .readonly<&UpdateTracker::local_version>("_local_version", "str: The running version.")
+      .readonly<&UpdateTracker::remote_version>("_remote_version",
+                                                "str | None: The version that the server told last, or None.")
+      .readonly<&UpdateTracker::accepted>("_accepted", "bool: Whether the tracker was built.")
       .done();
 }
 

@@ -91,25 +91,25 @@ py::Scope expose_check(const py::Scope& settings) {
           .class_operation<&StoredCheck::empty>("empty", {"class_id"},
                                                 "A new state of this check: disabled, folded, without parameters.")
           .accessor<&StoredCheck::data>("data",
-                                        "The JSON form, a new dict of \"enabled\", \"opened\" and a deep copy of\n"
-                                        "\"parameters\". The id is not part of it.")
-          .field<&StoredCheck::class_id>("class_id", "The id of the check.")
-          .field<&StoredCheck::enabled>("enabled", "Whether the check takes part in a validation.")
-          .field<&StoredCheck::opened>("opened", "Whether the front-end shows the check unfolded.")
-          .field<&StoredCheck::parameters>("parameters", "The data of the check's parameters.")
+                                        "dict[str, Any]: The JSON form, a new dict of \"enabled\", \"opened\" and a "
+                                        "deep copy of \"parameters\". The id is not part of it.")
+          .field<&StoredCheck::class_id>("class_id", "str: The id of the check.")
+          .field<&StoredCheck::enabled>("enabled", "bool: Whether the check takes part in a validation.")
+          .field<&StoredCheck::opened>("opened", "bool: Whether the front-end shows the check unfolded.")
+          .field<&StoredCheck::parameters>("parameters", "list[dict[str, Any]]: The data of the check's parameters.")
           .done();
 
   py::Class<CheckConfig>(
       scope, "Config",
       "The stored states of checks, by their ids.\n\n"
-      "Built from the JSON form: a mapping from the id to a mapping with \"enabled\", \"opened\" and\n"
-      "\"parameters\", each of which may be missing. What stands for a check and is no map counts as an\n"
-      "empty one, with a warning. Two configurations are equal if their enabled checks are; the length\n"
-      "counts all, and a loop gives each `Check`.")
+      "Built from the JSON form: a mapping from the id to a mapping with \"enabled\", \"opened\" and \"parameters\", "
+      "each of which may be missing. What stands for a check and is no map counts as an empty one, with a warning. Two "
+      "configurations are equal if their enabled checks are; the length counts all, and a loop gives each `Check`.")
       .init<&CheckConfig::init>({"table"})
       .class_operation<&CheckConfig::empty>("empty", {}, "A new configuration without checks.")
-      .accessor<&CheckConfig::is_empty>("is_empty", "Whether no check is enabled.")
-      .accessor<&CheckConfig::data>("data", "The JSON form, a new dict of the enabled checks. Others are not kept.")
+      .accessor<&CheckConfig::is_empty>("is_empty", "bool: Whether no check is enabled.")
+      .accessor<&CheckConfig::data>(
+          "data", "dict[str, Any]: The JSON form, a new dict of the enabled checks. Others are not kept.")
       .operation<&CheckConfig::load>("_load", {"table"}, "Replaces all states by those of a JSON form.")
       .operation<&CheckConfig::mask>("mask", {py::Parameter::rest("class_ids")},
                                      "Removes every check whose id is not among the arguments.")
@@ -119,7 +119,7 @@ py::Scope expose_check(const py::Scope& settings) {
       .operation<&CheckConfig::get>("get", {"class_id", {"force", false}},
                                     "The state of a check, or None.\n\n"
                                     "With `force` an unknown check gets an empty state, which is added.")
-      .readonly<&CheckConfig::table>("_table", "The states by id.")
+      .readonly<&CheckConfig::table>("_table", "dict[str, _Settings.Check]: The states by id.")
       .equals<&CheckConfig::equals>()
       .length<&CheckConfig::size>()
       .iterate<&CheckConfig::iterate>()

@@ -27,17 +27,17 @@ py::Dict CheckState::data() const {
 }
 
 void expose_check_state(const py::Scope& check) {
-  py::Class<CheckState>(
-      check, "State",
-      "What a user has set up for checks.\n\n"
-      "Built from the JSON form, a map with \"directories\", \"mode\", \"list\" and \"presets\". Each may be\n"
-      "missing; a group of the wrong kind counts as missing, with a warning.")
+  py::Class<CheckState>(check, "State",
+                        "What a user has set up for checks.\n\n"
+                        "Built from the JSON form, a map with \"directories\", \"mode\", \"list\" and \"presets\". "
+                        "Each may be missing; a group of the wrong kind counts as missing, with a warning.")
       .init<&CheckState::init>({"data"})
-      .accessor<&CheckState::data>("data", "The JSON form, a new dict.")
-      .field<&CheckState::directories>("directories", "Where check classes are looked for.")
-      .field<&CheckState::mode>("mode", "What a validation looks at, a `Constants.Check.Mode`.")
-      .field<&CheckState::config>("config", "The states of the checks of the workspace.")
-      .field<&CheckState::presets>("presets", "The presets of the workspace.")
+      .accessor<&CheckState::data>("data", "dict[str, Any]: The JSON form, a new dict.")
+      .field<&CheckState::directories>("directories",
+                                       "_Settings.Check.Directory.List: Where check classes are looked for.")
+      .field<&CheckState::mode>("mode", "int: What a validation looks at, one of `Constants.Check.Mode`.")
+      .field<&CheckState::config>("config", "_Settings.Check.Config: The states of the checks of the workspace.")
+      .field<&CheckState::presets>("presets", "_Settings.Check.Presets: The presets of the workspace.")
       .done();
 }
 

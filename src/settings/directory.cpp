@@ -118,31 +118,33 @@ void expose_check_directory(const py::Scope& check) {
   const py::Scope scope =
       py::Class<CheckDirectory>(check, "Directory",
                                 "A directory in which check classes are looked for.\n\n"
-                                "It is a text, the absolute and normalised `path`, so it serves as a path itself.\n"
+                                "It is a text, the absolute and normalised `path`, so it serves as a path itself. "
                                 "`name` is for display; `locked` tells a front-end not to change the directory.")
           .derives(str_class())
           .init<&CheckDirectory::init, &CheckDirectory::absolute>({"name", "path", {"enable", true}, {"locked", false}})
-          .accessor<&CheckDirectory::name>("name", "The name for display.")
+          .accessor<&CheckDirectory::name>("name", "str: The name for display.")
           .accessor<&CheckDirectory::enabled, &CheckDirectory::set_enabled>(
-              "enabled", "Whether classes are looked for here. TypeError for anything but a boolean.")
-          .accessor<&CheckDirectory::locked>("locked", "Whether the front-end may not change the directory.")
-          .accessor<&CheckDirectory::data>("data", "The JSON form, a new dict of \"name\", \"path\" and \"enabled\".")
-          .accessor<&CheckDirectory::name>("_name", "The stored `name`.")
-          .accessor<&CheckDirectory::enabled>("_enabled", "The stored `enabled`.")
-          .accessor<&CheckDirectory::locked>("_locked", "The stored `locked`.")
+              "enabled", "bool: Whether classes are looked for here. TypeError for anything but a boolean.")
+          .accessor<&CheckDirectory::locked>("locked", "bool: Whether the front-end may not change the directory.")
+          .accessor<&CheckDirectory::data>(
+              "data", "dict[str, Any]: The JSON form, a new dict of \"name\", \"path\" and \"enabled\".")
+          .accessor<&CheckDirectory::name>("_name", "str: The stored `name`.")
+          .accessor<&CheckDirectory::enabled>("_enabled", "bool: The stored `enabled`.")
+          .accessor<&CheckDirectory::locked>("_locked", "bool: The stored `locked`.")
           .operation<&CheckDirectory::reduce>("__reduce__", "What `copy` and `pickle` make a copy from.")
           .done();
 
   py::Class<CheckDirectoryList>(
       scope, "List",
       "The directories in which check classes are looked for, in order: a list of `Directory`.\n\n"
-      "Built from the JSON form, a list of maps with \"name\", \"path\" and \"enabled\". Only a directory that\n"
-      "exists, and is not in the list yet, is taken in; others are left out without a word, in whatever way\n"
-      "they are added. A stored element that is no map or has a path that is no text is left out with a\n"
-      "warning; TypeError for an \"enabled\" that is no boolean.")
+      "Built from the JSON form, a list of maps with \"name\", \"path\" and \"enabled\". Only a directory that exists, "
+      "and is not in the list yet, is taken in; others are left out without a word, in whatever way they are added. A "
+      "stored element that is no map or has a path that is no text is left out with a warning; TypeError for an "
+      "\"enabled\" that is no boolean.")
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&CheckDirectoryList::init>({"data"})
-      .accessor<&CheckDirectoryList::data>("data", "The JSON form, a new list. The embedded directory is left out.")
+      .accessor<&CheckDirectoryList::data>(
+          "data", "list[dict[str, Any]]: The JSON form, a new list. The embedded directory is left out.")
       .operation<&CheckDirectoryList::embed>(
           "embed", {"module"},
           "Adds the directory of a module as \"Default\", locked and never stored.\n\n"
@@ -158,7 +160,8 @@ void expose_check_directory(const py::Scope& check) {
                                               "All are judged before the first is added.")
       .operation<&CheckDirectoryList::is_approved>("_is_approved", {"directory"},
                                                    "Whether it is a `Directory` that exists and is not in the list.")
-      .readonly<&CheckDirectoryList::embedded>("_embedded", "The embedded directory, or None.")
+      .readonly<&CheckDirectoryList::embedded>("_embedded",
+                                               "_Settings.Check.Directory | None: The embedded directory, or None.")
       .add<&CheckDirectoryList::add>()
       .add_in_place<&CheckDirectoryList::add_in_place>()
       .done();

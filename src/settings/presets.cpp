@@ -156,14 +156,13 @@ void PresetEditor::sync_applied() const { presets.call(kSyncApplied, config()); 
 
 void expose_check_presets(const py::Scope& check) {
   const py::Scope scope =
-      py::Class<CheckPresets>(
-          check, "Presets",
-          "The presets of a user, sorted by name: by code points, equal names as they came.\n\n"
-          "Built from the JSON form, a list of presets' JSON forms. An element that is no map is left out\n"
-          "with a warning.")
+      py::Class<CheckPresets>(check, "Presets",
+                              "The presets of a user, sorted by name: by code points, equal names as they came.\n\n"
+                              "Built from the JSON form, a list of presets' JSON forms. An element that is no map is "
+                              "left out with a warning.")
           .init<&CheckPresets::init>({{"data", nullptr}})
-          .accessor<&CheckPresets::names>("names", "A new list of the names, in order.")
-          .accessor<&CheckPresets::data>("data", "The JSON form, a new list.")
+          .accessor<&CheckPresets::names>("names", "list[str]: A new list of the names, in order.")
+          .accessor<&CheckPresets::data>("data", "list[dict[str, Any]]: The JSON form, a new list.")
           .operation<&CheckPresets::load>("_load", {"data"}, "Replaces all presets by those of a JSON form, if any.")
           .operation<&CheckPresets::add>("add", {"name", "config"}, "Adds a new preset of this name and configuration.")
           .operation<&CheckPresets::pop>("pop", {"preset"},
@@ -171,44 +170,44 @@ void expose_check_presets(const py::Scope& check) {
           .operation<&CheckPresets::sort>("sort", "Puts the presets into the order of their names.")
           .operation<&CheckPresets::sync_applied>(
               "sync_applied", {"config"}, "Sets `applied` of each preset: whether it equals this configuration.")
-          .readonly<&CheckPresets::array>("_array", "The presets in order.")
+          .readonly<&CheckPresets::array>("_array", "list[_Settings.Check.Presets.Set]: The presets in order.")
           .length<&CheckPresets::size>()
           .iterate<&CheckPresets::iterate>()
           .done();
 
-  py::Class<CheckPreset>(
-      scope, "Set",
-      "A preset: a named snapshot of which checks are on, and with which parameters.\n\n"
-      "`presets` is the collection in which it stands. A `name` that is no text is left empty; an empty\n"
-      "`stamp` gets a new one, and a time `changed` of zero the present. Presets with the same stamp are\n"
-      "equal; the length is that of the configuration.")
+  py::Class<CheckPreset>(scope, "Set",
+                         "A preset: a named snapshot of which checks are on, and with which parameters.\n\n"
+                         "`presets` is the collection in which it stands. A `name` that is no text is left empty; an "
+                         "empty `stamp` gets a new one, and a time `changed` of zero the present. Presets with the "
+                         "same stamp are equal; the length is that of the configuration.")
       .init<&CheckPreset::init>({"presets", "name", "config", {"stamp", nullptr}, {"changed", nullptr}})
-      .class_operation<&CheckPreset::load>(
-          "load", {"presets", "data"},
-          "A new preset from its JSON form.\n\n"
-          "Every key may be missing. A \"list\" that is no map and a \"changed\" that is\n"
-          "no number count as missing, with a warning.")
-      .accessor<&CheckPreset::data>("data", "The JSON form, a new dict, the name without spaces at its ends.")
-      .accessor<&CheckPreset::stamp>("stamp", "The preset's identity, 16 hexadecimal digits.")
+      .class_operation<&CheckPreset::load>("load", {"presets", "data"},
+                                           "A new preset from its JSON form.\n\n"
+                                           "Every key may be missing. A \"list\" that is no map and a \"changed\" that "
+                                           "is no number count as missing, with a warning.")
+      .accessor<&CheckPreset::data>("data",
+                                    "dict[str, Any]: The JSON form, a new dict, the name without spaces at its ends.")
+      .accessor<&CheckPreset::stamp>("stamp", "str: The preset's identity, 16 hexadecimal digits.")
       .accessor<&CheckPreset::name, &CheckPreset::set_name>(
-          "name", "The name. Writing sorts the collection; anything but a text that is not empty is ignored.")
+          "name", "str: The name. Writing sorts the collection; anything but a text that is not empty is ignored.")
       .accessor<&CheckPreset::config, &CheckPreset::set_config>(
-          "config", "The states of the checks. Writing anything but a `Config` is ignored.")
-      .accessor<&CheckPreset::presets>("_presets", "The collection in which it stands.")
-      .accessor<&CheckPreset::name>("_name", "The stored `name`.")
-      .accessor<&CheckPreset::config>("_config", "The stored `config`.")
-      .accessor<&CheckPreset::stamp>("_stamp", "The stored `stamp`.")
-      .accessor<&CheckPreset::changed>("_changed", "The time of the last change, in seconds since the epoch.")
-      .field<&CheckPreset::applied>("applied", "Whether the checklist agreed with it when that was last looked at.")
+          "config", "_Settings.Check.Config: The states of the checks. Writing anything but a `Config` is ignored.")
+      .accessor<&CheckPreset::presets>("_presets", "_Settings.Check.Presets: The collection in which it stands.")
+      .accessor<&CheckPreset::name>("_name", "str: The stored `name`.")
+      .accessor<&CheckPreset::config>("_config", "_Settings.Check.Config: The stored `config`.")
+      .accessor<&CheckPreset::stamp>("_stamp", "str: The stored `stamp`.")
+      .accessor<&CheckPreset::changed>("_changed", "float: The time of the last change, in seconds since the epoch.")
+      .field<&CheckPreset::applied>("applied",
+                                    "bool: Whether the checklist agreed with it when that was last looked at.")
       .equals<&CheckPreset::equals>()
       .length<&CheckPreset::size>()
       .done();
 
   py::Class<PresetEditor>(scope, "Editor",
-                          "Connects the presets with a checklist.\n\n"
+                          "Connects the presets with a checklist, from which they are made and to which they go.\n\n"
                           "`create`, `upload` and `apply` do nothing while the checklist has no configuration.")
       .init<&PresetEditor::init>({"check_list", "presets"})
-      .accessor<&PresetEditor::names>("names", "The names of the presets, in order.")
+      .accessor<&PresetEditor::names>("names", "list[str]: The names of the presets, in order.")
       .operation<&PresetEditor::config_loaded>("_config_loaded", "Whether the checklist has a configuration.")
       .operation<&PresetEditor::create>("create", {"name"}, "Adds a preset of the checklist's present configuration.")
       .operation<&PresetEditor::upload>("upload", {"preset"},
@@ -216,8 +215,8 @@ void expose_check_presets(const py::Scope& check) {
       .operation<&PresetEditor::apply>("apply", {"preset"}, "Brings the checklist to what a preset holds.")
       .operation<&PresetEditor::erase>("erase", {"preset"}, "Removes a preset.")
       .operation<&PresetEditor::sync_applied>("sync_applied", "Marks the presets that match the checklist.")
-      .readonly<&PresetEditor::check_list>("_check_list", "The checklist.")
-      .readonly<&PresetEditor::presets>("_presets", "The presets.")
+      .readonly<&PresetEditor::check_list>("_check_list", "Any: The checklist.")
+      .readonly<&PresetEditor::presets>("_presets", "_Settings.Check.Presets: The presets.")
       .done();
 }
 

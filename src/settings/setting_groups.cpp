@@ -78,33 +78,33 @@ void expose_setting_groups(const py::Scope& settings) {
   py::Class<ExportSettings>(settings, "Export",
                             "Where exported files went last. Built from the JSON form, whose keys may be missing.")
       .init<&ExportSettings::init>({"data"})
-      .accessor<&ExportSettings::data>("data", "The JSON form, a new dict.")
-      .field<&ExportSettings::mode>("mode", "How the directory is found, a `Constants.Export.Mode`.")
-      .field<&ExportSettings::directory>("directory", "The last directory, with \"~\" for the user's home.")
+      .accessor<&ExportSettings::data>("data", "dict[str, Any]: The JSON form, a new dict.")
+      .field<&ExportSettings::mode>("mode", "int: How the directory is found, one of `Constants.Export.Mode`.")
+      .field<&ExportSettings::directory>("directory", "str: The last directory, with \"~\" for the user's home.")
       .done();
 
   py::Class<WorkspaceSettings>(settings, "Workspace",
                                "What the user works on. Built from the JSON form, whose keys may be missing.")
       .init<&WorkspaceSettings::init>({"data"})
-      .accessor<&WorkspaceSettings::data>("data", "The JSON form, a new dict.")
-      .field<&WorkspaceSettings::project>("project", "Identifies the current project; empty for none.")
-      .field<&WorkspaceSettings::check_updates>("check_updates", "Whether the front-end asks for newer versions.")
+      .accessor<&WorkspaceSettings::data>("data", "dict[str, Any]: The JSON form, a new dict.")
+      .field<&WorkspaceSettings::project>("project", "str: Identifies the current project; empty for none.")
+      .field<&WorkspaceSettings::check_updates>("check_updates", "bool: Whether the front-end asks for newer versions.")
       .done();
 
   py::Class<ServerSettings>(settings, "Server",
                             "The server that a team shares.\n\n"
-                            "Built from the JSON form, whose keys may be missing. The address is kept in the variable\n"
+                            "Built from the JSON form, whose keys may be missing. The address is kept in the variable "
                             "HERON-SERVER of the process's environment, as \"host:port\".")
       .init<&ServerSettings::init>({"data"})
       .accessor<&ServerSettings::host, &ServerSettings::set_host>(
-          "host", "Its host. ValueError for one that the environment cannot hold.")
-      .accessor<&ServerSettings::port, &ServerSettings::set_port>("port", "Its port.")
-      .accessor<&ServerSettings::data>("data", "The JSON form, a new dict.")
+          "host", "str: Its host. ValueError for one that the environment cannot hold.")
+      .accessor<&ServerSettings::port, &ServerSettings::set_port>("port", "int: Its port.")
+      .accessor<&ServerSettings::data>("data", "dict[str, Any]: The JSON form, a new dict.")
       .operation<&ServerSettings::set_environment>("_set_environment", "Puts the address into HERON-SERVER.")
-      .field<&ServerSettings::enabled>("enabled", "Whether it is used, for projects and statistics.")
-      .field<&ServerSettings::erase_sent>("erase_sent", "Whether statistics that it took are removed here.")
-      .accessor<&ServerSettings::host>("_host", "The stored `host`.")
-      .accessor<&ServerSettings::port>("_port", "The stored `port`.")
+      .field<&ServerSettings::enabled>("enabled", "bool: Whether it is used, for projects and statistics.")
+      .field<&ServerSettings::erase_sent>("erase_sent", "bool: Whether statistics that it took are removed here.")
+      .accessor<&ServerSettings::host>("_host", "str: The stored `host`.")
+      .accessor<&ServerSettings::port>("_port", "int: The stored `port`.")
       .done();
 }
 

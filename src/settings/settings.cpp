@@ -88,14 +88,15 @@ void expose_settings(const py::Scope& module) {
   const py::Scope settings =
       py::Class<Settings>(
           module, "_Settings",
-          "The settings of a user: one document on disk, which the host's `environment` names.\n\n"
-          "It is read once, here. A missing file, one that cannot be read, and one of another version leave the\n"
-          "defaults, and a record in the log; a corrupted one is moved aside. A group of the wrong kind is left\n"
-          "at its defaults, with a warning. AttributeError for a document that is a list or a plain value;\n"
-          "TypeError for a stored directory whose \"enabled\" is no boolean. Nothing is written but by `write`.")
+          "The settings of a user: one document on disk, which the host's `environment` names, as it does the `target` "
+          "and the `scope`.\n\n"
+          "It is read once, here. A missing file, one that cannot be read, and one of another version leave the "
+          "defaults, and a record in the log; a corrupted one is moved aside. A group of the wrong kind is left at its "
+          "defaults, with a warning. AttributeError for a document that is a list or a plain value; TypeError for a "
+          "stored directory whose \"enabled\" is no boolean. Nothing is written but by `write`.")
           .attribute("version", py::to_python(Settings::kVersion))
           .init<&Settings::init>({"environment"})
-          .accessor<&Settings::data>("data", "The JSON form, a new dict.")
+          .accessor<&Settings::data>("data", "dict[str, Any]: The JSON form, a new dict.")
           .operation<&Settings::write>("write",
                                        "Replaces the document on disk by `data`.\n\n"
                                        "A failure is logged, and the file stays as it was.")
@@ -103,19 +104,19 @@ void expose_settings(const py::Scope& module) {
           .static_operation<&Settings::approved_name>(
               "approved_name", {"text", {"none", false}, {"method", "EN_RU"}},
               "What a filter of `Constants.Name.Filter` leaves of a text.\n\n"
-              "With another `method`, `EMPTY` among them, the text itself, or None if `none` is true.\n"
-              "TypeError for a filter of what is no text.")
+              "With another `method`, `EMPTY` among them, the text itself, or None if `none` is true. TypeError for a "
+              "filter of what is no text.")
           .static_operation<&Settings::is_approved>(
               "is_approved", {"text", {"method", "EN_RU"}},
               "Whether a filter of `Constants.Name.Filter` leaves a name as it is.\n\n"
-              "With `EMPTY`, whether it is a text that is not empty. An unknown filter approves nothing.\n"
-              "TypeError for a filter of what is no text.")
-          .field<&Settings::check>("check", "What is set up for checks.")
-          .field<&Settings::exporting>("export", "Where exported files went last.")
-          .field<&Settings::workspace>("workspace", "What the user works on.")
-          .field<&Settings::server>("server", "The server that a team shares.")
-          .field<&Settings::urls>("urls", "The addresses of the public web site.")
-          .readonly<&Settings::path>("_path", "Where the document is.")
+              "With `EMPTY`, whether it is a text that is not empty. An unknown filter approves nothing. TypeError for "
+              "a filter of what is no text.")
+          .field<&Settings::check>("check", "_Settings.Check.State: What is set up for checks.")
+          .field<&Settings::exporting>("export", "_Settings.Export: Where exported files went last.")
+          .field<&Settings::workspace>("workspace", "_Settings.Workspace: What the user works on.")
+          .field<&Settings::server>("server", "_Settings.Server: The server that a team shares.")
+          .field<&Settings::urls>("urls", "_Settings.URLs: The addresses of the public web site.")
+          .readonly<&Settings::path>("_path", "str: Where the document is.")
           .done();
 
   const py::Scope check = expose_check(settings);

@@ -43,19 +43,20 @@ void expose_urls(const py::Scope& settings) {
                           "The addresses of the pages of the public web site.\n\n"
                           "`target` is the host application, `scope` its version.")
           .init<&SiteUrls::init>({"target", "scope"})
-          .readonly<&SiteUrls::host>("host", "The host of the site, which the build decides.")
-          .readonly<&SiteUrls::port>("port", "Its port.")
-          .accessor<&SiteUrls::path>("path", "A new `Path`: the paths of the pages.")
-          .accessor<&SiteUrls::home>("home", "The site itself.")
+          .readonly<&SiteUrls::host>("host", "str: The host of the site, which the build decides.")
+          .readonly<&SiteUrls::port>("port", "int: Its port.")
+          .accessor<&SiteUrls::path>("path", "_Settings.URLs.Path: The paths of the pages, new each time.")
+          .accessor<&SiteUrls::home>("home", "str: The site itself.")
           .accessor<&SiteUrls::latest>("latest",
-                                       "Where the latest version is told. TypeError for a scope that is no text.")
-          .accessor<&SiteUrls::documentation>("documentation", "The documentation.")
-          .accessor<&SiteUrls::documentation_editor>("documentation_editor", "The documentation of the project editor.")
-          .accessor<&SiteUrls::feedback>("feedback", "Where feedback goes.")
-          .readonly<&SiteUrls::target>("_target", "The host application.")
-          .readonly<&SiteUrls::scope>("_scope", "Its version.")
-          .readonly<&SiteUrls::host>("_host", "The stored `host`.")
-          .readonly<&SiteUrls::port>("_port", "The stored `port`.")
+                                       "str: Where the latest version is told. TypeError for a scope that is no text.")
+          .accessor<&SiteUrls::documentation>("documentation", "str: The documentation.")
+          .accessor<&SiteUrls::documentation_editor>("documentation_editor",
+                                                     "str: The documentation of the project editor.")
+          .accessor<&SiteUrls::feedback>("feedback", "str: Where feedback goes.")
+          .readonly<&SiteUrls::target>("_target", "str: The host application.")
+          .readonly<&SiteUrls::scope>("_scope", "str: Its version.")
+          .readonly<&SiteUrls::host>("_host", "str: The stored `host`.")
+          .readonly<&SiteUrls::port>("_port", "int: The stored `port`.")
           .done();
 
   py::Class<SitePaths>(scope, "Path",
@@ -63,13 +64,13 @@ void expose_urls(const py::Scope& settings) {
                        "`target` is the host application, `scope` its version.")
       .init<&SitePaths::init>({"target", "scope"})
       .accessor<&SitePaths::latest>("latest",
-                                    "Where the latest version is told. TypeError for a scope that is no text.")
-      .accessor<&SitePaths::documentation>("documentation", "The documentation.")
-      .accessor<&SitePaths::feedback>("feedback", "Where feedback goes.")
+                                    "str: Where the latest version is told. TypeError for a scope that is no text.")
+      .accessor<&SitePaths::documentation>("documentation", "str: The documentation.")
+      .accessor<&SitePaths::feedback>("feedback", "str: Where feedback goes.")
       .static_operation<&SitePaths::format_scope>("format_scope", {"scope"},
                                                   "The first two numbers of a version, or all of it if it has fewer.")
-      .readonly<&SitePaths::target>("_target", "The host application.")
-      .readonly<&SitePaths::scope>("_scope", "Its version.")
+      .readonly<&SitePaths::target>("_target", "str: The host application.")
+      .readonly<&SitePaths::scope>("_scope", "str: Its version.")
       .done();
 }
 
