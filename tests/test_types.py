@@ -1,15 +1,18 @@
-"""The types of the module, `core.pyi`: they fit what it offers, and serve who writes hosts and front-ends."""
+"""The types of the module, with its docstrings: they fit what it offers, and serve who writes hosts."""
 
 import ast
+import inspect
 import os
 import re
 import subprocess
 import sys
 from pathlib import Path
 
+import pytest
+
 import core
 
-STUBS = Path(__file__).parents[1] / "python" / "core.pyi"
+ROOT = Path(__file__).parents[1]
 
 HOST = '''
 from collections.abc import Callable
@@ -157,10 +160,19 @@ def use(host: Host) -> None:
 """
 
 
-def run(*arguments: str, cwd: Path) -> subprocess.CompletedProcess[str]:
+@pytest.fixture(scope="module")
+def stubs(tmp_path_factory):
+    """The types with the docstrings of the module under test."""
+    path = tmp_path_factory.mktemp("types") / "core.pyi"
+    tool, source = ROOT / "tools" / "document_types.py", ROOT / "python" / "core.pyi"
+    subprocess.run([sys.executable, tool, core.__file__, source, path], check=True)
+    return path
+
+
+def run(stubs: Path, *arguments: str, cwd: Path) -> subprocess.CompletedProcess[str]:
     """Runs a part of mypy on the module under test and its types."""
     environment = os.environ | {
-        "MYPYPATH": str(STUBS.parent),
+        "MYPYPATH": str(stubs.parent),
         "PYTHONPATH": str(Path(core.__file__).parent),
         # The checker's own leaks are not ours.
         "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0",
@@ -175,56 +187,87 @@ def run(*arguments: str, cwd: Path) -> subprocess.CompletedProcess[str]:
     )
 
 
-def check(source: str, directory: Path) -> str:
+def check(stubs: Path, source: str, directory: Path) -> str:
     """What the strict type checker prints about a program, its summary included."""
     (directory / "program.py").write_text(source, encoding="utf-8")
-    result = run("mypy", "--strict", "--config-file=", "--python-version=3.10", "program.py", cwd=directory)
+    result = run(
+        stubs, "mypy", "--strict", "--config-file=", "--python-version=3.10", "program.py", cwd=directory
+    )
     assert not result.stderr
     return result.stdout
 
 
-def written_names(body: list[ast.stmt], path: str) -> set[str]:
-    """The full names of all that a class or module of the stubs declares."""
-    names = set()
-    for statement in body:
+def written(body: list[ast.stmt], path: str) -> dict[str, tuple[str, str | None]]:
+    """What a class or module of the stubs declares, by its full name: its type and its docstring."""
+    found = {}
+    for statement, following in zip(body, [*body[1:], None]):
+        name = getattr(statement, "name", None) or getattr(
+            getattr(statement, "target", statement), "id", None
+        )
+        annotation = getattr(statement, "annotation", None) or getattr(statement, "returns", None)
+        text = None
+        if isinstance(statement, ast.ClassDef | ast.FunctionDef):
+            text = ast.get_docstring(statement)
+        elif isinstance(following, ast.Expr) and isinstance(following.value, ast.Constant):
+            text = inspect.cleandoc(following.value.value)
+        # Of a property the getter, which comes before the setter.
+        found.setdefault(f"{path}.{name}", (ast.unparse(annotation) if annotation else "", text))
         if isinstance(statement, ast.ClassDef):
-            names |= written_names(statement.body, f"{path}.{statement.name}")
-        for node in (statement, *getattr(statement, "targets", ())):
-            name = getattr(node, "name", None) or getattr(getattr(node, "target", node), "id", None)
-            names |= {f"{path}.{name}"} if name else set()
-    return names
+            found |= written(statement.body, f"{path}.{statement.name}")
+        for target in getattr(statement, "targets", ()):
+            found[f"{path}.{target.id}"] = ("", None)
+    return found
 
 
-def offered_names(scope: object, path: str) -> set[str]:
-    """The full names of all that a class or the module has, less what the runtime gives to each."""
-    names = set()
+def offered(scope: object, path: str) -> dict[str, object]:
+    """The members of the module and its classes by their full names, less what the runtime gives to each."""
+    found = {}
     for name, value in vars(scope).items():
         if re.fullmatch("__.*__", name):
             continue
-        names.add(f"{path}.{name}")
+        found[f"{path}.{name}"] = getattr(value, "__func__", value)
         if isinstance(value, type) and value.__module__ == "core":
-            names |= offered_names(value, f"{path}.{name}")
-    return names
+            found |= offered(value, f"{path}.{name}")
+    return found
 
 
-def test_types_fit_the_module(tmp_path):
-    result = run("mypy.stubtest", "core", cwd=tmp_path)
+def without_aliases(annotation: str, tree: ast.Module) -> str:
+    """A type in the names that the module has, too."""
+    aliases = {"_Masks": "Mask"}
+    for statement in tree.body:
+        if isinstance(statement, ast.AnnAssign) and ast.unparse(statement.annotation) == "TypeAlias":
+            aliases[statement.target.id] = re.sub(
+                r"\b_\w+", lambda name: aliases[name[0]], ast.unparse(statement.value)
+            )
+    return re.sub(r"(?<!\.)\b_\w+", lambda name: aliases.get(name[0], name[0]), annotation)
+
+
+def test_types_fit_the_module(stubs, tmp_path):
+    result = run(stubs, "mypy.stubtest", "core", cwd=tmp_path)
     assert result.returncode == 0, result.stdout + result.stderr
 
 
-def test_types_leave_no_name_out():
+def test_types_leave_out_no_name_and_no_docstring(stubs):
     # The comparison of the stubs with the module passes over private names that only the module has.
-    written = written_names(ast.parse(STUBS.read_text(encoding="utf-8")).body, "core")
-    assert offered_names(core, "core") - written == set()
+    tree = ast.parse(stubs.read_text(encoding="utf-8"))
+    assert ast.get_docstring(tree) == inspect.getdoc(core)
+    declared, members = written(tree.body, "core"), offered(core, "core")
+    assert members.keys() - declared.keys() == set()
+    for name, member in members.items():
+        annotation, text = declared[name]
+        if isinstance(member, type) or inspect.isroutine(member) or inspect.isdatadescriptor(member):
+            assert text == (inspect.getdoc(member) if member is not str else None), name
+        if inspect.isdatadescriptor(member):
+            assert text.startswith(f"{without_aliases(annotation, tree)}: "), name
 
 
-def test_host_and_session_are_well_typed(tmp_path):
-    assert check(HOST + SESSION, tmp_path) == "Success: no issues found in 1 source file\n"
+def test_host_and_session_are_well_typed(stubs, tmp_path):
+    assert check(stubs, HOST + SESSION, tmp_path) == "Success: no issues found in 1 source file\n"
 
 
-def test_mistakes_are_found(tmp_path):
+def test_mistakes_are_found(stubs, tmp_path):
     source = HOST + MISTAKES
     marked = enumerate(source.splitlines(), 1)
     expected = {(number, line.rpartition("  # ")[2]) for number, line in marked if "  # " in line}
-    found = re.findall(r"program\.py:(\d+): error: .*\[([\w-]+)\]", check(source, tmp_path))
+    found = re.findall(r"program\.py:(\d+): error: .*\[([\w-]+)\]", check(stubs, source, tmp_path))
     assert {(int(number), name) for number, name in found} == expected
