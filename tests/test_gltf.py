@@ -22,6 +22,8 @@ DATA = [{"joint": {"path": "/car", "name": "дом", "children": [{"name": "body
 DEEP = {"name": "bottom"}
 for _ in range(200):
     DEEP = {"children": [DEEP]}
+JOINTS = [None, {"path": 5}, {"children": [{"children": {}}]}, DEEP]
+MALFORMED = [None, {}, [5], [{"checked": "yes"}], *([{"joint": joint}] for joint in JOINTS)]
 
 
 def open_scene(tmp_path, content, name="scene.gltf"):
@@ -225,14 +227,7 @@ def test_data_live_in_memory_until_they_are_saved(tmp_path):
     assert json.loads((tmp_path / "scene.gltf").read_bytes()) == {**CAR, "extras": {"mine": 1}}
 
 
-@pytest.mark.parametrize(
-    "extras",
-    [None, 5, [DATA], {}]
-    + [{"heron": data} for data in (None, {}, [5], [{"checked": "yes"}])]
-    + [
-        {"heron": [{"joint": joint}]} for joint in (None, {"path": 5}, {"children": [{"children": {}}]}, DEEP)
-    ],
-)
+@pytest.mark.parametrize("extras", [None, 5, [DATA], {}, *({"heron": data} for data in MALFORMED)])
 def test_extras_of_another_shape_hold_no_data_and_survive(tmp_path, extras):
     scene = open_scene(tmp_path, {**CAR, "extras": extras})
     assert scene.query_filedata() == []
