@@ -286,8 +286,8 @@ def test_a_progress_bar_shows_on_a_terminal_alone(heron):
         (["--project", "rules.json"], 'rule "body": no check t.scales; did you mean t.scale'),
         (["--output", "missing/report.html"], "missing/report.html: no such directory"),
         (["--output", "."], "a directory"),
-        (["--output", "scene.gltf"], "scene.gltf: "),
-        (["--project", "rules.json", "--output", "rules.json"], "rules.json: "),
+        (["--output", "scene.gltf"], "scene.gltf: the report would replace"),
+        (["--project", "rules.json", "--output", "rules.json"], "rules.json: the report would"),
         (["--enable", "t.exits"], "exits.py, line "),
     ],
 )
