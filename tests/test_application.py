@@ -223,15 +223,11 @@ def test_the_same_state_is_loaded_once(make):
     api.project.load(second)
     assert api.settings.workspace.project == second and api.export.flags.triangulate is False
 
-
-def test_a_project_may_construct_what_loads_it(make):
-    api = make()
-
     class Odd:
         compatible, history, name, edit_timestamp = True, api.project.get_empty().history, "odd", 3.0
 
         @property
-        def filename(self):
+        def filename(self):  # may construct what loads it
             api.project.__init__(api, api.scene.hierarchy)
             return "odd.json"
 
@@ -336,11 +332,9 @@ def test_what_cannot_be_written_is_skipped_and_the_others_are_not(make, tmp_path
     assert events == [("export_skipped", "a", "c["), ("export_skipped", "a", "b", "c[")]
     assert (len(messages), len(api.env.records("exported"))) == (3, 2)
     api = make(host, exporters=())
-    events = listen(api)
     with logged() as messages:
         api.export.selected(str(tmp_path))
-    assert api.export.options.selected is None and events == [("export_skipped", "a", "b", "c[")]
-    assert all(message.startswith("AttributeError: ") for message in messages)
+    assert [message.split(":")[0] for message in messages] == ["AttributeError"] * 3
 
 
 def test_an_export_inside_an_export_is_refused(make, tmp_path):

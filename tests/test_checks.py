@@ -284,7 +284,14 @@ def test_result_is_a_run_with_its_record():
     result.check()
     assert (result.status, result.could_be_fixed, result.could_be_selected) == ("pass", False, False)
     assert not result._check.result
-    assert host.told("result", "name") == [(status, result.name) for status in ("fail", "fail", "pass")]
+    result._check.could_be_fixed = True
+    result._param.load({"unknown": 1})
+    with logged() as messages:
+        result.check()
+    assert (result.status, result.could_be_fixed) == (Status.Error, True)  # the check did not run
+    assert messages[0].startswith("AttributeError: ")
+    statuses = ("fail", "fail", "pass", "error")
+    assert host.told("result", "name") == [(status, result.name) for status in statuses]
     assert all(isinstance(r["timestamp"], float) and 0 <= r["speed"] < 60 for r in host.records)
     assert (Base.result, Lengths.could_be_fixed, Lengths.long_name) == ([], False, "Length of names")
 
@@ -322,27 +329,13 @@ def test_only_what_a_check_raises_counts_and_no_run_stops():
         assert (result.status, result.could_be_fixed) == ("error", False), message
         assert host.told("result", "name") == [("error", "Made (Task 01)")] * 2
         assert len(messages) == 2 and all(text.startswith(message) for text in messages)
-    with logged() as messages:
-        nameless = outcome(host, long_name=property(raising(OSError("no name"))), check=lambda *_: None)
-    assert (nameless.status, host.told("name")[2:]) == (Status.Pass, [(None,)])
-    assert messages == ["OSError: no name"]
-
-
-def test_wrong_parameters_keep_the_check_from_running():
-    host = Host()
-    result = outcome(host, Lengths, path="/a rather long name")
-    result._param.load({"unknown": 1})
-    with logged() as messages:
-        result.check()
-    assert result.status == Status.Error and messages[0].startswith("AttributeError: ")
-    assert result.could_be_fixed and result._check.result.length == 1  # as they were
-    assert host.told("result") == [("fail",), ("error",)]
-
     task = Block.Task([Switch("on")])
     task._table["on"] = type("Odd", (Switch,), {"data": property(raising(OSError("no data")))})("on")
     with logged() as messages:
-        result = Task.Result("/a", Lengths, task, host, host)
-    assert (result.status, messages) == (Status.Error, ["OSError: no data"])
+        nameless = outcome(host, long_name=property(raising(OSError("no name"))), check=lambda *_: None)
+        unread = Task.Result("/a", Lengths, task, host, host)
+    assert (nameless.status, unread.status, host.records[2]["name"]) == (Status.Pass, Status.Error, None)
+    assert sorted(messages) == ["OSError: no data", "OSError: no name"]
 
 
 def test_what_a_check_does_to_its_own_result_crashes_nothing():

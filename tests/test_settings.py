@@ -1,6 +1,5 @@
 """The settings document of a user."""
 
-import copy
 import json
 import os
 from types import SimpleNamespace
@@ -53,15 +52,6 @@ def test_another_version_is_left_alone_until_a_write(path):
         assert json.loads(path.read_bytes()) == DEFAULTS
 
 
-def test_missing_groups_and_keys_have_their_defaults(path):
-    with logged() as messages:
-        settings = load(stored(path, {"version": 4, "workspace": {"project": "p"}, "server": {"port": "x"}}))
-    expected = copy.deepcopy(DEFAULTS)
-    expected["workspace"]["project"] = "p"
-    expected["server"]["port"] = "x"  # values are not judged here
-    assert (settings.data, messages) == (expected, [])
-
-
 def test_a_corrupted_file_is_moved_aside(path):
     content = b'{"version": ' + b"1" * 5000 + b"}"
     path.write_bytes(content)
@@ -109,13 +99,23 @@ def test_what_is_read_can_be_written_and_read_again(document):
 
 
 def test_what_is_written_is_read_again_in_the_same_order(path, tmp_path):
-    settings = load(stored(path, {"version": 4, "unknown": 1, "export": {"other": 2}}))
+    document = {
+        "version": 4,
+        "unknown": 1,
+        "workspace": {"project": "p"},
+        "server": {"port": "x", "other": 2},
+    }
+    settings = load(stored(path, document))
+    groups = {
+        "workspace": DEFAULTS["workspace"] | {"project": "p"},
+        "server": DEFAULTS["server"] | {"port": "x"},
+    }
+    assert settings.data == DEFAULTS | groups  # values are not judged here
     settings.check.mode = Constants.Check.Mode.Project
     settings.check.config.get("id", force=True).enabled = True
     settings.check.directories.register("Mine", str(tmp_path))
     settings.check.presets.add("\u044f", settings.check.config.clone())
     settings.export.directory = "~/out"
-    settings.workspace.project = "p"
     settings.server.host = "h"
     settings.write()
     assert json.dumps(load(path).data) == json.dumps(settings.data)
