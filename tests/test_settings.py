@@ -99,18 +99,10 @@ def test_what_is_read_can_be_written_and_read_again(document):
 
 
 def test_what_is_written_is_read_again_in_the_same_order(path, tmp_path):
-    document = {
-        "version": 4,
-        "unknown": 1,
-        "workspace": {"project": "p"},
-        "server": {"port": "x", "other": 2},
-    }
-    settings = load(stored(path, document))
-    groups = {
-        "workspace": DEFAULTS["workspace"] | {"project": "p"},
-        "server": DEFAULTS["server"] | {"port": "x"},
-    }
-    assert settings.data == DEFAULTS | groups  # values are not judged here
+    settings = load(stored(path, {"version": 4, "unknown": 1, "server": {"port": "x", "other": 2}}))
+    server = DEFAULTS["server"] | {"port": "x"}  # values are not judged here
+    assert settings.data == DEFAULTS | {"server": server}
+    settings.workspace.project = "p"
     settings.check.mode = Constants.Check.Mode.Project
     settings.check.config.get("id", force=True).enabled = True
     settings.check.directories.register("Mine", str(tmp_path))
