@@ -73,12 +73,12 @@ lint-python: $(VENV)/.lint-ready
 
 lint-cpp: $(VENV)/.lint-ready build/dev/build.ninja
 	@"$(BIN)/python" tools/check-floors
-	@find $(wildcard src fuzz) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" --dry-run --Werror
+	@find $(wildcard src fuzz tests) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" --dry-run --Werror
 	@find src -name '*.cpp' | sort \
 	  | xargs -P "$$(getconf _NPROCESSORS_ONLN)" -n 1 "$(BIN)/clang-tidy" -p build/dev --quiet
 
 format: $(VENV)/.lint-ready ## Bring C++ and Python into their form
-	@find $(wildcard src fuzz) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" -i
+	@find $(wildcard src fuzz tests) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" -i
 	@"$(BIN)/ruff" format --quiet $(wildcard python tests bench examples tools)
 	@"$(BIN)/ruff" check --quiet --select I --fix $(wildcard python tests bench examples tools)
 

@@ -1,13 +1,19 @@
 """The engine against a plain writing of the same matching, over scenes and patterns of every shape."""
 
 import re
+import shutil
+import subprocess
 from functools import cache
+from pathlib import Path
 from random import Random
 
 import plain_scan
+import pytest
 from hosts import QUERIES, DictHost, logged, node, rule, scene, session
 from hypothesis import event, given, settings
 from hypothesis import strategies as st
+
+import core
 
 STEMS = ["a", "b", "ab"]
 NAMES = [
@@ -241,7 +247,12 @@ def test_equal_rules_share_what_they_take():
     assert [path for path, _ in found] == ["/b"]  # what stands for both is what the later one found: nothing
 
 
-# Growth, told by counts of calls.
+def test_the_matching_by_itself():
+    program = shutil.which("test_matching", path=Path(core.__file__).parent / "tests" / "native")
+    if program is None:
+        pytest.skip("the native tests stand beside a development build")
+    result = subprocess.run([program], capture_output=True, text=True, timeout=100, check=False)
+    assert result.returncode == 0, result.stderr
 
 
 def test_the_host_and_the_runtime_are_asked_once_for_each_object(monkeypatch):

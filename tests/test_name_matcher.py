@@ -200,24 +200,9 @@ def test_hard_cases(cases, native, left_to_the_runtime):
     compare("", ["", "a"])
 
 
-@pytest.mark.parametrize("expression", ["^(a|a)*b$", "^(a+?){2,}b", "^(?:(?:.+x)+y)+$"])
-def test_no_expression_makes_a_name_take_ages(expression):
-    for length in (60, 5000):
-        assert matches(expression, "a" * length + "c") is False
-        assert left_of("^!|" + expression + KEY, "a" * length + "c") == "a" * length + "c"
-    assert left_of("^!|(?:a|b|c)*d|a" + KEY, "a" * 100_000) == ""  # each after a look at all the rest
-
-
 def test_deep_and_large_expressions_end():
     deep = "(" * 100_000 + ")" * 100_000
     assert outcome(matches, deep, "a")[0] is RecursionError
     assert matches("a" * 100_000 + "+", "a" * 100_001) is True
+    assert left_of("^!|(?:a|b|c)*d|a" + KEY, "a" * 100_000) == ""  # each after a look at all the rest
     assert left_of("^a{1,3}?(?:a|é)*" + KEY, "aé" * 1_000_000) == ""
-
-
-def test_an_expression_is_known_again():
-    # More than any cache holds, twice, so that places are taken over and back.
-    numbers = [*range(5000)] * 2
-    assert all(matches(rf"^part{n}_\d$", f"part{n}_7") for n in numbers)
-    assert not any(matches(rf"^part{n}_\d$", f"part{n}0_7") for n in numbers)
-    assert all(left_of(rf"^(?=part){n}?" + KEY, "part") == "part" for n in numbers[:100])

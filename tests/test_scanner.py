@@ -219,7 +219,7 @@ WRONG = {
 
 
 def test_wrong_expressions_end_the_scan():
-    for regex, error in [(regex, error) for error in WRONG for regex in WRONG[error]]:
+    for error, regex in [(kind, each) for kind in WRONG for each in WRONG[kind]]:
         engine = session(scene({"a": {"aa": {}}}), node(rule("a", "^a$"), node(rule("wrong", regex, 0, 9))))
         engine.host.selection = ["/a"]
         with logged() as messages:
