@@ -23,7 +23,7 @@ def server(tmp_path):
     """A server for projects; `told` is what it says."""
     told = []
     store = Store(str(tmp_path / "server"), told.append)
-    with running(ProjectServer("127.0.0.1", 0, store, told.append, largest_body=100_000)) as server:
+    with running(ProjectServer("127.0.0.1", 0, store, told.append, largest_body=2_000_000)) as server:
         server.told = told
         yield server
 
@@ -219,7 +219,7 @@ BAD_FILES = ["../x.json", "a\\b.json", "x.exe", "x.json ", "x.json.", ".json", "
         (request(doc(edit_timestamp=10**400)), {}, 400, '"edit_timestamp"'),
         (request(doc()), {"path": "/"}, 404, "projects are at /projects"),
         (request(doc()), {"Content-type": "text/plain"}, 415, "content type"),
-        (request(doc(name="x" * 200_000)), {}, 413, "at most 100,000 bytes"),
+        (request(doc(name="x" * 7_000_000)), {}, 413, "at most 2,000,000 bytes"),
         (b"", {"method": "GET"}, 405, "heron sync"),
     ],
 )
