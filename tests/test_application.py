@@ -130,11 +130,9 @@ def test_a_project_is_made_scanned_validated_and_exported(make, checks, tmp_path
 
     again = make(host, exporters=("obj", "fbx"), checks=checks)  # another session of the user
     assert (again.project.get_current(), regex(again)) == (project, "^car")
-    assert again.scene.buffer.get_path_groups() == [["/car_0"], ["/car_1"]]
     again.export.start()
-    assert "car_1.v03.fbx" in files(out)
     assert host.exported[-1] == (["/car_1"], "fbx", {"embed": True}, False, True, False)
-    assert len(again.env.records("exported")) == 3
+    assert "car_1.v03.fbx" in files(out) and len(again.env.records("exported")) == 3
 
 
 # The scene
