@@ -10,28 +10,14 @@ from random import Random
 import plain_scan
 import pytest
 from hosts import QUERIES, DictHost, logged, node, rule, scene, session
-from hypothesis import event, given, settings
+from hypothesis import given, settings
 from hypothesis import strategies as st
 
 import core
 
 STEMS = ["a", "b", "ab"]
-NAMES = [
-    *STEMS,
-    "a_x",
-    "a_y",
-    "b_x",
-    "b_y",
-    "ab_x",
-    "ab_y",
-    "",
-    "a_x_y",
-    "._x",
-    "^a",
-    "grp",
-    "b\n",
-    "\udc80_x",
-]
+NAMES = [f"{stem}{end}" for stem in STEMS for end in ("", "_x", "_y")]
+NAMES += ["", "a_x_y", "._x", "^a", "grp", "<n>", "é_x", "b\n", "\udc80_x"]
 TYPES = ["transform", "locator"]
 # Expressions as projects have them, and pieces that make others.
 USUAL = r"""
@@ -151,19 +137,15 @@ def pairs(result):
 class Both:
     """The engine and the plain writing, set up alike."""
 
-    def __init__(self, host, *pattern):
+    def __init__(self, depth, seed):
+        maker = Maker(seed, depth)
+        pattern, host = maker.pattern(), maker.host
         self.engine = session(host, *pattern)
         self.hierarchy = self.engine.hierarchy
         self.roots = host.get_selection_roots()
         self.engine.virtual.upload(self.roots)
         top = plain_scan.plain_scopes(self.hierarchy.pattern._hierarchy)
         self.plain = plain_scan.Matching(plain_scan.take_snapshot(host, self.roots), top)
-
-    @classmethod
-    def made(cls, depth, seed):
-        maker = Maker(seed, depth)
-        pattern = maker.pattern()
-        return cls(maker.host, *pattern)
 
     def find_anchors(self):
         self.hierarchy.find_anchors()
@@ -173,25 +155,22 @@ class Both:
         """Do both say the same? Only then, and if it was no error, their captures must be the same too."""
         assert engine == plain
         if not isinstance(plain, type):
-            assert list(self.hierarchy.search.logic.state.expressions.items()) == list(
-                self.plain.anchors.table.items()
-            )
+            captures = self.hierarchy.search.logic.state.expressions
+            assert list(captures.items()) == list(self.plain.anchors.table.items())
 
 
 @many
 @given(cases)
 def test_a_scan_agrees(case):
-    both = Both.made(*case)
+    both = Both(*case)
     host = both.engine.host
     selection, plain = list(host.selection), both.plain
     expected = outcome(lambda: plain.scan(plain.begin_at(selection, both.roots)))
     if isinstance(expected, type):
-        event("error")
         with logged() as messages:
             assert both.engine.scanner.upload_buffer() is False
         assert [type(message) for message in messages] == [expected]
         return
-    event("hierarchies" if expected else "nothing")
     assert both.engine.scanner.upload_buffer() is bool(expected)
     assert (host.data, host.appended, host.selection) == (expected, plain.hooks, selection)
     nothing = "empty_scan_result" if selection else "empty_scan_selection"
@@ -199,27 +178,19 @@ def test_a_scan_agrees(case):
 
 
 @many
-@given(cases)
-def test_matching_agrees(case):
-    both = Both.made(*case)
-    hierarchy, plain, roots = both.hierarchy, both.plain, both.roots
-    assert outcome(hierarchy.root_scopes, roots) == outcome(plain.root_scopes, roots)
-    both.agree(outcome(hierarchy.mask, roots), outcome(plain.mask, roots))
-    both.agree(outcome(hierarchy.is_valid, roots), outcome(plain.is_valid, roots))
-    claimed = outcome(plain.mask, roots)
-    if claimed and not isinstance(claimed, type):
-        both.agree(outcome(hierarchy.is_valid, claimed), outcome(plain.is_valid, claimed))
-        # Captures stay from one to the next.
-        scopes, top = hierarchy.pattern.get(), plain.top
-        both.agree(outcome(hierarchy.match, claimed, scopes), outcome(plain.match, claimed, top))
-
-
-@many
 @given(cases, st.lists(st.booleans(), min_size=2, max_size=4))
-def test_layers_agree(case, exacts):
-    both = Both.made(*case)
-    search, plain = both.hierarchy.search, both.plain
-    level, scopes, top = both.roots, both.hierarchy.pattern.get(), plain.top
+def test_matching_agrees(case, exacts):
+    both = Both(*case)
+    hierarchy, search, plain, level = both.hierarchy, both.hierarchy.search, both.plain, both.roots
+    scopes, top = hierarchy.pattern.get(), plain.top
+    assert outcome(hierarchy.root_scopes, level) == outcome(plain.root_scopes, level)
+    both.agree(outcome(hierarchy.is_valid, level), outcome(plain.is_valid, level))
+    claimed = outcome(plain.mask, level)
+    both.agree(outcome(hierarchy.mask, level), claimed)
+    if claimed and not isinstance(claimed, type):
+        # Captures stay from one to the next.
+        both.agree(outcome(hierarchy.match, claimed, scopes), outcome(plain.match, claimed, top))
+        both.agree(outcome(hierarchy.is_valid, claimed), outcome(plain.is_valid, claimed))
     both.find_anchors()
     for scope, plain_scope in zip(scopes, top):  # object by object
         for location in both.engine.virtual.get_locations(level):
@@ -234,17 +205,6 @@ def test_layers_agree(case, exacts):
             return
         location, scope = expected[-1]
         level, scopes, top = location.children, list(engine)[-1].scope.children, scope.children
-
-
-def test_equal_rules_share_what_they_take():
-    shared = rule("part", "^a", 0, 2)
-    both = Both(
-        scene({"a1": None, "a2": None, "b": None}), node(shared), node(rule("b", "^b", 0, 1)), node(shared)
-    )
-    paths, search = ["/a1", "/a2", "/b"], both.hierarchy.search
-    both.engine.virtual.upload(paths)
-    found = pairs(search.layer(paths, both.hierarchy.pattern.get()))
-    assert [path for path, _ in found] == ["/b"]  # what stands for both is what the later one found: nothing
 
 
 def test_the_matching_by_itself():

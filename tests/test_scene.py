@@ -5,8 +5,6 @@ from contextlib import nullcontext
 
 import pytest
 from hosts import QUERIES, DictHost, node, rule, scene, session
-from hypothesis import given, settings
-from hypothesis import strategies as st
 
 import core
 
@@ -288,32 +286,6 @@ def test_hooks_of_a_clear():
     with pytest.raises(ValueError, match="no"):
         engine.buffer.clear()
     assert names(engine) == ["b", "c"]  # the rest is as it was
-
-
-trees = st.recursive(
-    st.just([]), lambda below: st.lists(st.tuples(st.text("ab\ud800", max_size=2), below), max_size=3)
-)
-
-
-@settings(max_examples=max(1, settings().max_examples // 3))
-@given(trees)
-def test_sorting(tree):
-    def build(below):
-        return [Joint(name=name, children=build(more)) for name, more in below]
-
-    def plain(below):
-        return [(name, plain(more)) for name, more in sorted(below, key=lambda pair: pair[0])]
-
-    def found(joints):
-        return [(joint.name, found(joint.children)) for joint in joints]
-
-    buffer = Buffer(None, None, None)
-    buffer.add([Bucket(Joint(name=name, children=build(tree))) for name in "ba"])
-    buffer.sort()
-    assert [(bucket.name, found(bucket.joint.children)) for bucket in buffer.get()] == [
-        ("b", plain(tree)),
-        ("a", plain(tree)),
-    ]
 
 
 def test_validity():
