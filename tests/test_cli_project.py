@@ -252,11 +252,13 @@ def test_a_scene_is_scanned_validated_fixed_and_exported_from_one_home(street, t
 
     assert "5 hierarchies" in run("scan", "--save")[0]
     assert "did you mean Street?" in run("scan", project="Stret")[1]
+    (kept,) = Path("home/projects").iterdir()
+    assert "would replace what it is about" in run("validate", "--output", kept)[1]
     before = run("validate")[0]
     assert "fixed" in run("validate", "--fix", "--save")[0]
     assert run("validate", project=STREET_PROJECT)[0].count("  fail") < before.count("  fail")
     assert exported(run("export", "--to", "out", "--versions")[0])
     used = json.loads(Path("home/statistics.json").read_text())
-    assert [one["project"] for one in used["validate"]] == [*os.listdir("home/projects") * 2, "street.json"]
+    assert [one["project"] for one in used["validate"]] == [kept.name, kept.name, "street.json"]
     assert len(used["exported"]) == 1
     assert GltfScene(scene).query_filedata()
