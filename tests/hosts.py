@@ -117,9 +117,9 @@ def counted(name):
 
 
 QUERIES = ("object_exists", "get_type", "get_parent", "get_children", "name_from_path")
-for name in (*QUERIES, "get_selection", "get_selection_roots", "select", "query_filedata", "embed_filedata"):
-    setattr(DictHost, name, counted(name))
-for name in ("erase_filedata", "postscript_scan_append", "postscript_scan_remove"):
+HOOKS = ("erase_filedata", "postscript_scan_append", "postscript_scan_remove")
+FURTHER = ("get_selection", "get_selection_roots", "select", "query_filedata", "embed_filedata")
+for name in (*QUERIES, *HOOKS, *FURTHER):
     setattr(DictHost, name, counted(name))
 
 

@@ -85,7 +85,8 @@ def test_the_order_of_questions():
 def test_a_shared_tree_is_no_circle():
     shared = Joint(name="s", children=[Joint(name="b"), Joint(name="a")])
     bucket = Bucket(Joint(name="t", children=[shared, Joint(name="r", children=[shared]), shared]))
-    assert "".join(joint.name for joint in bucket.get_joints()) == "tsbarsbasba"
+    assert "".join(joint.name for joint in bucket.get_joints()) == "tsbarsbasba"  # parents first
+    assert bucket.get_joints(shared) == shared.children
     Buffer(None, None, None).sort([bucket.joint])
     assert [joint.name for joint in shared.children] == ["a", "b"]
 

@@ -5,7 +5,7 @@ import re
 import weakref
 
 import pytest
-from hosts import QUERIES, logged, node, record, rule, scene, session
+from hosts import HOOKS, QUERIES, logged, node, record, rule, scene, session
 from memory import stays_flat
 
 import core
@@ -154,8 +154,6 @@ def test_a_reload_keeps_what_the_user_chose_and_drops_what_is_gone():
 
 
 # Hosts and expressions that fail.
-
-HOOKS = ("erase_filedata", "postscript_scan_append", "postscript_scan_remove")
 
 
 @pytest.mark.parametrize("operation", ["get_selection_roots", *QUERIES, *HOOKS])
