@@ -2,7 +2,7 @@
 
 import json
 import threading
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import ThreadPoolExecutor, wait
 from types import SimpleNamespace
 
 import pytest
@@ -130,18 +130,14 @@ def test_a_merge_loses_no_time_and_prefers_memory(tmp_path_factory, document, ou
         assert all(by_time(document[key]) == by_time(latest[key]) for key in document.keys() | latest.keys())
 
 
-def test_threads_add_while_others_write(file):
-    def add(number):
-        for i in range(1000):
-            store.add(record(number + i / 1024))
-
+def test_threads_wait_for_each_other(file):
     store = open_store(file)
     with ThreadPoolExecutor() as pool:
-        writing = pool.submit(store.write)
-        list(pool.map(add, range(4)))
-        writing.result()
-    store.write()
-    assert len(content(file)["checks"]) == len(store._data["checks"]) == 4000
+        with store._mutex_edit:
+            calls = [pool.submit(store.add, record(1)), pool.submit(store.write)]
+            calls.append(pool.submit(store.create_http_request, "Zoe"))
+            assert not wait(calls, timeout=0.05).done
+        assert [call.exception() for call in calls] == [None] * 3
 
 
 @pytest.mark.parametrize("clear", [False, True])
