@@ -172,22 +172,18 @@ class Text(str):
 
 @pytest.mark.parametrize("kind", [Bucket, Watched])
 @pytest.mark.parametrize("stamp", ["s", Text("s")])
-@pytest.mark.parametrize("failing", [False, True])
-def test_what_left_is_let_go_of(kind, stamp, failing):
+def test_what_left_is_let_go_of(kind, stamp):
     host = DictHost()
     buffer = Buffer(host, None, None)
     buffer.add([kind(Joint(path=f"{number}", stamp=stamp)) for number in range(9)])
     gone = [weakref.ref(bucket) for bucket in buffer.get()]
-    if failing:
-        host.failures["postscript_scan_remove"] = KeyError("hook")
-        with pytest.raises(KeyError, match="hook"):
-            buffer._clear(buffer.get()[1:2])
-        host.failures.clear()
-        gc.collect()
-        assert gone.pop(1)() is None
     buffer._clear(buffer.get()[1::2])
+    host.failures["postscript_scan_remove"] = KeyError("hook")
+    with pytest.raises(KeyError, match="hook"):
+        buffer._clear(buffer.get()[:2])  # only the first leaves
+    host.failures.clear()
     gc.collect()
-    assert [one() is None for one in gone] == [number % 2 == 1 for number in range(len(gone))]
+    assert [one() is None for one in gone] == [True, True] + [False, True] * 3 + [False]
     buffer.set([])
     assert all(one() is None for one in gone)
 
