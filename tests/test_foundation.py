@@ -46,10 +46,6 @@ def test_templates_are_filled_in_order(template, values, text):
         core._format(template + "{}", *values[: template.count("{}")])
 
 
-def test_the_version_is_a_triple():
-    assert core.version == (0, 8, 20)
-
-
 def test_https_connections_accept_any_certificate():
     context = ssl._create_default_https_context()
     assert (context.verify_mode, context.check_hostname) == (ssl.CERT_NONE, False)
