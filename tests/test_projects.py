@@ -238,10 +238,8 @@ def test_a_node_below_itself_is_an_error():
 
 
 def test_derived_classes_may_leave_the_constructor_out():
-    rule, limits, rules, node, root = (
-        type("Derived", (base,), {"__init__": lambda self: None})()
-        for base in (Rule, Rule.Range, Rule.List, Node, Root)
-    )
+    bases = Rule, Rule.Range, Rule.List, Node, Root
+    rule, limits, rules, node, root = (base.__new__(type("Derived", (base,), {})) for base in bases)
     assert rule.data == DEFAULTS | {"stamp": None}
     assert limits == Rule.Range(1, 1)
     assert rules.append(rule) is Success
@@ -249,8 +247,6 @@ def test_derived_classes_may_leave_the_constructor_out():
     for use in (lambda: root.data, root.__str__):
         with pytest.raises(AttributeError):
             use()
-    root.clear()
-    assert root.is_empty()
 
 
 @pytest.mark.parametrize(
