@@ -3,6 +3,7 @@
 import errno
 import json
 import os
+import re
 import time
 from pathlib import Path
 from types import SimpleNamespace
@@ -327,7 +328,10 @@ def test_what_cannot_be_written_is_skipped_and_the_others_are_not(make, tmp_path
     with logged() as messages:
         api.export.selected(str(tmp_path))
     assert sorted(messages)[0] == "OSError: [Errno 28] no space left" and len(messages) == 2
-    assert [task.is_confirmed() for task in api.export._queue] == [False, True, False]
+    tasks = list(api.export.queue)
+    assert [task.is_confirmed() for task in tasks] == [False, True, False]
+    assert [type(task.error) for task in tasks] == [OSError, type(None), re.error]
+    assert [task.path and os.path.basename(task.path) for task in tasks] == ["a.v01.fbx", "b.v02.fbx", None]
     assert files(tmp_path) == ["b.v01.fbx", "b.v02.fbx", "home"]
     with logged() as messages:
         api.export.selected(str(tmp_path / "gone"))

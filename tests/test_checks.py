@@ -5,6 +5,7 @@ import gc
 import os
 import pickle
 import sys
+import traceback
 import weakref
 from functools import partial
 from types import SimpleNamespace
@@ -127,8 +128,15 @@ def test_module_that_fails_costs_only_itself(tmp_path):
     modules = {f"fails_by_{error}": source for error, source in failing.items()}
     place = plant(tmp_path, {"a": a_check("a"), "z": a_check("z")} | modules)
     with logged() as messages:
-        assert ids(Classes([place])) == ["a", "z"]
+        classes = Classes([place])
+    assert ids(classes) == ["a", "z"]
     assert sorted(messages) == sorted(f"Import Failed: fails_by_{error} - {error}" for error in failing)
+    told = {os.path.basename(path): type(error).__name__ for path, error in classes.errors.items()}
+    assert told == {f"fails_by_{error}": error for error in failing}
+    for error in failing:
+        os.remove(os.path.join(str(place), f"fails_by_{error}.py"))
+    classes.reload()
+    assert classes.errors == {}
 
     plant(tmp_path, {"interrupted": "raise KeyboardInterrupt"})
     with pytest.raises(KeyboardInterrupt):
@@ -311,8 +319,9 @@ def test_only_what_a_check_raises_counts_and_no_run_stops():
         parameters.as_info = type("Undecided", (), {"__bool__": raising(OSError("no answer"))})()
         raise ValidationError
 
-    assert outcome(check=notes).status == Status.Pass
-    assert outcome(check=raising(ValidationError()), as_info=True).status == Status.Info
+    passed, found = outcome(check=notes), outcome(check=raising(ValidationError()), as_info=True)
+    assert (passed.status, found.status) == (Status.Pass, Status.Info)
+    assert (passed.error, found.error) == (None, None)
     faults = {
         "ValueError: no": {"check": raising(ValueError("no"))},
         "Mute: <exception str() failed>": {"check": raising(Mute())},
@@ -327,8 +336,10 @@ def test_only_what_a_check_raises_counts_and_no_run_stops():
             result = outcome(host, as_info=True, single=False, **attributes)
             result.check()
         assert (result.status, result.could_be_fixed) == ("error", False), message
+        assert message.startswith(type(result.error).__name__)
         assert host.told("result", "name") == [("error", "Made (Task 01)")] * 2
         assert len(messages) == 2 and all(text.startswith(message) for text in messages)
+
     task = Block.Task([Switch("on")])
     task._table["on"] = type("Odd", (Switch,), {"data": property(raising(OSError("no data")))})("on")
     with logged() as messages:
@@ -336,6 +347,36 @@ def test_only_what_a_check_raises_counts_and_no_run_stops():
         unread = Task.Result("/a", Lengths, task, host, host)
     assert (nameless.status, unread.status, host.records[2]["name"]) == (Status.Pass, Status.Error, None)
     assert sorted(messages) == ["OSError: no data", "OSError: no name"]
+
+
+def test_what_a_check_raised_is_kept_until_its_next_run_without_what_it_held():
+    held = []
+
+    def reads():
+        scene = Queue()
+        held.append(weakref.ref(scene))
+        raise LookupError
+
+    def check(self, path, parameters):
+        scene = Queue()
+        held.append(weakref.ref(scene))
+        try:
+            reads()
+        except LookupError as error:
+            raise ValueError("broken") from error
+
+    with logged():
+        result = outcome(check=check)
+    assert [reference() for reference in held] == [None] * 2
+    error = result.error
+    places = [
+        [frame.name for frame in traceback.extract_tb(one.__traceback__)] for one in (error, error.__cause__)
+    ]
+    assert places == [["check"], ["check", "reads"]]
+    result._check.check = lambda *_: None
+    result.check()
+    assert (result.status, result.error) == (Status.Pass, None)
+    assert 0 <= result.seconds == result._statistics.records[-1]["speed"]
 
 
 def test_what_a_check_does_to_its_own_result_crashes_nothing():
@@ -387,6 +428,10 @@ def test_fix_runs_in_the_selection_scope_and_checks_again():
     with logged() as messages:
         result.fix_result()
     assert (host.told("result")[2:], messages) == ([("pass",)], ["OSError: stuck"])
+    assert (str(result.fix_error), result.error) == ("stuck", None)
+    result._check.fix_result = lambda *_: None
+    result.fix_result()
+    assert result.fix_error is None
     host.selection_manager = object
     with pytest.raises(TypeError, match="`selection_manager` gave object, a context manager"):
         result.fix_result()
@@ -398,9 +443,10 @@ def test_selecting_and_telling_never_raise():
         result = outcome(check=lambda *_: None, **fails)
         assert result.select_result() is None and result.result_message() == ""
     assert sorted(messages) == ["OSError: 1", "OSError: 2"]
+    assert (str(result.select_error), str(result.message_error), result.error) == ("1", "2", None)
     for answer, text in ((5, ""), (None, ""), ("\ud800 words", "\ud800 words")):
         result._check.result_message = lambda answer=answer: answer
-        assert result.result_message() == text
+        assert (result.result_message(), result.message_error) == (text, None)
 
 
 # Queues

@@ -80,11 +80,15 @@ def test_a_directory_is_read_for_one_target(tmp_path):
         "Incompatible Stored Value - version",
     ]
     assert {*log} >= {*messages}
+    told = {os.path.basename(path): type(error).__name__ for path, error in collection.errors.items()}
+    assert told == {"damaged.json": "JSONDecodeError", "directory.json": "IsADirectoryError",
+                    "range.json": "TypeError", "time.json": "ValueError"}  # fmt: skip
 
 
 def test_a_directory_that_cannot_be_read_counts_as_empty(tmp_path):
     with logged() as log:
-        assert open_collection(tmp_path / "missing").names == []
+        collection = open_collection(tmp_path / "missing")
+    assert (collection.names, list(collection.errors)) == ([], [str(tmp_path / "missing")])
     assert log[0].startswith("FileNotFoundError")
 
 
@@ -248,6 +252,7 @@ def test_a_broken_project_of_the_server_costs_no_other(tmp_path):
     assert files(tmp_path) == {"a.json": 10, "b.json": 99}
     assert not (tmp_path.parent / "evil.json").exists()
     assert collection.get("a.json").edit_timestamp == 10
+    assert [type(error) for error in collection.errors.values()] == [TypeError]
 
 
 def test_a_file_that_was_passed_over_is_not_replaced_unread(tmp_path):
@@ -261,6 +266,7 @@ def test_a_file_that_was_passed_over_is_not_replaced_unread(tmp_path):
     for time in (10, 30):
         collection.accept_http_response([document(edited=time)])
         assert (collection.names, files(tmp_path)) == (["a"], {"a.json": max(time, 20)})
+        assert collection.errors == {}
 
 
 def test_a_file_that_cannot_be_erased_stays(tmp_path):
@@ -270,7 +276,7 @@ def test_a_file_that_cannot_be_erased_stays(tmp_path):
     (tmp_path / "b.json").unlink()
     with logged() as log:
         collection.accept_http_response([])
-    assert (collection.names, len(log)) == ([], 2)
+    assert (collection.names, len(log), len(collection.errors)) == ([], 2, 2)
     assert os.listdir(tmp_path) == ["a.json"]
     assert not collection._mutex_edit.locked()
 

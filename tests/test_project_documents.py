@@ -96,7 +96,7 @@ WRONG += [("edit_timestamp", "soon"), ("edit_timestamp", float("inf"))]
 def test_values_that_cannot_be_used_count_as_absent_and_lead_nowhere_else(tmp_path, key, value):
     with logged() as log:
         project = make(tmp_path, DATED | {key: value})
-    assert log == [f"Incompatible Stored Value - {key}"]
+    assert (log, project.ignored) == ([f"Incompatible Stored Value - {key}"], (key,))
     assert getattr(project, key) == (EMPTY | {"edit_timestamp": 0.0})[key]
     assert os.path.dirname(project.path) == str(tmp_path)
 
@@ -140,6 +140,7 @@ def test_a_file_that_cannot_be_used_gives_an_empty_project(tmp_path, content, me
         project = Settings.init(None, str(file))
     assert len(log) == 1 and re.fullmatch(message.replace("{}", re.escape(str(file))), log[0])
     assert (project.version, file.exists()) == (-1, stays)
+    assert isinstance(project.read_error, Exception)
     (kept,) = [file] if stays else (tmp_path / ".corrupted").iterdir()
     assert kept.read_text(encoding="utf-8") == content
 
@@ -165,7 +166,7 @@ def test_a_write_that_fails_leaves_the_file_as_it_was(tmp_path):
         setattr(project, field, value)
         with logged() as log:
             project.write()
-        assert error in log[0]
+        assert error in log[0] and type(project.write_error).__name__ == error
         assert (file.read_bytes(), project._write_timestamp) == (before, size)
         setattr(project, field, kept)
     file.write_text("[1]", encoding="utf-8")

@@ -11,6 +11,7 @@ from memory import stays_flat
 import core
 
 Scanner = core.Scene._Scanner
+Outcome = core.Constants.Scene.Outcome
 Joint = core.Scene._Buffer.DataJoint
 CARS = {"car": {"car_body": None, "car_wheel_2": None, "car_wheel_1": None}, "bus": {"bus_body": None}}
 
@@ -50,6 +51,7 @@ def test_appending():
     assert not engine.scanner.upload_buffer(append=True)
     assert engine.events == ["used_scan_selection"] and len(paths(engine)) == len(host.data) == 1
     assert host.calls - calls == {"get_selection": 1}
+    assert engine.scanner.last_run.outcome == Outcome.AlreadyLoaded
     host.selection = ["/car/car_body", "/bus/bus_body"]  # only roots are compared
     assert engine.scanner.upload_buffer(append=True)
     assert [bucket.name for bucket in engine.buffer.get()] == ["bus", "car", "bus"] and host.removed == []
@@ -58,12 +60,14 @@ def test_appending():
         del engine.events[:]
         assert engine.scanner.upload_buffer(append) is core.Constants.Plugin.Status.Failure
         assert engine.events == ["empty_scan_selection"] and host.selected == selected
+        assert engine.scanner.last_run.outcome == Outcome.NothingSelected
     host.put("/Bus")
     for append, left in ((True, 3), (False, 0)):
         host.selection = ["/Bus"]
         del engine.events[:]
         assert not engine.scanner.upload_buffer(append)
         assert engine.events == ["empty_scan_result"] and host.selection == ["/Bus"]
+        assert engine.scanner.last_run.outcome == Outcome.NothingFound
         assert len(paths(engine)) == len(host.data) == left
 
 
@@ -165,10 +169,14 @@ def test_errors_inside_the_scan_are_logged_and_interrupts_pass(operation):
     with logged() as messages:
         assert engine.scanner.upload_buffer() is False
     assert messages == [error] and messages[0] is error
+    run = engine.scanner.last_run
+    assert (run.outcome, run.error) == (Outcome.Failed, error)
     assert host.selected == selected and engine.events == []
     for interrupt in (KeyboardInterrupt, SystemExit, GeneratorExit):
         host.failures = {}
         assert engine.scanner.upload_buffer() and paths(engine)[-1][0] == "/bus"
+        run = engine.scanner.last_run
+        assert (run.outcome, run.error) == (Outcome.Found, None)
         host.failures[operation] = interrupt()
         with pytest.raises(interrupt):
             engine.scanner.upload_buffer()
@@ -182,6 +190,7 @@ def test_errors_around_a_scan_and_in_a_reload_pass():
         with pytest.raises(LookupError):
             engine.scanner.upload_buffer()
         assert len(engine.buffer.get()) == (2 if operation == "embed_filedata" else 0)
+        assert engine.scanner.last_run.error is engine.host.failures[operation]
     for operation in ("object_exists", "postscript_scan_append", "erase_filedata"):
         engine.host.failures = {operation: LookupError("no")}
         with pytest.raises(LookupError):

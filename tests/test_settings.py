@@ -47,6 +47,9 @@ def test_another_version_is_left_alone_until_a_write(path):
             settings = load(path)
         assert json.dumps(settings.data) == json.dumps(DEFAULTS), document
         assert messages == [f"Incompatible Settings Version - {path}"]
+        assert str(settings.read_error) == (
+            "None" if document is None else f"settings of version {document.get('version', 0)!r}, not 4"
+        )
         assert (path.exists() and path.read_bytes()) == before
         settings.write()
         assert json.loads(path.read_bytes()) == DEFAULTS
@@ -58,6 +61,7 @@ def test_a_corrupted_file_is_moved_aside(path):
     with logged() as messages:
         settings = load(path)
     assert (settings.data, messages) == (DEFAULTS, [f"Read Corrupted Settings: {path}"])
+    assert isinstance(settings.read_error, ValueError) and settings.write_error is None
     (aside,) = (path.parent / ".corrupted").iterdir()
     assert aside.read_bytes() == content and not path.exists()
     settings.write()
@@ -121,8 +125,11 @@ def test_a_failed_write_leaves_the_file_as_it_was(path):
         settings.workspace.project = value
         with logged() as messages:
             settings.write()
-        assert len(messages) == 1
+        assert len(messages) == 1 and messages[0].startswith(type(settings.write_error).__name__)
         assert (path.read_bytes(), settings.workspace.project) == (before, value)
+    settings.workspace.project = "p"
+    settings.write()
+    assert (settings.read_error, settings.write_error) == (None, None)
 
 
 # The server

@@ -167,6 +167,7 @@ def test_what_cannot_be_opened_stays_and_is_logged(file):
             store = open_store(file)
             store.write()
         assert (store._data, kinds(log)) == (EMPTY, [error] * 2)
+        assert [type(one).__name__ for one in (store.read_error, store.write_error)] == [error] * 2
         if file.is_dir():
             file.rmdir()
     assert file.read_text() == deep
@@ -181,6 +182,7 @@ def test_a_newer_version_is_left_alone_until_a_write_merges(file):
         store.add(record(2))
         store.write()
     assert log == [f"Incompatible Statistics Version - {file}"]
+    assert str(store.read_error) == "statistics of version 2, newer than 1" and store.write_error is None
     assert content(file) == LISTS | newer | checks(1, 2)
     for older in ({"version": 0}, {}):
         file.write_text(json.dumps(older | checks(1) | {"Version": 7}))
@@ -212,6 +214,7 @@ def test_what_is_no_record_is_set_aside_once_and_no_record_is_lost(file):
         store = open_store(file, 3)
         store.write()
     assert log == [f"Incompatible Statistics Records - {file}"] * 2
+    assert sorted(store.ignored) == sorted(foreign)
     assert store._data == EMPTY | kept | checks(1, 3)
     assert set_aside(file) == [original]
     assert content(file) == LISTS | kept | checks(1, 3)

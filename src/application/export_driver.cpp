@@ -5,6 +5,7 @@
 #include "export/export_options.h"
 #include "files/paths.h"
 #include "foundation/constants.h"
+#include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "matching/path_text.h"
 #include "runtime/finally.h"
@@ -138,14 +139,16 @@ void ExportDriver::resolve_queue(const py::Object& directory) {
   statistics.call(kWrite);
 }
 
-// One file that cannot be written keeps none of the others.
+// One file that cannot be written keeps none of the others from that; its task knows why.
 void ExportDriver::write(const py::Object& task, const py::Object& exporter, const py::Object& directory) const {
-  static const py::Name kAttr("attr"), kData("data"), kRoots("roots"), kConfirm("confirm");
+  static const py::Name kAttr("attr"), kData("data"), kRoots("roots"), kConfirm("confirm"), kPath("path");
+  static const py::Name kError("error");
   static const py::Name kAutomaticUv("automatic_uv"), kTriangulate("triangulate"), kResetXforms("reset_xforms");
   try {
     const py::Object type = exporter.attr(kAttr), values = exporter.attr(kData);
     const py::Object file =
         export_path(directory, py::Text(task.attr(kName)), py::Text(type), flags.attr(kVersionControl).truth());
+    task.set_attr(kPath, file);
     py::Dict switches;
     for (const py::Name* flag : {&kAutomaticUv, &kTriangulate, &kResetXforms}) switches.set(*flag, flags.attr(*flag));
     host.export_file(task.attr(kRoots), file, type, values, switches);
@@ -153,6 +156,7 @@ void ExportDriver::write(const py::Object& task, const py::Object& exporter, con
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    task.set_attr(kError, kept(error));
   }
 }
 
@@ -176,8 +180,10 @@ void expose_export_driver(const py::Scope& api) {
           "project", {"directory"},
           "Exports the checked hierarchies of the buffer.\n\n"
           "A hierarchy of which a root is gone is left out. With nothing to export `empty_export_selection` is called "
-          "and no more happens. Each hierarchy goes through the host into a file of its own. A failure is logged and "
-          "keeps none of the others from being written. In the end `export_success` is called, or `export_skipped` "
+          "and no more happens. Each hierarchy goes through the host into a file of its own. A failure is logged, "
+          "stands "
+          "as `error` in its task of the `queue`, and keeps none of the others from being written. In the end "
+          "`export_success` is called, or `export_skipped` "
           "with the names of those that were not written, and the statistics have one record more. The selection of "
           "the host stays as it is. RuntimeError inside an export.")
       .operation<&ExportDriver::selected>("selected", {"directory"},
@@ -204,6 +210,8 @@ void expose_export_driver(const py::Scope& api) {
           "    version_control: Number the file, one above the files whose names begin like `filename`, taken as a "
           "regular expression, and have the format's extension.\n\n"
           "`re.error` if `filename` is none, and OSError if the directory cannot be listed.")
+      .accessor<&ExportDriver::get_queue>("queue",
+                                          "_Export.Queue: The tasks of the last export, with what came of each.")
       .field<&ExportDriver::options>("options", "_Export.Options: The exporters with their options, one selected.")
       .field<&ExportDriver::flags>("flags", "_Export.Flags: The switches of the export.")
       .readonly<&ExportDriver::api>("_api", "Api: What the component belongs to.")

@@ -14,6 +14,7 @@ class ExportDriver {
   void project(const py::Object& directory);
   void selected(const py::Object& directory);
 
+  py::Object get_queue() const { return queue; }
   py::Object get_directory() const;
   void perform(const py::Object& planner, const py::Object& directory);
   void plan_project_queue() const;

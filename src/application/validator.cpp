@@ -75,7 +75,9 @@ void Validator::run(const py::Object& task) const {
     const py::Object parameters = control.attr(kParameters), check = control.attr(kCheck);
     const bool single = parameters.attr(kLength).is_less(py::to_python(2));
     for (const py::Object& parameter_task : py::collect(parameters)) {
-      results.call(kAdd, py::made<CheckResult>(path, check, parameter_task, statistics, host, single));
+      const auto result = py::made<CheckResult>(path, check, parameter_task, statistics, host, single);
+      results.call(kAdd, result);
+      if (const py::Object told = progress; !told.is_none()) told(result);
     }
   }
 }
@@ -167,6 +169,9 @@ void expose_validator(const py::Scope& api) {
               "Appends a task for the scene and one for each matched object, with the checks of its rule.\n\n"
               "Objects that are gone, unchecked hierarchies and rules without enabled checks are left out.")
           .accessor<&Validator::get_queue>("queue", "Check._Queue: The tasks of the last run with their results.")
+          .field<&Validator::progress>("progress",
+                                       "Callable[[Check._Queue.Task.Result], object] | None: Called with the result of "
+                                       "each check when it has run. What it raises ends the run.")
           .field<&Validator::checklist>("checklist",
                                         "Api._Validator._CheckList: The two checklists, `workspace` and `editor`.")
           .readonly<&Validator::api>("_api", "Api: What the component belongs to.")

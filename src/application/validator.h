@@ -39,6 +39,7 @@ class Validator {
   py::Ref<Hierarchy> hierarchy;
   py::Ref<Buffer> buffer;
   py::Object checklist;
+  py::Object progress;  ///< Called with each result; none if nobody wants to know.
   py::Ref<CheckQueue> queue = py::Ref<CheckQueue>::make();
 
   template <class V>
@@ -48,6 +49,7 @@ class Validator {
     visit(hierarchy);
     visit(buffer);
     visit(checklist);
+    visit(progress);
     visit(queue);
   }
 

@@ -4,6 +4,7 @@
 
 #include "checks/check_base.h"
 #include "foundation/constants.h"
+#include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
 #include "runtime/modules.h"
@@ -13,17 +14,30 @@ namespace {
 
 const py::Name kSortIndex("sort_index"), kEnabled("enabled"), kPath("path"), kJoin("join");
 
-/// What `load` makes of a module, or None after a warning. A module that ends the program when it is imported, as a
-/// script left among the plug-ins does, has failed like any other.
+/// What `load` makes of a module, or None after a warning, and then `failure` says why. A module that ends the program
+/// when it is imported, as a script left among the plug-ins does, has failed like any other.
 template <class F>
-py::Object loaded(const py::Object& name, F&& load) {
+py::Object loaded(const py::Object& name, py::Object& failure, F&& load) {
   try {
     return load();
   } catch (const py::Error& error) {
     if (!error.is_failure() && !error.matches(PyExc_SystemExit)) throw;
     logger::warning(format("Import Failed: {} - {}", {name, py::text(error.value().type_name())}));
+    failure = kept(error);
     return py::Object::none();
   }
+}
+
+/// Runs a module and returns it; None if it fails, as `loaded` says.
+py::Object run_module(const py::Object& importer, const py::Object& name, py::Object& failure) {
+  static const py::Name kFindSpec("find_spec"), kFromSpec("module_from_spec");
+  static const py::Name kLoader("loader"), kExecModule("exec_module");
+  return loaded(name, failure, [&] {
+    const py::Object spec = importer.call(kFindSpec, name);
+    py::Object module = py::modules::importlib_util.call(kFromSpec, spec);
+    spec.attr(kLoader).call(kExecModule, module);
+    return module;
+  });
 }
 
 /// A class at least two steps below the base of all checks: the base itself and what a plug-in derives from it
@@ -68,6 +82,7 @@ py::Object CheckClasses::get(const py::Object& class_id) const {
 void CheckClasses::reload() {
   static const py::Name kInvalidate("invalidate_caches");
   py::modules::importlib.call(kInvalidate);  // a module may have been written a moment ago
+  errors.clear();
   denied.clear();
   array.clear();
   table.clear();
@@ -116,23 +131,20 @@ void CheckClasses::walk(const py::Object& place, const py::List& found, std::vec
 }
 
 void CheckClasses::take(const py::Object& importer, const py::Object& name, const py::List& found) const {
-  const py::Object module = load_module(importer, name, py::text(""));
-  if (module.is_none()) return;
+  py::Object failure;
+  const py::Object module = run_module(importer, name, failure);
   // Names of a module may be made when they are asked for, so that reading them can fail as importing it can.
-  const py::Object classes = loaded(name, [&] { return candidates(module); });
-  if (classes.is_none()) return;
+  const py::Object classes = failure ? py::Object() : loaded(name, failure, [&] { return candidates(module); });
+  if (failure) {
+    errors.set(py::modules::path.call(kJoin, importer.attr(kPath), name), failure);
+    return;
+  }
   for (const py::Object& type : py::collect(classes)) (is_valid_check(type) ? found : denied).append(type);
 }
 
 py::Object CheckClasses::load_module(const py::Object& importer, const py::Object& name, const py::Object&) {
-  static const py::Name kFindSpec("find_spec"), kFromSpec("module_from_spec");
-  static const py::Name kLoader("loader"), kExecModule("exec_module");
-  return loaded(name, [&] {
-    const py::Object spec = importer.call(kFindSpec, name);
-    py::Object module = py::modules::importlib_util.call(kFromSpec, spec);
-    spec.attr(kLoader).call(kExecModule, module);
-    return module;
-  });
+  py::Object failure;
+  return run_module(importer, name, failure);
 }
 
 py::List CheckClasses::sort(const py::List& classes) {
@@ -168,6 +180,10 @@ void expose_check_classes(const py::Scope& check) {
       .operation<&CheckClasses::get>("get", {"class_id"}, "The class with this id, or None.")
       .operation<&CheckClasses::get_denied>(
           "get_denied", "The classes that do not hold to what a check must be, as the stored list; it may repeat some.")
+      .accessor<&CheckClasses::get_errors>(
+          "errors",
+          "dict[str, BaseException]: Why modules could not be imported, by their paths without the extension; a new "
+          "dict.")
       .operation<&CheckClasses::reload>(
           "reload", "Searches the directories again. Checklists that were built before keep their classes.")
       .operation<&CheckClasses::search>(

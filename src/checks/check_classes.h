@@ -11,6 +11,7 @@ class CheckClasses {
   py::Object iterate() const { return py::iterator(array.items()); }
   py::Object get(const py::Object& class_id) const;  ///< None for an unknown id.
   py::List get_denied() const { return denied; }
+  py::Dict get_errors() const { return errors.copy(); }
 
   void reload();
 
@@ -22,6 +23,7 @@ class CheckClasses {
 
   py::Object directories;
   py::Object directory;  ///< The one that is searched.
+  py::Dict errors;       ///< Why modules could not be imported, by their paths.
   py::List denied;       ///< Classes that cannot serve as checks, perhaps more than once.
   py::List array;
   py::Dict table;
@@ -30,6 +32,7 @@ class CheckClasses {
   void members(V& visit) {
     visit(directories);
     visit(directory);
+    visit(errors);
     visit(denied);
     visit(array);
     visit(table);

@@ -85,6 +85,7 @@ void CheckResult::run() {
   const py::Object timestamp = clock::now();
   judge();
   const py::Object speed = clock::since(timestamp);
+  seconds = py::From<double>::from(speed.get());
   const py::Object long_name = safe_access::call([&] { return name(); });
   statistics.call(kAdd, py::made<CheckRecord>(timestamp, speed, long_name, status));
 }
@@ -97,24 +98,26 @@ void CheckResult::make_check(const py::Object& type, const py::Object& parameter
     prepare(check, parameters, single);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
-    never_made = error.value();
+    never_made = kept(error);
     check = stand_in_for(type);
     prepare(check, parameters, single);
   }
 }
 
 void CheckResult::judge() {
+  error = py::Object();
   try {
     if (never_made) py::raise_object(never_made);
     examine();
-  } catch (const py::Error& error) {
-    if (errors::is<errors::ValidationError>(error)) {
+  } catch (const py::Error& raised) {
+    if (errors::is<errors::ValidationError>(raised)) {
       status = finding();
       return;
     }
     status = statuses().error;  // of a check that was interrupted, too: it has not passed
-    if (!error.is_failure()) throw;
-    logger::caught(error);
+    error = kept(raised);
+    if (!raised.is_failure()) throw;
+    logger::caught(raised);
   }
 }
 
@@ -128,9 +131,9 @@ void CheckResult::examine() const {
   check.call(kCheck, path, task);
 }
 
-py::Object CheckResult::finding() const {
+py::Object CheckResult::finding() {
   static const py::Name kAsInfo("as_info");
-  const py::Object as_info = safe_access::call([&] { return py::to_python(task.attr(kAsInfo).truth()); });
+  const py::Object as_info = safe_access::call([&] { return py::to_python(task.attr(kAsInfo).truth()); }, error);
   if (as_info.is_none()) return statuses().error;  // the check has put something there that cannot tell
   return as_info.truth() ? statuses().info : statuses().fail;
 }
@@ -138,19 +141,19 @@ py::Object CheckResult::finding() const {
 void CheckResult::fix_result() {
   static const py::Name kFixResult("fix_result");
   op.keep_selection([&] {
-    safe_access::call([&] { return check.call(kFixResult, path, task); });
+    safe_access::call([&] { return check.call(kFixResult, path, task); }, fix_error);
     run();
   });
 }
 
-void CheckResult::select_result() const {
+void CheckResult::select_result() {
   static const py::Name kSelectResult("select_result");
-  safe_access::call([&] { return check.call(kSelectResult); });
+  safe_access::call([&] { return check.call(kSelectResult); }, select_error);
 }
 
-py::Object CheckResult::result_message() const {
+py::Object CheckResult::result_message() {
   static const py::Name kResultMessage("result_message");
-  py::Object message = safe_access::call([&] { return check.call(kResultMessage); });
+  py::Object message = safe_access::call([&] { return check.call(kResultMessage); }, message_error);
   return message.is_text() ? message : py::text("");
 }
 
@@ -165,12 +168,21 @@ void expose_check_result(const py::Scope& task) {
           "    statistics: Its `add` gets a record of each run.\n"
           "    operator: The host, whose `selection_manager` is around a fix.\n"
           "    single: False if the check runs with several tasks: the name then ends in the task's number.\n\n"
-          "The check runs at once. What it raises, now or later, is logged and goes no further, unless it is an "
-          "interrupt or an exit.")
+          "The check runs at once. What it raises, now or later, is kept and logged and goes no further, unless it "
+          "is an interrupt or an exit. The exceptions that are kept show where they came from, without the variables "
+          "of "
+          "the functions.")
           .init<&CheckResult::init>(
               {"path", "check_class", "parameter_task", "statistics", "operator", {"single", true}})
           .accessor<&CheckResult::name>("name", "str: The check's `long_name`.")
           .accessor<&CheckResult::get_status>("status", "str: The last outcome, one of `Constants.Check.Result`.")
+          .readonly<&CheckResult::error>("error", "BaseException | None: What made the last run an error.")
+          .readonly<&CheckResult::fix_error>("fix_error", "Exception | None: What the last `fix_result` raised.")
+          .readonly<&CheckResult::select_error>("select_error",
+                                                "Exception | None: What the last `select_result` raised.")
+          .readonly<&CheckResult::message_error>("message_error",
+                                                 "Exception | None: What the last `result_message` raised.")
+          .readonly<&CheckResult::seconds>("seconds", "float: How many seconds the last run took.")
           .accessor<&CheckResult::could_be_fixed>("could_be_fixed", "bool: Whether `fix_result` can help.")
           .accessor<&CheckResult::could_be_selected>("could_be_selected", "bool: Whether `select_result` can help.")
           .accessor<&CheckResult::scene_oriented>("scene_oriented",

@@ -7,7 +7,7 @@ namespace heron {
 
 /// The outcome of a check on an object, with the check itself, which can then fix, select or explain it.
 ///
-/// What the check raises is logged and shows in the status; only an interrupt or an exit passes.
+/// What the check raises is kept and logged, and shows in the status; only an interrupt or an exit passes.
 class CheckResult {
  public:
   void init(const py::Object& object_path, const py::Object& type, const py::Object& task, const py::Object& records,
@@ -21,25 +21,31 @@ class CheckResult {
 
   void run();  ///< The check itself, then a record of it.
   void fix_result();
-  void select_result() const;
-  py::Object result_message() const;
+  void select_result();
+  py::Object result_message();
 
   Host op;
   py::Object statistics, check, path, task;
   py::Object status = py::Object::none();
   py::Object never_made;  ///< What kept the check from being made; none if it was.
+  double seconds = 0;     ///< How long the last run took.
+  /// What the last run, fix, selection and message raised; none where they did not, or were not asked for.
+  py::Object error, fix_error, select_error, message_error;
 
   template <class V>
   void members(V& visit) {
     visit(op);
-    for (py::Object* field : {&statistics, &check, &path, &task, &status, &never_made}) visit(*field);
+    for (py::Object* field :
+         {&statistics, &check, &path, &task, &status, &never_made, &error, &fix_error, &select_error, &message_error}) {
+      visit(*field);
+    }
   }
 
  private:
   void make_check(const py::Object& type, const py::Object& parameters, bool single);
   void judge();
   void examine() const;
-  py::Object finding() const;  ///< The status of a check that has found something.
+  py::Object finding();  ///< The status of a check that has found something.
 };
 
 /// The results of one task.

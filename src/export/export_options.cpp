@@ -46,9 +46,11 @@ void ExportOptions::select_any() {
 }
 
 void ExportOptions::load(const py::Object& stored) {
+  const document::Ignored loading;
   const py::Object formats = document::map_at(stored, kFormats);
   for (const py::Object& option : options.items()) option.call(kLoad, document::map_at(formats, option.attr(kAttr)));
   select(py::get(stored, kSelected));
+  ignored = loading.keys();
 }
 
 py::Ref<ExportOptions> ExportOptions::clone() const {
@@ -79,7 +81,10 @@ void expose_export_options(const py::Scope& exporting) {
       .operation<&ExportOptions::select_any>("_select_any", "Selects the first exporter, if there is one.")
       .operation<&ExportOptions::load>("load", {"data"},
                                        "Takes the options and the selection of a JSON form.\n\n"
-                                       "What is no mapping in it counts as absent, with a warning.")
+                                       "What is no mapping in it counts as absent, with a warning, and `ignored` "
+                                       "names it.")
+      .readonly<&ExportOptions::ignored>("ignored",
+                                         "tuple[str, ...]: The keys of the values that the last `load` could not use.")
       .operation<&ExportOptions::clone>("clone", "New options of the same exporters, values and selection.")
       .readonly<&ExportOptions::options>("_options", "list[Parameters.Options]: The exporters in order.")
       .readonly<&ExportOptions::selected>("_selected",

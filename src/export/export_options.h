@@ -20,11 +20,13 @@ class ExportOptions {
 
   py::List options;
   py::Object selected;
+  py::Object ignored = py::tuple({});  ///< Keys of the values that the last `load` could not use.
 
   template <class V>
   void members(V& visit) {
     visit(options);
     visit(selected);
+    visit(ignored);
   }
 };
 

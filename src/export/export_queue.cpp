@@ -32,6 +32,9 @@ void expose_export_queue(const py::Scope& exporting) {
       .operation<&ExportTask::add>("add", {py::Parameter::rest("paths")}, "Appends objects.")
       .field<&ExportTask::name>("name", "str: The name of the task.")
       .field<&ExportTask::roots>("roots", "list[str]: The paths of the objects.")
+      .field<&ExportTask::path>(
+          "path", "str | None: The file that it went to, or should have; None as long as that has no name.")
+      .field<&ExportTask::error>("error", "Exception | None: Why it was not written.")
       .readonly<&ExportTask::confirmed>("_confirmed", "bool: One of `Constants.Plugin.Status`.")
       .done();
 }

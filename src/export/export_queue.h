@@ -4,7 +4,7 @@
 
 namespace heron {
 
-/// What goes into one exported file.
+/// What goes into one exported file, and what came of it.
 class ExportTask {
  public:
   void init(const py::Object& task_name);
@@ -16,12 +16,16 @@ class ExportTask {
   py::Object name;
   py::Object roots = py::List();
   py::Object confirmed = py::to_python(false);
+  py::Object path;   ///< Of the file; none as long as there is no name for it.
+  py::Object error;  ///< Why it could not be written.
 
   template <class V>
   void members(V& visit) {
     visit(name);
     visit(roots);
     visit(confirmed);
+    visit(path);
+    visit(error);
   }
 };
 

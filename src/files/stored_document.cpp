@@ -2,8 +2,11 @@
 
 #include "files/access_queue.h"
 #include "files/json_file.h"
+#include "files/paths.h"
+#include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
+#include "runtime/modules.h"
 
 namespace heron {
 namespace {
@@ -13,9 +16,30 @@ void move_aside(const py::Object& path, std::string_view corrupted) {
   json_file::move_corrupted(path);
 }
 
+/// Writes a document over what is in the file. A copy beside it takes its place again if that fails, as on a full disk.
+void write_over(const py::Object& path, const py::Object& contents) {
+  static const py::Name kCopy("copy2"), kReplace("replace");
+  const py::Object copy = format("{}.before", {path});
+  const auto remove = [](const py::Object& file) {
+    if (paths::exist(file)) paths::remove(file);
+  };
+  const bool is_there = paths::exist(path);
+  if (is_there) py::undo_on_failure([&] { py::modules::shutil.call(kCopy, path, copy); }, [&] { remove(copy); });
+  const auto put_back = [&] {
+    if (is_there) {
+      py::modules::os.call(kReplace, copy, path);
+    } else {
+      remove(path);
+    }
+  };
+  py::undo_on_failure([&] { json_file::write(path, contents); }, put_back);
+  if (is_there) remove(copy);
+}
+
 }  // namespace
 
-py::Object read_stored_document(const py::Object& path, std::string_view corrupted) {
+py::Object read_stored_document(const py::Object& path, std::string_view corrupted, py::Object& failure) {
+  failure = py::Object();
   py::Object stored;
   try {
     with_document(path, false, [&](const py::Object& document) { stored = document; });
@@ -26,6 +50,7 @@ py::Object read_stored_document(const py::Object& path, std::string_view corrupt
     } else {
       logger::caught(error);
     }
+    failure = kept(error);
     return {};  // even if it was read and only the release failed
   }
   return stored;
@@ -33,10 +58,9 @@ py::Object read_stored_document(const py::Object& path, std::string_view corrupt
 
 void replace_stored_document(const py::Object& path, const py::Dict& contents) {
   json_file::rehearse(contents);  // a failure after the file is opened would cut it off
-  with_document(path, true, [&](const py::Object& document) {
-    const py::Dict stored(document);
-    stored.clear();
-    stored.update(contents);
+  with_document(path, false, [&](const py::Object& document) {
+    [[maybe_unused]] const py::Dict stored(document);  // TypeError for a file that holds another kind of JSON
+    write_over(path, contents);
   });
 }
 

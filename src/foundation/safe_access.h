@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "runtime/class.h"
 
@@ -17,6 +18,20 @@ py::Object call(F&& function) {
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    return py::Object::none();
+  }
+}
+
+/// The same; `failure` is then what it failed with, and none if it did not.
+template <class F>
+py::Object call(F&& function, py::Object& failure) {
+  failure = py::Object();
+  try {
+    return function();
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+    failure = kept(error);
     return py::Object::none();
   }
 }

@@ -2,6 +2,7 @@
 
 #include "files/access_queue.h"
 #include "files/paths.h"
+#include "foundation/kept_error.h"
 #include "foundation/lock.h"
 #include "foundation/logger.h"
 #include "projects/project_exchange.h"
@@ -13,18 +14,6 @@ namespace {
 
 const py::Name kName("name"), kFilename("filename"), kPath("path"), kEdited("edit_timestamp"), kDeleted("deleted");
 const py::Name kTarget("target"), kVersion("version"), kCallbacks("callbacks");
-
-/// The names in a directory, in its own order; none, with a record in the log, if it cannot be read.
-std::vector<py::Object> names_in(const py::Object& directory) {
-  static const py::Name kListDirectory("listdir");
-  try {
-    return py::collect(py::modules::os.call(kListDirectory, directory));
-  } catch (const py::Error& error) {
-    if (!error.matches(PyExc_OSError)) throw;
-    logger::caught(error);
-    return {};
-  }
-}
 
 void warn_of(const py::Object& path) { logger::warning(format("Incompatible Project File - {}", {path})); }
 
@@ -46,7 +35,30 @@ void ProjectCollection::init(const py::Object& application, const py::Object& ta
   mutex_edit = py::modules::threading.call(kLock);
   directory = api.attr(kEnv).call(kGetProjectsDirectory);
   table = py::Dict();
+  errors = py::Dict();
   load();
+}
+
+/// The names in the directory, in its own order; none, with a record in the log, if it cannot be read.
+std::vector<py::Object> ProjectCollection::file_names() const {
+  static const py::Name kListDirectory("listdir");
+  try {
+    return py::collect(py::modules::os.call(kListDirectory, directory));
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_OSError)) throw;
+    logger::caught(error);
+    settle(directory, kept(error));
+    return {};
+  }
+}
+
+/// Notes how the last access to a file ended.
+void ProjectCollection::settle(const py::Object& path, const py::Object& error) const {
+  if (error) {
+    errors.set(path, error);
+  } else if (errors.find(path)) {
+    errors.remove(path);
+  }
 }
 
 std::vector<py::Object> ProjectCollection::present() const {
@@ -167,7 +179,9 @@ py::Object ProjectCollection::accept(const py::Object& contents) const {
     // Ours may be sound. Without its name there is no telling which it is, and then none may be erased.
     if (!error.is_failure() || !ProjectSettings::is_file_name(filename)) throw;
     logger::caught(error);
-    return paths::join(directory, filename);
+    py::Object path = paths::join(directory, filename);
+    settle(path, kept(error));
+    return path;
   }
   if (!is_approved(project)) return {};
   const bool is_refused = filename.truth() && !project.attr(kFilename).truth();
@@ -203,7 +217,8 @@ void ProjectCollection::erase_all_but(const py::Set& kept) const {
 void ProjectCollection::load() const {
   locked(mutex_edit, [&] {
     table.clear();
-    for (const py::Object& name : names_in(directory)) {
+    errors.clear();
+    for (const py::Object& name : file_names()) {
       if (ProjectSettings::is_file_name(name)) load_file(paths::join(directory, name));
     }
   });
@@ -222,10 +237,13 @@ void ProjectCollection::load_file(const py::Object& json_path) const {
 /// The project of a file, be it approved or not; none, with a record in the log, if it cannot be built.
 py::Object ProjectCollection::read(const py::Object& json_path) const {
   try {
-    return ProjectSettings::read(py::type_of<ProjectSettings>(), self(), json_path);
+    py::Object project = ProjectSettings::read(py::type_of<ProjectSettings>(), self(), json_path);
+    settle(json_path, py::Ref<ProjectSettings>(project)->read_error);
+    return project;
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    settle(json_path, kept(error));
     return {};
   }
 }
@@ -234,7 +252,9 @@ void ProjectCollection::save(const py::Object& project) const {
   static const py::Name kWrite("write"), kProjectsSaved("projects_saved");
   locked(mutex_edit, [&] {
     project.call(kWrite);
-    table.set(project.attr(kPath), project);
+    const py::Object path = project.attr(kPath);
+    table.set(path, project);
+    if (py::Ref<ProjectSettings>::holds(project)) settle(path, py::Ref<ProjectSettings>(project)->write_error);
   });
   api.attr(kCallbacks).call(kProjectsSaved);
 }
@@ -243,9 +263,11 @@ void ProjectCollection::erase(const py::Object& path) const {
   table.remove(path);
   try {
     with_document(path, false, [&](const py::Object&) { paths::remove(path); });
+    settle(path, {});
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    settle(path, kept(error));
   }
 }
 
@@ -270,6 +292,10 @@ void expose_project_collection(const py::Scope& project) {
                                           "list[_Project.Header]: A new list of those that are not deleted, sorted by "
                                           "name and time of the last edit.")
           .iterate<&Collection::iterate>()
+          .accessor<&Collection::get_errors>(
+              "errors",
+              "dict[str, Exception]: Why files could not be used, written or erased, by their paths; a new dict.\n\n"
+              "A directory that cannot be read is among them. An entry goes with the next access that succeeds.")
           .operation<&Collection::get>(
               "get", {"filename"},
               "The project of this file name; a new one, as of `get_empty`, if there is none.\n\n"

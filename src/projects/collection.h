@@ -29,20 +29,26 @@ class ProjectCollection {
   void save(const py::Object& project) const;
   void erase(const py::Object& path) const;
 
+  py::Dict get_errors() const { return errors.copy(); }
+
   py::Object api, target, directory;
-  py::Dict table;  ///< The projects by their paths.
+  py::Dict table;   ///< The projects by their paths.
+  py::Dict errors;  ///< Why a file, or the directory, could not be read, written or erased, by its path.
   py::Object mutex_edit;
 
   template <class V>
   void members(V& visit) {
     for (py::Object* field : {&api, &target, &directory, &mutex_edit}) visit(*field);
     visit(table);
+    visit(errors);
   }
 
  private:
   py::Ref<ProjectCollection> self() const { return py::Ref<ProjectCollection>::of(*this); }
   std::vector<py::Object> present() const;  ///< The projects that are not deleted. The lock is held.
+  std::vector<py::Object> file_names() const;
   py::Object read(const py::Object& json_path) const;
+  void settle(const py::Object& path, const py::Object& error) const;
   void reload(const py::Object& project) const;
   py::Object accept(const py::Object& contents) const;
   py::Object take(const py::Object& project) const;

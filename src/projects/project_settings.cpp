@@ -3,6 +3,7 @@
 #include "files/paths.h"
 #include "files/stored_document.h"
 #include "foundation/clock.h"
+#include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/stamp.h"
 #include "runtime/modules.h"
@@ -46,14 +47,24 @@ void replace_text(py::Object& text, const py::Object& value) {
 }  // namespace
 
 py::Object ProjectSettings::read(const py::Object& type, const py::Object& collection, const py::Object& json_path) {
-  return type(collection, paths::directory(json_path), paths::file_name(json_path), open(json_path));
+  py::Object failure;
+  const py::Object document = open(json_path, failure);
+  py::Object project = type(collection, paths::directory(json_path), paths::file_name(json_path), document);
+  if (py::Ref<ProjectSettings>::holds(project)) py::Ref<ProjectSettings>(project)->read_error = failure;
+  return project;
 }
 
-py::Object ProjectSettings::open(const py::Object& path) {
-  py::Object document = read_stored_document(path, "Read Corrupted Project: {}");
+py::Object ProjectSettings::open_only(const py::Object& path) {
+  py::Object failure;
+  return open(path, failure);
+}
+
+py::Object ProjectSettings::open(const py::Object& path, py::Object& failure) {
+  py::Object document = read_stored_document(path, "Read Corrupted Project: {}", failure);
   if (!document) return py::Dict();
   if (PyDict_Check(document.get()) != 0) return document;
   logger::warning(py::text("Incompatible Project File"));
+  failure = kept(PyExc_TypeError, py::text("the document is no map"));
   return py::Dict();
 }
 
@@ -79,6 +90,7 @@ void ProjectSettings::init(const py::Object& related_collection, const py::Objec
 // The history first: it refuses what cannot be used, and then the project is what it was. What the document says of
 // its own name wins over the name under which it was found.
 void ProjectSettings::apply(const py::Object& file_data) {
+  const document::Ignored applying;
   history->load(file_data);
   name = document::text_at(file_data, kName);
   description = document::text_at(file_data, kDescription);
@@ -87,6 +99,7 @@ void ProjectSettings::apply(const py::Object& file_data) {
   py::object_of(*this).set_attr(kVersionKey, document::number_at(file_data, kVersionKey, py::to_python(-1)));
   filename = filename_at(file_data);
   target = document::text_at(file_data, kTarget);
+  ignored = applying.keys();
 }
 
 bool ProjectSettings::equals(const py::Object& other) const {
@@ -157,10 +170,11 @@ void ProjectSettings::mark_edited() { edit_timestamp = clock::now(); }
 
 void ProjectSettings::reload() {
   const py::Object file = path();
-  if (paths::exist(file)) apply(open(file));
+  if (paths::exist(file)) apply(open(file, read_error));
 }
 
 void ProjectSettings::write() {
+  write_error = py::Object();
   try {
     const py::Object file = path();
     replace_stored_document(file, document(py::Ref<ProjectSettings>::of(*this)));
@@ -168,6 +182,7 @@ void ProjectSettings::write() {
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    write_error = kept(error);
   }
 }
 
@@ -192,11 +207,12 @@ py::Scope expose_project_settings(const py::Scope& project) {
           .attribute("version", py::to_python(Project::kVersion))
           .class_operation<&Project::read>("init", {"parent", "json_path"},
                                            "The project of a file. One that cannot be used gives a project without a "
-                                           "version, and a record in the log.")
+                                           "version, whose `read_error` says why, and a record in the log.")
           .static_operation<&RuleList::predefined>("predefined_rules", {}, "The rules that a new project offers.")
-          .static_operation<&Project::open>("_open", {"path"},
-                                            "The document of a file; an empty dict, with a record in the log, where it "
-                                            "cannot be used. A corrupted file is moved into \".corrupted\".")
+          .static_operation<&Project::open_only>(
+              "_open", {"path"},
+              "The document of a file; an empty dict, with a record in the log, where it "
+              "cannot be used. A corrupted file is moved into \".corrupted\".")
           .equals<&Project::equals>()
           .iterate<&Project::iterate>()
           .accessor<&Project::get_directory>("directory", "str: The directory of the file.")
@@ -212,11 +228,12 @@ py::Scope expose_project_settings(const py::Scope& project) {
                                     "none yet. Without a name it is the directory itself.")
           .accessor<&Project::is_compatible>("compatible",
                                              "bool: Whether the document is of the format of this release.")
-          .operation<&Project::apply>("apply", {"file_data"},
-                                      "Takes all content from a document.\n\n"
-                                      "Records that cannot be used are refused as by `History.load`, and nothing has "
-                                      "changed then. Any other value of the wrong kind counts as absent, with a "
-                                      "warning; so does a file name that leads elsewhere or does not end in \".json\".")
+          .operation<&Project::apply>(
+              "apply", {"file_data"},
+              "Takes all content from a document.\n\n"
+              "Records that cannot be used are refused as by `History.load`, and nothing has "
+              "changed then. Any other value of the wrong kind counts as absent, with a "
+              "warning, and `ignored` names it; so does a file name that leads elsewhere or does not end in \".json\".")
           .operation<&Project::ensure_filename>("_ensure_filename", "Makes a file name of the name, if there is none.")
           .operation<&Project::remove>("delete", "Marks the project as deleted; `mark_edited` and `write` follow.")
           .operation<&Project::get_record_promise>("get_record_promise",
@@ -227,13 +244,20 @@ py::Scope expose_project_settings(const py::Scope& project) {
           .operation<&Project::save>("save", "Marks the project as edited and has the collection write it.")
           .operation<&Project::mark_edited>("mark_edited", "Notes the present time as that of the last edit.")
           .operation<&Project::reload>("reload", "Takes all content from the file, if it exists.")
-          .operation<&Project::write>("write", "Writes the file. A failure is logged and goes no further.")
+          .operation<&Project::write>("write",
+                                      "Writes the file.\n\n"
+                                      "A failure is logged, and `write_error` keeps it; the file stays as it was.")
           .operation<&Project::is_outdated>("is_outdated",
                                             "Whether the file is larger than when this object last read or wrote it.")
           .accessor<&Project::data>("data",
                                     "dict[str, Any]: The JSON form, a new dict, without the time of the last edit.")
           .field<&Project::edit_timestamp>("edit_timestamp",
                                            "float: When it was last edited, in seconds since the epoch.")
+          .readonly<&Project::read_error>("read_error",
+                                          "Exception | None: Why the file could not be used by `init` or `reload`.")
+          .readonly<&Project::write_error>("write_error", "Exception | None: Why the last `write` failed.")
+          .readonly<&Project::ignored>(
+              "ignored", "tuple[str, ...]: The keys of the values in the document that could not be used.")
           .field<&Project::deleted>("deleted",
                                     "bool: Whether it is deleted, though its file stays until the server knows.")
           .readonly<&Project::collection>("_collection", "Any: What it belongs to.")

@@ -11,7 +11,9 @@ class ProjectSettings {
 
   /// The project of a file; without a version if the file cannot be used.
   static py::Object read(const py::Object& type, const py::Object& collection, const py::Object& json_path);
-  static py::Object open(const py::Object& path);    ///< The document of a file; an empty map if there is none.
+  /// The document of a file; an empty map where it cannot be used, and then `failure` says why.
+  static py::Object open(const py::Object& path, py::Object& failure);
+  static py::Object open_only(const py::Object& path);
   static bool is_file_name(const py::Object& name);  ///< A bare name whose extension is ".json".
 
   void init(const py::Object& related_collection, const py::Object& project_directory, const py::Object& file,
@@ -50,12 +52,14 @@ class ProjectSettings {
   py::Object collection, directory, filename, name, description, target;
   py::Ref<History> history = py::Ref<History>::make();
   py::Object edit_timestamp, deleted;
-  py::Object written_size;  ///< Of the file, in bytes, when this object last read or wrote it.
+  py::Object ignored = py::tuple({});  ///< Keys of the values in the document that could not be used.
+  py::Object read_error, write_error;  ///< Of the last of each; none where it went well.
+  py::Object written_size;             ///< Of the file, in bytes, when this object last read or wrote it.
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field :
-         {&collection, &directory, &filename, &name, &description, &target, &edit_timestamp, &deleted, &written_size}) {
+    for (py::Object* field : {&collection, &directory, &filename, &name, &description, &target, &edit_timestamp,
+                              &deleted, &written_size, &ignored, &read_error, &write_error}) {
       visit(*field);
     }
     visit(history);

@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "foundation/logger.h"
+#include "settings/document_values.h"
 
 namespace heron {
 namespace {
@@ -124,6 +125,7 @@ void RuleRoot::load(const py::Object& data, const py::Ref<RuleList>& rules) {
     const py::Object rule = rules->get(py::get(entry, kStamp));
     if (rule.is_none()) {
       logger::warning(py::text("Incompatible Hierarchy Settings"));
+      document::note(py::text("pattern"));
       return std::nullopt;
     }
     levels.push_back({py::Ref<ProjectRule>(rule), py::List()});

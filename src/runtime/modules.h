@@ -44,6 +44,7 @@ inline const Module shutil{"shutil"};
 inline const Module ssl{"ssl"};
 inline const Module threading{"threading"};
 inline const Module time{"time"};
+inline const Module traceback{"traceback"};
 inline const Module uuid{"uuid"};
 }  // namespace modules
 

@@ -2,6 +2,8 @@
 
 #include <unordered_set>
 
+#include "foundation/constants.h"
+#include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
 #include "host/ancestors.h"
@@ -110,6 +112,11 @@ void scan_group(HierarchyRun& run, JointBuilder& builder, Duplicates& duplicates
 
 }  // namespace
 
+void ScanRun::init(const py::Object& outcome_, const py::Object& error_) {
+  outcome = outcome_;
+  error = error_;
+}
+
 void Scanner::init(const py::Object& api_, const Host& host_, const py::RefOrNone<SceneSnapshot>& snapshot_,
                    const py::Ref<Hierarchy>& hierarchy_, const py::RefOrNone<Buffer>& buffer_,
                    const py::Object& callbacks_) {
@@ -121,21 +128,36 @@ void Scanner::init(const py::Object& api_, const Host& host_, const py::RefOrNon
   callbacks = callbacks_;
 }
 
-bool Scanner::upload_buffer(bool append) const {
+bool Scanner::upload_buffer(bool append) {
+  last_run = py::Object();
+  try {
+    return look(append);
+  } catch (...) {
+    end(constants::kFailed, kept(py::current_error()));
+    throw;
+  }
+}
+
+void Scanner::end(std::string_view outcome, const py::Object& error) {
+  last_run = py::made<ScanRun>(to_str(py::text(outcome)), error);
+}
+
+/// Ends a scan that has brought nothing, and tells the front-end.
+bool Scanner::end_with(std::string_view outcome, const py::Name& event) {
+  end(outcome);
+  callbacks.attr(event)();
+  return kFailure;
+}
+
+bool Scanner::look(bool append) {
   const py::List selection = host.selection();
   py::List loaded;
   for (const py::Object& group : buffer->get_path_groups().items()) loaded.extend(group);
-  if (append && have_common(selection, loaded)) {
-    fire(kUsedScanSelection);
-    return kFailure;
-  }
+  if (append && have_common(selection, loaded)) return end_with(constants::kAlreadyLoaded, kUsedScanSelection);
   const bool nothing_selected = selection.empty();
   // A scan of nothing shows the user what is loaded already; it stays a failure.
   if (nothing_selected && !append) host.select(loaded);
-  if (nothing_selected) {
-    fire(kEmptyScanSelection);
-    return kFailure;
-  }
+  if (nothing_selected) return end_with(constants::kNothingSelected, kEmptyScanSelection);
   const py::GarbageCollectorPause pause;
   py::List result;
   try {
@@ -144,16 +166,15 @@ bool Scanner::upload_buffer(bool append) const {
     const py::Error error = py::current_error();
     if (!error.is_failure()) throw;
     logger::exception(error.value());
+    end(constants::kFailed, kept(error));
     return kFailure;
   }
   host.select(selection);
-  if (result.empty()) {
-    fire(kEmptyScanResult);
-    return kFailure;
-  }
+  if (result.empty()) return end_with(constants::kNothingFound, kEmptyScanResult);
   buffer->add(result);
   buffer->sort(py::Object::none());
   buffer->update();
+  end(constants::kFound);
   return kSuccess;
 }
 
@@ -238,46 +259,62 @@ void Scanner::reload_buffer() const {
 void Scanner::reload_bucket(const py::Object& bucket) const { Reload(hierarchy, host, buffer).bucket(bucket); }
 
 void expose_scanner(const py::Scope& scene) {
-  py::Class<Scanner>(scene, "_Scanner",
-                     "Finds the hierarchies below the host's selection that match the pattern.\n\n"
-                     "Args:\n"
-                     "    api: The owner.\n"
-                     "    operator: The host.\n"
-                     "    virtual: The snapshot.\n"
-                     "    hierarchy: The matcher.\n"
-                     "    buffer: Where the found hierarchies go.\n"
-                     "    callbacks: The front-end's events.")
-      .init<&Scanner::init>({"api", "operator", "virtual", "hierarchy", "buffer", "callbacks"})
-      .operation<&Scanner::upload_buffer>(
-          "upload_buffer", {{"append", false}},
-          "Scans below the selection.\n\n"
-          "Args:\n"
-          "    append: Add to the buffer instead of replacing its content.\n\n"
-          "True if something was found; it is then embedded in the scene. False fires `used_scan_selection`, "
-          "`empty_scan_selection` or `empty_scan_result`, or logs the exception that ended the scan.")
-      .operation<&Scanner::reload_buffer>(
-          "reload_buffer",
-          "Matches each bucket's roots again and embeds the outcome. Buckets that match no more leave; the others keep "
-          "name, checked and opened. The host's hooks may mark the objects, but not change which there are: for the "
-          "groups of one scene root the scene is read once.")
-      .operation<&Scanner::reload_bucket>("_reload_bucket", {"bucket"}, "Matches one bucket's roots again.")
-      .operation<&Scanner::find_scope_roots>("_find_scope_roots", {"scene_roots"},
-                                             "The paths at which hierarchies can begin.")
-      .operation<&Scanner::find_scope_root>(
-          "_find_scope_root", {"path", "ghost", "scene_roots"},
-          "The ancestor of an object, or itself, just below a scene root, if it can stand under the ghost; else None.")
-      .operation<&Scanner::scan>("_scan", {"roots"}, "New buckets of all hierarchies among these objects.")
-      .operation<&Scanner::filter>("_filter", {"buckets"}, "The buckets without those equal to an earlier one.")
-      .operation<&Scanner::load>("_load", {"roots", {"pattern", nullptr}},
-                                 "New joints of these objects, matched with the pattern, or with a list of scopes and "
-                                 "the captures as they stand.")
-      .static_operation<&Scanner::choose_name>("_choose_name", {"data"}, "The first joint's name, or an empty text.")
-      .readonly<&Scanner::api>("_api", "Api: The owner.")
-      .readonly<&Scanner::host>("_op", "Scene.Operator: The host.")
-      .readonly<&Scanner::snapshot>("_virtual", "Scene._Virtual: The snapshot.")
-      .readonly<&Scanner::hierarchy>("_hierarchy", "_Hierarchy: The matcher.")
-      .readonly<&Scanner::buffer>("_buffer", "Scene._Buffer: The buffer.")
-      .readonly<&Scanner::callbacks>("_callbacks", "_CallBacks: The events.")
+  const py::Scope scope =
+      py::Class<Scanner>(scene, "_Scanner",
+                         "Finds the hierarchies below the host's selection that match the pattern.\n\n"
+                         "Args:\n"
+                         "    api: The owner.\n"
+                         "    operator: The host.\n"
+                         "    virtual: The snapshot.\n"
+                         "    hierarchy: The matcher.\n"
+                         "    buffer: Where the found hierarchies go.\n"
+                         "    callbacks: The front-end's events.")
+          .init<&Scanner::init>({"api", "operator", "virtual", "hierarchy", "buffer", "callbacks"})
+          .operation<&Scanner::upload_buffer>(
+              "upload_buffer", {{"append", false}},
+              "Scans below the selection.\n\n"
+              "Args:\n"
+              "    append: Add to the buffer instead of replacing its content.\n\n"
+              "True if something was found; it is then embedded in the scene. False fires `used_scan_selection`, "
+              "`empty_scan_selection` or `empty_scan_result`, or logs the exception that ended the scan; `last_run` "
+              "says which, "
+              "from before the event on.")
+          .operation<&Scanner::reload_buffer>("reload_buffer",
+                                              "Matches each bucket's roots again and embeds the outcome. Buckets that "
+                                              "match no more leave; the others keep "
+                                              "name, checked and opened. The host's hooks may mark the objects, but "
+                                              "not change which there are: for the "
+                                              "groups of one scene root the scene is read once.")
+          .operation<&Scanner::reload_bucket>("_reload_bucket", {"bucket"}, "Matches one bucket's roots again.")
+          .operation<&Scanner::find_scope_roots>("_find_scope_roots", {"scene_roots"},
+                                                 "The paths at which hierarchies can begin.")
+          .operation<&Scanner::find_scope_root>("_find_scope_root", {"path", "ghost", "scene_roots"},
+                                                "The ancestor of an object, or itself, just below a scene root, if it "
+                                                "can stand under the ghost; else None.")
+          .operation<&Scanner::scan>("_scan", {"roots"}, "New buckets of all hierarchies among these objects.")
+          .operation<&Scanner::filter>("_filter", {"buckets"}, "The buckets without those equal to an earlier one.")
+          .operation<&Scanner::load>(
+              "_load", {"roots", {"pattern", nullptr}},
+              "New joints of these objects, matched with the pattern, or with a list of scopes and "
+              "the captures as they stand.")
+          .static_operation<&Scanner::choose_name>("_choose_name", {"data"},
+                                                   "The first joint's name, or an empty text.")
+          .readonly<&Scanner::last_run>(
+              "last_run",
+              "Scene._Scanner.Run | None: How the last `upload_buffer` ended; None before the "
+              "first and during one.")
+          .readonly<&Scanner::api>("_api", "Api: The owner.")
+          .readonly<&Scanner::host>("_op", "Scene.Operator: The host.")
+          .readonly<&Scanner::snapshot>("_virtual", "Scene._Virtual: The snapshot.")
+          .readonly<&Scanner::hierarchy>("_hierarchy", "_Hierarchy: The matcher.")
+          .readonly<&Scanner::buffer>("_buffer", "Scene._Buffer: The buffer.")
+          .readonly<&Scanner::callbacks>("_callbacks", "_CallBacks: The events.")
+          .done();
+
+  py::Class<ScanRun>(scope, "Run", "How a scan ended, and why if it failed.")
+      .init<&ScanRun::init>({"outcome", {"error", nullptr}})
+      .readonly<&ScanRun::outcome>("outcome", "str: One of `Constants.Scene.Outcome`.")
+      .readonly<&ScanRun::error>("error", "BaseException | None: What ended the scan.")
       .done();
 }
 

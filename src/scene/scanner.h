@@ -4,13 +4,27 @@
 
 namespace heron {
 
+/// How a scan ended, and why if it failed.
+class ScanRun {
+ public:
+  void init(const py::Object& outcome_, const py::Object& error_);
+
+  py::Object outcome, error;
+
+  template <class V>
+  void members(V& visit) {
+    visit(outcome);
+    visit(error);
+  }
+};
+
 /// Finds the hierarchies below the host's selection that match the pattern, and fills the buffer with them.
 class Scanner {
  public:
   void init(const py::Object& api, const Host& host, const py::RefOrNone<SceneSnapshot>& snapshot,
             const py::Ref<Hierarchy>& hierarchy, const py::RefOrNone<Buffer>& buffer, const py::Object& callbacks);
 
-  bool upload_buffer(bool append) const;
+  bool upload_buffer(bool append);  ///< A scan; how it ended stands in `last_run`.
   void reload_buffer() const;
 
   void reload_bucket(const py::Object& bucket) const;
@@ -26,11 +40,13 @@ class Scanner {
   py::Ref<SceneSnapshot> snapshot;
   py::Ref<Hierarchy> hierarchy;
   py::Ref<Buffer> buffer;
+  py::Object last_run;  ///< None before the first scan, and while one runs.
 
   template <class V>
   void members(V& visit) {
     visit(api);
     visit(callbacks);
+    visit(last_run);
     visit(host);
     visit(snapshot);
     visit(hierarchy);
@@ -38,8 +54,10 @@ class Scanner {
   }
 
  private:
+  bool look(bool append);
   py::List search(bool append) const;
-  void fire(const py::Name& event) const { callbacks.attr(event)(); }
+  void end(std::string_view outcome, const py::Object& error = {});
+  bool end_with(std::string_view outcome, const py::Name& event);
 };
 
 void expose_scanner(const py::Scope& scene);

@@ -3,6 +3,7 @@
 #include "files/json_file.h"
 #include "files/paths.h"
 #include "files/stored_document.h"
+#include "foundation/kept_error.h"
 #include "foundation/lock.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
@@ -51,7 +52,8 @@ void Statistics::add(const py::Object& record) const {
   });
 }
 
-void Statistics::write(bool clear) const {
+void Statistics::write(bool clear) {
+  write_error = py::Object();
   const auto change = [&](const py::Object& stored) {
     const py::Dict document(stored);
     clear ? document.clear() : extend(document);
@@ -61,6 +63,7 @@ void Statistics::write(bool clear) const {
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    write_error = kept(error);
   }
 }
 
@@ -71,7 +74,7 @@ py::Object Statistics::create_http_request(const py::Object& username) const {
   return py::made<StatisticsRequest>(username, contents);
 }
 
-void Statistics::accept_http_response(const py::Object& response, bool clear_sent) const {
+void Statistics::accept_http_response(const py::Object& response, bool clear_sent) {
   if (!py::made<StatisticsResponse>(response)->accepted) return;
   logger::debug(py::text("Statistics Sent"));
   if (!clear_sent) return;
@@ -80,20 +83,27 @@ void Statistics::accept_http_response(const py::Object& response, bool clear_sen
   logger::debug(py::text("Clear Local Statistics"));
 }
 
-py::Dict Statistics::read() const {
+py::Dict Statistics::read() {
+  read_error = py::Object();
+  ignored = py::tuple({});
   if (!paths::exist(path)) return {};
-  const py::Object stored = read_stored_document(path, kCorrupted);
+  const py::Object stored = read_stored_document(path, kCorrupted, read_error);
   if (!stored) return {};
-  if (is_newer(py::get(stored, kVersionName, py::to_python(0)))) {
+  const py::Object version = py::get(stored, kVersionName, py::to_python(0));
+  if (is_newer(version)) {
     logger::warning(format("Incompatible Statistics Version - {}", {path}));
+    const py::Object ours = py::to_python(kVersion);
+    read_error = kept(PyExc_ValueError, format("statistics of version {!r}, newer than {}", {version, ours}));
     return {};
   }
   if (PyDict_Check(stored.get()) == 0) {
     logger::warning(format("Incompatible Statistics File - {}", {path}));
+    read_error = kept(PyExc_TypeError, py::text("the document is no map"));
     return {};
   }
   const SoundStatistics sound{py::Dict(stored)};
   if (!sound.is_whole()) logger::warning(format("Incompatible Statistics Records - {}", {path}));
+  ignored = sound.partial();
   return sound.content();
 }
 
@@ -137,10 +147,12 @@ void expose_statistics(const py::Scope& module) {
           "Args:\n"
           "    environment: Gives the file.\n\n"
           "A missing file is an empty one; a corrupted file is moved aside and logged, one of a newer version is left "
-          "alone and logged. AttributeError for a file whose JSON is no object. Each list in the file is a category of "
+          "alone and logged; `read_error` says why. AttributeError for a file whose JSON is no object. Each list in "
+          "the file is a category of "
           "records, which are told apart by their \"timestamp\". What is no such record, a category of ours that is no "
           "list, a \"version\" that is no number, and what cannot be written as JSON in UTF-8, is left out with a "
-          "warning; before a write drops it, the file is moved aside. Other members of the file are kept.")
+          "warning, and `ignored` names the category; before a write drops it, the file is moved aside. Other members "
+          "of the file are kept.")
           .init<&Statistics::init>({"environment"})
           .attribute("version", py::to_python(Statistics::kVersion))
           .operation<&Statistics::add>("add", {"record"},
@@ -150,7 +162,9 @@ void expose_statistics(const py::Scope& module) {
               "write", {{"clear", false}},
               "Merges the records in memory into the file, by category and time; with `clear`, empties the file "
               "instead.\n\n"
-              "Waits for the file's queue, and `add` waits meanwhile. A failure is logged, and the records stay. "
+              "Waits for the file's queue, and `add` waits meanwhile. A failure is logged, `write_error` keeps it, and "
+              "the "
+              "records stay. "
               "Records in memory that cannot be written are passed over with a warning. A file found corrupted is "
               "logged and moved aside, and a new one written.")
           .operation<&Statistics::create_http_request>(
@@ -176,6 +190,11 @@ void expose_statistics(const py::Scope& module) {
               "_timed_bucket", {"records", "category"},
               "The records of a category; a new dict joins the table if there is none.")
           .static_operation<&timed_table::flat>("_flat_records", {"timed_table"}, "Category to list of records.")
+          .readonly<&Statistics::read_error>("read_error", "Exception | None: Why the file could not be used.")
+          .readonly<&Statistics::write_error>("write_error", "Exception | None: Why the last `write` failed.")
+          .readonly<&Statistics::ignored>(
+              "ignored",
+              "tuple[str, ...]: The members of the file of which something could not be used when it was read.")
           .readonly<&Statistics::mutex>("_mutex_edit", "Any: Guards `_data`.")
           .readonly<&Statistics::path>("_path", "str: The file.")
           .readonly<&Statistics::data>("_data", "dict[str, Any]: The lists of records by category, and \"version\".")

@@ -53,21 +53,15 @@ SoundStatistics::SoundStatistics(const py::Dict& document) {
 void SoundStatistics::add(const py::Object& name, const py::Object& value, bool all_writable) {
   const bool is_category = is_list(value) && !is_version(name);
   const py::Object kept = is_category ? records(name, py::List(value), all_writable) : value;
-  if ((is_category || may_stand(name, value)) && (all_writable || is_writable(name, kept))) {
-    content_.set(name, kept);
-  } else {
-    is_whole_ = false;
-  }
+  const bool stands = (is_category || may_stand(name, value)) && (all_writable || is_writable(name, kept));
+  if (stands) content_.set(name, kept);
+  if (!stands || (is_category && kept.length() != value.length())) partial_.push_back(name);
 }
 
 py::List SoundStatistics::records(const py::Object& category, const py::List& entries, bool all_writable) {
   py::List records;
   for (const py::Object& entry : entries.items()) {
-    if (is_record(entry) && (all_writable || is_writable(category, py::tuple({entry})))) {
-      records.append(entry);
-    } else {
-      is_whole_ = false;
-    }
+    if (is_record(entry) && (all_writable || is_writable(category, py::tuple({entry})))) records.append(entry);
   }
   return records;
 }

@@ -14,14 +14,15 @@ class SoundStatistics {
   explicit SoundStatistics(const py::Dict& document);  ///< The document stays as it is.
 
   const py::Dict& content() const { return content_; }
-  bool is_whole() const { return is_whole_; }  ///< Nothing was left out.
+  bool is_whole() const { return partial_.empty(); }          ///< Nothing was left out.
+  py::Object partial() const { return py::tuple(partial_); }  ///< Names of the members of which something was.
 
  private:
   void add(const py::Object& name, const py::Object& value, bool all_writable);
-  py::List records(const py::Object& category, const py::List& entries, bool all_writable);
+  static py::List records(const py::Object& category, const py::List& entries, bool all_writable);
 
   py::Dict content_;
-  bool is_whole_ = true;
+  std::vector<py::Object> partial_;
 };
 
 /// Records by category, and in each by their time: the form in which those of several processes are merged.

@@ -1,5 +1,7 @@
 #include "settings/check.h"
 
+#include <algorithm>
+
 #include "runtime/modules.h"
 #include "settings/document_values.h"
 
@@ -8,6 +10,10 @@ namespace {
 
 const py::Name kEnabled("enabled"), kOpened("opened"), kParameters("parameters");
 const py::Name kDeepCopy("deepcopy");
+
+bool have_maps_alone(const py::Object& blocks) {
+  return PyList_Check(blocks.or_none()) == 0 || std::ranges::all_of(py::collect(blocks), document::is_map);
+}
 
 }  // namespace
 
@@ -57,7 +63,10 @@ void CheckConfig::load(const py::Object& stored) {
   for (const auto& [class_id, values] : py::pairs(stored)) {
     const bool fits = document::is_map(values);
     if (!fits) document::warn(class_id);
-    table.set(class_id, StoredCheck::create(class_id, fits ? values : py::Dict()));
+    const auto check = StoredCheck::create(class_id, fits ? values : py::Dict());
+    // The parameters come to them later, without the document.
+    if (!have_maps_alone(check->parameters)) document::note(class_id);
+    table.set(class_id, check);
   }
 }
 

@@ -15,6 +15,8 @@ bool is_number(const py::Object& value) {
   return PyLong_Check(value.or_none()) != 0;
 }
 
+thread_local document::Ignored* innermost = nullptr;
+
 bool is_text(const py::Object& value) { return value.is_text(); }
 bool is_flag(const py::Object& value) { return PyBool_Check(value.or_none()) != 0; }
 
@@ -76,7 +78,18 @@ std::vector<py::Object> document::maps(const py::Object& list, const py::Name& k
   return found;
 }
 
-void document::warn(const py::Object& key) { logger::warning(format("Incompatible Stored Value - {}", {key})); }
+void document::warn(const py::Object& key) {
+  logger::warning(format("Incompatible Stored Value - {}", {key}));
+  note(key);
+}
+
+void document::note(const py::Object& key) {
+  if (innermost != nullptr) innermost->keys_.push_back(key);
+}
+
+document::Ignored::Ignored() : outer_(std::exchange(innermost, this)) {}
+document::Ignored::~Ignored() { innermost = outer_; }
+
 void document::warn(const py::Name& key) { warn(as_object(key)); }
 
 }  // namespace heron

@@ -27,6 +27,24 @@ std::vector<py::Object> maps(const py::Object& list, const py::Name& key);
 
 void warn(const py::Object& key);  ///< That the value under this key cannot be used.
 void warn(const py::Name& key);
+void note(const py::Object& key);  ///< The same for the innermost `Ignored` alone, where the log is told otherwise.
+
+/// Gathers, as long as it lives, the keys of the values that cannot be used, for the owner of the document.
+class Ignored {
+ public:
+  Ignored();
+  ~Ignored();
+  Ignored(const Ignored&) = delete;
+  Ignored& operator=(const Ignored&) = delete;
+
+  py::Object keys() const { return py::tuple(keys_); }
+
+ private:
+  friend void note(const py::Object& key);
+
+  Ignored* const outer_;
+  std::vector<py::Object> keys_;
+};
 
 }  // namespace document
 }  // namespace heron

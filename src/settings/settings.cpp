@@ -1,7 +1,9 @@
 #include "settings/settings.h"
 
+#include "files/paths.h"
 #include "files/stored_document.h"
 #include "foundation/constants.h"
+#include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/naming.h"
 #include "settings/document_values.h"
@@ -42,12 +44,15 @@ bool Settings::is_approved(const py::Object& text, const py::Object& method) {
 void Settings::init(const py::Object& environment) {
   static const py::Name kGetSettingsFile("get_settings_file"), kTarget("target"), kScope("scope");
   path = environment.call(kGetSettingsFile);
+  write_error = py::Object();
   const py::Object document = read();
+  const document::Ignored reading;
   check = py::made<CheckState>(document::map_at(document, kCheck));
   exporting = py::made<ExportSettings>(document::map_at(document, kExport));
   workspace = py::made<WorkspaceSettings>(document::map_at(document, kWorkspace));
   server = py::made<ServerSettings>(document::map_at(document, kServer));
   urls = py::made<SiteUrls>(environment.attr(kTarget), environment.attr(kScope));
+  ignored = reading.keys();
 }
 
 py::Dict Settings::data() const {
@@ -60,27 +65,35 @@ py::Dict Settings::data() const {
   return data;
 }
 
-py::Object Settings::read() const {
-  py::Object document = read_stored_document(path, "Read Corrupted Settings: {}");
+py::Object Settings::read() {
+  py::Object document = read_stored_document(path, "Read Corrupted Settings: {}", read_error);
   if (!document) return py::Dict();
   // A document that is a list or a number has nothing to ask for a version, which is an error for the caller.
-  if (!py::get(document, kVersionName, py::to_python(0)).equals(py::to_python(kVersion))) {
+  const py::Object version = py::get(document, kVersionName, py::to_python(0)), wanted = py::to_python(kVersion);
+  if (!version.equals(wanted)) {
     logger::warning(format("Incompatible Settings Version - {}", {path}));
+    // There is nothing wrong with a file that nobody has written yet.
+    if (paths::exist(path)) {
+      read_error = kept(PyExc_ValueError, format("settings of version {!r}, not {}", {version, wanted}));
+    }
     return py::Dict();
   }
   if (!PyDict_Check(document.get())) {
     logger::warning(py::text("Incompatible Settings File"));
+    read_error = kept(PyExc_TypeError, py::text("the document is no map"));
     return py::Dict();
   }
   return document;
 }
 
-void Settings::write() const {
+void Settings::write() {
+  write_error = py::Object();
   try {
     replace_stored_document(path, data());
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    write_error = kept(error);
   }
 }
 
@@ -91,15 +104,17 @@ void expose_settings(const py::Scope& module) {
           "The settings of a user: one document on disk, which the host's `environment` names, as it does the `target` "
           "and the `scope`.\n\n"
           "It is read once, here. A missing file, one that cannot be read, and one of another version leave the "
-          "defaults, and a record in the log; a corrupted one is moved aside. A group of the wrong kind is left at its "
-          "defaults, with a warning. AttributeError for a document that is a list or a plain value; TypeError for a "
+          "defaults, and a record in the log; a corrupted one is moved aside. `read_error` says why. A group of the "
+          "wrong "
+          "kind is left at its defaults, with a warning, and `ignored` names it. AttributeError for a document that is "
+          "a list or a plain value; TypeError for a "
           "stored directory whose \"enabled\" is no boolean. Nothing is written but by `write`.")
           .attribute("version", py::to_python(Settings::kVersion))
           .init<&Settings::init>({"environment"})
           .accessor<&Settings::data>("data", "dict[str, Any]: The JSON form, a new dict.")
           .operation<&Settings::write>("write",
                                        "Replaces the document on disk by `data`.\n\n"
-                                       "A failure is logged, and the file stays as it was.")
+                                       "A failure is logged, `write_error` keeps it, and the file stays as it was.")
           .operation<&Settings::read>("_read", "The document on disk; empty where it cannot be used, which is logged.")
           .static_operation<&Settings::approved_name>(
               "approved_name", {"text", {"none", false}, {"method", "EN_RU"}},
@@ -116,6 +131,11 @@ void expose_settings(const py::Scope& module) {
           .field<&Settings::workspace>("workspace", "_Settings.Workspace: What the user works on.")
           .field<&Settings::server>("server", "_Settings.Server: The server that a team shares.")
           .field<&Settings::urls>("urls", "_Settings.URLs: The addresses of the public web site.")
+          .readonly<&Settings::read_error>(
+              "read_error", "Exception | None: Why the document could not be used; None for a missing file, too.")
+          .readonly<&Settings::write_error>("write_error", "Exception | None: Why the last `write` failed.")
+          .readonly<&Settings::ignored>(
+              "ignored", "tuple[str, ...]: The keys of the values in the document that could not be used.")
           .readonly<&Settings::path>("_path", "str: Where the document is.")
           .done();
 

@@ -17,11 +17,13 @@ class Settings {
 
   void init(const py::Object& environment);
 
-  py::Dict data() const;    ///< The JSON form.
-  py::Object read() const;  ///< The document in the file; empty, with a record in the log, where it cannot be used.
-  void write() const;       ///< A failure is logged, and the file stays as it was.
+  py::Dict data() const;  ///< The JSON form.
+  py::Object read();      ///< The document in the file; empty where it cannot be used, and `read_error` says why.
+  void write();           ///< A failure is kept and logged, and the file stays as it was.
 
   py::Object path = py::Object::none();
+  py::Object ignored;                  ///< Keys of the values in the document that could not be used.
+  py::Object read_error, write_error;  ///< Of the last of each; none where it went well.
   py::Ref<CheckState> check = py::Ref<CheckState>::make();
   py::Ref<ExportSettings> exporting = py::Ref<ExportSettings>::make();
   py::Ref<WorkspaceSettings> workspace = py::Ref<WorkspaceSettings>::make();
@@ -30,7 +32,7 @@ class Settings {
 
   template <class V>
   void members(V& visit) {
-    visit(path);
+    for (py::Object* field : {&path, &ignored, &read_error, &write_error}) visit(*field);
     visit(check);
     visit(exporting);
     visit(workspace);
