@@ -281,6 +281,13 @@ def test_help_and_version(capsys):
         assert all(option in shown for option in ("--home", "exit status"))
 
 
+def test_the_log_shows_on_request(tmp_path):
+    for verbose in ((), ("--verbose",)):
+        home = str(tmp_path / f"home{len(verbose)}")
+        result = run_module(*verbose, "project", "list", "--home", home, stderr=subprocess.PIPE)
+        assert (b"Incompatible Settings Version" in result.stderr) is bool(verbose)
+
+
 @pytest.mark.parametrize("arguments", [[], ["--json"]])
 def test_a_reader_may_close_the_pipe(tmp_path, arguments):
     reader, writer = os.pipe()

@@ -112,7 +112,7 @@ def test_projects_that_cannot_be_used_are_told_and_the_others_work(street):
         write(directory / name, {**json.loads(good.read_text()), "filename": name, **members})
     write(directory / "cut.json", good.read_bytes()[:99])
     status, output, errors = street("project", "list")
-    assert (status, "Read Corrupted Project" in errors, "maya" in output) == (0, True, False)
+    assert (status, "cut.json: JSONDecodeError" in errors, "maya" in output) == (0, True, False)
     assert "project format 2, which this release cannot use" in output
     assert len(list((directory / ".corrupted").iterdir())) == 1
     twins = ", ".join(sorted([good.name, "twin.json"]))
@@ -220,6 +220,15 @@ def test_nothing_to_export_is_said(heron, tmp_path):
     rules = write(tmp_path / "rules.json", project([rule("car", "^none$")], {"car": {}}))
     status, output, _ = heron("export", STREET, "--project", rules, "--to", "out")
     assert (status, "0 hierarchies written to 0 files, 0 skipped" in output) == (1, True)
+
+
+def test_a_scan_that_fails_is_told_with_the_reason(heron, tmp_path):
+    rules = write(tmp_path / "rules.json", project([rule("car", "(")], {"car": {}}))
+    for command in (("export", "--to", "out"), ("scan",), ("validate",)):
+        status, output, errors = heron(command[0], STREET, "--project", rules, *command[1:])
+        assert (status, output) == (2, "")
+        assert "the scan failed: error: missing )" in errors
+    assert not os.path.exists("out")
 
 
 WRONG_EXPORTS = [

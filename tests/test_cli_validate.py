@@ -3,6 +3,7 @@
 import json
 import os
 import sys
+import threading
 from pathlib import Path
 from textwrap import dedent
 
@@ -384,6 +385,37 @@ def test_a_module_that_cannot_be_imported_costs_a_warning(heron):
     ):
         Path("studio/lost.py").write_text(source)
         status, output, _ = heron("checks")
-        assert (status, output.count(f"Import Failed: lost - {error}")) == (1, 1)
+        assert (status, output.count(f"lost cannot be imported: {error}: ")) == (1, 1)
     status, _, errors = heron("validate", "--enable", "t.scale")
-    assert (status, errors.count("warning: Import Failed: lost")) == (0, 1)
+    assert (status, errors.count("lost cannot be imported: ModuleNotFoundError: No module named")) == (0, 1)
+
+
+LINGERS = """
+from threading import Event, Thread
+
+
+class Lingering(Thread):
+    def __init__(self):
+        self.end = Event()
+        super().__init__(target=self.end.wait, daemon=True)
+
+    def join(self, timeout=None):
+        raise RuntimeError("somebody waits for a thread of a check")
+
+
+class Lingers(Mid):
+    class_id, category = "t.lingers", "object"
+
+    def check(self, path, parameters):
+        Lingering().start()
+"""
+
+
+def test_nobody_waits_for_the_threads_of_a_check(heron):
+    Path("studio/lingers.py").write_text(MID + LINGERS)
+    before = set(threading.enumerate())
+    status, output, errors = heron("validate", "--enable", "t.lingers", "--format", "json")
+    threads = [thread for thread in set(threading.enumerate()) - before if hasattr(thread, "end")]
+    for thread in threads:
+        thread.end.set()
+    assert (status, errors, len(threads)) == (0, "", len(results(output)))

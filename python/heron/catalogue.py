@@ -93,7 +93,7 @@ class Catalogue:
     Attributes:
         checks: The checks in the engine's order: by category, then by their sort index.
         denied: The classes that the engine refuses.
-        warnings: What else the engine logged while it looked, such as modules that cannot be imported.
+        warnings: What else cannot be used, such as modules that cannot be imported.
     """
 
     checks: list[KnownCheck]
@@ -112,9 +112,7 @@ def read_catalogue(session: Session) -> Catalogue:
         # A class that several modules import is refused in each.
         refused = {id(check): check for check in session.check_classes.get_denied()}.values()
         denied = [DeniedCheck(_name(check), _file(check), refusal(check)) for check in refused]
-    # What a refused class has raised was logged, too.
-    warnings = [text for text in session.warnings if not any(text in check.reason for check in denied)]
-    return Catalogue(checks, denied, warnings)
+    return Catalogue(checks, denied, session.warnings())
 
 
 def require_known(classes: core.Check._Classes, ids: Iterable[str], where: str = "") -> None:

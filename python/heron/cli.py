@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import logging
 from collections.abc import Sequence
 
 from . import __version__
@@ -12,6 +13,8 @@ from .reports.console import complain
 
 BAD_INPUT = 2
 INTERRUPTED = 130
+
+_SILENCE = logging.NullHandler()
 
 
 def main(arguments: Sequence[str] | None = None) -> int:
@@ -24,6 +27,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
         The exit status. A wrong usage leaves through `SystemExit` with status 2.
     """
     options = _parser().parse_args(arguments)
+    _set_up_log(options.verbose)
     try:
         status: int = options.run(options)
         return status
@@ -35,11 +39,24 @@ def main(arguments: Sequence[str] | None = None) -> int:
         return INTERRUPTED
 
 
+def _set_up_log(shown: bool) -> None:
+    """Commands tell what concerns the user by themselves: the log would say it twice."""
+    if shown:
+        logging.basicConfig(format="%(levelname)s: %(message)s")
+    else:
+        logging.getLogger().addHandler(_SILENCE)
+
+
 def _parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(
         prog="heron", description="Validates the structure and the naming of 3D scenes."
     )
     parser.add_argument("--version", action="version", version=f"heron {__version__}")
+    parser.add_argument(
+        "--verbose",
+        action="store_true",
+        help="show on standard error what the engine and the checks log, too",
+    )
     commands = parser.add_subparsers(title="commands", metavar="COMMAND", required=True)
     for command in (scan, validate, export, checks, project, sync, serve):
         command.add_parser(commands)

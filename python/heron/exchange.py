@@ -10,8 +10,7 @@ from urllib.parse import urlsplit
 
 import core
 
-from .errors import InputError
-from .logs import LogCollector
+from .errors import InputError, described
 from .wire import CONTENT_TYPE, DocumentError, check_project
 
 LARGEST_ANSWER = 256 * 1024 * 1024
@@ -182,10 +181,14 @@ def exchange_projects(api: core.Api, server: Server) -> Exchange:
         answer.check(collection.target)
     except ServerError as error:
         raise ServerError(f"the answer of {server.url} cannot be used: {error}") from error
-    before = _states(collection)
-    with LogCollector() as log:
-        api.http.projects_response(answer)
-    return _compare(before, _states(collection), len(list(request)), log.errors())
+    before, known = _states(collection), collection.errors
+    api.http.projects_response(answer)
+    errors = [
+        f"{path}: {described(error)}"
+        for path, error in collection.errors.items()
+        if error is not known.get(path)  # the others have been told when the projects were read
+    ]
+    return _compare(before, _states(collection), len(list(request)), errors)
 
 
 def _states(collection: core._Project.Collection) -> dict[str, tuple[str, float, bool]]:

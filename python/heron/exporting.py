@@ -9,10 +9,9 @@ from typing import Any
 
 import core
 
-from .errors import InputError
+from .errors import InputError, described
 from .hosts.gltf import GltfError, GltfScene
 from .hosts.gltf_file import GltfFile, relative_files
-from .logs import LogCollector
 from .session import Session
 
 _P = core.Parameters
@@ -38,17 +37,15 @@ class Exported:
 
 
 class ExportScene(GltfScene):
-    """A scene that keeps account of its exports, and never writes one over another.
+    """A scene that never writes one export over another.
 
     Attributes:
-        written: The main file of each hierarchy by its roots, since somebody cleared it.
-        failures: Why a hierarchy was not written, by its roots.
+        written: What has gone to each file since somebody cleared it, as the roots of the hierarchy.
     """
 
     def __init__(self, path: str | None = None):
         """Opens a file."""
-        self.written: dict[tuple[str, ...], str] = {}
-        self.failures: dict[tuple[str, ...], str] = {}
+        self.written: dict[str, list[str]] = {}
         super().__init__(path)
 
     def export(self, roots: list[str], file_path: str, type: str, args: Any, **flags: bool) -> None:  # type: ignore[override]
@@ -57,15 +54,11 @@ class ExportScene(GltfScene):
         Raises:
             GltfError: As there, or another hierarchy has gone to this file.
         """
-        try:
-            for other, path in self.written.items():
-                if os.path.normcase(path) == os.path.normcase(file_path):
-                    raise GltfError(file_path, f"{', '.join(other)} has the same name and was written there")
-            super().export(roots, file_path, type, args, **flags)
-        except Exception as error:
-            self.failures[tuple(roots)] = str(error)
-            raise
-        self.written[tuple(roots)] = file_path
+        other = self.written.get(os.path.normcase(file_path))
+        if other is not None:
+            raise GltfError(file_path, f"{', '.join(other)} has the same name and was written there")
+        super().export(roots, file_path, type, args, **flags)
+        self.written[os.path.normcase(file_path)] = roots
 
 
 def set_format(options: core._Export.Options, name: str) -> None:
@@ -134,16 +127,13 @@ def export(session: Session, scene: ExportScene, directory: str) -> Exported:
         directory: Where to.
     """
     scene.written.clear()
-    scene.failures.clear()
-    driver = session.api.export
-    with LogCollector():  # what it would hear, `_reason` tells of one hierarchy at a time
-        driver.project(directory)
+    session.api.export.project(directory)
     result = Exported()
-    for task in driver._queue:
-        if task.is_confirmed():
-            result.written.append((task.name, _files(scene.written[tuple(task.roots)])))
+    for task in session.api.export.queue:
+        if task.is_confirmed() and task.path is not None:
+            result.written.append((task.name, _files(task.path)))
         else:
-            result.skipped.append((task.name, _reason(session, scene, directory, task)))
+            result.skipped.append((task.name, _reason(task)))
     return result
 
 
@@ -157,19 +147,9 @@ def _files(path: str) -> list[str]:
     ]
 
 
-def _reason(session: Session, scene: ExportScene, directory: str, task: core._Export.Queue.Task) -> str:
+def _reason(task: core._Export.Queue.Task) -> str:
     """Why a hierarchy was not written."""
-    if task.is_empty():
+    if task.error is None:
         return "it has no objects"
-    failure = scene.failures.get(tuple(task.roots))
-    if failure is not None:
-        return failure
-    # It did not come as far as the host: its file has no name.
-    driver = session.api.export
-    selected = driver.options.selected
-    assert selected is not None
-    try:
-        driver._create_path(directory, task.name, selected.attr, driver.flags.version_control)
-    except Exception as error:
-        return f"no name for its file: {error}"
-    return "the reason is in the log"
+    # Without a path it did not come as far as the host.
+    return f"no name for its file: {task.error}" if task.path is None else described(task.error)

@@ -6,8 +6,8 @@ import os
 
 import core
 
+from .documents import ignored_warnings
 from .files import FileError, Json, parse_object, read_bytes
-from .logs import LogCollector
 from .reports.console import complain
 
 Project = core._Project.Settings
@@ -31,12 +31,11 @@ def read_project(path: str) -> Project:
     check_document(path, document)
     directory, filename = os.path.split(path)
     try:
-        with LogCollector() as log:
-            project = Project(None, directory, filename, document)
+        project = Project(None, directory, filename, document)
     except (AttributeError, TypeError, ValueError, ArithmeticError) as error:
         raise ProjectError(path, f"the project cannot be used: {error}") from error
-    for message in log.warnings():
-        complain(f"warning: {path}: {message}")
+    for warning in ignored_warnings(path, project.ignored):
+        complain(f"warning: {warning}")
     return project
 
 

@@ -2,18 +2,14 @@
 
 from __future__ import annotations
 
-import contextlib
 import difflib
 import os
-import shutil
 import time
-from collections.abc import Iterator
 from types import SimpleNamespace
 
 import core
 
-from .errors import InputError
-from .logs import LogCollector
+from .errors import InputError, described
 from .project import Project, Record, check_document, read_project
 from .session import Session
 
@@ -40,8 +36,7 @@ def choose_project(reference: str, environment: core.Environment) -> tuple[str, 
     """
     if not os.path.isfile(reference):
         application = SimpleNamespace(env=environment, callbacks=core._CallBacks())
-        with LogCollector():  # tells of the other projects
-            projects = core._Project.Collection(application, environment.target)
+        projects = core._Project.Collection(application, environment.target)
         if _matching(projects, reference) or not _looks_like_path(reference):
             project = find_project(projects, reference)
             check_document(project.path, project.data)
@@ -137,8 +132,8 @@ class Projects:
         record = Record(project.history, state.data)
         record.author, record.comment = author, comment
         _let_second_pass(project)
-        with _written(project):
-            record.save()
+        record.save()
+        _require_written(project)
         self._facade.load(project.filename)
         return project
 
@@ -162,9 +157,9 @@ class Projects:
             known = ", ".join(str(record.timestamp) for record in project) or "none"
             raise UnknownProjectError(f"{project.name} has no record {timestamp}, but: {known}")
         if timestamp is not None and timestamp != project.history.pointer:
-            with _written(project):
-                project.history.pointer = timestamp
-                project.save()
+            project.history.pointer = timestamp
+            project.save()
+            _require_written(project)
         self._facade.load(project.filename)
 
     def delete(self, project: Project) -> None:
@@ -173,42 +168,23 @@ class Projects:
         Raises:
             SaveError: The file could not be written.
         """
-        with _written(project):
-            if self.is_current(project.filename):
-                self._facade.delete_current()
-            else:
-                project.delete()
-                project.save()
+        if self.is_current(project.filename):
+            self._facade.delete_current()
+        else:
+            project.delete()
+            project.save()
+        _require_written(project)
 
 
-@contextlib.contextmanager
-def _written(project: Project) -> Iterator[None]:
-    """Tells of a project that the engine could not write; the engine itself only logs it.
-
-    The engine writes in place, so a full disk would cost the old state as well: it is kept beside the file.
+def _require_written(project: Project) -> None:
+    """Tells of a project that the engine could not write; its file is what it was.
 
     Raises:
-        SaveError: The file could not be written. It is what it was.
+        SaveError: It could not.
     """
-    path = project.path
-    backup = f"{path}.before"
-    existed = os.path.isfile(path)
-    try:
-        if existed:
-            shutil.copy2(path, backup)
-        with LogCollector() as log:
-            yield
-        if log.errors():
-            if existed:
-                os.replace(backup, path)
-            elif os.path.exists(path):
-                os.unlink(path)
-            raise SaveError(f"{path}: cannot be written: {'; '.join(log.errors())}")
-    except OSError as error:
-        raise SaveError(f"{path}: cannot be written: {error.strerror or error}") from error
-    finally:
-        if os.path.exists(backup):
-            os.unlink(backup)
+    error = project.write_error
+    if error is not None:
+        raise SaveError(f"{project.path}: cannot be written: {described(error)}") from error
 
 
 def _let_second_pass(project: Project) -> None:

@@ -10,26 +10,24 @@ import core
 
 from . import checks
 from .diagnosis import Diagnosis
-from .errors import InputError
+from .documents import document_warnings, ignored_warnings
+from .errors import InputError, described
 from .home import check_documents
 from .hosts.gltf import GltfScene
 from .hosts.gltf_export import exporters
-from .logs import LogCollector
 from .plugins import plugins_contained
 from .project import Record
 
-# What the engine says of settings that nobody has written yet.
-_NO_SETTINGS = "Incompatible Settings Version"
+_OUTCOME = core.Constants.Scene.Outcome
 
 
 class Outcome(enum.Enum):
-    """How a scan ended."""
+    """How a scan ended that did not fail."""
 
-    FOUND = "found"
-    NOTHING_FOUND = "nothing found"
-    NOTHING_SELECTED = "nothing selected"
-    ALREADY_LOADED = "already loaded"
-    FAILED = "failed"
+    FOUND = _OUTCOME.Found
+    NOTHING_FOUND = _OUTCOME.NothingFound
+    NOTHING_SELECTED = _OUTCOME.NothingSelected
+    ALREADY_LOADED = _OUTCOME.AlreadyLoaded
 
 
 class DirectoryError(InputError):
@@ -40,6 +38,10 @@ class CheckError(InputError):
     """A check class that the engine takes and then cannot work with."""
 
 
+class ScanError(InputError):
+    """A scan that could not be carried out."""
+
+
 class Session:
     """The engine set up for one scene.
 
@@ -48,7 +50,6 @@ class Session:
         api: The engine; it owns all parts below it.
         buffer: The hierarchies found in the scene.
         check_classes: The known checks.
-        warnings: What was logged while the checks and the settings were loaded, each text once.
         unknown_checks: (rule, check id) of the checks that the record enables and nobody has.
     """
 
@@ -77,19 +78,27 @@ class Session:
         self.operator = operator
         self.environment = environment or core._LocalEnv()
         self.unknown_checks: list[tuple[str, str]] = []
-        first_start = not os.path.exists(self.environment.get_settings_file())
-        with LogCollector() as log, plugins_contained():
+        with plugins_contained():
             self._build(record, check_directories)
-        told = (text for _, text in log.messages if not (first_start and text.startswith(_NO_SETTINGS)))
-        self.warnings = list(dict.fromkeys(told))
-        callbacks = self.api.callbacks
-        self._outcome = Outcome.FAILED
-        for event, outcome in (
-            (callbacks.empty_scan_result, Outcome.NOTHING_FOUND),
-            (callbacks.empty_scan_selection, Outcome.NOTHING_SELECTED),
-            (callbacks.used_scan_selection, Outcome.ALREADY_LOADED),
-        ):
-            event.register(lambda outcome=outcome: self._end(outcome))
+
+    def warnings(self) -> list[str]:
+        """What of the documents and the checks could not be used, or written, so far, in sentences."""
+        return [*self._document_warnings(), *self._module_warnings()]
+
+    def _document_warnings(self) -> Iterator[str]:
+        settings, statistics = self.api.settings, self.api.statistics
+        for path, document in ((settings._path, settings), (statistics._path, statistics)):
+            yield from document_warnings(path, document)
+        projects = self.api.project.collection
+        for path, error in projects.errors.items():
+            yield f"{path}: {described(error)}"
+        for project in projects:
+            yield from ignored_warnings(project.path, project.ignored)
+        yield from ignored_warnings("export options", self.api.export.options.ignored)
+
+    def _module_warnings(self) -> Iterator[str]:
+        for path, error in self.check_classes.errors.items():
+            yield f"the module {path} cannot be imported: {described(error)}"
 
     def _build(self, record: Record | None, check_directories: Sequence[str]) -> None:
         """Makes the engine; this runs code of plug-ins."""
@@ -150,12 +159,18 @@ class Session:
             append: Adds to the buffer rather than replacing it.
 
         Returns:
-            How the scan ended. After `FAILED` the reason is in the log.
+            How the scan ended.
+
+        Raises:
+            ScanError: The scan failed.
         """
-        self._outcome = Outcome.FAILED
-        if self.api.scene.scanner.upload_buffer(append):
-            self._outcome = Outcome.FOUND
-        return self._outcome
+        scanner = self.api.scene.scanner
+        scanner.upload_buffer(append)
+        run = scanner.last_run
+        assert run is not None
+        if run.error is not None:
+            raise ScanError(f"the scan failed: {described(run.error)}") from run.error
+        return Outcome(run.outcome)
 
     def refused(self) -> list[str]:
         """The objects at which a hierarchy could have begun in the last scan, and none did."""
@@ -202,6 +217,3 @@ class Session:
             for state in rule.check_config:
                 if state.enabled and state.class_id not in known:
                     yield rule.name, state.class_id
-
-    def _end(self, outcome: Outcome) -> None:
-        self._outcome = outcome

@@ -10,9 +10,8 @@ import core
 from ..exporting import ExportScene, describe_options, export, set_format, set_options
 from ..home import find_home
 from ..hosts.gltf_export import exporters
-from ..logs import LogCollector
 from ..projects import choose_project
-from ..reports.console import Console, complain, reader_may_leave
+from ..reports.console import Console, reader_may_leave
 from ..reports.exported import write
 from ..selection import select_paths
 from ..session import Outcome, Session
@@ -83,13 +82,7 @@ def run(options: argparse.Namespace) -> int:
     session = Session(scene, project.history.get_record(), home)
     _configure(session.api.export, options)
     select_paths(scene, options.select or session.default_selection())
-    with LogCollector() as log:
-        outcome = session.scan()
-    for message in log.warnings():
-        complain(f"warning: {message}")
-    if outcome is Outcome.FAILED:
-        complain(f"the scan failed: {'; '.join(log.errors())}")
-        return BAD_INPUT
+    outcome = session.scan()
     refused = [] if outcome is Outcome.NOTHING_SELECTED else session.refused()
     diagnosis = session.diagnosis()
     reasons = [(path, diagnosis.explain(path)) for path in refused]

@@ -179,7 +179,7 @@ def run_delete(options: argparse.Namespace) -> int:
 def open_session(options: argparse.Namespace) -> Session:
     """The engine on the home, without a scene; tells on standard error which documents cannot be used."""
     session = Session(GltfScene(), None, find_home(options.home))
-    for warning in session.warnings:
+    for warning in session.warnings():
         complain(f"warning: {warning}")
     return session
 

@@ -8,7 +8,6 @@ import time
 
 from ..home import find_home
 from ..hosts.gltf import GltfScene
-from ..logs import LogCollector
 from ..projects import choose_project
 from ..reports.console import Console, complain, count, reader_may_leave
 from ..reports.hierarchies import Report
@@ -71,14 +70,8 @@ def run(options: argparse.Namespace) -> int:
     earlier = len(session.buffer.get())
     select_paths(scene, options.select or session.default_selection())
     start = time.perf_counter()
-    with LogCollector() as log:
-        outcome = session.scan(options.append)
+    outcome = session.scan(options.append)
     seconds = time.perf_counter() - start
-    for message in log.warnings():
-        complain(f"warning: {message}")
-    if outcome is Outcome.FAILED:
-        complain(f"the scan failed: {'; '.join(log.errors())}")
-        return BAD_INPUT
     if outcome is Outcome.ALREADY_LOADED:
         complain(
             "the scene file holds some of the selected hierarchies already; "

@@ -15,11 +15,9 @@ from rich.progress import Progress as ProgressBar
 import core
 
 from ..catalogue import read_catalogue, require_known
-from ..errors import InputError
 from ..files import replace_file
 from ..home import find_home
 from ..hosts.gltf import GltfScene
-from ..logs import LogCollector
 from ..outcome import INFO, PASS, Validation
 from ..plugins import plugins_contained
 from ..projects import choose_project
@@ -64,10 +62,6 @@ examples:
   heron validate street.gltf --project street.json --format html --output street.html
   heron validate street.gltf --select /cars --enable heron.mesh.degenerate_triangles --fix --save
 """
-
-
-class ScanError(InputError):
-    """A scan that could not be carried out."""
 
 
 def add_parser(commands: argparse._SubParsersAction[argparse.ArgumentParser]) -> None:
@@ -127,16 +121,16 @@ def run(options: argparse.Namespace) -> int:
     troubles = _warned(read_catalogue(session).troubles())
     _require_checks(session, options.enable)
     validation = Validation(options.scene, options.project, time.time(), fixing=options.fix)
-    with LogCollector() as log, progress_bar() as progress, plugins_contained():
-        validator = Validator(session, log, progress)
+    with progress_bar() as progress, plugins_contained():
+        validator = Validator(session, progress)
         if record is None:
             _check_selection(session, validator, validation, options)
         else:
-            _check_project(session, validator, validation, options, log)
+            _check_project(session, validator, validation, options)
         if options.fix:
             validator.fix()
     validation.seconds = time.time() - validation.started
-    validation.warnings = troubles + _warned([*log.warnings(), *log.errors()])
+    validation.warnings = troubles + _warned([one for one in session.warnings() if one not in troubles])
     try:
         if options.save and (session.buffer.get() or any(check.left for check in validation.checks())):
             scene.save()
@@ -171,18 +165,11 @@ def _check_selection(
 
 
 def _check_project(
-    session: Session,
-    validator: Validator,
-    validation: Validation,
-    options: argparse.Namespace,
-    log: LogCollector,
+    session: Session, validator: Validator, validation: Validation, options: argparse.Namespace
 ) -> None:
     enable_in_rules(session, options.enable)
     select_paths(session.operator, options.select or session.default_selection())
-    before = len(log.messages)
     outcome = session.scan()
-    if outcome is Outcome.FAILED:
-        raise ScanError(f"the scan failed: {'; '.join(log.claim_errors(before))}")
     if outcome is not Outcome.NOTHING_SELECTED:
         diagnosis = session.diagnosis()
         validation.refused = [(path, diagnosis.explain(path)) for path in session.refused()]
