@@ -101,14 +101,6 @@ class Constants:
             Locator: Final[_Str]
             LodGroup: Final[_Str]
 
-        @final
-        class Outcome:
-            Found: Final[_Str]
-            NothingFound: Final[_Str]
-            NothingSelected: Final[_Str]
-            AlreadyLoaded: Final[_Str]
-            Failed: Final[_Str]
-
     @final
     class Plugin:
         @final
@@ -686,6 +678,14 @@ class Scene:
         @disjoint_base
         class Run:
             def __init__(self, outcome: str, error: BaseException | None = None) -> None: ...
+            @final
+            class Outcome:
+                Found: Final[_Str]
+                NothingFound: Final[_Str]
+                NothingSelected: Final[_Str]
+                AlreadyLoaded: Final[_Str]
+                Failed: Final[_Str]
+
             @property
             def outcome(self) -> str: ...
             @property

@@ -11,7 +11,7 @@ from memory import stays_flat
 import core
 
 Scanner = core.Scene._Scanner
-Outcome = core.Constants.Scene.Outcome
+Outcome = core.Scene._Scanner.Run.Outcome
 Joint = core.Scene._Buffer.DataJoint
 CARS = {"car": {"car_body": None, "car_wheel_2": None, "car_wheel_1": None}, "bus": {"bus_body": None}}
 

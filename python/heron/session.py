@@ -18,7 +18,7 @@ from .hosts.gltf_export import exporters
 from .plugins import plugins_contained
 from .project import Record
 
-_OUTCOME = core.Constants.Scene.Outcome
+_OUTCOME = core.Scene._Scanner.Run.Outcome
 
 
 class Outcome(enum.Enum):

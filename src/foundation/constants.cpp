@@ -53,12 +53,6 @@ void expose_constants(const py::Scope& module) {
                 {"Mesh", str(constants::kMesh)},
                 {"Locator", str(constants::kLocator)},
                 {"LodGroup", str(constants::kLodGroup)}});
-  expose_group(scene, "Outcome", "How a scan ended.",
-               {{"Found", str(constants::kFound)},
-                {"NothingFound", str(constants::kNothingFound)},
-                {"NothingSelected", str(constants::kNothingSelected)},
-                {"AlreadyLoaded", str(constants::kAlreadyLoaded)},
-                {"Failed", str(constants::kFailed)}});
 
   const py::Scope plugin = py::make_namespace(all, "Plugin", "Constants of the host.");
   expose_group(plugin, "Status", "Outcomes of an operation.",

@@ -2,7 +2,6 @@
 
 #include <unordered_set>
 
-#include "foundation/constants.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
@@ -112,11 +111,6 @@ void scan_group(HierarchyRun& run, JointBuilder& builder, Duplicates& duplicates
 
 }  // namespace
 
-void ScanRun::init(const py::Object& outcome_, const py::Object& error_) {
-  outcome = outcome_;
-  error = error_;
-}
-
 void Scanner::init(const py::Object& api_, const Host& host_, const py::RefOrNone<SceneSnapshot>& snapshot_,
                    const py::Ref<Hierarchy>& hierarchy_, const py::RefOrNone<Buffer>& buffer_,
                    const py::Object& callbacks_) {
@@ -133,7 +127,7 @@ bool Scanner::upload_buffer(bool append) {
   try {
     return look(append);
   } catch (...) {
-    end(constants::kFailed, kept(py::current_error()));
+    end(outcome::kFailed, kept(py::current_error()));
     throw;
   }
 }
@@ -153,11 +147,11 @@ bool Scanner::look(bool append) {
   const py::List selection = host.selection();
   py::List loaded;
   for (const py::Object& group : buffer->get_path_groups().items()) loaded.extend(group);
-  if (append && have_common(selection, loaded)) return end_with(constants::kAlreadyLoaded, kUsedScanSelection);
+  if (append && have_common(selection, loaded)) return end_with(outcome::kAlreadyLoaded, kUsedScanSelection);
   const bool nothing_selected = selection.empty();
   // A scan of nothing shows the user what is loaded already; it stays a failure.
   if (nothing_selected && !append) host.select(loaded);
-  if (nothing_selected) return end_with(constants::kNothingSelected, kEmptyScanSelection);
+  if (nothing_selected) return end_with(outcome::kNothingSelected, kEmptyScanSelection);
   const py::GarbageCollectorPause pause;
   py::List result;
   try {
@@ -166,15 +160,15 @@ bool Scanner::look(bool append) {
     const py::Error error = py::current_error();
     if (!error.is_failure()) throw;
     logger::exception(error.value());
-    end(constants::kFailed, kept(error));
+    end(outcome::kFailed, kept(error));
     return kFailure;
   }
   host.select(selection);
-  if (result.empty()) return end_with(constants::kNothingFound, kEmptyScanResult);
+  if (result.empty()) return end_with(outcome::kNothingFound, kEmptyScanResult);
   buffer->add(result);
   buffer->sort(py::Object::none());
   buffer->update();
-  end(constants::kFound);
+  end(outcome::kFound);
   return kSuccess;
 }
 
@@ -311,11 +305,7 @@ void expose_scanner(const py::Scope& scene) {
           .readonly<&Scanner::callbacks>("_callbacks", "_CallBacks: The events.")
           .done();
 
-  py::Class<ScanRun>(scope, "Run", "How a scan ended, and why if it failed.")
-      .init<&ScanRun::init>({"outcome", {"error", nullptr}})
-      .readonly<&ScanRun::outcome>("outcome", "str: One of `Constants.Scene.Outcome`.")
-      .readonly<&ScanRun::error>("error", "BaseException | None: What ended the scan.")
-      .done();
+  expose_scan_run(scope);
 }
 
 }  // namespace heron

@@ -1,22 +1,9 @@
 #pragma once
 
 #include "scene/buffer.h"
+#include "scene/scan_run.h"
 
 namespace heron {
-
-/// How a scan ended, and why if it failed.
-class ScanRun {
- public:
-  void init(const py::Object& outcome_, const py::Object& error_);
-
-  py::Object outcome, error;
-
-  template <class V>
-  void members(V& visit) {
-    visit(outcome);
-    visit(error);
-  }
-};
 
 /// Finds the hierarchies below the host's selection that match the pattern, and fills the buffer with them.
 class Scanner {
