@@ -458,5 +458,5 @@ def test_the_host_is_known_by_its_modules(monkeypatch, tmp_path):
         importlib.invalidate_caches()
         found.append(core._Software.detect())
     for name in ("pymxs", "maya", "maya.cmds", "bpy"):
-        monkeypatch.delitem(sys.modules, name)
+        del sys.modules[name]
     assert found == ["Unknown", "Unknown", "3dsMax", "Maya", "Blender"]
