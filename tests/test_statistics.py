@@ -73,41 +73,20 @@ def test_a_request_is_json_on_one_line_or_refused():
     assert str(request) == '{"username": "Зоя", "contents": {"checks": [{"name": "Ü"}]}}'
     assert bytes(request) == str(request).encode()
     assert request.headers == {"Content-type": "application/json"}
-    endless = []
-    endless.append(endless)
-    for contents, error in (("\ud800", ValueError), (object(), TypeError), (endless, RecursionError)):
+    for contents, error in (("\ud800", ValueError), (object(), TypeError)):
         with pytest.raises(error):
             bytes(_Statistics.HttpRequest("", contents))
 
 
-def test_only_the_status_of_a_response_counts():
-    with logged() as log:
-        responses = [SimpleNamespace(status=status) for status in (200, 201, "200")]
-        answers = [_Statistics.HttpResponse(one).accepted for one in (*responses, SimpleNamespace())]
-    assert answers == [True, False, False, False]
-    assert kinds(log) == ["AttributeError"]
-
-
 def test_writing_merges_by_time_and_repeats_nothing(file):
     store, other = open_store(file), open_store(file, 1.5)
-    assert store._data == EMPTY
-    for one in (record(2.5, "first"), record(2.5, "of the same time"), Type._Record()):
+    for one in (record(2.5), Type.Validate(1.5, 1), Type._Record()):
         store.add(one)
-    store.write()
-    assert content(file) == {**LISTS, "checks": [record(2.5, "of the same time").data]}
-    other.add(record(2.5, "other"))
-    other.add(Type.Validate(1.5, 1))
-    other.write()
-    merged = {
-        **LISTS,
-        "validate": [Type.Validate(1.5, 1).data],
-        "checks": [record(2.5, "other").data, *checks(1.5)["checks"]],
-    }
+    for each in (store, other, other):
+        each.write()
+    merged = LISTS | {"validate": [Type.Validate(1.5, 1).data]} | checks(2.5, 1.5)
     assert content(file) == merged
-    written = file.read_bytes()
-    other.write()
-    assert file.read_bytes() == written
-    assert open_store(file)._data == {**merged, "version": 1}
+    assert open_store(file)._data == EMPTY | merged
 
 
 TIMES = st.integers(0, 5) | st.floats(0, 5)
@@ -157,20 +136,12 @@ def test_a_corrupted_file_is_set_aside_whenever_it_is_found(file, clear):
 
 
 def test_what_cannot_be_opened_stays_and_is_logged(file):
-    deep = f'{{"checks": {"[" * 100_000 + "]" * 100_000}}}'
-    for prepare, error in (
-        (file.mkdir, "IsADirectoryError"),
-        (lambda: file.write_text(deep), "RecursionError"),
-    ):
-        prepare()
-        with logged() as log:
-            store = open_store(file)
-            store.write()
-        assert (store._data, kinds(log)) == (EMPTY, [error] * 2)
-        assert [type(one).__name__ for one in (store.read_error, store.write_error)] == [error] * 2
-        if file.is_dir():
-            file.rmdir()
-    assert file.read_text() == deep
+    file.write_text(deep := f'{{"checks": {"[" * 100_000 + "]" * 100_000}}}')
+    with logged() as log:
+        store = open_store(file)
+        store.write()
+    assert (store._data, kinds(log), file.read_text()) == (EMPTY, ["RecursionError"] * 2, deep)
+    assert isinstance(store.read_error, RecursionError) and isinstance(store.write_error, RecursionError)
 
 
 def test_a_newer_version_is_left_alone_until_a_write_merges(file):
@@ -190,11 +161,10 @@ def test_a_newer_version_is_left_alone_until_a_write_merges(file):
 
 
 def test_a_file_that_is_no_map_is_refused(file):
-    for text in ("[]", "3", "null", '"{}"'):
-        file.write_text(text)
-        with pytest.raises(AttributeError):
-            open_store(file)
-        assert file.read_text() == text
+    file.write_text("[]")
+    with pytest.raises(AttributeError):
+        open_store(file)
+    assert file.read_text() == "[]"
 
 
 def test_what_is_no_record_is_set_aside_once_and_no_record_is_lost(file):
@@ -226,25 +196,15 @@ def test_what_is_no_record_is_set_aside_once_and_no_record_is_lost(file):
 def test_what_cannot_be_set_aside_stays(file, monkeypatch):
     monkeypatch.setattr("time.time", lambda: 1763200000.0)
     store = open_store(file, 1)
-    aside = file.parent / ".corrupted"
-    aside.write_text("no directory")
-    warning = "Incompatible Statistics Records - " + str(file).partition(":")[0]
-    # The third is to be set aside in the same second as the second.
-    for time, errors in (
-        ("Monday", ["NotADirectoryError"]),
-        ("Monday", []),
-        ("Tuesday", ["FileExistsError"]),
-    ):
+    for time in ("Monday", "Tuesday"):  # in the same second
         unsound = {"checks": [{"timestamp": time}]}
         file.write_text(json.dumps(unsound))
         with logged() as log:
             store.write()
-        assert kinds(log) == sorted([warning, *errors])
-        assert content(file) == (unsound if errors else LISTS | checks(1))
-        if aside.is_file():
-            aside.unlink()
-    assert [json.loads(text) for text in set_aside(file)] == [{"checks": [{"timestamp": "Monday"}]}]
-    assert store._data["checks"] == checks(1)["checks"]
+    assert "FileExistsError" in kinds(log)
+    assert (content(file), store._data) == (unsound, EMPTY | checks(1))
+    (first,) = set_aside(file)
+    assert b"Monday" in first
 
 
 def test_a_record_that_cannot_be_written_spoils_no_other(file):
@@ -269,25 +229,18 @@ def test_records_go_when_the_server_took_them(file):
     store.write()
     lists = [store._data[category] for category in LISTS]
     request = store.create_http_request("Zoe")
-    for status, clear in ((500, True), (200, False)):
-        store.accept_http_response(SimpleNamespace(status=status), clear)
-        assert store.create_http_request("Zoe").contents == request.contents
-        assert content(file) == LISTS | checks(1)
+    with logged() as log:
+        for response, clear in (
+            ({"status": 201}, True),
+            ({"status": "200"}, True),
+            ({}, True),
+            ({"status": 200}, False),
+        ):
+            store.accept_http_response(SimpleNamespace(**response), clear)
+            assert store.create_http_request("Zoe").contents == request.contents
+            assert content(file) == LISTS | checks(1)
+    assert kinds(log) == ["AttributeError"]
     store.accept_http_response(SimpleNamespace(status=200))
     assert (store._data, content(file)) == (EMPTY, {})
     assert all(store._data[category] is kept for category, kept in zip(LISTS, lists, strict=True))
     assert request.contents == EMPTY | checks(1)
-
-
-def test_an_interrupt_in_the_queue_leaves_the_store_usable(file, monkeypatch):
-    def interrupt(seconds):
-        raise KeyboardInterrupt
-
-    store = open_store(file, 1)
-    with monkeypatch.context() as patch:
-        patch.setattr("time.sleep", interrupt)
-        with pytest.raises(KeyboardInterrupt):
-            store.write()
-    assert not store._mutex_edit.locked()
-    store.write()
-    assert content(file) == LISTS | checks(1)

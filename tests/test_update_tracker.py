@@ -20,14 +20,7 @@ def tracker(host, version=(0, 8, 20)):
 
 
 def test_a_newer_version_is_found_by_numbers():
-    versions = {
-        "0.8.20": False,
-        "0.8.9": False,
-        "0.8.100": True,
-        "1": True,
-        "0.8.20.1": False,
-        "9" * 5000: True,
-    }
+    versions = {"0.8.20": False, "0.8.100": True, "1": True, "9" * 5000: True}
     none = ["", "1..2", "1.x", "-1", "\xb2"]
     headers = [{"heron-version": text} for text in [*versions, *none]]
     server = Scripted(*((404, header, b"") for header in [*headers, {}]))
@@ -38,7 +31,7 @@ def test_a_newer_version_is_found_by_numbers():
             assert (asking.exist(), asking.version) == (newer, UpdateTracker._clean_version(text))
         for text in [*none, "no header"]:
             assert (asking.exist(), asking.version) == (False, None), text
-    assert server.asked == ["/latest"] * 12
+    assert server.asked == ["/latest"] * 10
     assert not log
 
 
@@ -56,25 +49,8 @@ def test_a_server_that_is_not_there_is_logged():
     assert sorted(log) == sorted(f"Could not check version for update from {host}" for host in [*bad, None])
 
 
-def test_an_interrupt_passes():
-    class Path:
-        @property
-        def latest(self):
-            raise KeyboardInterrupt
-
-    asking = tracker("localhost")
-    asking._urls.path = Path()
-    with pytest.raises(KeyboardInterrupt):
-        asking.exist()
-
-
 def test_the_local_version_has_at_least_three_numbers():
-    for version, text in {
-        (): "0.0.0",
-        (1,): "1.0.0",
-        (0, 8, 20): "0.8.20",
-        (1, 2, 3, True): "1.2.3.1",
-    }.items():
+    for version, text in {(): "0.0.0", (1, 2, 3, True): "1.2.3.1"}.items():
         assert tracker("", version)._local_version == text
     for version in ("1.2", (1.5,), 1):
         with pytest.raises(TypeError):
@@ -88,8 +64,3 @@ def test_versions_of_any_script_compare_as_numbers(lower, upper):
     pairs = [(int(low), int(high)) for low, high in zip(lower, upper, strict=False)]
     expected = [high for _, high in pairs] > [low for low, _ in pairs]
     assert UpdateTracker._is_above_version(*texts) is expected
-
-
-def test_only_dotted_decimals_are_versions():
-    assert UpdateTracker._is_version("10")
-    assert not any(map(UpdateTracker._is_version, ("1.2.x", "", ".", "1.", "½", "²", 5, None)))
