@@ -87,7 +87,8 @@ def test_a_directory_is_the_text_of_its_path(tmp_path, monkeypatch):
     assert Directory("", "") == str(tmp_path)
     assert list(directory.data.items()) == [("name", "Mine"), ("path", path), ("enabled", True)]
     directory.enabled = False
-    for wrong in (lambda: setattr(directory, "enabled", 1), lambda: Directory("Mine", None)):
+    stored = [{"path": path, "enabled": 1}]
+    for wrong in (lambda: Directory("Mine", None), lambda: Directory.List(stored)):
         with pytest.raises(TypeError):
             wrong()
     directory.own = [1]

@@ -11,13 +11,10 @@ from core import Error, Parameters
 
 Block, Task, Group, Options = Parameters.Block, Parameters.Block.Task, Parameters.Group, Parameters.Options
 IntRange, FloatRange, IntSlice = Parameters.IntRange, Parameters.FloatRange, Parameters.IntSlice
-RegEx, Switch, IntSliceList = Parameters.RegEx, Parameters.Switch, Parameters.IntSliceList
+RegEx, Switch, TextMatch = Parameters.RegEx, Parameters.Switch, Parameters.TextMatch
 ComboBox, Item, TextInput = Parameters.ComboBox, Parameters.ComboBox.Item, Parameters.TextInput
-TextInputList, TextMatch, TextMatchList = (
-    Parameters.TextInputList,
-    Parameters.TextMatch,
-    Parameters.TextMatchList,
-)
+TextInputList, TextMatchList = Parameters.TextInputList, Parameters.TextMatchList
+IntSliceList = Parameters.IntSliceList
 
 
 class Color(Parameters._Input):

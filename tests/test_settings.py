@@ -6,8 +6,6 @@ from types import SimpleNamespace
 
 import pytest
 from hosts import logged
-from hypothesis import given
-from hypothesis import strategies as st
 
 from core import Constants, _Settings
 
@@ -80,25 +78,6 @@ def test_a_document_that_is_no_map_is_an_error_and_a_group_has_its_defaults(path
         assert sorted(messages) == [f"Incompatible Stored Value - {name}" for name in groups]
 
 
-KEYS = ("directories", "mode", "list", "presets", "name", "path", "enabled", "stamp", "changed", "parameters")
-VALUES = st.recursive(
-    st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False) | st.text(max_size=2),
-    lambda value: st.lists(value, max_size=3) | st.dictionaries(st.sampled_from(KEYS), value, max_size=4),
-    max_leaves=12,
-)
-
-
-@given(st.dictionaries(st.sampled_from(KEYS), VALUES))
-def test_what_is_read_can_be_written_and_read_again(document):
-    try:
-        data = _Settings.Check.State(document).data
-    except TypeError:
-        directories = [each for each in document["directories"] if isinstance(each, dict)]
-        assert not all(isinstance(each.get("enabled", True), bool) for each in directories)
-        return
-    assert _Settings.Check.State(json.loads(json.dumps(data))).data == data
-
-
 # Writing
 
 
@@ -121,12 +100,11 @@ def test_what_is_written_is_read_again_in_the_same_order(path, tmp_path):
 def test_a_failed_write_leaves_the_file_as_it_was(path):
     settings = load(stored(path, DEFAULTS))
     before = path.read_bytes()
-    for value in ({1}, "\ud800"):
-        settings.workspace.project = value
-        with logged() as messages:
-            settings.write()
-        assert len(messages) == 1 and messages[0].startswith(type(settings.write_error).__name__)
-        assert (path.read_bytes(), settings.workspace.project) == (before, value)
+    settings.workspace.project = "\ud800"
+    with logged() as messages:
+        settings.write()
+    assert len(messages) == 1 and isinstance(settings.write_error, UnicodeEncodeError)
+    assert (path.read_bytes(), settings.workspace.project) == (before, "\ud800")
     settings.workspace.project = "p"
     settings.write()
     assert (settings.read_error, settings.write_error) == (None, None)
@@ -163,12 +141,7 @@ def test_a_name_is_approved_if_its_filter_leaves_it():
     for method in (Constants.Name.Filter.EMPTY, "unknown", None):
         assert _Settings.approved_name("\u00fc", method=method) == "\u00fc"
         assert _Settings.approved_name("\u00fc", none=True, method=method) is None
-    assert [_Settings.is_approved(text, "EMPTY") for text in ("a", "", None, 5)] == [
-        True,
-        False,
-        False,
-        False,
-    ]
+    assert [text for text in ("", "a", None, 5) if _Settings.is_approved(text, "EMPTY")] == ["a"]
     assert not _Settings.is_approved("a", "unknown")
 
 
