@@ -79,9 +79,8 @@ def test_the_current_project_is_the_last_made_or_selected_one(street):
 
 
 WRONG_PROJECTS = [
-    (["show", "Stret"], "no project Stret in "),
     (["show", "Stret"], "did you mean Street?"),
-    (["delete", "Stret"], "no project Stret"),
+    (["delete", "Stret"], "no project Stret in "),
     (["new", "Street"], "there is a project Street already"),
     (["new", " "], "is no name for a project"),
     (["new", "a\nb"], "is no name for a project"),
@@ -104,11 +103,8 @@ def test_what_cannot_be_done_with_a_project_is_told(street):
 def test_projects_that_cannot_be_used_are_told_and_the_others_work(street):
     directory = Path("home/projects")
     good = next(directory.glob("*.json"))
-    for name, members in {
-        "old.json": {"name": "Old", "version": 2},
-        "maya.json": {"target": "maya"},
-        "twin.json": {},
-    }.items():
+    others = {"old.json": {"name": "Old", "version": 2}, "maya.json": {"target": "maya"}, "twin.json": {}}
+    for name, members in others.items():
         write(directory / name, {**json.loads(good.read_text()), "filename": name, **members})
     write(directory / "cut.json", good.read_bytes()[:99])
     status, output, errors = street("project", "list")

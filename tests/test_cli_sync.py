@@ -132,14 +132,10 @@ BAD_ANSWERS = [
     (200, {"Content-type": "text/html"}, b"[]", 'the content type is "text/html"'),
     (200, {"Content-type": f"{JSON}; charset=utf-8"}, b"[]", "the content type is"),
     (200, TYPED, b"{}", "not a list of projects"),
-    (200, TYPED, b"[1]", "a project is not an object"),
-    (200, TYPED, b"[{}]", '"filename"'),
     (200, TYPED, b'[{"filename": "x.json", "target": "maya"}]', "'maya', not \"standalone\""),
-    (200, TYPED, b'[{"filename": "x.json", "target": "standalone"}]', '"version"'),
     (200, TYPED, b"", "it is empty"),
     (500, TYPED, b"[]", "answers 500 Internal Server Error"),
     (503, TYPED, b'{"error": "come later"}', ": come later"),
-    (302, TYPED, b"[]", "answers 302 Found"),
 ]
 
 
@@ -207,8 +203,6 @@ BAD_FILES = ["../x.json", "a\\b.json", "x.exe", "x.json ", "x.json.", ".json", "
     ("body", "options", "status", "reason"),
     [
         (b"{", {}, 400, "not JSON"),
-        (b"[" * 50_000, {}, 400, "nested too deeply"),
-        ([], {}, 400, "not an object"),
         ({"projects": []}, {}, 400, '"target"'),
         *(({"target": target, "projects": []}, {}, 400, '"target"') for target in BAD_TARGETS),
         ({"target": "maya", "projects": {}}, {}, 400, '"projects" is not a list'),
