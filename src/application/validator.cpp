@@ -46,7 +46,7 @@ void Validator::init(const py::Object& api_, const Host& host_, const py::Object
 // A check that starts a validation would start the check again, and so on.
 void Validator::start() {
   const auto self = py::Ref<Validator>::of(*this);  // what runs may let go of it
-  if (running_) py::raise(PyExc_RuntimeError, "a validation is running");
+  if (running_) py::raise(PyExc_RuntimeError, "a validation is already running");
   running_ = true;
   py::finally([&] { plan_and_run(); }, [&] { running_ = false; });
 }

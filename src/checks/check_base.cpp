@@ -55,7 +55,7 @@ py::Object CheckBase::parameters() {
 }
 
 void CheckBase::check(const py::Object&, const py::Object&) const {
-  py::raise(PyExc_NotImplementedError, "check() is left to the class of the check");
+  py::raise(PyExc_NotImplementedError, "check() must be implemented by the check class");
 }
 
 py::Object check_class_id(const py::Object& type) { return to_str(type.attr(kClassId)); }

@@ -18,7 +18,7 @@ py::Object NamedBuffer::reduce() const {
 void expose_named_buffer(const py::Scope& structure) {
   py::Class<NamedBuffer>(structure, "NamedBuffer", "A list with a name, in which a check puts what it finds.")
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
-      .init<&NamedBuffer::init>({{"name", ""}, {"items", "()"}})
+      .init<&NamedBuffer::init>({{"name", ""}, {"items", py::tuple({})}})
       .operation<&NamedBuffer::clear>("clear", "Removes all elements, one at a time from the end.")
       .accessor<&NamedBuffer::length>("length", "int: The number of elements.")
       .accessor<&NamedBuffer::is_empty>("is_empty", "bool: Whether there is no element.")

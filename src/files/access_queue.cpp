@@ -71,14 +71,14 @@ void AccessQueue::exit() const {
   py::finally(
       [&] {
         if (!write) return;
-        if (!data) py::raise(PyExc_RuntimeError, "an access queue is left that was never entered");
+        if (!data) py::raise(PyExc_RuntimeError, "the access queue was not entered");
         json_file::write(path, data);
       },
       [&] { release_access(); });
 }
 
 void AccessQueue::assert_built() const {
-  if (!path) py::raise(PyExc_RuntimeError, "an access queue is used whose constructor never ran");
+  if (!path) py::raise(PyExc_RuntimeError, "_AccessQueue.__init__() was not called");
 }
 
 void AccessQueue::assert_access() const {

@@ -6,7 +6,7 @@ namespace heron {
 
 /// NotImplementedError of an abstract class, for what a host integration has to provide.
 [[noreturn]] inline void not_implemented(const char* operation) {
-  py::raise(PyExc_NotImplementedError, std::string(operation) + "() is left to the host");
+  py::raise(PyExc_NotImplementedError, std::string(operation) + "() must be implemented by the host");
 }
 
 }  // namespace heron

@@ -35,7 +35,7 @@ py::Object keep(const py::Text& text, std::span<const Range> ranges) {
 }
 
 Py_ssize_t code_point(const py::Object& value) {
-  if (!PyLong_Check(value.get())) py::raise_type("_char_filter() takes pairs of code points");
+  if (!PyLong_Check(value.get())) py::raise_type("_char_filter() argument 'chars' must be pairs of int");
   return PyNumber_AsSsize_t(value.get(), nullptr);  // a number beyond all code points is cut to fit
 }
 
@@ -43,7 +43,7 @@ py::Object char_filter(const py::Text& text, const py::Object& chars) {
   std::vector<Range> ranges;
   for (const py::Object& pair : py::collect(chars)) {
     const std::vector<py::Object> bounds = py::collect(pair);
-    if (bounds.size() != 2) py::raise_type("_char_filter() takes pairs of code points");
+    if (bounds.size() != 2) py::raise_type("_char_filter() argument 'chars' must be pairs of int");
     ranges.push_back({code_point(bounds[0]), code_point(bounds[1])});
   }
   return keep(text, ranges);
@@ -180,7 +180,7 @@ void NamesControl::rename(const py::Object& from, const py::Object& to) const {
 
 py::Object NamesControl::get_init(const py::Object& name) const {
   if (!exists(name)) return to_str(name);
-  if (!name.is_text()) py::raise_type("get_init() can number text only, not " + name.type_name());
+  if (!name.is_text()) py::raise_type("get_init() argument 'name' must be str to be numbered, not " + name.type_name());
   return get_next(py::Text(name));
 }
 

@@ -11,7 +11,7 @@ const py::Name kFormat("format");
 
 PyObject* new_str(PyTypeObject* type, PyObject* arguments, PyObject* named) {
   if (PyTuple_Size(arguments) != 1 || (named != nullptr && PyDict_Size(named) != 0)) {
-    PyErr_SetString(PyExc_TypeError, "_Str() takes one value");
+    PyErr_SetString(PyExc_TypeError, "_Str() takes exactly one positional argument");
     return nullptr;
   }
   const auto make = reinterpret_cast<newfunc>(PyType_GetSlot(&PyUnicode_Type, Py_tp_new));

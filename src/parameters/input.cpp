@@ -11,7 +11,7 @@ namespace {
 const py::Name kDict("__dict__");
 
 [[noreturn]] void left_to_kind(const std::string& member) {
-  py::raise(PyExc_NotImplementedError, member + " is left to each kind of input");
+  py::raise(PyExc_NotImplementedError, member + " must be implemented by each kind of input");
 }
 
 }  // namespace

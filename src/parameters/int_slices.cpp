@@ -131,7 +131,7 @@ void expose_int_slices(const py::Scope& parameters) {
           "    items: Instances of `IntSlice`; their limits are set to those of the default, and its prefixes and "
           "units unless they are empty.\n\n"
           "TypeError for any other object.")
-          .init<&IntSliceList::init>({"attr_name", "default", {"items", "()"}, {"help_text", ""}})
+          .init<&IntSliceList::init>({"attr_name", "default", {"items", py::tuple({})}, {"help_text", ""}})
           .iterate<&IntSliceList::iterate>()
           .accessor<&IntSliceList::data>("data",
                                          "list[dict[str, Any]]: The JSON form, a new list of the data of each element.")

@@ -134,7 +134,7 @@ void expose_text_lists(const py::Scope& parameters) {
                                            "A list of texts, each with a check mark. It has no label.\n\n"
                                            "Args:\n"
                                            "    items: Instances of `TextInput`, TypeError for any other object.")
-      .init<&TextInputList::init>({"attr_name", {"items", "()"}, {"help_text", ""}})
+      .init<&TextInputList::init>({"attr_name", {"items", py::tuple({})}, {"help_text", ""}})
       .text<&TextInputList::text>()
       .iterate<&TextInputList::iterate>()
       .length<&TextInputList::size>()
@@ -167,7 +167,7 @@ void expose_text_lists(const py::Scope& parameters) {
                                            "A list of texts. It has no label.\n\n"
                                            "Args:\n"
                                            "    items: Instances of `TextMatch`, TypeError for any other object.")
-      .init<&TextMatchList::init>({"attr_name", {"items", "()"}, {"help_text", ""}})
+      .init<&TextMatchList::init>({"attr_name", {"items", py::tuple({})}, {"help_text", ""}})
       .iterate<&TextMatchList::iterate>()
       .length<&TextMatchList::size>()
       .item<&TextMatchList::at>()

@@ -17,7 +17,7 @@ void replace_text(py::Object& text, const py::Object& value) {
 py::Ref<RuleRange> to_range(const py::Object& bounds) {
   const std::vector<py::Object> pair = py::collect(bounds);
   if (pair.size() != 2) {
-    py::raise_value("the range of a rule has two bounds, not " + std::to_string(pair.size()));
+    py::raise_value("the range of a rule must have 2 bounds, not " + std::to_string(pair.size()));
   }
   return py::made<RuleRange>(pair[0], pair[1]);
 }

@@ -31,7 +31,7 @@ void walk(const Items& top, Enter enter, Leave leave) {
     Level& level = levels.back();
     if (level.next < level.below.size()) {
       const py::Object item = level.below[level.next++];
-      if (entered.contains(item.get())) py::raise(PyExc_RecursionError, "a node of the rule tree stands below itself");
+      if (entered.contains(item.get())) py::raise(PyExc_RecursionError, "a node of the rule tree is below itself");
       if (std::optional<Items> below = enter(item)) {
         entered.insert(item.get());
         levels.push_back({item, std::move(*below)});

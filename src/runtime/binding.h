@@ -134,6 +134,10 @@ struct ClassOperation {
   }
 };
 
+[[noreturn]] inline void refuse_deletion(const std::string& name) {
+  raise(PyExc_AttributeError, "cannot delete attribute '" + name + "'");
+}
+
 template <class T, auto Get>
 PyObject* get_accessor(PyObject* self, void*) {
   return guarded(
@@ -148,7 +152,7 @@ template <class T, auto Set>
 int set_accessor(PyObject* self, PyObject* value, void* name) {
   return guarded(
       [&] {
-        if (value == nullptr) raise(PyExc_AttributeError, std::string(static_cast<const char*>(name)) + " stays");
+        if (value == nullptr) refuse_deletion(static_cast<const char*>(name));
         (value_of<T>(self).*Set)(Object::borrow(value));
         return 0;
       },
@@ -166,9 +170,9 @@ int set_field(PyObject* self, PyObject* value, void* name) {
   return guarded(
       [&] {
         const std::string field = static_cast<const char*>(name);
-        if (value == nullptr) raise(PyExc_AttributeError, field + " stays");
+        if (value == nullptr) refuse_deletion(field);
         if (!From<V>::fits(value)) {
-          raise_type(field + " must be " + From<V>::wanted() + ", not " + Object::borrow(value).type_name());
+          raise_type("attribute '" + field + "' must be " + From<V>::wanted() + ", not " + Object::borrow(value).type_name());
         }
         value_of<T>(self).*Field = From<V>::from(value);
         return 0;

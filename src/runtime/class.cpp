@@ -92,6 +92,16 @@ Scope make_namespace(const Scope& outer, const char* name, const char* doc) {
 
 namespace detail {
 
+void keep_signature(const Signature*& place, const char* name, Parameters parameters, std::size_t arguments) {
+  if (place != nullptr && place->operation() != name) {
+    raise(PyExc_SystemError, std::string(name) + "() is bound to the function of " + place->operation() + "()");
+  }
+  if (parameters.size() != arguments) {
+    raise(PyExc_SystemError, std::string(name) + "() has other parameters than its function");
+  }
+  place = new Signature(name, parameters);
+}
+
 TypeParts::TypeParts(const Scope& outer, const char* name, const char* doc)
     : outer_(outer), name_(name), doc_(doc), base_(&PyBaseObject_Type) {}
 

@@ -35,6 +35,11 @@ Scope make_namespace(const Scope& outer, const char* name, const char* doc);
 
 namespace detail {
 
+/// Puts the signature of a binding into its place, for the life of the process, like the type. SystemError for
+/// parameters that are not the function's, and for a function that is bound under another name already: the runtime
+/// tells a call nothing of its name, so both would have the last one's defaults and errors.
+void keep_signature(const Signature*& place, const char* name, Parameters parameters, std::size_t arguments);
+
 /// What is gathered for a class until its type is made; the part of the builder that needs no template.
 class TypeParts {
  public:
@@ -132,7 +137,7 @@ class Class {
   template <auto F>
   Class& class_operation(const char* name, Parameters parameters, const char* doc) {
     using Call = detail::ClassOperation<T, F>;
-    Call::signature = &kept_signature(name, parameters, Call::kBound);
+    detail::keep_signature(Call::signature, name, parameters, Call::kBound);
     parts_.method(name, *Call::signature, reinterpret_cast<void*>(&Call::call), METH_CLASS, doc);
     return *this;
   }
@@ -246,16 +251,9 @@ class Class {
   }
   template <auto F>
   const Signature& sign(const char* name, Parameters parameters) {
-    using Arguments = typename detail::ShapeOf<F>::Arguments;
-    detail::Operation<T, F>::signature = &kept_signature(name, parameters, std::tuple_size_v<Arguments>);
-    return *detail::Operation<T, F>::signature;
-  }
-  static const Signature& kept_signature(const char* name, Parameters parameters, std::size_t size) {
-    auto* signature = new Signature(name, parameters);  // kept for the life of the process, like the type
-    if (signature->size() != size) {
-      raise(PyExc_SystemError, std::string(name) + ": parameters do not fit the function");
-    }
-    return *signature;
+    using Call = detail::Operation<T, F>;
+    detail::keep_signature(Call::signature, name, parameters, std::tuple_size_v<typename detail::ShapeOf<F>::Arguments>);
+    return *Call::signature;
   }
 
   detail::TypeParts parts_;
@@ -271,9 +269,9 @@ void add_function(const Scope& module, const char* name, const Signature& signat
 /// Exposes a C++ function as a function of the module.
 template <auto F>
 void function(const Scope& module, const char* name, Parameters parameters, const char* doc) {
-  auto* signature = new Signature(name, parameters);  // kept for the life of the process, like the module
-  detail::Operation<void, F>::signature = signature;
-  detail::add_function(module, name, *signature, reinterpret_cast<void*>(&detail::Operation<void, F>::call), doc);
+  using Call = detail::Operation<void, F>;
+  detail::keep_signature(Call::signature, name, parameters, std::tuple_size_v<typename detail::ShapeOf<F>::Arguments>);
+  detail::add_function(module, name, *Call::signature, reinterpret_cast<void*>(&Call::call), doc);
 }
 
 template <class T>

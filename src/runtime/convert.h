@@ -1,6 +1,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <type_traits>
@@ -16,7 +17,7 @@ class Text : public Object {
  public:
   Text() = default;
   explicit Text(Object object) : Object(std::move(object)) {
-    if (!is_text()) raise_type(std::string("text expected, not ") + type_name());
+    if (!is_text()) raise_type(std::string("str expected, not ") + type_name());
   }
 };
 
@@ -26,7 +27,7 @@ class Iterable : public Object {
   Iterable() = default;
   Iterable(const List& list) : Object(list) {}  // NOLINT(google-explicit-constructor): a list always is one
   explicit Iterable(Object object) : Object(std::move(object)) {
-    if (!fits(pointer_)) raise_type(std::string("something to walk over expected, not ") + type_name());
+    if (!fits(pointer_)) raise_type(std::string("an iterable expected, not ") + type_name());
   }
   static bool fits(PyObject* object) {
     return PySequence_Check(object) != 0 || PyType_GetSlot(Py_TYPE(object), Py_tp_iter) != nullptr;
@@ -50,42 +51,42 @@ template <>
 struct From<Text> {
   static bool fits(PyObject* object) { return PyUnicode_Check(object); }
   static Text from(PyObject* object) { return Text(Object::borrow(object)); }
-  static std::string wanted() { return "text"; }
+  static std::string wanted() { return "str"; }
 };
 
 template <>
 struct From<Iterable> {
   static bool fits(PyObject* object) { return Iterable::fits(object); }
   static Iterable from(PyObject* object) { return Iterable(Object::borrow(object)); }
-  static std::string wanted() { return "something to walk over"; }
+  static std::string wanted() { return "an iterable"; }
 };
 
 template <>
 struct From<std::string> {
   static bool fits(PyObject* object) { return PyUnicode_Check(object); }
   static std::string from(PyObject* object) { return Utf8(Object::borrow(object)).str(); }
-  static std::string wanted() { return "text"; }
+  static std::string wanted() { return "str"; }
 };
 
 template <>
 struct From<bool> {
   static bool fits(PyObject*) { return true; }
   static bool from(PyObject* object) { return checked(PyObject_IsTrue(object)) != 0; }
-  static std::string wanted() { return "a truth value"; }
+  static std::string wanted() { return "bool"; }
 };
 
 template <>
 struct From<List> {
   static bool fits(PyObject* object) { return PyList_Check(object); }
   static List from(PyObject* object) { return List(Object::borrow(object)); }
-  static std::string wanted() { return "a list"; }
+  static std::string wanted() { return "list"; }
 };
 
 template <>
 struct From<Dict> {
   static bool fits(PyObject* object) { return PyDict_Check(object); }
   static Dict from(PyObject* object) { return Dict(Object::borrow(object)); }
-  static std::string wanted() { return "a dict"; }
+  static std::string wanted() { return "dict"; }
 };
 
 template <std::signed_integral T>
@@ -96,7 +97,7 @@ struct From<T> {
     if (number == -1 && PyErr_Occurred() != nullptr) throw Error();
     return static_cast<T>(number);
   }
-  static std::string wanted() { return "an integer"; }
+  static std::string wanted() { return "int"; }
 };
 
 template <>
@@ -114,7 +115,7 @@ template <class T>
 struct From<Ref<T>> {
   static bool fits(PyObject* object) { return is_instance<T>(object); }
   static Ref<T> from(PyObject* object) { return Ref<T>(Object::borrow(object)); }
-  static std::string wanted() { return "a " + label(TypeOf<T>::type); }
+  static std::string wanted() { return label(TypeOf<T>::type); }
 };
 
 template <class T>
@@ -129,6 +130,7 @@ struct From<RefOrNone<T>> {
 // C++ to Python.
 
 inline Object to_python(const Object& object) { return object ? object : Object::none(); }
+inline Object to_python(std::nullptr_t) { return Object::none(); }
 template <std::same_as<bool> B>
 Object to_python(B value) {
   return Object::borrow(value ? Py_True : Py_False);

@@ -105,7 +105,7 @@ Error::Error() {
   PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
   PyErr_Fetch(&type, &value, &trace);
   if (type == nullptr) {
-    PyErr_SetString(PyExc_SystemError, "a call failed without an error");
+    PyErr_SetString(PyExc_SystemError, "error return without exception set");
     PyErr_Fetch(&type, &value, &trace);
   }
   PyErr_NormalizeException(&type, &value, &trace);

@@ -6,28 +6,21 @@
 namespace heron::py {
 namespace {
 
-/// The value of a default as it is written in Python.
-Object evaluate(const std::string& literal) {
-  if (literal == "None") return Object::none();
-  if (literal == "True") return Object::borrow(Py_True);
-  if (literal == "False") return Object::borrow(Py_False);
-  if (literal == "()") return tuple({});
-  if (literal.front() == '\'') return text(std::string_view(literal).substr(1, literal.size() - 2));
-  const bool is_whole = literal.find_first_not_of("-0123456789") == std::string::npos;
-  return Object::steal(is_whole ? PyLong_FromString(literal.c_str(), nullptr, 10)
-                                : PyFloat_FromString(text(literal).get()));
+/// "'a'", "'a' and 'b'", "'a', 'b', and 'c'".
+std::string enumerate(const std::vector<std::string>& names) {
+  std::string text;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i > 0) text += names.size() == 2 ? " and " : i + 1 == names.size() ? ", and " : ", ";
+    text += "'" + names[i] + "'";
+  }
+  return text;
+}
+
+std::string plural(std::size_t count, const std::string& noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 }  // namespace
-
-std::string Parameter::literal(const char* value) {
-  // "()" stands for an empty tuple; every other text for itself (none of ours needs escapes).
-  return std::string_view(value) == "()" ? "()" : "'" + std::string(value) + "'";
-}
-
-std::string Parameter::literal(double value) {
-  return Utf8(Object::steal(PyObject_Repr(Object::steal(PyFloat_FromDouble(value)).get()))).str();
-}
 
 Signature::Signature(std::string operation, Parameters parameters)
     : operation_(std::move(operation)),
@@ -37,10 +30,10 @@ Signature::Signature(std::string operation, Parameters parameters)
   for (std::size_t i = 0; i < parameters_.size(); ++i) {
     const Parameter& parameter = parameters_[i];
     names_.push_back(Object::steal(PyUnicode_InternFromString(parameter.name())));
-    defaults_.push_back(parameter.default_text().empty() ? Object() : evaluate(parameter.default_text()));
     switch (parameter.kind()) {
       case Parameter::Kind::kPlain:
         ++positional_;
+        if (!parameter.otherwise()) ++required_;
         break;
       case Parameter::Kind::kRest:
         rest_at_ = i;
@@ -58,6 +51,7 @@ Signature::Signature(std::string operation, Parameters parameters)
 Signature::Bound Signature::bind(PyObject* const* arguments, Py_ssize_t count, PyObject* names) const {
   Bound bound(parameters_.size());
   std::vector<Object> rest;
+  refuse_surplus(static_cast<std::size_t>(count));
   for (Py_ssize_t i = 0; i < count; ++i) place(bound, static_cast<std::size_t>(i), arguments[i], rest);
   const Py_ssize_t named = names != nullptr ? PyTuple_Size(names) : 0;
   for (Py_ssize_t i = 0; i < named; ++i) place_named(bound, PyTuple_GetItem(names, i), arguments[count + i]);
@@ -68,6 +62,7 @@ Signature::Bound Signature::bind(PyObject* const* arguments, Py_ssize_t count, P
 Signature::Bound Signature::bind(PyObject* arguments, PyObject* named) const {
   Bound bound(parameters_.size());
   std::vector<Object> rest;
+  refuse_surplus(static_cast<std::size_t>(PyTuple_Size(arguments)));
   for (Py_ssize_t i = 0; i < PyTuple_Size(arguments); ++i) {
     place(bound, static_cast<std::size_t>(i), PyTuple_GetItem(arguments, i), rest);
   }
@@ -79,13 +74,18 @@ Signature::Bound Signature::bind(PyObject* arguments, PyObject* named) const {
   return bound;
 }
 
+void Signature::refuse_surplus(std::size_t given) const {
+  if (takes_rest_ || given <= positional_) return;
+  const std::string least = required_ < positional_ ? "from " + std::to_string(required_) + " to " : "";
+  refuse("takes " + least + plural(positional_, "positional argument") + " but " + std::to_string(given) +
+         (given == 1 ? " was given" : " were given"));
+}
+
 void Signature::place(Bound& bound, std::size_t position, PyObject* value, std::vector<Object>& rest) const {
   if (position < positional_) {
     bound.slots_[position] = value;
-  } else if (takes_rest_) {
-    rest.push_back(Object::borrow(value));
   } else {
-    refuse("takes " + std::to_string(positional_) + " arguments at most");
+    rest.push_back(Object::borrow(value));
   }
 }
 
@@ -99,14 +99,14 @@ void Signature::place_named(Bound& bound, PyObject* name, PyObject* value) const
   }
   if (index < parameters_.size() && index != rest_at_ && index != keywords_at_) {
     if (bound.slots_[index] != nullptr) {
-      refuse("got several values for argument '" + std::string(parameter(index)) + "'");
+      refuse("got multiple values for argument '" + std::string(parameter(index)) + "'");
     }
     bound.slots_[index] = value;
   } else if (keywords_at_ < parameters_.size()) {
     if (!bound.keywords_) bound.keywords_ = Dict();
     checked(PyDict_SetItem(bound.keywords_.get(), name, value));
   } else {
-    refuse("has no argument '" + Utf8(Object::borrow(name)).str() + "'");
+    refuse("got an unexpected keyword argument '" + Utf8(Object::borrow(name)).str() + "'");
   }
 }
 
@@ -121,9 +121,17 @@ void Signature::complete(Bound& bound, const std::vector<Object>& rest) const {
   }
   for (std::size_t i = 0; i < parameters_.size(); ++i) {
     if (bound.slots_[i] != nullptr) continue;
-    if (!defaults_[i]) refuse("misses the argument '" + std::string(parameter(i)) + "'");
-    bound.slots_[i] = defaults_[i].get();
+    if (!parameters_[i].otherwise()) refuse_missing(bound);
+    bound.slots_[i] = parameters_[i].otherwise().get();
   }
+}
+
+void Signature::refuse_missing(const Bound& bound) const {
+  std::vector<std::string> missing;
+  for (std::size_t i = 0; i < parameters_.size(); ++i) {
+    if (bound.slots_[i] == nullptr && !parameters_[i].otherwise()) missing.emplace_back(parameter(i));
+  }
+  refuse("missing " + plural(missing.size(), "required positional argument") + ": " + enumerate(missing));
 }
 
 void Signature::refuse(const std::string& why) const { raise_type(operation_ + "() " + why); }
@@ -135,7 +143,7 @@ std::string Signature::text(const char* first) const {
     if (parameter.kind() == Parameter::Kind::kRest) text += '*';
     if (parameter.kind() == Parameter::Kind::kKeywords) text += "**";
     text += parameter.name();
-    if (!parameter.default_text().empty()) text += "=" + parameter.default_text();
+    if (parameter.otherwise()) text += "=" + Utf8(Object::steal(PyObject_Repr(parameter.otherwise().get()))).str();
   }
   return "(" + text + ")";
 }

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "runtime/object.h"
+#include "runtime/convert.h"
 
 namespace heron::py {
 
@@ -15,33 +15,26 @@ class Parameter {
 
   Parameter(const char* name) : name_(name) {}  // NOLINT(google-explicit-constructor): {"path", "clear"} reads well
   template <class D>
-  Parameter(const char* name, D otherwise) : Parameter(name, Kind::kPlain, literal(otherwise)) {}
+  Parameter(const char* name, D otherwise) : Parameter(name, Kind::kPlain, to_python(otherwise)) {}
 
-  static Parameter rest(const char* name) { return {name, Kind::kRest, ""}; }          ///< `*name`
-  static Parameter keywords(const char* name) { return {name, Kind::kKeywords, ""}; }  ///< `**name`
+  static Parameter rest(const char* name) { return {name, Kind::kRest, {}}; }          ///< `*name`
+  static Parameter keywords(const char* name) { return {name, Kind::kKeywords, {}}; }  ///< `**name`
   /// After `rest`: by name only.
   template <class D>
   static Parameter named(const char* name, D otherwise) {
-    return {name, Kind::kNamed, literal(otherwise)};
+    return {name, Kind::kNamed, to_python(otherwise)};
   }
 
   const char* name() const { return name_; }
   Kind kind() const { return kind_; }
-  bool required() const { return default_.empty() && kind_ == Kind::kPlain; }
-  const std::string& default_text() const { return default_; }  ///< As it is written in Python.
+  const Object& otherwise() const { return default_; }  ///< The default; nothing where there is none.
 
  private:
-  Parameter(const char* name, Kind kind, std::string otherwise)
-      : name_(name), kind_(kind), default_(std::move(otherwise)) {}
-  static std::string literal(std::nullptr_t) { return "None"; }
-  static std::string literal(bool value) { return value ? "True" : "False"; }
-  static std::string literal(const char* value);
-  static std::string literal(int value) { return std::to_string(value); }
-  static std::string literal(double value);
+  Parameter(const char* name, Kind kind, Object otherwise) : name_(name), kind_(kind), default_(std::move(otherwise)) {}
 
   const char* name_;
   Kind kind_ = Kind::kPlain;
-  std::string default_;
+  Object default_;
 };
 
 using Parameters = std::initializer_list<Parameter>;
@@ -91,16 +84,18 @@ class Signature {
   std::string text(const char* first) const;
 
  private:
+  void refuse_surplus(std::size_t given) const;
   void place(Bound& bound, std::size_t position, PyObject* value, std::vector<Object>& rest) const;
   void place_named(Bound& bound, PyObject* name, PyObject* value) const;
   void complete(Bound& bound, const std::vector<Object>& rest) const;
+  [[noreturn]] void refuse_missing(const Bound& bound) const;
   [[noreturn]] void refuse(const std::string& why) const;
 
   std::string operation_;
   std::vector<Parameter> parameters_;
-  std::vector<Object> names_;     // interned, for comparing by identity first
-  std::vector<Object> defaults_;  // none for a required parameter
-  std::size_t positional_ = 0;    // how many may be given by position
+  std::vector<Object> names_;   // interned, for comparing by identity first
+  std::size_t required_ = 0;    // how many must be given
+  std::size_t positional_ = 0;  // how many may be given by position
   bool takes_rest_ = false;
   std::size_t keywords_at_;  // position of `**`, or size()
   std::size_t rest_at_;      // position of `*`, or size()

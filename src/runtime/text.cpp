@@ -17,7 +17,7 @@ Object text(std::u32string_view characters) {
 }
 
 std::u32string characters(const Object& text) {
-  if (!text.is_text()) raise_type(std::string("text expected, not ") + text.type_name());
+  if (!text.is_text()) raise_type(std::string("str expected, not ") + text.type_name());
   std::u32string result(static_cast<std::size_t>(text.length()), U'\0');
   static_assert(sizeof(Py_UCS4) == sizeof(char32_t));
   if (!result.empty() && PyUnicode_AsUCS4(text.get(), reinterpret_cast<Py_UCS4*>(result.data()),
@@ -28,7 +28,7 @@ std::u32string characters(const Object& text) {
 }
 
 Utf8::Utf8(const Object& text) : owner_(text) {
-  if (!text.is_text()) raise_type(std::string("text expected, not ") + text.type_name());
+  if (!text.is_text()) raise_type(std::string("str expected, not ") + text.type_name());
   Py_ssize_t size = 0;
   if (const char* bytes = PyUnicode_AsUTF8AndSize(text.get(), &size)) {
     view_ = {bytes, static_cast<std::size_t>(size)};

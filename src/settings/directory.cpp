@@ -23,7 +23,7 @@ void CheckDirectory::init(const py::Object& name, const py::Text&, bool enable, 
 }
 
 void CheckDirectory::set_enabled(const py::Object& value) {
-  if (!PyBool_Check(value.get())) py::raise_type("enabled must be a boolean, not " + value.type_name());
+  if (!PyBool_Check(value.get())) py::raise_type("attribute 'enabled' must be bool, not " + value.type_name());
   enabled_ = value.truth();
 }
 
