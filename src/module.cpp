@@ -12,6 +12,7 @@
 #include "foundation/masks.h"
 #include "foundation/naming.h"
 #include "foundation/text.h"
+#include "foundation/version.h"
 #include "hierarchy/hierarchy.h"
 #include "host/environment.h"
 #include "host/host_application.h"
@@ -32,6 +33,7 @@ namespace {
 /// What each subsystem offers, in order: a later line may derive from or refer to what an earlier one made.
 void expose(const heron::py::Scope& module) {
   heron::accept_any_certificate();
+  heron::expose_version(module);
   heron::expose_text(module);
   heron::expose_constants(module);
   heron::expose_naming(module);

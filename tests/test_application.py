@@ -346,7 +346,7 @@ def test_an_export_inside_an_export_is_refused(make, tmp_path):
     host.export = export
     with logged() as messages:
         api.export.selected(str(tmp_path))
-    assert (events, messages) == ([("export_skipped", "a")], ["RuntimeError: an export is running"])
+    assert (events, messages) == ([("export_skipped", "a")], ["RuntimeError: an export is already running"])
     assert files(tmp_path) == ["b.fbx", "home"]
     host.export, host.selection = write, ["/b"]
     host.errors["/b"] = KeyboardInterrupt()

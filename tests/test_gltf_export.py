@@ -512,12 +512,12 @@ def test_unknown_extensions(tmp_path):
 def test_a_broken_scene_is_told_and_nothing_is_written(tmp_path):
     for place, value, reason in (
         ("buffers/0/uri", "no.bin", "missing"),
-        ("meshes/2/primitives/0/material", "x", "no whole number"),
+        ("meshes/2/primitives/0/material", "x", "not an integer"),
         ("nodes/9/extensions/KHR_lights_punctual/light", 5, "number 5"),
         ("materials/2/normalTexture/index", -1, "names number -1"),
         ("animations/1/channels/0/sampler", 7, "no sampler 7"),
         ("meshes/2/primitives", {"a": 1}, "malformed"),
-        ("nodes/1/translation", [1e999, 0, 0], "no list of 3 numbers"),
+        ("nodes/1/translation", [1e999, 0, 0], "not a list of 3 numbers"),
         ("nodes/7/extras", 1e999, "cannot be written"),
     ):
         text = json.dumps(put(street()[0], place, value)).replace("Infinity", "1e999")

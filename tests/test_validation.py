@@ -164,7 +164,7 @@ def test_a_check_that_starts_a_validation_has_failed(make):
     with logged() as messages:
         api.validator.start()
     assert outcome(api) == [[("Names", "error")]] * 2
-    assert messages == ["RuntimeError: a validation is running"] * 2
+    assert messages == ["RuntimeError: a validation is already running"] * 2
     enabled(api).check = lambda self, path, parameters: None
     api.validator.start()
     assert outcome(api) == [[("Names", "pass")]] * 2

@@ -10,7 +10,6 @@ from typing import Any
 
 import core
 
-from .contract import refusal
 from .errors import InputError
 from .plugins import plugins_contained
 from .session import Session
@@ -109,9 +108,9 @@ def read_catalogue(session: Session) -> Catalogue:
     """Describes all check classes that the engine found, and those that it refused."""
     with plugins_contained():
         checks = [_describe(check) for check in session.check_classes]
-        # A class that several modules import is refused in each.
-        refused = {id(check): check for check in session.check_classes.get_denied()}.values()
-        denied = [DeniedCheck(_name(check), _file(check), refusal(check)) for check in refused]
+    # A class that several modules import is refused in each.
+    refused = {id(check): (check, reason) for check, reason in session.check_classes.get_denials()}.values()
+    denied = [DeniedCheck(_name(check), _file(check), reason) for check, reason in refused]
     return Catalogue(checks, denied, session.warnings())
 
 
@@ -133,9 +132,9 @@ def require_known(classes: core.Check._Classes, ids: Iterable[str], where: str =
 
 
 def _unknown(classes: core.Check._Classes, name: str, known: Iterable[str]) -> str:
-    for check in classes.get_denied():
+    for check, reason in classes.get_denials():
         if vars(check).get("class_id") == name:
-            return f"the check {name} cannot be used: {refusal(check)}"
+            return f"the check {name} cannot be used: {reason}"
     near = difflib.get_close_matches(name, known, _SUGGESTIONS)
     hint = f"did you mean {', '.join(near)}?" if near else "`heron checks` lists the known ones"
     return f"no check {name}; {hint}"

@@ -64,12 +64,12 @@ class Server:
             parts = urlsplit(url)
             self._host, self._port = parts.hostname, parts.port
         except ValueError as error:
-            raise UrlError(f"{url}: {error}") from error
+            raise UrlError(f"malformed URL {url}: {error}") from error
         if parts.scheme not in ("http", "https") or not self._host:
-            raise UrlError(f"{url}: an address begins with http:// or https:// and the name of a host")
+            raise UrlError(f"malformed URL {url}: it must begin with http:// or https:// and the name of a host")
         self._path = (parts.path or "/") + (f"?{parts.query}" if parts.query else "")
         if not self._path.isascii() or not self._path.isprintable() or " " in self._path:
-            raise UrlError(f"{url}: the path has characters that an address cannot have")
+            raise UrlError(f"malformed URL {url}: invalid characters in the path")
         self._timeout = timeout
         self._context = None
         if parts.scheme == "https":

@@ -168,4 +168,4 @@ def _directory(path: str) -> str:
 
 
 def _refuse_constant(name: str) -> NoReturn:
-    raise ValueError(f"{name} is no JSON value")
+    raise ValueError(f"{name} is not a JSON value")

@@ -114,7 +114,7 @@ class Projects:
             SaveError: The file could not be written.
         """
         if not name.strip() or not name.isprintable():
-            raise UnknownProjectError(f"{name!r} is no name for a project")
+            raise UnknownProjectError(f"{name!r} is not a valid project name")
         if name in self.collection.names:
             raise UnknownProjectError(f"there is a project {name} already")
         project = self._facade.get_empty()

@@ -32,7 +32,7 @@ def check_project(project: object, target: str) -> None:
         raise DocumentError("a project is not an object")
     name = project.get("filename")
     if not isinstance(name, str) or not is_safe_name(name) or not name.endswith(SUFFIX):
-        raise DocumentError(f'"filename" of a project is no name for a file: {name!r:.80}')
+        raise DocumentError(f'"filename" of a project is not a valid file name: {name!r:.80}')
     if project.get("target") != target:
         raise DocumentError(f'"target" of {name} is {project.get("target")!r:.80}, not "{target}"')
     for key in ("version", "edit_timestamp"):

@@ -21,11 +21,6 @@ class CheckBase {
 py::Object check_class_id(const py::Object& type);
 py::Object check_category(const py::Object& type);  ///< In lower case.
 
-/// Can this class serve as a check? It is asked everything that the engine uses of a check; an exception that it
-/// raises then is logged.
-bool is_valid_check(const py::Object& type);
-
 void expose_check_base(const py::Scope& check);
-void expose_check_assertions(const py::Scope& assertions);
 
 }  // namespace heron

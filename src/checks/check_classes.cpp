@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "checks/check_base.h"
+#include "checks/check_contract.h"
 #include "foundation/constants.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
@@ -84,6 +85,7 @@ void CheckClasses::reload() {
   py::modules::importlib.call(kInvalidate);  // a module may have been written a moment ago
   errors.clear();
   denied.clear();
+  denials.clear();
   array.clear();
   table.clear();
   const py::List found;
@@ -139,7 +141,11 @@ void CheckClasses::take(const py::Object& importer, const py::Object& name, cons
     errors.set(py::modules::path.call(kJoin, importer.attr(kPath), name), failure);
     return;
   }
-  for (const py::Object& type : py::collect(classes)) (is_valid_check(type) ? found : denied).append(type);
+  for (const py::Object& type : py::collect(classes)) {
+    const py::Object refusal = check_refusal(type);
+    (refusal.is_none() ? found : denied).append(type);
+    if (!refusal.is_none()) denials.append(py::tuple({type, refusal}));
+  }
 }
 
 py::Object CheckClasses::load_module(const py::Object& importer, const py::Object& name, const py::Object&) {
@@ -180,6 +186,9 @@ void expose_check_classes(const py::Scope& check) {
       .operation<&CheckClasses::get>("get", {"class_id"}, "The class with this id, or None.")
       .operation<&CheckClasses::get_denied>(
           "get_denied", "The classes that do not hold to what a check must be, as the stored list; it may repeat some.")
+      .operation<&CheckClasses::get_denials>(
+          "get_denials",
+          "A new list of pairs of a denied class, and why it was: the first thing that is wrong with it.")
       .accessor<&CheckClasses::get_errors>(
           "errors",
           "dict[str, BaseException]: Why modules could not be imported, by their paths without the extension; a new "

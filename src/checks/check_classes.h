@@ -12,6 +12,7 @@ class CheckClasses {
   py::Object get(const py::Object& class_id) const;  ///< None for an unknown id.
   py::List get_denied() const { return denied; }
   py::Dict get_errors() const { return errors.copy(); }
+  py::List get_denials() const { return denials.copy(); }
 
   void reload();
 
@@ -25,6 +26,7 @@ class CheckClasses {
   py::Object directory;  ///< The one that is searched.
   py::Dict errors;       ///< Why modules could not be imported, by their paths.
   py::List denied;       ///< Classes that cannot serve as checks, perhaps more than once.
+  py::List denials;      ///< The same, each with the reason.
   py::List array;
   py::Dict table;
 
@@ -34,6 +36,7 @@ class CheckClasses {
     visit(directory);
     visit(errors);
     visit(denied);
+    visit(denials);
     visit(array);
     visit(table);
   }

@@ -5,7 +5,7 @@
 
 #include "checks/check_base.h"
 #include "runtime/modules.h"
-#include "settings/presets.h"
+#include "settings/check_presets.h"
 
 namespace heron {
 namespace {

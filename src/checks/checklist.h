@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/class.h"
-#include "settings/check.h"
+#include "settings/check_config.h"
 
 namespace heron {
 

@@ -78,7 +78,7 @@ void AccessQueue::exit() const {
 }
 
 void AccessQueue::assert_built() const {
-  if (!path) py::raise(PyExc_RuntimeError, "_AccessQueue.__init__() was not called");
+  if (!path) py::raise(PyExc_RuntimeError, "AccessQueue.__init__() was not called");
 }
 
 void AccessQueue::assert_access() const {

@@ -49,7 +49,8 @@ void MaskItem::init(const py::Object& texts, const py::Text& label, const py::Te
 void MaskSet::init(const py::Object& given) {
   items().clear();
   for (const py::Object& object : py::collect(given)) {
-    if (!Item::holds(object)) py::raise_type(std::string("_Set() argument 'items' must be _Items, not ") + object.type_name());
+    if (!Item::holds(object))
+      py::raise_type(std::string("_Set() arguments must be Mask.Item, not ") + object.type_name());
     const Item item(object);
     items().append(item);
     if (item->attr.truth()) py::checked(PyObject_SetAttr(items().get(), item->attr.get(), item.get()));

@@ -74,7 +74,6 @@ py::Object printable(const py::Object& value) {
 
 void expose_text(const py::Scope& module) {
   expose_str_class(module);
-  module.set("version", py::tuple({py::to_python(0), py::to_python(8), py::to_python(20)}));
   module.set("_TYPE_STRING", py::Object::borrow(reinterpret_cast<PyObject*>(&PyUnicode_Type)));
   module.set("_ENCODING", py::text(kEncoding));
   py::function<&to_str>(module, "_str", {"value"},

@@ -12,12 +12,8 @@ namespace {
 bool Ancestors::climb() {
   const py::Object parent = host_.parent(path_);
   if (!parent.truth()) return false;
-  if (parent.equals(mark_)) raise_circle();
+  if (cycles_.returns(++depth_, parent)) raise_circle();
   path_ = parent;
-  if (++steps_ == next_mark_) {
-    mark_ = parent;
-    next_mark_ *= 2;
-  }
   return true;
 }
 

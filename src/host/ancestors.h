@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/cycle_detector.h"
 #include "host/host.h"
 
 namespace heron {
@@ -7,18 +8,21 @@ namespace heron {
 /// The way from an object of the host to the top of its scene. RecursionError if the way never ends.
 class Ancestors {
  public:
-  Ancestors(const Host& host, py::Object path) : host_(host), path_(std::move(path)) {}
+  Ancestors(const Host& host, py::Object path) : host_(host), path_(std::move(path)) { cycles_.returns(depth_, path_); }
 
   /// Climbs to the parent; false at the top.
   bool climb();
   const py::Object& path() const { return path_; }
 
  private:
+  struct SamePath {
+    bool operator()(const py::Object& a, const py::Object& b) const { return a.equals(b); }
+  };
+
   const Host& host_;
   py::Object path_;
-  // A way in a circle comes back to where it was after one, two, four, eight ... steps.
-  py::Object mark_ = path_;
-  std::size_t steps_ = 0, next_mark_ = 1;
+  std::size_t depth_ = 1;
+  CycleDetector<py::Object, 1, SamePath> cycles_;
 };
 
 /// The top-most ancestors of many objects. No part of a way is gone twice.

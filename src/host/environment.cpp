@@ -1,8 +1,8 @@
 #include "host/environment.h"
 
 #include "files/paths.h"
-#include "foundation/abstract.h"
 #include "foundation/constants.h"
+#include "foundation/not_implemented.h"
 #include "foundation/process_environment.h"
 #include "foundation/safe_access.h"
 #include "foundation/text.h"

@@ -1,6 +1,6 @@
 #include "host/operator.h"
 
-#include "foundation/abstract.h"
+#include "foundation/not_implemented.h"
 #include "matching/path_text.h"
 
 namespace heron {

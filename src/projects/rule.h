@@ -2,7 +2,7 @@
 
 #include "foundation/text.h"
 #include "projects/rule_range.h"
-#include "settings/check.h"
+#include "settings/check_config.h"
 
 namespace heron {
 

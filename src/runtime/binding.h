@@ -172,7 +172,8 @@ int set_field(PyObject* self, PyObject* value, void* name) {
         const std::string field = static_cast<const char*>(name);
         if (value == nullptr) refuse_deletion(field);
         if (!From<V>::fits(value)) {
-          raise_type("attribute '" + field + "' must be " + From<V>::wanted() + ", not " + Object::borrow(value).type_name());
+          raise_type("attribute '" + field + "' must be " + From<V>::wanted() + ", not " +
+                     Object::borrow(value).type_name());
         }
         value_of<T>(self).*Field = From<V>::from(value);
         return 0;

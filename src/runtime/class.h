@@ -252,7 +252,8 @@ class Class {
   template <auto F>
   const Signature& sign(const char* name, Parameters parameters) {
     using Call = detail::Operation<T, F>;
-    detail::keep_signature(Call::signature, name, parameters, std::tuple_size_v<typename detail::ShapeOf<F>::Arguments>);
+    detail::keep_signature(Call::signature, name, parameters,
+                           std::tuple_size_v<typename detail::ShapeOf<F>::Arguments>);
     return *Call::signature;
   }
 

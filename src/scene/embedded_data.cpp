@@ -77,10 +77,10 @@ py::Dict EmbeddedWriter::write(const DataJoint& joint) {
     py::List below;
   };
   std::vector<Level> levels;
-  CycleDetector descent;
+  CycleDetector<> cycles;
   const auto enter = [&](const DataJoint& entered) {
-    if (descent.returns(levels.size() + 1, &entered)) {
-      py::raise(PyExc_RecursionError, "a joint stands below itself");
+    if (cycles.returns(levels.size() + 1, &entered)) {
+      py::raise(PyExc_RecursionError, "a joint is below itself");
     }
     levels.push_back({py::Ref<DataJoint>::of(entered), py::collect(entered.children), 0, {}});
   };
@@ -139,9 +139,9 @@ py::Ref<DataJoint> read_joint(const py::Object& root) {
     std::size_t next = 0;
   };
   std::vector<Level> levels;
-  CycleDetector descent;
+  CycleDetector<> cycles;
   const auto enter = [&](const py::Object& data) {
-    if (descent.returns(levels.size() + 1, data.get())) {
+    if (cycles.returns(levels.size() + 1, data.get())) {
       py::raise(PyExc_RecursionError, "decode() found a joint below itself");
     }
     levels.push_back({data, py::collect(py::get(data, kChildren, py::List())), {}});

@@ -10,9 +10,9 @@ namespace {
 
 const py::Name kPath("path"), kIsGhost("is_ghost");
 
-/// Goes one step down.
-void descend(CycleDetector& descent, std::size_t depth, const py::Object& joint, const char* operation) {
-  if (!descent.returns(depth, joint.get())) return;
+/// Is told of every step down.
+void refuse_cycle(CycleDetector<>& cycles, std::size_t depth, const py::Object& joint, const char* operation) {
+  if (!cycles.returns(depth, joint.get())) return;
   py::raise(PyExc_RecursionError, std::string(operation) + "() found a joint below itself");
 }
 
@@ -52,13 +52,13 @@ void append_below(const py::Object& root, const py::List& joints) {
     std::size_t next = 0;
   };
   std::vector<Level> levels;
-  CycleDetector descent;
+  CycleDetector<> cycles;
   const auto enter = [&](const py::Object& parent) {
     const py::Object below = joint_children(parent);
     if (!below) return;
     std::vector<py::Object> children = py::collect(below);
     if (children.empty()) return;
-    descend(descent, levels.size() + 1, parent, "get_joints");
+    refuse_cycle(cycles, levels.size() + 1, parent, "get_joints");
     levels.push_back({parent, std::move(children)});
   };
   enter(root);
@@ -81,7 +81,7 @@ void sort(const py::List& root) {
     std::size_t next = 0;
   };
   std::vector<Level> levels;
-  CycleDetector descent;
+  CycleDetector<> cycles;
   levels.push_back({root});
   while (!levels.empty()) {
     Level& level = levels.back();
@@ -95,7 +95,7 @@ void sort(const py::List& root) {
     if (!below) continue;
     const py::List children(below);
     if (children.empty()) continue;
-    descend(descent, levels.size(), joint, "sort");
+    refuse_cycle(cycles, levels.size(), joint, "sort");
     levels.push_back({children});
   }
 }
@@ -107,7 +107,7 @@ bool is_match(std::vector<py::Object> joints, const Host& host) {
   };
   std::vector<Level> levels;
   std::vector<py::Object> ghosts;  // kept, so that nothing else can take their place
-  CycleDetector descent;
+  CycleDetector<> cycles;
   levels.push_back({std::move(joints)});
   while (!levels.empty()) {
     Level& level = levels.back();
@@ -118,7 +118,7 @@ bool is_match(std::vector<py::Object> joints, const Host& host) {
     const py::Object joint = level.joints[level.next++];
     const std::size_t depth = level.depth + 1;
     const py::Object children = children_of(joint), path = joint.attr(kPath);
-    descend(descent, depth, joint, "is_match");
+    refuse_cycle(cycles, depth, joint, "is_match");
     if (joint.call(kIsGhost).truth()) {
       ghosts.push_back(joint);
       level = {py::collect(children), depth};  // what stands behind a ghost is not looked at, as decided

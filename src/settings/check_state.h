@@ -1,7 +1,7 @@
 #pragma once
 
-#include "settings/directory.h"
-#include "settings/presets.h"
+#include "settings/check_directories.h"
+#include "settings/check_presets.h"
 
 namespace heron {
 

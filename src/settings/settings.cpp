@@ -143,7 +143,9 @@ void expose_settings(const py::Scope& module) {
   expose_check_directory(check);
   expose_check_presets(check);
   expose_check_state(check);
-  expose_setting_groups(settings);
+  expose_export_settings(settings);
+  expose_workspace_settings(settings);
+  expose_server_settings(settings);
   expose_urls(settings);
 }
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "settings/check_state.h"
-#include "settings/setting_groups.h"
-#include "settings/urls.h"
+#include "settings/export_settings.h"
+#include "settings/server_settings.h"
+#include "settings/site_urls.h"
+#include "settings/workspace_settings.h"
 
 namespace heron {
 

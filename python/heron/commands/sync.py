@@ -90,5 +90,5 @@ def _seconds(text: str) -> float:
     except ValueError:
         value = 0.0
     if not 0 < value < 86400:
-        raise argparse.ArgumentTypeError(f"{text} is no number of seconds")
+        raise argparse.ArgumentTypeError(f"{text} is not a number of seconds above 0 and below 86400")
     return value

@@ -183,7 +183,7 @@ def _read_options(file_path: str, type: str, args: Any) -> Json:
     if options is None:
         raise GltfError(file_path, f'cannot be exported as "{type}", only as glb or gltf')
     if args is not None and not isinstance(args, Mapping):
-        raise GltfError(file_path, "the options of the exporter are no map of names to values")
+        raise GltfError(file_path, "the options of the exporter are not a mapping")
     values: Json = {"layout": "separate"}
     for entry in options:
         if isinstance(entry, _P.Switch):

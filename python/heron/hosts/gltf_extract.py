@@ -90,7 +90,7 @@ class Extract:
     def _need(self, kind: str, index: Any, where: str) -> None:
         """Has an item copied, unless it is already or will be."""
         if type(index) is not int:
-            raise self._members.error(f'{where} refers to "{kind}" by something that is no whole number')
+            raise self._members.error(f'{where} refers to "{kind}" by something that is not an integer')
         if index not in self._copies[kind]:
             self._copies[kind][index] = self._source(kind, index, where)
             self._waiting.append((kind, index))
@@ -285,7 +285,7 @@ class Extract:
     def _names(self, key: str) -> list[str]:
         names: list[Any] = self._members.member(self._draft.file.document, key, list, "the document") or []
         if not all(isinstance(name, str) for name in names):
-            raise self._members.error(f'"{key}" of the document is no list of texts')
+            raise self._members.error(f'"{key}" of the document is not a list of strings')
         return names
 
 

@@ -209,7 +209,7 @@ class Primitive:
         """
         positions = self.positions()
         if not np.isfinite(positions).all():
-            raise self._members.error(f"{self.where} has a position that is no number")
+            raise self._members.error(f"{self.where} has a position that is not a finite number")
         return positions
 
     def position_accessor(self) -> Json:

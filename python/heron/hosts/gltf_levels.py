@@ -63,7 +63,7 @@ class LevelsOfDetail:
         lower: list[int] = []
         for number in numbers:
             if type(number) is not int or number == own or number in lower:
-                raise self._members.error(f'"ids" of {where} is no list of other nodes, each once')
+                raise self._members.error(f'"ids" of {where} is not a list of other nodes, each once')
             self._members.item("nodes", number, where)
             lower.append(number)
         return lower

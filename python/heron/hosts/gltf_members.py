@@ -64,7 +64,7 @@ class Members:
         """A list of objects, empty where it is absent."""
         items: list[Json] = self.member(owner, key, list, where) or []
         if not all(isinstance(item, dict) for item in items):
-            raise self.error(f'"{key}" of {where} is no list of objects')
+            raise self.error(f'"{key}" of {where} is not a list of objects')
         return items
 
     def size(self, owner: Json, key: str, where: str, default: int | None = None) -> int:
@@ -84,7 +84,7 @@ class Members:
         if values is None:
             return None
         if len(values) != length or not all(map(_is_number, values)):
-            raise self.error(f'"{key}" of {where} is no list of {length} numbers')
+            raise self.error(f'"{key}" of {where} is not a list of {length} numbers')
         return [float(value) for value in values]
 
 

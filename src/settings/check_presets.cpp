@@ -1,4 +1,4 @@
-#include "settings/presets.h"
+#include "settings/check_presets.h"
 
 #include <algorithm>
 

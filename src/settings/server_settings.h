@@ -4,42 +4,6 @@
 
 namespace heron {
 
-// The small groups of the settings. Their values are kept as they were read: whoever uses one judges it.
-
-/// Where exported files went last.
-class ExportSettings {
- public:
-  void init(const py::Object& data);
-
-  py::Dict data() const;  ///< The JSON form.
-
-  py::Object mode = py::to_python(0);  ///< The user chooses.
-  py::Object directory = py::text("~");
-
-  template <class V>
-  void members(V& visit) {
-    visit(mode);
-    visit(directory);
-  }
-};
-
-/// What the user works on.
-class WorkspaceSettings {
- public:
-  void init(const py::Object& data);
-
-  py::Dict data() const;  ///< The JSON form.
-
-  py::Object project = py::text("");
-  py::Object check_updates = py::to_python(false);
-
-  template <class V>
-  void members(V& visit) {
-    visit(project);
-    visit(check_updates);
-  }
-};
-
 /// The server that a team shares. Its address is also told to code in the same process.
 class ServerSettings {
  public:
@@ -70,7 +34,7 @@ class ServerSettings {
   py::Object port_ = py::to_python(kPort);
 };
 
-/// Puts `Export`, `Workspace` and `Server` into `_Settings`.
-void expose_setting_groups(const py::Scope& settings);
+/// Puts `Server` into `_Settings`.
+void expose_server_settings(const py::Scope& settings);
 
 }  // namespace heron

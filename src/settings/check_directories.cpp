@@ -1,4 +1,4 @@
-#include "settings/directory.h"
+#include "settings/check_directories.h"
 
 #include "foundation/text.h"
 #include "runtime/modules.h"

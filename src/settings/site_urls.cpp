@@ -1,4 +1,4 @@
-#include "settings/urls.h"
+#include "settings/site_urls.h"
 
 namespace heron {
 

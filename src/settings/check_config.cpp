@@ -1,4 +1,4 @@
-#include "settings/check.h"
+#include "settings/check_config.h"
 
 #include <algorithm>
 

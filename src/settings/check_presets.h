@@ -1,6 +1,6 @@
 #pragma once
 
-#include "settings/check.h"
+#include "settings/check_config.h"
 
 namespace heron {
 
