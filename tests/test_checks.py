@@ -85,12 +85,15 @@ def test_packages_are_searched_but_not_their_own_top_level(tmp_path):
     array, denied, table = classes._array, classes.get_denied(), classes._table
     assert ids(classes) == ["deep", "z", "c", "third"]
     assert ids(denied) == ["bad", "bad"]  # not the classes that derive from the base directly
+    reason = '"could_be_fixed" is None, not True or False'
+    assert classes.get_denials() == [(check, reason) for check in denied]
     assert not {"b", "deep", "z", "c", "a.z", "a.inner.deep"} & set(sys.modules)
     assert ids(classes._search(place, [Lengths])) == ["lengths", *ids(classes)]
     assert classes.get("deep") is next(iter(classes)) and classes.get("top level") is None
     plant(tmp_path, {"b": a_check("b")})
     classes.reload()
     assert (ids(array), denied, list(table)) == (["deep", "z", "b", "c", "third"], [], ids(array))
+    assert classes.get_denials() == []
     assert array is classes._array and table is classes._table
 
 

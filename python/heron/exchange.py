@@ -66,7 +66,7 @@ class Server:
         except ValueError as error:
             raise UrlError(f"malformed URL {url}: {error}") from error
         if parts.scheme not in ("http", "https") or not self._host:
-            raise UrlError(f"malformed URL {url}: it must begin with http:// or https:// and the name of a host")
+            raise UrlError(f"malformed URL {url}: http:// or https:// and a host name expected")
         self._path = (parts.path or "/") + (f"?{parts.query}" if parts.query else "")
         if not self._path.isascii() or not self._path.isprintable() or " " in self._path:
             raise UrlError(f"malformed URL {url}: invalid characters in the path")

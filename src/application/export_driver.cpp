@@ -209,7 +209,7 @@ void expose_export_driver(const py::Scope& api) {
           "    type: The format, which in lower case is the extension.\n"
           "    version_control: Number the file, one above the files whose names begin like `filename`, taken as a "
           "regular expression, and have the format's extension.\n\n"
-          "`re.error` if `filename` is none, and OSError if the directory cannot be listed.")
+          "`re.error` if `filename` is not one, and OSError if the directory cannot be listed.")
       .accessor<&ExportDriver::get_queue>("queue",
                                           "_Export.Queue: The tasks of the last export, with what came of each.")
       .field<&ExportDriver::options>("options", "_Export.Options: The exporters with their options, one selected.")

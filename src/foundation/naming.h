@@ -7,10 +7,10 @@ namespace heron {
 /// What counts as a name, and what is made of one. All of it works on characters, not on bytes.
 namespace naming {
 
-bool is_attribute(const py::Text& name);  ///< ASCII letters, digits and low lines, and no digit first.
-bool is_private(const py::Text& name);    ///< Two low lines first, and something after them.
+bool is_attribute(const py::Text& name);  ///< ASCII letters, digits and underscores, and no digit first.
+bool is_private(const py::Text& name);    ///< Two underscores first, and something after them.
 
-/// A free-form name as ASCII letters, digits and low lines, as files are named; perhaps empty.
+/// A free-form name as ASCII letters, digits and underscores, as files are named; perhaps empty.
 py::Object force_ascii(const py::Text& name, bool title = false);
 
 py::Object latin_filter(const py::Text& text);                  ///< Keeps printable ASCII.

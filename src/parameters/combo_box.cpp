@@ -150,7 +150,7 @@ void expose_combo_box(const py::Scope& parameters) {
                        "Args:\n"
                        "    attr_name: Its identifier.\n"
                        "    text: What is shown.\n\n"
-                       "TypeError for a text that is none and for a `selected` that is no boolean; a bad name is "
+                       "TypeError for a text that is not a str and for a `selected` that is not a bool; a bad name is "
                        "refused as that of an input is.")
       .init<&ComboItem::init>({"attr_name", {"text", ""}, {"selected", false}})
       .accessor<&ComboItem::attr>("attr", "str: The identifier of the item.")

@@ -83,7 +83,7 @@ void expose_ranges(const py::Scope& parameters) {
   py::Class<IntRange, ParameterInput> integers(
       parameters, "IntRange",
       "An integer within limits, which are hints for the widget: no value is held to them.\n\n"
-      "TypeError for a number that is no integer, and for a text that is none.");
+      "TypeError for a number that is not an int, and for a text that is not a str.");
   integers.init<&IntRange::init>({"attr_name",
                                   {"minimum", 0},
                                   {"maximum", 100},
@@ -104,7 +104,7 @@ void expose_ranges(const py::Scope& parameters) {
       "A floating-point number within limits, which are hints for the widget: no value is held to them.\n\n"
       "Args:\n"
       "    precision: Digits after the point.\n\n"
-      "TypeError for a number that is no floating-point number, a precision that is no integer, and for a text that is "
+      "TypeError for a number that is not a float, a precision that is not an int, and for a text that is "
       "none.");
   reals.init<&FloatRange::init>({"attr_name",
                                  {"minimum", 0.0},

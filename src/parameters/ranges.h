@@ -47,7 +47,7 @@ class IntRange : public NumberRange {
 /// A floating-point number within limits.
 class FloatRange : public NumberRange {
  public:
-  /// TypeError for numbers that are no floating-point numbers, a precision that is no integer and texts that are none.
+  /// TypeError for numbers that are no floating-point numbers, a precision that is not an int and texts that are none.
   void init(const py::Object& attr_name, const py::Object& min, const py::Object& max, const py::Object& by,
             const py::Object& digits, const py::Object& number, const py::Object& before, const py::Object& after,
             const py::Object& label, const py::Object& help_text);

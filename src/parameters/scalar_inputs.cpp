@@ -58,7 +58,7 @@ void expose_scalar_inputs(const py::Scope& parameters) {
   py::Class<RegEx, ParameterInput>(
       parameters, "RegEx",
       "A regular expression, as text: what it means is up to the check that applies it.\n\n"
-      "It equals another with the same text, and that text. TypeError for a text that is none.")
+      "It equals another with the same text, and that text. TypeError for a text that is not a str.")
       .init<&RegEx::init>({"attr_name", {"text", ".+"}, {"label", ""}, {"help_text", ""}})
       .equals<&RegEx::equals>()
       .field<&RegEx::text>("text", "str: The expression, kept as it comes.")
@@ -69,7 +69,7 @@ void expose_scalar_inputs(const py::Scope& parameters) {
       .operation<&RegEx::clone>("clone", "A new expression with the same fields and text, checked anew.")
       .done();
 
-  py::Class<Switch, ParameterInput>(parameters, "Switch", "On or off. TypeError for a value that is no boolean.")
+  py::Class<Switch, ParameterInput>(parameters, "Switch", "On or off. TypeError for a value that is not a bool.")
       .init<&Switch::init>({"attr_name", {"enabled", false}, {"label", ""}, {"help_text", ""}})
       .field<&Switch::enabled>("enabled", "bool: Whether it is on, kept as it comes.")
       .accessor<&Switch::data>("data", "dict[str, Any]: The JSON form, a new dict of \"enabled\".")

@@ -121,7 +121,7 @@ py::Object TextMatchList::clone() const {
 void expose_text_lists(const py::Scope& parameters) {
   py::Class<TextInput>(parameters, "TextInput",
                        "A text with a check mark, an element of `TextInputList`.\n\n"
-                       "TypeError for a text that is none, and for a mark that is no boolean.")
+                       "TypeError for a text that is not a str, and for a mark that is not a bool.")
       .init<&TextInput::init>({{"text", ""}, {"enabled", false}})
       .text<&TextInput::str>()
       .field<&TextInput::text>("text", "str: The text, kept as it comes.")
@@ -156,7 +156,7 @@ void expose_text_lists(const py::Scope& parameters) {
       .done();
 
   py::Class<TextMatch>(parameters, "TextMatch",
-                       "A text, an element of `TextMatchList`. TypeError for a text that is none.")
+                       "A text, an element of `TextMatchList`. TypeError for a text that is not a str.")
       .init<&TextMatch::init>({{"text", ""}})
       .field<&TextMatch::text>("text", "str: The text, kept as it comes.")
       .accessor<&TextMatch::data>("data", "dict[str, Any]: The JSON form, a new dict of \"text\".")
@@ -177,7 +177,7 @@ void expose_text_lists(const py::Scope& parameters) {
       .operation<&TextMatchList::load>(
           "load", {"data"},
           "Replaces the elements by those of a JSON form: \"text\" is empty where it is missing. What is wrong leaves "
-          "the list as it was: TypeError for a text that is none, AttributeError for an item that is no map.")
+          "the list as it was: TypeError for a text that is not a str, AttributeError for an item that is no map.")
       .operation<&TextMatchList::add>("add", "Adds an empty element; returns it.")
       .operation<&TextMatchList::pop>("pop", {"index"}, "Removes the element at an index. IndexError if there is none.")
       .operation<&TextMatchList::clone>("clone", "A new list of clones of the elements. Its help is empty.")

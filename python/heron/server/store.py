@@ -8,8 +8,9 @@ import threading
 from collections.abc import Callable
 from dataclasses import dataclass
 
+from ..file_names import is_safe_name
 from ..files import FileError, Json, parse_object, read_bytes, replace_file
-from ..wire import SUFFIX, DocumentError, check_project, is_safe_name
+from ..wire import SUFFIX, DocumentError, check_project
 
 
 class StoreError(FileError):
