@@ -5,6 +5,7 @@ import pickle
 import re
 import ssl
 from functools import reduce
+from pathlib import Path
 
 import pytest
 from hypothesis import example, given
@@ -44,6 +45,11 @@ def test_templates_are_filled_in_order(template, values, text):
     assert core._format(template, *values) == text
     with pytest.raises(IndexError):
         core._format(template + "{}", *values[: template.count("{}")])
+
+
+def test_the_version_is_that_of_the_build():
+    build = (Path(__file__).parents[1] / "CMakeLists.txt").read_text(encoding="utf-8")
+    assert f"project(heron VERSION {'.'.join(map(str, core.version))} " in build
 
 
 def test_https_connections_accept_any_certificate():

@@ -52,7 +52,9 @@ py::List get_scope_sorted(const std::string& path, const py::Iterable& array) {
   std::vector<Entry> entries;
   for (const py::Object& pair : py::collect(array)) {
     const std::vector<py::Object> parts = py::collect(pair);
-    if (parts.size() != 2) py::raise_value("get_scope_sorted() takes pairs of a text and a path");
+    if (parts.size() != 2)
+      py::raise_value("get_scope_sorted() expected pairs of text and path, not of length " +
+                      std::to_string(parts.size()));
     entries.push_back({pair, {py::Utf8(parts[0]).str(), py::Utf8(parts[1]).str()}});
   }
   // A set has an order of its own on each run; the result must not depend on it.

@@ -13,7 +13,8 @@ py::Object as_tuple(const Capture& capture) { return py::tuple({py::text(capture
 
 Capture as_capture(const py::Object& pair) {
   const std::vector<py::Object> parts = py::collect(pair);
-  if (parts.size() != 2) py::raise_value("a capture is a pair of a text and a path");
+  if (parts.size() != 2)
+    py::raise_value("a capture must be a pair of text and path, not of length " + std::to_string(parts.size()));
   return {py::Utf8(parts[0]).str(), py::Utf8(parts[1]).str()};
 }
 
@@ -136,7 +137,9 @@ AnchorState CaptureTable::read(const py::Object& structure) {
   AnchorState state;
   for (const py::Object& item : py::collect(structure.call(kItems))) {
     const std::vector<py::Object> entry = py::collect(item);
-    if (entry.size() != 2) py::raise_value("a table maps a definition to its captures");
+    if (entry.size() != 2)
+      py::raise_value("a table must have pairs of a definition and its captures, not of length " +
+                      std::to_string(entry.size()));
     const std::size_t key = definitions->add(py::Utf8(entry[0]));
     std::vector<Capture> captures;
     for (const py::Object& pair : py::collect(entry[1])) captures.push_back(as_capture(pair));

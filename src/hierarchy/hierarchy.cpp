@@ -24,7 +24,7 @@ bool is_deadlock_response(const py::Object& response) {
 }  // namespace
 
 void Hierarchy::init(const SceneQueries& query_operator, const py::Object& check_classes) {
-  if (running_) py::raise(PyExc_RuntimeError, "_Hierarchy cannot be set up anew while it is matching");
+  if (running_) py::raise(PyExc_RuntimeError, "_Hierarchy cannot be initialised while it is matching");
   auto fresh_pattern = py::Ref<Pattern>::make();
   fresh_pattern->init(check_classes);
   auto fresh_search = py::Ref<Search>::make();

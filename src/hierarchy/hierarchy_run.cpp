@@ -3,7 +3,7 @@
 namespace heron {
 
 HierarchyRun::Claim::Claim(Hierarchy& hierarchy) : hierarchy_(py::Ref<Hierarchy>::of(hierarchy)) {
-  if (hierarchy.running_) py::raise(PyExc_RuntimeError, "_Hierarchy cannot match while it is matching");
+  if (hierarchy.running_) py::raise(PyExc_RuntimeError, "_Hierarchy is already matching");
   hierarchy.running_ = true;
 }
 
@@ -38,7 +38,7 @@ std::shared_ptr<SceneCopy> HierarchyRun::snapshot_of(const py::Object& query) {
   // Exactly our own snapshot: a subclass may answer otherwise.
   if (Py_TYPE(query.or_none()) != py::TypeOf<SceneSnapshot>::type) return nullptr;
   std::shared_ptr<SceneCopy> copy = py::value_of<SceneSnapshot>(query.get()).copy();
-  if (copy->uploads > 0) py::raise(PyExc_RuntimeError, "_Hierarchy cannot match while the snapshot is taken");
+  if (copy->uploads > 0) py::raise(PyExc_RuntimeError, "_Hierarchy cannot match during an upload of the snapshot");
   return copy;
 }
 

@@ -40,7 +40,7 @@ void Search::reset_state() { logic->state->apply(backup_); }
 
 void Search::make_guess() {
   const std::shared_ptr<Run> run = current();
-  if (run->guessing) py::raise(PyExc_RuntimeError, "make_guess() cannot guess while it is guessing");
+  if (run->guessing) py::raise(PyExc_RuntimeError, "make_guess() is already running");
   const struct Guessing {
     explicit Guessing(bool& flag_) : flag(flag_) { flag = true; }
     ~Guessing() { flag = false; }

@@ -90,7 +90,7 @@ class Upload {
   }
 
   ObjectId mention(const py::Object& path) {
-    if (!path.is_text()) py::raise_type(std::string("upload() takes paths that are text, not ") + path.type_name());
+    if (!path.is_text()) py::raise_type(std::string("upload() expected paths that are str, not ") + path.type_name());
     const ObjectId id = copy_.mention(path);
     if (progress_.size() <= id) progress_.resize(id + 1, Progress::kNone);
     return id;
@@ -144,7 +144,7 @@ void SceneSnapshot::upload(const py::Iterable& roots, bool clear) {
 
 std::optional<ObjectId> SceneSnapshot::find(const SceneCopy& copy, const char* operation, const py::Object& path) {
   if (path.is_none()) return std::nullopt;
-  if (!path.is_text()) py::raise_type(std::string(operation) + "() takes a text, not " + path.type_name());
+  if (!path.is_text()) py::raise_type(std::string(operation) + "() argument must be str, not " + path.type_name());
   return copy.snapshot.find(py::Utf8(path));
 }
 

@@ -10,7 +10,9 @@ void TypeMapping::init(const py::Object& mapping) {
   const py::Object values = py::Object::steal(PySet_New(nullptr));
   for (const py::Object& item : py::collect(mapping.call(kItems))) {
     const std::vector<py::Object> pair = py::collect(item);
-    if (pair.size() != 2) py::raise_value("TypeMapping() takes pairs of a host type and a system type");
+    if (pair.size() != 2)
+      py::raise_value("TypeMapping() expected pairs of a host type and a system type, not of length " +
+                      std::to_string(pair.size()));
     const py::Object type = to_str(pair[1]);
     fresh.set(to_str(pair[0]), type);
   }

@@ -11,7 +11,7 @@ Definition::Definition(std::string_view text) : text_(text) {
 const anchor_text::Unpacked& Definition::unpacked() const {
   if (unpacked_) return *unpacked_;
   anchor_text::unpack(text_);  // throws what is wrong with it
-  throw std::invalid_argument("no definition: " + text_);
+  throw std::invalid_argument("invalid definition: '" + text_ + "'");
 }
 
 std::size_t Definitions::add(std::string_view text) {

@@ -74,7 +74,7 @@ void ParameterTask::load(const py::Object& state) const {
   try {
     for (const auto& [attr, data] : py::pairs(state)) {
       const auto input = known.find(attr);
-      if (!input) py::raise(PyExc_AttributeError, py::Utf8(format("the task has no input \"{}\"", {attr})).str());
+      if (!input) py::raise(PyExc_AttributeError, py::Utf8(format("the task has no input '{}'", {attr})).str());
       input->call(names::kLoad, data);
     }
   } catch (const py::Error& error) {
