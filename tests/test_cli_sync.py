@@ -159,7 +159,7 @@ def test_a_server_that_does_not_answer_is_told(street):
 def test_an_address_that_is_none_is_told(heron):
     for url in ("localhost:8080", "ftp://host/x", "http://", "http://host:x/", "http://h/a b"):
         code, _, errors = heron("a", "sync", url)
-        assert (code, errors.startswith(f"heron: {url}: ")) == (2, True)
+        assert (code, errors.startswith(f"heron: {url}: malformed URL: ")) == (2, True)
 
 
 def test_certificates_are_looked_at_unless_the_user_says_otherwise(street):

@@ -64,12 +64,12 @@ class Server:
             parts = urlsplit(url)
             self._host, self._port = parts.hostname, parts.port
         except ValueError as error:
-            raise UrlError(f"malformed URL {url}: {error}") from error
+            raise UrlError(f"{url}: malformed URL: {error}") from error
         if parts.scheme not in ("http", "https") or not self._host:
-            raise UrlError(f"malformed URL {url}: http:// or https:// and a host name expected")
+            raise UrlError(f"{url}: malformed URL: http:// or https:// and a host name expected")
         self._path = (parts.path or "/") + (f"?{parts.query}" if parts.query else "")
         if not self._path.isascii() or not self._path.isprintable() or " " in self._path:
-            raise UrlError(f"malformed URL {url}: invalid characters in the path")
+            raise UrlError(f"{url}: malformed URL: invalid characters in the path")
         self._timeout = timeout
         self._context = None
         if parts.scheme == "https":
