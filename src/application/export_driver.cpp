@@ -78,7 +78,8 @@ py::Object ExportDriver::get_directory() const {
 }
 
 void ExportDriver::perform(const py::Object& planner, const py::Object& directory) {
-  if (writing_) py::raise(PyExc_RuntimeError, "an export is already running");  // the host has begun another inside this one
+  // The host has begun another inside this one.
+  if (writing_) py::raise(PyExc_RuntimeError, "an export is already running");
   queue->clear();
   planner();
   resolve_queue(directory);
