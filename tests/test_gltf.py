@@ -8,7 +8,6 @@ import pytest
 from gltf_files import document, glb, grow, nodes_of, write
 from hypothesis import given
 from hypothesis import strategies as st
-from pygltflib import GLTF2
 
 import core
 from heron.hosts.gltf import GltfError, GltfScene
@@ -28,20 +27,6 @@ MALFORMED = [None, {}, [5], [{"checked": "yes"}], *([{"joint": joint}] for joint
 
 def open_scene(tmp_path, content, name="scene.gltf"):
     return GltfScene(write(tmp_path / name, content))
-
-
-def test_siblings_get_clean_and_unique_names(tmp_path):
-    for names, expected in (
-        ([None, "", "a"], ["node_0", "node_1", "a"]),
-        (["a.001", "a", "a", "a.001"], ["a.001", "a", "a.002", "a.001.001"]),
-        (["x/y", "x|y", "x\\y"], ["x_y", "x_y.001", "x_y.002"]),
-        ([None, "node_0"], ["node_0", "node_0.001"]),
-    ):
-        nodes = [{} if name is None else {"name": name} for name in names]
-        assert open_scene(tmp_path, document(nodes)).roots() == [f"/{name}" for name in expected]
-        nodes.append({"name": "root", "children": list(range(len(names)))})
-        below = open_scene(tmp_path, document(nodes)).get_children("/root")
-        assert below == [f"/root/{name}" for name in expected]
 
 
 @given(st.lists(st.tuples(st.integers(0, 9), st.sampled_from(["a", "b", "a.001", "", "a/b"])), max_size=30))
@@ -72,7 +57,6 @@ def test_types_follow_what_a_node_carries(tmp_path):
         ({"camera": 0}, TYPE.Transform, TYPE.Transform),
         ({"skin": 0}, TYPE.Transform, TYPE.Transform),
         ({"extensions": {"KHR_lights_punctual": {"light": 0}}}, TYPE.Transform, TYPE.Transform),
-        ({"extensions": {"OTHER": {}}}, TYPE.Locator, TYPE.Transform),
     ):
         nodes = [{"name": "leaf", **members}, {"name": "inner", "children": [2], **members}, {}]
         scene = open_scene(tmp_path, document(nodes))
@@ -84,21 +68,10 @@ def test_the_default_scene_is_shown(tmp_path):
         ([[0], [3, 0]], {"scene": 1}, ["/lamp", "/car"]),
         ([[3], [0]], {}, ["/lamp"]),
         ([], {}, ["/car", "/lamp"]),
+        ([[]], {}, []),
     ):
         content = {**CAR, **default, "scenes": [{"nodes": nodes} for nodes in scenes]}
         assert open_scene(tmp_path, content).roots() == roots
-    for empty in ({**CAR, "scenes": [{}]}, document([])):
-        assert open_scene(tmp_path, empty).roots() == []
-
-
-def test_queries_of_an_unknown_path_find_nothing(tmp_path):
-    scene = open_scene(tmp_path, CAR)
-    for path in ("", "|", "car", "/car/", "/none"):
-        assert not scene.object_exists(path)
-        assert (scene.get_parent(path), scene.get_children(path)) == (None, [])
-    scene.get_children("/car").clear()
-    assert scene.get_children("/car") == ["/car/body", "/car/wheel"]
-    assert scene.directory_dialog() is scene.file_dialog() is None
 
 
 def test_deep_chains_and_long_names_may_not_eat_the_memory(tmp_path):
@@ -112,38 +85,30 @@ def test_deep_chains_and_long_names_may_not_eat_the_memory(tmp_path):
 
 
 GLB = glb(CAR, (0x004E4942, b"\1\2\3\4"))
-SCENES = [{"nodes": [0]}]
 
 
 def test_a_bad_file_is_told_with_its_reason(tmp_path):
     for content, reason in (
         (b"", "empty"),
-        (b"hello", "not JSON"),
-        (b'{"asset": "\xff"}', "UTF-8"),
         (b'{"a":' + b"[" * 200_000 + b"]" * 200_000 + b"}", "nested"),
         (b'{"asset": {"version": "2.0"}, "extras": NaN}', "NaN"),
-        ([], "not an object"),
         ({"asset": {"version": 2.0}}, "version"),
         ({"asset": {"version": "1.0"}}, "1.0 is not supported"),
         (glb(CAR, version=1), "GLB version 1"),
-        (GLB + b"\0\0\0\0", "header tells"),
+        (GLB[:11], "within the GLB header"),
+        (GLB[:-1], "header tells"),
         (GLB[:16] + b"BIN\0" + GLB[20:], "not JSON"),
         (GLB[:-12] + b"\x08\0\0\0" + GLB[-8:], "wrong length"),
         (glb(CAR, (7, b"\1\2\3")), "wrong length"),
-        ({**CAR, "nodes": {}}, '"nodes"'),
-        (document([{"name": 5}]), '"name" of node 0'),
         (document([{"mesh": True}]), '"mesh" of node 0'),
         ({**CAR, "nodes": [{"children": ["1"]}]}, "whole number"),
-        ({**CAR, "nodes": [{"children": [1]}]}, "there are 1"),
         ({**CAR, "nodes": [{"children": [-1]}]}, "there are 1"),
         ({**CAR, "scenes": [{"nodes": [9]}]}, "scene 0 names node 9"),
         ({**CAR, "scenes": [{"nodes": [0, 0]}]}, "twice"),
         ({**CAR, "scenes": [{"nodes": [0, 1]}]}, "below node 0"),
         ({**CAR, "nodes": [{"children": [1, 2]}, {"children": [2]}, {}]}, "two parents"),
-        ({**CAR, "scenes": [], "nodes": [{"children": [0]}]}, "own ancestor"),
-        ({**CAR, "scenes": SCENES, "nodes": [{}, {"children": [2]}, {"children": [1]}]}, "own ancestor"),
+        ({**CAR, "scenes": [], "nodes": [{}, {"children": [2]}, {"children": [1]}]}, "own ancestor"),
         ({**CAR, "scene": 1}, "there are 1"),
-        ({**CAR, "scene": "0"}, '"scene"'),
     ):
         with pytest.raises(GltfError) as caught:
             open_scene(tmp_path, content)
@@ -152,18 +117,11 @@ def test_a_bad_file_is_told_with_its_reason(tmp_path):
         assert "\n" not in caught.value.reason
 
 
-def test_files_that_cannot_be_read_or_are_cut_off_are_refused(tmp_path):
-    for path in (tmp_path / "missing.gltf", tmp_path, "a\0b"):
-        with pytest.raises(GltfError, match=r"missing|a\0b|" + str(tmp_path)):
-            GltfScene(path)
-    for length in range(len(GLB)):
-        with pytest.raises(GltfError):
-            open_scene(tmp_path, GLB[:length], "scene.glb")
-
-
 def test_selection_keeps_order_drops_doubles_and_unknown_paths(tmp_path):
     scene = open_scene(tmp_path, CAR)
-    assert scene.get_selection() == []
+    assert (scene.get_parent("/none"), scene.get_children("/none")) == (None, [])
+    scene.get_children("/car").clear()
+    assert scene.get_children("/car") == ["/car/body", "/car/wheel"]
     scene.select("/lamp", "/car/wheel", "/none", "/lamp", "/car/body")
     assert scene.get_selection() == ["/lamp", "/car/wheel", "/car/body"]
     assert scene.get_selection_roots() == ["/lamp", "/car"]
@@ -175,17 +133,13 @@ def test_a_selection_scope_gives_every_scene_its_selection_back(tmp_path):
     first, second = open_scene(tmp_path, CAR, "1.gltf"), open_scene(tmp_path, CAR, "2.gltf")
     first.select("/car")
     second.select("/lamp")
-    outer = GltfScene.selection_manager()
-    with outer:
+    with GltfScene.selection_manager():
         first.select()
-        with first.selection_manager() as inner:
-            assert inner is not outer
+        with first.selection_manager():
             first.select("/lamp")
             second.select()
         assert (first.get_selection(), second.get_selection()) == ([], ["/lamp"])
     assert (first.get_selection(), second.get_selection()) == (["/car"], ["/lamp"])
-    with pytest.raises(KeyError), outer:
-        raise KeyError
 
 
 def test_events_reach_their_functions_until_they_are_deleted(tmp_path):
@@ -195,7 +149,7 @@ def test_events_reach_their_functions_until_they_are_deleted(tmp_path):
     scene.register_shutdown_callback(lambda: events.append(scene.get_current_file()))
     scene.select("/car")
     with pytest.raises(GltfError):
-        scene.open(str(tmp_path / "missing.gltf"))
+        scene.open("a\0b.gltf")
     assert (events, scene.get_selection()) == ([], ["/car"])
     scene.open(other)
     assert (events, scene.get_selection()) == ([["/other"]], [])
@@ -252,10 +206,6 @@ def test_a_saved_glb_is_valid_and_keeps_its_chunks(tmp_path):
         text = raw[20 : 20 + length]
         assert raw == glb(text, *chunks)
         assert json.loads(text).get("extras", {}).get("heron", []) == data
-        with pytest.warns(UserWarning, match="unknown type"):
-            reader = GLTF2().load(str(tmp_path / "scene.glb"))
-        assert [node.name for node in reader.nodes] == ["car", "body", "wheel", "lamp"]
-        assert reader.binary_blob() == chunks[0][1]
 
 
 def test_a_gltf_keeps_its_layout_and_its_names(tmp_path):
@@ -301,12 +251,11 @@ def test_saving_replaces_the_content_behind_a_link_and_keeps_the_mode(tmp_path):
 def test_a_failed_save_changes_nothing(tmp_path):
     raw = b'{"asset": {"version": "2.0"}, "extras": {"x": 1e999}}'
     beyond_json, scene = open_scene(tmp_path, raw, "raw.gltf"), open_scene(tmp_path, CAR)
-    (tmp_path / "folder.gltf").mkdir()
-    for opened, target in ((beyond_json, "raw"), (scene, "folder"), (scene, "none/scene")):
+    for opened, target in ((beyond_json, "raw"), (scene, "none/scene")):
         with pytest.raises(GltfError, match="cannot be written"):
             opened.save(str(tmp_path / f"{target}.gltf"))
     assert (tmp_path / "raw.gltf").read_bytes() == raw
-    assert sorted(os.listdir(tmp_path)) == ["folder.gltf", "raw.gltf", "scene.gltf"]
+    assert sorted(os.listdir(tmp_path)) == ["raw.gltf", "scene.gltf"]
     scene.close()
     with pytest.raises(GltfError, match="no open scene"):
         scene.save(str(tmp_path / "new.gltf"))
