@@ -320,7 +320,7 @@ def test_what_cannot_be_exported_is_told_and_leaves_nothing(scene, tmp_path):
     for roots, path, type, args, reason in (
         ("/world", "a.fbx", "fbx", {}, 'cannot be exported as "fbx"'),
         ("/world", "a.glb", "gltf", {}, "not the extension"),
-        ("/world", "a.glb", "glb", [], "no map"),
+        ("/world", "a.glb", "glb", [], "not a mapping"),
         ("/world", "a.glb", "glb", {"up_axis": "x"}, '"up_axis" cannot be'),
         ("/world", "a.glb", "glb", {"embed_images": 1}, '"embed_images" cannot be'),
         ("", "a.glb", "glb", {}, "nothing to export"),
