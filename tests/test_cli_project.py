@@ -246,24 +246,16 @@ def test_a_wrong_export_is_told(heron):
     assert not os.path.exists("out")
 
 
-# The whole road
+# The home
 
 
-def test_a_scene_is_scanned_validated_fixed_and_exported_from_one_home(street, tmp_path):
-    scene = write(tmp_path / "street.gltf", Path(STREET).read_bytes())
-
+def test_commands_take_a_project_of_the_home_and_record_their_use(street):
     def run(command, *arguments, project="Street"):
-        return street(command, scene, "--project", project, *arguments)[1:]
+        return street(command, STREET, "--project", project, *arguments)[1:]
 
-    assert "5 hierarchies" in run("scan", "--save")[0]
     assert "did you mean Street?" in run("scan", project="Stret")[1]
     (kept,) = Path("home/projects").iterdir()
     assert "would replace what it is about" in run("validate", "--output", kept)[1]
-    before = run("validate")[0]
-    assert "fixed" in run("validate", "--fix", "--save")[0]
-    assert run("validate", project=STREET_PROJECT)[0].count("  fail") < before.count("  fail")
-    assert exported(run("export", "--to", "out", "--versions")[0])
+    assert "objects" in run("validate")[0] and exported(run("export", "--to", "out")[0])
     used = json.loads(Path("home/statistics.json").read_text())
-    assert [one["project"] for one in used["validate"]] == [kept.name, kept.name, "street.json"]
-    assert len(used["exported"]) == 1
-    assert GltfScene(scene).query_filedata()
+    assert ([one["project"] for one in used["validate"]], len(used["exported"])) == ([kept.name], 1)

@@ -12,9 +12,7 @@ Status = Constants.Plugin.Status
 
 
 def exporter(attr, size=1):
-    return Parameters.Options(
-        attr, attr.title(), contents=(Parameters.IntRange("size", maximum=9, value=size),)
-    )
+    return Parameters.Options(attr, attr.title(), contents=[Parameters.IntRange("size", value=size)])
 
 
 def size_of(option):
