@@ -387,13 +387,13 @@ def test_projects_travel_from_one_user_to_another(make):
 def test_rubbish_from_the_server_changes_nothing(make):
     api = make()
     project = add_project(api, "a")
-    events, closed = listen(api), ("projects_response_closed",)
+    events = listen(api)
     with logged():
         api.http.projects_response(None)
     for body in (1, ["text"]):
         with pytest.raises((TypeError, AttributeError)):
             api.http.projects_response(answer(body))
-    assert events == [closed] * 3
+    assert events == [("projects_response_closed",)] * 3
     api.http.no_response()
     assert events.pop() == ("http_no_response",)
     assert [header.filename for header in api.project.get_headers()] == [project]
