@@ -7,7 +7,7 @@ import platform
 import subprocess
 import sys
 import time
-from functools import partial, reduce
+from functools import reduce
 from pathlib import Path
 
 import pytest
@@ -251,21 +251,6 @@ def test_who_stays_too_long_is_passed_by(path, clock):
         assert document == {} and not os.path.exists(slow._path_id)
     slow.__exit__(None, None, None)
     assert File.Json.read(path) == {"slow": True} and names(path) == [path.name]
-
-
-def test_a_queue_whose_constructor_never_ran_touches_nothing(path, clock):
-    old, queue = clock.mark(path, ".lock", 36), Queue.__new__(Queue)
-    calls = [
-        queue.__enter__,
-        queue._is_free,
-        queue._is_next,
-        queue._release_access,
-        queue._get_editors_sequence,
-    ]
-    for call in (*calls, partial(queue._delete_outdated, str(old))):
-        with pytest.raises(RuntimeError, match="was not called"):
-            call()
-    assert names(path) == [old.name]
 
 
 def spawn(program, *arguments):

@@ -25,10 +25,9 @@ py::Object kept(const py::Error& error) {
     if (other && !is_known) chain.push_back(other);
   };
   for (std::size_t i = 0; i < chain.size(); ++i) {
-    const py::Object one = chain[i];
-    if (const auto trace = field(PyException_GetTraceback, one)) py::modules::traceback.call(kClearFrames, trace);
-    add(field(PyException_GetCause, one));
-    add(field(PyException_GetContext, one));
+    if (const auto trace = field(PyException_GetTraceback, chain[i])) py::modules::traceback.call(kClearFrames, trace);
+    add(field(PyException_GetCause, chain[i]));
+    add(field(PyException_GetContext, chain[i]));
   }
   return error.value();
 }

@@ -66,10 +66,7 @@ py::Object CaptureTable::add(const py::Object& other) {
 }
 
 void CaptureTable::apply(const py::Ref<CaptureTable>& clone) {
-  AnchorState state = StateEdit(*clone).state();
-  StateEdit edit(*this);
-  edit.replace(std::move(state));
-  edit.commit_applied();
+  StateEdit(*this, StateEdit(*clone).state()).commit_applied();
 }
 
 py::Ref<CaptureTable> CaptureTable::clone() { return of(StateEdit(*this).state()); }
@@ -79,10 +76,7 @@ void CaptureTable::set(const py::Object& expressions) {
   make_hash();
 }
 
-void CaptureTable::set_expressions(const py::Object& structure) {
-  content_ = read(structure);
-  opened_ = py::Object();
-}
+void CaptureTable::set_expressions(const py::Object& structure) { const StateEdit edit(*this, read(structure)); }
 
 void CaptureTable::make_hash() {
   take_in();

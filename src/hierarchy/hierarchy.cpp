@@ -103,7 +103,7 @@ bool Hierarchy::match(const py::Iterable& roots, const py::Iterable& scopes) {
 
 void Hierarchy::find_anchors() {
   const py::Ref<Search> held = search;
-  StateEdit(*held->logic->state).replace({collect_definitions(pattern->get()), nullptr});
+  const StateEdit edit(*held->logic->state, {collect_definitions(pattern->get()), nullptr});
 }
 
 void Hierarchy::run_over_rules(const py::Object& function, const py::Iterable& scopes) const {

@@ -1,5 +1,7 @@
 #include "hierarchy/hierarchy_run.h"
 
+#include <stdexcept>
+
 namespace heron {
 
 HierarchyRun::Claim::Claim(Hierarchy& hierarchy) : hierarchy_(py::Ref<Hierarchy>::of(hierarchy)) {
@@ -17,7 +19,7 @@ HierarchyRun::HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPa
       copy_(snapshot_of(hierarchy.query_op)),
       locations_(hierarchy.query_op),
       runner_(anchor_->logic(), objects(), planned_->plan()) {
-  if (!planned_->plan().top().scopes.empty()) edit_->replace();
+  if (!planned_->plan().top().scopes.empty()) edit().replace();
 }
 
 void HierarchyRun::pause() {
@@ -27,7 +29,12 @@ void HierarchyRun::pause() {
 
 void HierarchyRun::resume() {
   claim_.emplace(*hierarchy_);
-  edit_.emplace(*anchor_->state);
+  edit_.emplace(*anchor_->state, AnchorState{planned_->plan().definitions, nullptr});
+}
+
+StateEdit& HierarchyRun::edit() {
+  if (!edit_) throw std::logic_error("the run is paused");
+  return *edit_;
 }
 
 bool HierarchyRun::is_current() const {
@@ -63,7 +70,7 @@ py::Object HierarchyRun::name(ObjectId object) const {
   return copy_ ? copy_->objects[object].name : locations_.location(object).attr(kName);
 }
 
-void HierarchyRun::find_anchors() { edit_->replace({planned_->plan().definitions, nullptr}); }
+void HierarchyRun::find_anchors() { edit().replace({planned_->plan().definitions, nullptr}); }
 
 bool HierarchyRun::is_valid(const py::Object& roots) {
   find_anchors();
@@ -73,7 +80,7 @@ bool HierarchyRun::is_valid(const py::Object& roots) {
 }
 
 void HierarchyRun::finish() {
-  if (runner_.search().applied()) edit_->commit_applied();
+  if (runner_.search().applied()) edit().commit_applied();
   search_->set_backup(runner_.search().backup());
 }
 

@@ -52,6 +52,7 @@ class HierarchyRun {
     const py::Ref<Hierarchy> hierarchy_;
   };
 
+  StateEdit& edit();
   static std::shared_ptr<SceneCopy> snapshot_of(const py::Object& query);
   Objects& objects() { return copy_ ? static_cast<Objects&>(copy_->snapshot) : locations_; }
 

@@ -29,6 +29,16 @@ std::vector<std::string> type_texts(const py::Object& types) {
   return texts;
 }
 
+RulePlan plan_types(const py::Object& rule) {
+  RulePlan planned;
+  const py::Object types = rule.attr(fields::kTypes);
+  planned.any_type = !types.truth();
+  if (!planned.any_type) planned.types = type_texts(types);
+  return planned;
+}
+
+std::string regex_of(const py::Object& rule) { return py::Utf8(rule.attr(fields::kRegex)).str(); }
+
 void collect(const py::Object& scopes, Definitions& definitions) {
   const py::Depth depth(" while a pattern is read");
   for (const py::Object& scope : py::collect(scopes)) {
@@ -41,11 +51,8 @@ void collect(const py::Object& scopes, Definitions& definitions) {
 }  // namespace
 
 RulePlan plan_fit(const py::Object& rule) {
-  RulePlan planned;
-  planned.regex = py::Utf8(rule.attr(fields::kRegex)).str();
-  const py::Object types = rule.attr(fields::kTypes);
-  planned.any_type = !types.truth();
-  if (!planned.any_type) planned.types = type_texts(types);
+  RulePlan planned = plan_types(rule);
+  planned.regex = regex_of(rule);
   return planned;
 }
 
@@ -54,8 +61,10 @@ CountRange plan_range(const py::Object& range) {
 }
 
 GhostPlan plan_ghost(const py::Object& ghost) {
-  GhostPlan planned{plan_fit(rule_of(ghost)), false};
+  const py::Object rule = rule_of(ghost);
+  GhostPlan planned{plan_types(rule), false};
   planned.at_top = planned.rule.any_type || planned.accepts_type(constants::kSceneRoot);
+  if (!planned.at_top) planned.rule.regex = regex_of(rule);  // else there is no name to compare with
   return planned;
 }
 

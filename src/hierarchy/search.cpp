@@ -58,8 +58,9 @@ bool Search::scope_match(const py::Object& location, const py::Object& scope) {
   const ScopePlan planned{&rule, nullptr, !scope.attr(fields::kChildren).truth(), 0, 0};
   LocationObjects objects(operator_);
   RuleBook rules(logic->logic(), objects);
+  const ObjectId object = objects.add(location);  // reading it may run Python code, which may change the captures
   StateEdit edit(*logic->state);
-  const bool matches = LayerSearch(logic->logic(), objects, rules).scope_match(objects.add(location), planned);
+  const bool matches = LayerSearch(logic->logic(), objects, rules).scope_match(object, planned);
   edit.commit();
   return matches;
 }

@@ -4,6 +4,10 @@ namespace heron {
 
 StateEdit::StateEdit(CaptureTable& table) : table_(py::Ref<CaptureTable>::of(table)) { table_->take_in(); }
 
+StateEdit::StateEdit(CaptureTable& table, AnchorState state) : table_(py::Ref<CaptureTable>::of(table)) {
+  replace(std::move(state));
+}
+
 void StateEdit::replace(AnchorState state) {
   table_->content_ = std::move(state);
   replace();

@@ -6,11 +6,13 @@ namespace heron {
 
 /// Native work on a table of captures, which Python may hold as a map meanwhile.
 ///
-/// What Python put into its map counts from the beginning. What the work did reaches the map with `commit`; where an
-/// error ends the edit before, the map keeps what it had.
+/// What Python put into its map counts from the beginning, unless the edit begins with another state. What the work did
+/// reaches the map with `commit`; where an error ends the edit before, the map keeps what it had.
 class StateEdit {
  public:
   explicit StateEdit(CaptureTable& table);
+  /// Begins with another state. A map that Python holds is not looked at; see `replace`.
+  StateEdit(CaptureTable& table, AnchorState state);
   StateEdit(const StateEdit&) = delete;
   StateEdit& operator=(const StateEdit&) = delete;
 

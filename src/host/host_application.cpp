@@ -5,11 +5,12 @@
 namespace heron {
 namespace {
 
-struct Host {
+struct Candidate {
   const char* module;
   const char* name;
 };
-constexpr Host kHosts[] = {{"bpy", "Blender"}, {"maya.cmds", "Maya"}, {"MaxPlus", "3dsMax"}, {"pymxs", "3dsMax"}};
+constexpr Candidate kCandidates[] = {
+    {"bpy", "Blender"}, {"maya.cmds", "Maya"}, {"MaxPlus", "3dsMax"}, {"pymxs", "3dsMax"}};
 
 /// A module that raises when it is loaded serves as little as one that is missing.
 bool loads(const char* module) {
@@ -24,7 +25,7 @@ bool loads(const char* module) {
 }
 
 std::string detect() {
-  for (const Host& host : kHosts) {
+  for (const Candidate& host : kCandidates) {
     if (loads(host.module)) return host.name;
   }
   return "Unknown";

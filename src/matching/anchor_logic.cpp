@@ -10,7 +10,8 @@ namespace {
 
 bool stands_in(std::string_view piece, std::string_view text) { return text.find(piece) != std::string_view::npos; }
 
-/// The same replacement where captured texts bring the usage back, and so leave work for the next capture.
+/// Replaces a usage by one capture after the other, the closest first: a captured text that brings the usage back
+/// leaves work for the next one.
 std::string replace_in_turn(std::string expression, std::string_view usage, std::vector<Capture> captures,
                             std::string_view path) {
   closeness::sort_set(captures, path);

@@ -48,8 +48,6 @@ class Runner {
   const std::vector<Pairing>& mask(LayerShelf& shelf);
 
   const LayerSearch& search() const { return search_; }
-  Objects& objects() { return objects_; }
-  const PatternPlan& plan() const { return plan_; }
 
  private:
   struct Level {

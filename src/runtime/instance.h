@@ -93,7 +93,7 @@ class Ref : public Object {
   /// The value. RuntimeError where there is none: a subclass has not called the constructor of its base.
   T& operator*() const {
     if (pointer_ == nullptr) {
-      raise(PyExc_RuntimeError, "a " + label(TypeOf<T>::type) + " is missing: __init__() was not called");
+      raise(PyExc_RuntimeError, "a " + label(TypeOf<T>::type) + " is missing: __init__() was not called, or got None");
     }
     return value_of<T>(pointer_);
   }

@@ -15,13 +15,13 @@ class Parameter {
 
   Parameter(const char* name) : name_(name) {}  // NOLINT(google-explicit-constructor): {"path", "clear"} reads well
   template <class D>
-  Parameter(const char* name, D otherwise) : Parameter(name, Kind::kPlain, to_python(otherwise)) {}
+  Parameter(const char* name, const D& otherwise) : Parameter(name, Kind::kPlain, to_python(otherwise)) {}
 
   static Parameter rest(const char* name) { return {name, Kind::kRest, {}}; }          ///< `*name`
   static Parameter keywords(const char* name) { return {name, Kind::kKeywords, {}}; }  ///< `**name`
   /// After `rest`: by name only.
   template <class D>
-  static Parameter named(const char* name, D otherwise) {
+  static Parameter named(const char* name, const D& otherwise) {
     return {name, Kind::kNamed, to_python(otherwise)};
   }
 

@@ -14,7 +14,7 @@
 namespace heron {
 namespace {
 
-const py::Name kJoint("joint"), kName("name"), kChecked("checked"), kOpened("opened"), kData("data");
+const py::Name kJoint("joint"), kName("name"), kChecked("checked"), kData("data");
 const py::Name kChildren("children"), kPath("path"), kIsGhost("is_ghost"), kGetJoints("get_joints");
 
 bool is_ghost(const py::Object& joint) { return joint.call(kIsGhost).truth(); }

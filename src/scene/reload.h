@@ -1,7 +1,5 @@
 #pragma once
 
-#include <optional>
-
 #include "scene/buffer.h"
 #include "scene/ghost_scene.h"
 #include "scene/joint_builder.h"
