@@ -117,22 +117,28 @@ def test_projects_that_cannot_be_used_are_told_and_the_others_work(street):
     for command in (["project", "select", "Old"], ["scan", STREET, "--project", "Old"]):
         status, _, errors = street(*command)
         assert (status, "project format 2" in errors) == (2, True)
+    write(directory / "torn.json", good.read_bytes()[:99])
+    errors = street("scan", STREET, "--project", "Torn")[2]
+    assert "no project Torn" in errors and "torn.json: cannot be used: JSONDecodeError" in errors
 
 
 def test_a_project_that_cannot_be_written_is_told(street):
     resource = pytest.importorskip("resource")
+    street("project", "new", "Two")
     before = listed(street)
     limits = resource.getrlimit(resource.RLIMIT_FSIZE)
     resource.setrlimit(resource.RLIMIT_FSIZE, (0, limits[1]))  # as if the disk were full
     try:
         status, _, errors = street("project", "new", "Empty")
         again = street("project", "save", "Street", "--from", STREET_PROJECT)
+        other = street("project", "select", "Street")
     finally:
         resource.setrlimit(resource.RLIMIT_FSIZE, limits)
     assert (status, "cannot be written: OSError: [Errno 27]" in errors) == (2, True)
     assert (again[0], "cannot be written" in again[2]) == (2, True)
+    assert (other[0], "settings.json: cannot be written" in other[2]) == (2, True)
     assert listed(street) == before
-    assert [path.suffix for path in Path("home/projects").iterdir()] == [".json"]
+    assert [path.suffix for path in Path("home/projects").iterdir()] == [".json", ".json"]
 
 
 # Export

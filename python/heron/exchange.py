@@ -57,7 +57,7 @@ class Server:
             verify: Whether its certificate must be a trusted one.
 
         Raises:
-            UrlError: The address is none.
+            UrlError: The URL is malformed.
         """
         self.url = url
         try:

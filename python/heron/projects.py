@@ -58,7 +58,10 @@ def find_project(projects: core._Project.Collection, reference: str) -> Project:
         raise UnknownProjectError(f"{len(found)} projects are named {reference}; say which file: {files}")
     near = difflib.get_close_matches(reference, projects.names, _SUGGESTIONS)
     hint = f"; did you mean {', '.join(near)}?" if near else ""
-    raise UnknownProjectError(f"no project {reference} in {projects.directory}{hint}")
+    unread = "".join(
+        f"\n{path}: cannot be used: {described(error)}" for path, error in projects.errors.items()
+    )
+    raise UnknownProjectError(f"no project {reference} in {projects.directory}{hint}{unread}")
 
 
 def _matching(projects: core._Project.Collection, reference: str) -> list[core._Project.Header]:
@@ -81,6 +84,7 @@ class Projects:
     def __init__(self, session: Session):
         """Takes a session without a scene."""
         self._facade = session.api.project
+        self._settings = session.api.settings
         self.collection = self._facade.collection
 
     def find(self, reference: str | None) -> Project:
@@ -110,7 +114,7 @@ class Projects:
             comment: Why.
 
         Raises:
-            UnknownProjectError: The name is no name, or is taken.
+            UnknownProjectError: The name is not valid, or is taken.
             SaveError: The file could not be written.
         """
         if not name.strip() or not name.isprintable():
@@ -133,8 +137,8 @@ class Projects:
         record.author, record.comment = author, comment
         _let_second_pass(project)
         record.save()
-        _require_written(project)
-        self._facade.load(project.filename)
+        _require_written(project.path, project)
+        self._make_current(project)
         return project
 
     def select(self, project: Project, timestamp: int | None) -> None:
@@ -159,8 +163,8 @@ class Projects:
         if timestamp is not None and timestamp != project.history.pointer:
             project.history.pointer = timestamp
             project.save()
-            _require_written(project)
-        self._facade.load(project.filename)
+            _require_written(project.path, project)
+        self._make_current(project)
 
     def delete(self, project: Project) -> None:
         """Marks a project as deleted. Its file stays, so that the server hears of it.
@@ -173,18 +177,23 @@ class Projects:
         else:
             project.delete()
             project.save()
-        _require_written(project)
+        _require_written(project.path, project)
+        _require_written(self._settings._path, self._settings)
+
+    def _make_current(self, project: Project) -> None:
+        self._facade.load(project.filename)
+        _require_written(self._settings._path, self._settings)
 
 
-def _require_written(project: Project) -> None:
-    """Tells of a project that the engine could not write; its file is what it was.
+def _require_written(path: str, document: Project | core._Settings) -> None:
+    """Tells of a document that the engine could not write; its file is what it was.
 
     Raises:
         SaveError: It could not.
     """
-    error = project.write_error
+    error = document.write_error
     if error is not None:
-        raise SaveError(f"{project.path}: cannot be written: {described(error)}") from error
+        raise SaveError(f"{path}: cannot be written: {described(error)}") from error
 
 
 def _let_second_pass(project: Project) -> None:

@@ -31,7 +31,7 @@ class Outcome(enum.Enum):
 
 
 class DirectoryError(InputError):
-    """A directory of checks that is none."""
+    """A directory of checks that does not exist."""
 
 
 class CheckError(InputError):

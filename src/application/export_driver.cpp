@@ -1,8 +1,8 @@
 #include "application/export_driver.h"
 
-#include "application/export_path.h"
 #include "export/export_flags.h"
 #include "export/export_options.h"
+#include "export/export_path.h"
 #include "files/paths.h"
 #include "foundation/constants.h"
 #include "foundation/kept_error.h"

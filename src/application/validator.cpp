@@ -59,7 +59,7 @@ void Validator::plan_and_run() const {
   const auto planned = queue;
   if (planned->is_empty()) return;
   host.keep_selection([&] {
-    const py::GarbageCollectorEase ease;
+    const py::GarbageCollectorSlowdown slowdown;
     for (const py::Object& task : planned->tasks.items()) run(task);
   });
   const py::Object project =

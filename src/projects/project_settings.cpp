@@ -64,7 +64,7 @@ py::Object ProjectSettings::open(const py::Object& path, py::Object& failure) {
   if (!document) return py::Dict();
   if (PyDict_Check(document.get()) != 0) return document;
   logger::warning(py::text("Incompatible Project File"));
-  failure = kept(PyExc_TypeError, py::text("the document is no map"));
+  failure = kept(PyExc_TypeError, py::text("the document is not a mapping"));
   return py::Dict();
 }
 

@@ -11,7 +11,7 @@ const Name kGetThreshold("get_threshold"), kSetThreshold("set_threshold");
 
 }  // namespace
 
-GarbageCollectorEase::GarbageCollectorEase() : before_(modules::gc.call(kGetThreshold)) {
+GarbageCollectorSlowdown::GarbageCollectorSlowdown() : before_(modules::gc.call(kGetThreshold)) {
   constexpr int kNewObjects = 100'000;  // of containers: some tens of megabytes of garbage at most
   const std::vector<Object> thresholds = collect(before_);
   const Object wanted = to_python(kNewObjects);
@@ -23,7 +23,7 @@ GarbageCollectorEase::GarbageCollectorEase() : before_(modules::gc.call(kGetThre
   }
 }
 
-GarbageCollectorEase::~GarbageCollectorEase() {
+GarbageCollectorSlowdown::~GarbageCollectorSlowdown() {
   if (!before_) return;
   try {
     modules::gc.attr(kSetThreshold).apply(before_);

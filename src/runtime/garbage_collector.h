@@ -22,12 +22,12 @@ class GarbageCollectorPause {
 /// Lets the garbage collector start by itself more seldom, for work that makes many objects which stay, between calls
 /// of code from outside that may leave garbage: without it half the time of a validation goes by in walks over results.
 /// `GarbageCollectorPause` is for work that calls no such code.
-class GarbageCollectorEase {
+class GarbageCollectorSlowdown {
  public:
-  GarbageCollectorEase();
-  ~GarbageCollectorEase();
-  GarbageCollectorEase(const GarbageCollectorEase&) = delete;
-  GarbageCollectorEase& operator=(const GarbageCollectorEase&) = delete;
+  GarbageCollectorSlowdown();
+  ~GarbageCollectorSlowdown();
+  GarbageCollectorSlowdown(const GarbageCollectorSlowdown&) = delete;
+  GarbageCollectorSlowdown& operator=(const GarbageCollectorSlowdown&) = delete;
 
  private:
   Object before_;  ///< The thresholds as they were.

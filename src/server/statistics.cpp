@@ -98,7 +98,7 @@ py::Dict Statistics::read() {
   }
   if (PyDict_Check(stored.get()) == 0) {
     logger::warning(format("Incompatible Statistics File - {}", {path}));
-    read_error = kept(PyExc_TypeError, py::text("the document is no map"));
+    read_error = kept(PyExc_TypeError, py::text("the document is not a mapping"));
     return {};
   }
   const SoundStatistics sound{py::Dict(stored)};

@@ -80,7 +80,7 @@ py::Object Settings::read() {
   }
   if (!PyDict_Check(document.get())) {
     logger::warning(py::text("Incompatible Settings File"));
-    read_error = kept(PyExc_TypeError, py::text("the document is no map"));
+    read_error = kept(PyExc_TypeError, py::text("the document is not a mapping"));
     return py::Dict();
   }
   return document;

@@ -7,11 +7,12 @@ import os
 
 import core
 
+from ..documents import ignored_warnings
 from ..exporting import ExportScene, describe_options, export, set_format, set_options
 from ..home import find_home
 from ..hosts.gltf_export import exporters
 from ..projects import choose_project
-from ..reports.console import Console, reader_may_leave
+from ..reports.console import Console, complain, reader_may_leave
 from ..reports.exported import write
 from ..selection import select_paths
 from ..session import Outcome, Session
@@ -78,8 +79,12 @@ def run(options: argparse.Namespace) -> int:
     home = find_home(options.home)
     scene = ExportScene(options.scene)
     _, project = choose_project(options.project, home)
-    # What the session warns of, checks and settings, does not concern an export.
+    # What else the session warns of, checks and settings, does not concern an export.
     session = Session(scene, project.history.get_record(), home)
+    for warning in ignored_warnings(
+        f"the export options of {project.name}", session.api.export.options.ignored
+    ):
+        complain(warning)
     _configure(session.api.export, options)
     select_paths(scene, options.select or session.default_selection())
     outcome = session.scan()

@@ -21,7 +21,7 @@ exit status:
   0  done
   1  the server gave no answer that can be used, and nothing has changed here; or a project could not be
      written
-  2  bad input: an address that is none, a home that cannot be used
+  2  bad input: a malformed URL, a home that cannot be used
 
 example:
   heron sync http://127.0.0.1:8080/projects

@@ -41,7 +41,7 @@ def local_matrix(members: Members, node: Json, where: str) -> Array:
     """The transform of a node within its parent.
 
     Raises:
-        GltfError: A number in it is none.
+        GltfError: A value in it is not a number.
     """
     values = members.numbers(node, "matrix", 16, where)
     if values is not None:

@@ -30,7 +30,7 @@ def texture_references(members: Members, material: Json) -> list[TextureReferenc
     """All textures that a material uses, those of its extensions too.
 
     Raises:
-        GltfError: A number in it is none.
+        GltfError: A value in it is not a number.
     """
     return [_reference(members, slot, value) for slot, value in texture_uses(material)]
 

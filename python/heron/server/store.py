@@ -97,7 +97,7 @@ def read_request(body: bytes) -> Request:
     """Takes a request apart.
 
     Raises:
-        DocumentError: It is none.
+        DocumentError: It is not a request.
     """
     try:
         document = parse_object("the request", body, StoreError)

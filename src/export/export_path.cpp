@@ -1,4 +1,4 @@
-#include "application/export_path.h"
+#include "export/export_path.h"
 
 #include "files/paths.h"
 #include "foundation/text.h"
