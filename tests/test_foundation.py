@@ -122,20 +122,6 @@ def test_errors_of_names_quote_the_name_and_keep_it_in_copies(error, text, name)
     assert str(error("")) == error()._text == text
 
 
-def test_errors_can_be_derived_from_without_their_constructor():
-    class Silent(Error.WrongAttributeName):
-        def __init__(self, one, other):
-            self.values = one, other
-
-    class Loud(Error.ValidationError):
-        def __str__(self):
-            return super().__str__() + "!"
-
-    silent = Silent(1, 2)
-    assert (str(silent), silent.args, silent.values) == (NAMED[Error.WrongAttributeName], (1, 2), (1, 2))
-    assert str(Loud("any", "arguments")) == "Check Task Found Issue!"
-
-
 # Assertions
 
 
@@ -229,12 +215,6 @@ def test_filters_keep_their_characters_in_order(text):
 def test_filters_of_words_and_ends(operation, arguments, text):
     assert operation(*arguments) == text
     assert type(operation(*arguments)) is _Str
-
-
-def test_ranges_of_characters_must_be_pairs_of_numbers():
-    for chars in ([(1,)], [("a", "b")], [5], 5):
-        with pytest.raises(TypeError):
-            _Naming._char_filter("text", chars)
 
 
 def register(*names):
