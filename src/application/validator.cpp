@@ -3,6 +3,8 @@
 #include "checks/check_result.h"
 #include "foundation/clock.h"
 #include "foundation/constants.h"
+#include "parameters/block.h"
+#include "runtime/exactly.h"
 #include "runtime/finally.h"
 #include "runtime/garbage_collector.h"
 #include "server/statistics_records.h"
@@ -17,6 +19,32 @@ const py::Name kClassId("class_id"), kCheckControls("check_controls"), kParamete
 const py::Name kLength("length"), kAdd("add"), kWrite("write");
 
 bool is_mode(const py::Object& mode, CheckMode wanted) { return mode.equals(constants::number(wanted)); }
+
+/// What a control has to run.
+struct Work {
+  py::Object check;
+  std::vector<py::Object> parameter_tasks;
+  bool single;
+};
+
+Work work_of(const py::Object& control) {
+  const auto ours = py::exactly<CheckControl>(control);
+  const py::Object parameters = ours ? ours->parameters : control.attr(kParameters);
+  const py::Object check = ours ? ours->check : control.attr(kCheck);
+  if (const auto block = py::exactly<ParameterBlock>(parameters)) {
+    return {check, block->tasks.items(), block->length() < 2};
+  }
+  const bool single = parameters.attr(kLength).is_less(py::to_python(2));
+  return {check, py::collect(parameters), single};
+}
+
+void add(const py::Object& results, const py::Object& result) {
+  if (const auto ours = py::exactly<CheckResultList>(results, kAdd)) {
+    ours->add(result);
+  } else {
+    results.call(kAdd, result);
+  }
+}
 
 /// The enabled controls of a checklist: those that look at the scene as a whole, or those that look at one object.
 py::List controls_of(const py::Object& checklist, bool scene_oriented) {
@@ -72,11 +100,10 @@ void Validator::plan_and_run() const {
 void Validator::run(const py::Object& task) const {
   const py::Object statistics = api.attr(kStatistics), path = task.attr(kPath), results = task.attr(kResults);
   for (const py::Object& control : py::collect(task.attr(kCheckControls))) {
-    const py::Object parameters = control.attr(kParameters), check = control.attr(kCheck);
-    const bool single = parameters.attr(kLength).is_less(py::to_python(2));
-    for (const py::Object& parameter_task : py::collect(parameters)) {
+    const auto [check, parameter_tasks, single] = work_of(control);
+    for (const py::Object& parameter_task : parameter_tasks) {
       const auto result = py::made<CheckResult>(path, check, parameter_task, statistics, host, single);
-      results.call(kAdd, result);
+      add(results, result);
       if (const py::Object told = progress; !told.is_none()) told(result);
     }
   }

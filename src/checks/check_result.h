@@ -44,7 +44,7 @@ class CheckResult {
  private:
   void make_check(const py::Object& type, const py::Object& parameters, bool single);
   void judge();
-  void examine() const;
+  bool examine() const;  ///< False if the check has found something.
   py::Object finding();  ///< The status of a check that has found something.
 };
 

@@ -67,6 +67,12 @@ bool is(const py::Error& error) {
   return error.matches(reinterpret_cast<PyObject*>(py::TypeOf<E>::type));
 }
 
+/// The same of the error that is on its way in the runtime.
+template <class E>
+bool is_pending() {
+  return PyErr_ExceptionMatches(reinterpret_cast<PyObject*>(py::TypeOf<E>::type)) != 0;
+}
+
 }  // namespace errors
 
 void expose_errors(const py::Scope& module);

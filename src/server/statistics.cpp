@@ -47,8 +47,12 @@ void Statistics::init(const py::Object& environment) {
 void Statistics::add(const py::Object& record) const {
   static const py::Name kKey("key"), kData("data");
   const py::Object key = record.attr(kKey), entry = record.attr(kData);  // foreign code does not run under the lock
+  keep(key, entry);
+}
+
+void Statistics::keep(const py::Object& category, const py::Object& entry) const {
   locked(mutex, [&] {
-    if (const auto category = data.find(key)) py::List(*category).append(entry);
+    if (const auto records = data.find(category)) py::List(*records).append(entry);
   });
 }
 

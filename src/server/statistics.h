@@ -12,6 +12,7 @@ class Statistics {
   void init(const py::Object& environment);
 
   void add(const py::Object& record) const;
+  void keep(const py::Object& category, const py::Object& entry) const;  ///< The same of what the record says.
   void write(bool clear);
   py::Object create_http_request(const py::Object& username) const;
   void accept_http_response(const py::Object& response, bool clear);
