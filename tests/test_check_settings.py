@@ -1,9 +1,7 @@
 """The stored states of checks, their configuration, directories and presets."""
 
-import copy
 import gc
 import os
-import pickle
 import weakref
 from types import MappingProxyType, ModuleType, SimpleNamespace
 
@@ -89,11 +87,7 @@ def test_a_directory_is_the_text_of_its_path(tmp_path, monkeypatch):
     for wrong in (lambda: Directory("Mine", None), lambda: Directory.List(stored)):
         with pytest.raises(TypeError):
             wrong()
-    directory.own = [1]
-    pickled = pickle.loads(pickle.dumps(directory))
-    for twin in (directory, copy.copy(directory), copy.deepcopy(directory), pickled):
-        assert (type(twin), twin, twin.locked, twin.own) == (Directory, path, True, [1])
-        assert twin.data == {"name": "Mine", "path": path, "enabled": False}
+    assert directory.locked and directory.data == {"name": "Mine", "path": path, "enabled": False}
 
 
 def test_a_list_takes_each_directory_that_exists_once(tmp_path, monkeypatch):

@@ -1,9 +1,7 @@
 """Checks: how plug-ins are found and judged, how checklists switch them, how they run and fix."""
 
-import copy
 import gc
 import os
-import pickle
 import sys
 import traceback
 import weakref
@@ -178,8 +176,6 @@ def test_class_must_be_what_a_check_is():
 def test_buffer_is_a_list_with_a_name():
     buffer = core.Structure.NamedBuffer("edges", items=(1, 2))
     buffer.__init__("faces", [3])
-    for twin in (copy.copy(buffer), copy.deepcopy(buffer), pickle.loads(pickle.dumps(buffer))):
-        assert (type(twin), twin, twin.name) == (type(buffer), [1, 2, 3], "faces")
     assert buffer == [1, 2, 3] and (buffer.name, buffer.length, buffer.has_issues()) == ("faces", 3, True)
     buffer.clear()
     assert buffer.is_empty and not buffer.has_issues() and core.Structure.NamedBuffer().name == ""

@@ -84,6 +84,7 @@ void expose_api(const py::Scope& module) {
                      "        for result in task:\n"
                      "            print(result.name, result.status)\n"
                      "    api.shutdown()")
+          .no_copies("it stands for the application")
           .init<&Api::init>({"operator", "environment", {"export_options", nullptr}, {"checks", nullptr}})
           .operation<&Api::shutdown>("shutdown",
                                      "Removes what is registered in the host, and the front-end's functions.\n\n"

@@ -171,6 +171,7 @@ void expose_export_driver(const py::Scope& api) {
                           "Writes hierarchies out of the scene through the host, each into a file of its own.\n\n"
                           "Args:\n"
                           "    options: The exporters, each a `Parameters.Options`.")
+      .no_copies("it belongs to an Api")
       .init<&ExportDriver::init>({"api", "operator", "buffer", {"options", nullptr}})
       .operation<&ExportDriver::start>(
           "start",

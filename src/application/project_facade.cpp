@@ -114,6 +114,7 @@ void expose_project_facade(const py::Scope& api) {
                                "Knows which project is current, and puts what it says into the engine: the pattern, "
                                "and the options and flags of the export. A project of another format, or an unknown "
                                "one, is no error: another one stands in for it.")
+          .no_copies("it belongs to an Api")
           .init<&ProjectFacade::init>({"api", "hierarchy"})
           .operation<&ProjectFacade::get_current>(
               "get_current",
@@ -148,6 +149,7 @@ void expose_project_facade(const py::Scope& api) {
           .done();
 
   py::Class<LoadPointer>(scope, "_LoadPointer", "Which state of which project was loaded last.")
+      .copies()
       .init<&LoadPointer::init>({})
       .operation<&LoadPointer::same>("same", {"settings"}, "Whether it is this project, as it was last edited.")
       .operation<&LoadPointer::other>("other", {"settings"}, "Whether it is another project.")

@@ -50,6 +50,7 @@ void expose_scene_facade(const py::Scope& api) {
       "Api component to communicate with the scene.\n\n"
       "Loads the current project, then what is embedded in the open scene, and that again each time the host has "
       "opened a scene: no scan is needed, and what the file holds is believed. Exceptions of the host pass.")
+      .no_copies("it belongs to an Api")
       .init<&SceneFacade::init>({"api", "operator", "virtual", "hierarchy", "buffer"})
       .operation<&SceneFacade::directory_dialog>(
           "directory_dialog", {{"start", "~"}},

@@ -69,6 +69,7 @@ void expose_server_exchange(const py::Scope& api) {
       "Api component to communicate with the shared server.\n\n"
       "It opens no connection: a front-end asks for a request, sends it as suits its host, and hands the response "
       "back, on the thread that owns the scene. A response is anything with `getheader(name, default)` and `read()`.")
+      .no_copies("it belongs to an Api")
       .init<&ServerExchange::init>({"api"})
       .operation<&ServerExchange::projects_request>("projects_request",
                                                     "The request that brings all projects to the server.")

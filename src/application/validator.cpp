@@ -178,6 +178,7 @@ void expose_validator(const py::Scope& api) {
           "Api component to handle validation process.\n\n"
           "Runs the enabled checks of the workspace over the selection, or those of the rules over the matched "
           "hierarchies, as the mode of the settings says, and keeps the results until the next run.")
+          .no_copies("it belongs to an Api")
           .init<&Validator::init>({"api", "operator", "classes", "hierarchy", "buffer"})
           .operation<&Validator::start>(
               "start",
@@ -214,6 +215,7 @@ void expose_validator(const py::Scope& api) {
                         "Args:\n"
                         "    api: Gives the settings.\n"
                         "    classes: The known check classes.")
+      .no_copies("it belongs to an Api")
       .init<&Checklists::init>({"api", "classes"})
       .field<&Checklists::workspace>("workspace",
                                      "Check._List: The checks of the selection mode, bound to the user's settings.")

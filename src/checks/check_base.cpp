@@ -33,6 +33,7 @@ void expose_check_base(const py::Scope& check) {
                        "A plug-in derives its checks at least two steps below: a class derived from this one alone is "
                        "not taken for a check. It overrides the attributes and `check`, and what else it needs. An "
                        "instance serves one object: `check` may keep there what the other operations need.")
+      .copies()
       .static_operation<&CheckBase::parameters>(
           "parameters", {}, "A new `Parameters.Block` of the inputs that the user can set; one without inputs here.")
       .operation<&CheckBase::check>(

@@ -181,6 +181,7 @@ void expose_check_classes(const py::Scope& check) {
       "Args:\n"
       "    directories: Paths with an `enabled`.\n\n"
       "Of classes with the same `class_id` the first one found is taken. A loop gives the classes.")
+      .no_copies("it stands for directories of plug-ins")
       .init<&CheckClasses::init>({"directories"})
       .iterate<&CheckClasses::iterate>()
       .operation<&CheckClasses::get>("get", {"class_id"}, "The class with this id, or None.")

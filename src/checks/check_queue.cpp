@@ -75,6 +75,7 @@ bool CheckQueue::fix_exists() const {
 void expose_check_queue(const py::Scope& check) {
   const py::Scope scope =
       py::Class<CheckQueue>(check, "_Queue", "The tasks of a validation run. A loop gives them, in order.")
+          .copies()
           .iterate<&CheckQueue::iterate>()
           .length<&CheckQueue::size>()
           .operation<&CheckQueue::add>("add", {"task"}, "Appends a task.")
@@ -91,6 +92,7 @@ void expose_check_queue(const py::Scope& check) {
                            "Args:\n"
                            "    name: The path if it is None.\n"
                            "    icon: Display data, or None.")
+          .copies()
           .init<&CheckTask::init>({"path", "check_controls", {"name", nullptr}, {"icon", nullptr}})
           .accessor<&CheckTask::empty>("empty", "bool: Whether there is no result.")
           .accessor<&CheckTask::status>("status", "str: The most severe status of the results; pass without any.")

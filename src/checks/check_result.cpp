@@ -199,6 +199,10 @@ py::Object CheckResult::result_message() {
   return message.is_text() ? message : py::text("");
 }
 
+py::Object CheckResult::deep_copy(const py::Object& memo) const {
+  return py::deep_copy(py::object_of(*this), memo, {op, statistics});
+}
+
 void expose_check_result(const py::Scope& task) {
   const py::Scope scope =
       py::Class<CheckResult>(
@@ -214,6 +218,7 @@ void expose_check_result(const py::Scope& task) {
           "is an interrupt or an exit. The exceptions that are kept show where they came from, without the variables "
           "of "
           "the functions.")
+          .copies()
           .init<&CheckResult::init>(
               {"path", "check_class", "parameter_task", "statistics", "operator", {"single", true}})
           .accessor<&CheckResult::name>("name", "str: The check's `long_name`.")
@@ -239,6 +244,8 @@ void expose_check_result(const py::Scope& task) {
           .operation<&CheckResult::select_result>("select_result", "Has the check select what it found.")
           .operation<&CheckResult::result_message>("result_message",
                                                    "What the check says of its last run; empty if that is no text.")
+          .operation<&CheckResult::deep_copy>("__deepcopy__", {"memo"},
+                                              "A deep copy, which has the same host and statistics.")
           .readonly<&CheckResult::op>("_op", "Any: The host.")
           .readonly<&CheckResult::statistics>("_statistics", "Any: What gets a record of each run.")
           .readonly<&CheckResult::check>("_check", "Check.Base: The check.")
@@ -248,6 +255,7 @@ void expose_check_result(const py::Scope& task) {
           .done();
 
   py::Class<CheckResultList>(scope, "List", "The results of one task. A loop gives them, in order.")
+      .copies()
       .iterate<&CheckResultList::iterate>()
       .length<&CheckResultList::size>()
       .operation<&CheckResultList::add>("add", {"result"}, "Appends a result.")

@@ -23,6 +23,7 @@ class CheckResult {
   void fix_result();
   void select_result();
   py::Object result_message();
+  py::Object deep_copy(const py::Object& memo) const;  ///< With the same host and statistics.
 
   Host op;
   py::Object statistics, check, path, task;
@@ -39,6 +40,7 @@ class CheckResult {
          {&statistics, &check, &path, &task, &status, &never_made, &error, &fix_error, &select_error, &message_error}) {
       visit(*field);
     }
+    visit(seconds);
   }
 
  private:

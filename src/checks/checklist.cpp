@@ -146,6 +146,7 @@ void expose_checklist(const py::Scope& check) {
           "    presets: The `_Settings.Check.Presets` that its `preset` edits; anything else stands for none yet.\n"
           "    config: The stored configuration to `load`.\n\n"
           "A loop gives the controls.")
+          .copies()
           .init<&Checklist::init>({"classes", {"presets", nullptr}, {"config", nullptr}})
           .iterate<&Checklist::iterate>()
           .accessor<&Checklist::iterate_categories>(
@@ -177,6 +178,7 @@ void expose_checklist(const py::Scope& check) {
           .done();
 
   py::Class<CheckControl>(scope, "Control", "A check class that can be switched on, with parameters of its own.")
+      .copies()
       .init<&CheckControl::init>({"_class"})
       .accessor<&CheckControl::description>("description", "str: What the check looks for, for the user.")
       .operation<&CheckControl::load>("load", {"state"}, "Takes over a stored record, and keeps it for `save`.")
@@ -195,6 +197,7 @@ void expose_checklist(const py::Scope& check) {
 
   py::Class<CheckCategory>(scope, "Category",
                            "The controls that are shown as one group. `name` is in lower case. A loop gives them.")
+      .copies()
       .init<&CheckCategory::init>({"name"})
       .iterate<&CheckCategory::iterate>()
       .operation<&CheckCategory::add>("add", {"control"}, "Appends a control.")

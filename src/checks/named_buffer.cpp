@@ -7,23 +7,15 @@ void NamedBuffer::init(const py::Object& label, const py::Iterable& elements) {
   items().extend(elements);
 }
 
-// A list is copied with its elements alone.
-py::Object NamedBuffer::reduce() const {
-  static const py::Name kDict("__dict__");
-  const py::Object self = py::object_of(*this);
-  const py::Object arguments = py::tuple({name, items().copy()});
-  return py::tuple({py::Object::borrow(reinterpret_cast<PyObject*>(Py_TYPE(self.get()))), arguments, self.attr(kDict)});
-}
-
 void expose_named_buffer(const py::Scope& structure) {
   py::Class<NamedBuffer>(structure, "NamedBuffer", "A list with a name, in which a check puts what it finds.")
+      .copies()
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&NamedBuffer::init>({{"name", ""}, {"items", py::tuple({})}})
       .operation<&NamedBuffer::clear>("clear", "Removes all elements, one at a time from the end.")
       .accessor<&NamedBuffer::length>("length", "int: The number of elements.")
       .accessor<&NamedBuffer::is_empty>("is_empty", "bool: Whether there is no element.")
       .operation<&NamedBuffer::has_issues>("has_issues", "Whether there is an element.")
-      .operation<&NamedBuffer::reduce>("__reduce__", "What `copy` and `pickle` make a copy from.")
       .field<&NamedBuffer::name>("name", "str: What the elements are.")
       .done();
 }

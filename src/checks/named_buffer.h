@@ -14,7 +14,6 @@ class NamedBuffer {
   Py_ssize_t length() const { return items().size(); }
   bool is_empty() const { return items().empty(); }
   bool has_issues() const { return !is_empty(); }
-  py::Object reduce() const;  ///< How a copy is made, for `copy` and `pickle`.
 
   py::Object name = py::text("");
 

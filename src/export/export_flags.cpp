@@ -26,6 +26,7 @@ py::Dict ExportFlags::data() const {
 void expose_export_flags(const py::Scope& exporting) {
   py::Class<ExportFlags>(exporting, "Flags",
                          "The switches of an export, all off at first; values are kept as they come.")
+      .copies()
       .init<&ExportFlags::init>({})
       .accessor<&ExportFlags::data>("data", "dict[str, bool]: The JSON form, a new dict of the four switches.")
       .operation<&ExportFlags::load>("load", {"data"}, "Takes the switches from a JSON form; off where it lacks one.")

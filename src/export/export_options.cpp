@@ -69,6 +69,7 @@ void expose_export_options(const py::Scope& exporting) {
       "The exporters on offer, each a `Parameters.Options`, one of them selected: the first one at first.\n\n"
       "Each exporter is a member under its attribute name, too; AttributeError for one named like a member of the "
       "class. Arguments of other classes are ignored. A loop gives the exporters in order.")
+      .copies()
       .init<&ExportOptions::init>({py::Parameter::rest("options")})
       .accessor<&ExportOptions::get_selected>("selected",
                                               "Parameters.Options | None: The selected exporter's options, or None.")

@@ -15,6 +15,7 @@ void ExportTask::add(const py::Iterable& paths) const {
 void expose_export_queue(const py::Scope& exporting) {
   const py::Scope queue =
       py::Class<ExportQueue>(exporting, "Queue", "What is to be exported: a task for each file, in order.")
+          .copies()
           .init<&ExportQueue::init>({})
           .iterate<&ExportQueue::iterate>()
           .length<&ExportQueue::size>()
@@ -25,6 +26,7 @@ void expose_export_queue(const py::Scope& exporting) {
           .done();
 
   py::Class<ExportTask>(queue, "Task", "What goes into one exported file, and whether that was written.")
+      .copies()
       .init<&ExportTask::init>({"name"})
       .operation<&ExportTask::confirm>("confirm", "Marks the task as exported.")
       .operation<&ExportTask::is_confirmed>("is_confirmed", "Whether the task was exported.")

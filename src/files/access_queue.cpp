@@ -169,6 +169,7 @@ void expose_access_queue(const py::Scope& json) {
       "already. One that stalls between deleting its id file and deleting the lock for as long as another's whole turn "
       "may open the gate of a new batch, whose members then meet newcomers. The document's name must mean itself as a "
       "regular expression.")
+      .no_copies("it guards a file")
       .init<&AccessQueue::init>({"json_path",
                                  {"write", false},
                                  {"access_timeout", AccessQueue::kAccessTimeout},

@@ -37,6 +37,7 @@ void expose_callbacks(const py::Scope& module) {
   const py::Scope scope =
       py::Class<CallBacks>(module, "_CallBacks",
                            "The events of the engine: one list of functions for each. Read from `Api.callbacks`.")
+          .no_copies("it connects a front-end with the application")
           .sealed()
           .operation<&CallBacks::clear>("clear", "Empties every list; the list objects stay.")
           .readonly<&CallBacks::empty_scan_selection>("empty_scan_selection",
@@ -64,6 +65,7 @@ void expose_callbacks(const py::Scope& module) {
   py::Class<CallBackList>(
       scope, "List",
       "The functions registered for one event. A call calls them all, with its arguments; one that raises is logged.")
+      .no_copies("it connects a front-end with the application")
       .call<&CallBackList::call>()
       .operation<&CallBackList::add>("register", {"function"},
                                      "Appends a function, unless it is not callable or in the list already.")

@@ -113,10 +113,12 @@ void expose_masks(const py::Scope& module) {
                       "Groups of constants for assign or filter purpose in user interface.\n\n"
                       "`Ghost`, `Type` and `Result` of an instance are the sets of these names, without the items "
                       "whose types the host does not have, as `type_mapping.exist` tells.")
+          .copies()
           .init<&Mask::init>({"type_mapping"})
           .readonly<&Mask::mapping>("_mapping", "TypeMapping: The types that the host has.")
           .done();
   py::Class<MaskItem>(scope, "Item", "A choice: a list of constants, with a label for the user.")
+      .copies()
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&MaskItem::init>({Parameter::rest("elements"), Parameter::named("name", ""), Parameter::named("attr", ""),
                               Parameter::named("mapped", false)})
@@ -128,12 +130,20 @@ void expose_masks(const py::Scope& module) {
       .readonly<&MaskItem::mapped>("_mapped", "bool: True if the elements are scene types.")
       .done();
   py::Class<MaskSet>(scope, "_Set", "The choices of a filter: a list of items, each also a member named by `attr`.")
+      .copies()
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&MaskSet::init>({Parameter::rest("items")})
       .done();
-  py::Class<GhostMask, MaskSet>(scope, "Ghost", "The choices for the ghost rule.").init<&GhostMask::init>({}).done();
-  py::Class<TypeMask, MaskSet>(scope, "Type", "The choices for the types of a rule.").init<&TypeMask::init>({}).done();
+  py::Class<GhostMask, MaskSet>(scope, "Ghost", "The choices for the ghost rule.")
+      .copies()
+      .init<&GhostMask::init>({})
+      .done();
+  py::Class<TypeMask, MaskSet>(scope, "Type", "The choices for the types of a rule.")
+      .copies()
+      .init<&TypeMask::init>({})
+      .done();
   py::Class<ResultMask, MaskSet>(scope, "Result", "The choices for the results to be shown.")
+      .copies()
       .init<&ResultMask::init>({})
       .done();
 }

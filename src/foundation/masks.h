@@ -17,6 +17,7 @@ class MaskItem {
   void members(V& visit) {
     visit(name);
     visit(attr);
+    visit(mapped);
   }
 };
 

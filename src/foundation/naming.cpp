@@ -229,6 +229,7 @@ void expose_naming(const py::Scope& module) {
   py::function<&naming::strip>(scope, "strip", {"name", "chars"}, "The name without any of `chars` at its ends.");
 
   py::Class<NamesControl>(module, "_NamesControl", "The names in use in one place; gives out free ones.")
+      .copies()
       .operation<&NamesControl::clear>("clear", "Forgets all names.")
       .operation<&NamesControl::exists>("exists", {"name"}, "Whether the name is in use.")
       .operation<&NamesControl::append>("append", {"name"}, "Takes the name into use.")

@@ -120,6 +120,7 @@ void expose_anchor(const py::Scope& hierarchy) {
           "An anchor is the shortest run between \"<\" and the next \">\" of a line. A definition `<name:value>` says "
           "by the expression `value` what may stand at its place in an object's name, and what stood there is "
           "captured. A usage `<name>` stands for the closest capture that is visible from the asking object.")
+          .no_copies("it belongs to a search")
           .accessor<&Anchor::get_state>("state",
                                         "_Hierarchy.Anchor._State: The `_State` with everything captured so far.")
           .readonly<&Anchor::state>("_state", "_Hierarchy.Anchor._State: The same.")

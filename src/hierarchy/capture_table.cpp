@@ -160,6 +160,7 @@ void expose_capture_table(const py::Scope& anchor) {
       "The memory of a match: the table of definition anchors with everything captured for them.\n\n"
       "The hash stands for the content as it was at the last `set`, `make_hash`, `apply`, `clone` or addition; it is 0 "
       "for a new state. Equality compares hashes.")
+      .no_copies("it belongs to a search; clone() makes another")
       .equals<&CaptureTable::equals>()
       .hash<&CaptureTable::get_hash>()
       .add<&CaptureTable::add>()

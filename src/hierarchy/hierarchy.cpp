@@ -122,6 +122,7 @@ void expose_hierarchy(const py::Scope& module) {
                            "    query_operator: The scene's queries, mostly a snapshot.\n"
                            "    check_classes: The known check classes.\n\n"
                            "Not reentrant: RuntimeError for a run inside a run.")
+          .no_copies("it belongs to a scene")
           .init<&Hierarchy::init>({"query_operator", "check_classes"})
           .accessor<&Hierarchy::get_pattern>("pattern", "_Hierarchy.Pattern: What is compared with.")
           .accessor<&Hierarchy::get_search>("search",

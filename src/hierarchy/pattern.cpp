@@ -174,6 +174,7 @@ void expose_pattern(const py::Scope& hierarchy) {
           "A class to describe hierarchy pattern.\n\n"
           "Args:\n"
           "    check_classes: The known check classes, from which the rules' checklists are built; None for none.")
+          .no_copies("it belongs to a hierarchy and its check classes")
           .init<&Pattern::init>({"check_classes"})
           .operation<&Pattern::get>("get",
                                     "The scopes that are compared with the scene, as the stored list: those below the "
@@ -209,6 +210,7 @@ void expose_pattern(const py::Scope& hierarchy) {
                              "    config: A project's rule, copied: later edits of it do not show here.\n"
                              "    checklist: The checks of this rule, or None.\n\n"
                              "Equal rules have the same stamp, name, regex, types and range.")
+          .copies()
           .init<&PatternRule::init>({"config", "checklist"})
           .equals<&PatternRule::equals>()
           .hash<&PatternRule::hash>()
@@ -229,6 +231,7 @@ void expose_pattern(const py::Scope& hierarchy) {
           .done();
 
   py::Class<Interval>(rule, "_Interval", "All integers from a minimum to a maximum, equal to a set of the same.")
+      .copies()
       .length<&Interval::length>()
       .contains<&Interval::contains>()
       .iterate<&Interval::iterate>()
@@ -237,6 +240,7 @@ void expose_pattern(const py::Scope& hierarchy) {
       .done();
 
   py::Class<PatternScope>(pattern, "Scope", "Connection between a pattern item and its children.")
+      .copies()
       .init<&PatternScope::init>({"rule", "children"})
       .field<&PatternScope::rule>("rule", "_Hierarchy.Pattern.Rule: The rule, or None where the record lacks it.")
       .field<&PatternScope::children>("children", "list[_Hierarchy.Pattern.Scope]: The scopes below, as a list.")

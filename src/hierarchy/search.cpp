@@ -122,6 +122,7 @@ void expose_search(const py::Scope& hierarchy) {
           "The objects are handed out to the scopes in order, each taking what it matches up to its maximum; then the "
           "guess is judged as a whole. A wrong one leaves no trace in the captures, and no other is tried. Equal rules "
           "share what they take: the later one's takings stand for both.")
+          .no_copies("it belongs to a hierarchy and its scene")
           .init<&Search::init>({"query_operator"})
           .operation<&Search::layer>("layer", {"roots", "scopes", {"exact", true}},
                                      "Compares objects with scopes.\n\n"
@@ -155,6 +156,7 @@ void expose_search(const py::Scope& hierarchy) {
           .done();
 
   py::Class<Result>(search, "Result", "What a layer's search found.")
+      .copies()
       .init<&Result::init>({{"array", nullptr}})
       .operation<&Result::is_empty>("is_empty", "Whether there is no response.")
       .iterate<&Result::iterate>()
@@ -162,6 +164,7 @@ void expose_search(const py::Scope& hierarchy) {
       .done();
 
   py::Class<Response>(search, "Response", "One object matched by one scope.")
+      .copies()
       .init<&Response::init>({"location", "scope"})
       .field<&Response::location>("location", "Scene._Virtual._Location: The object.")
       .field<&Response::scope>("scope", "_Hierarchy.Pattern.Scope: The scope that took it.")

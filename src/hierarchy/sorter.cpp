@@ -134,6 +134,7 @@ void expose_sorter(const py::Scope& pattern) {
 
   const py::Scope order =
       py::Class<Order>(scope, "Order", "The scopes of a layer, as units, in some order.")
+          .copies()
           .operation<&Order::append>("append", {"unit"}, "Appends a unit.")
           .operation<&Order::insert>("insert", {"index", "unit"}, "Inserts a unit as a list does.")
           .operation<&Order::reverse>("reverse", "Reverses the order.")
@@ -142,6 +143,7 @@ void expose_sorter(const py::Scope& pattern) {
           .done();
 
   py::Class<Unit>(order, "Unit", "One scope of a layer: its position before sorting, and the anchors of its rule.")
+      .copies()
       .init<&Unit::init>({"index"})
       .operation<&Unit::add_definition>("add_definition", {"text"}, "Adds the inner text of a definition.")
       .operation<&Unit::add_usage>("add_usage", {"text"}, "Adds the inner text of a usage.")

@@ -117,6 +117,7 @@ void expose_environment(const py::Scope& module, const py::Scope& assertions) {
       "user_home: the value of \"USERPROFILE\" when the library was loaded, or else the user's home directory. name: "
       "the name of the hidden directory in it. `root` takes both from the instance, so that a derived class can have "
       "its own; `decode_user` and `encode_user`, which have no instance, take the home from `Environment` itself.")
+      .copies()
       .init<&Environment::init>({})
       .attribute("user_home", find_user_home())
       .attribute("name", py::text(".heron"))
@@ -140,6 +141,7 @@ void expose_environment(const py::Scope& module, const py::Scope& assertions) {
       module, "_LocalEnv",
       "The environment of the standalone case, with everything beside the library's file.\n\n"
       "The constructor creates what directories are missing; the parent of the first must exist.")
+      .copies()
       .init<&LocalEnv::init>({})
       .accessor<&LocalEnv::root>("root", "str: The hidden directory beside the library's file, created if missing.")
       .accessor<&LocalEnv::target>("target", "str: `Constants.Plugin.Target.Standalone`.")

@@ -52,6 +52,7 @@ void Operator::postscript_scan_remove(const Object&) const { not_implemented("po
 void expose_operator(const py::Scope& scene) {
   using py::Parameter;
   py::Class<QueryOp>(scene, "_QueryOp", "An abstract class to get hierarchy info from the scene.")
+      .no_copies("it stands for a scene")
       .operation<&QueryOp::object_exists>("object_exists", {"path"}, "Whether an object with this path exists now.")
       .operation<&QueryOp::get_type>(
           "get_type", {"path"},
@@ -70,6 +71,7 @@ void expose_operator(const py::Scope& scene) {
       "text does not say more; each raises NotImplementedError here. A path is a text that is unique for each object; "
       "\"|\" and \"/\" separate its pieces. All operations are called on the thread that owns the host's scene. The "
       "constructor of a derived class calls this one's.")
+      .no_copies("it stands for the host application")
       .init<&Operator::init>({})
       .attribute("TYPE_MAPPING", py::Dict())
       .readonly<&Operator::mapping>("_type_mapping", "TypeMapping: What the host's types are called here.")

@@ -223,6 +223,7 @@ void expose_scene_snapshot(const py::Scope& scene) {
           "    operator: The host to read from.\n\n"
           "The snapshot shows the scene as it stood at the last `upload`. An upload calls the host; reading does not, "
           "and may happen on any thread.")
+          .no_copies("it belongs to a scene")
           .init<&SceneSnapshot::init>({"operator"})
           .operation<&SceneSnapshot::offload>("offload", "Forgets everything.")
           .operation<&SceneSnapshot::upload>(
@@ -257,6 +258,7 @@ void expose_scene_snapshot(const py::Scope& scene) {
   py::Class<Location>(virtual_scope, "_Location",
                       "A short description of the scene object.\n\n"
                       "Two of them are equal if their paths are.")
+      .copies()
       .init<&Location::init>({"name", "path", "type", "children"})
       .equals<&Location::equals>()
       .hash<&Location::hash>()

@@ -32,6 +32,7 @@ void expose_type_mapping(const py::Scope& module) {
                          "Translates the object types of one host into those of `Constants.Scene.Type`.\n\n"
                          "Args:\n"
                          "    table: A map of the host's type names to the system's.")
+      .copies()
       .init<&TypeMapping::init>({"table"})
       .operation<&TypeMapping::get>("get", {"name"}, "The system type of a host type, or None if it has none.")
       .operation<&TypeMapping::exist>("exist", {"name"}, "Whether the host can produce this system type.")

@@ -117,6 +117,7 @@ void expose_block(const py::Scope& parameters) {
           "What a user can set on a check: the prototypes of its inputs, and tasks with values of their own.\n\n"
           "A block has no tasks until `load` or `append_task`. The inputs are not tested here: what is wrong with them "
           "shows in each task. The length is the number of tasks, and a loop gives them in order.")
+          .copies()
           .init<&ParameterBlock::init>({py::Parameter::rest("inputs")})
           .length<&ParameterBlock::length>()
           .iterate<&ParameterBlock::iterate>()

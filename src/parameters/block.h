@@ -37,6 +37,7 @@ class ParameterBlock {
     visit(inputs);
     visit(state);
     visit(tasks);
+    for (bool* field : {&empty_, &complex_, &as_info_}) visit(*field);
   }
 
  private:

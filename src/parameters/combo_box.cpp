@@ -121,6 +121,7 @@ void expose_combo_box(const py::Scope& parameters) {
           "    items: Instances of `Item`; the first that is selected stays so, the first of all if none is.\n\n"
           "TypeError for any other object among them, Error.AttributeNameRepeat for two of one name, AttributeError "
           "for one named like a member of the class. A loop gives the items in order.")
+          .copies()
           .init<&ComboBox::init>({"attr_name", "items", {"label", ""}, {"help_text", ""}})
           .iterate<&ComboBox::iterate>()
           .accessor<&ComboBox::current_index>("current_index",
@@ -152,6 +153,7 @@ void expose_combo_box(const py::Scope& parameters) {
                        "    text: What is shown.\n\n"
                        "TypeError for a text that is not a str and for a `selected` that is not a bool; a bad name is "
                        "refused as that of an input is.")
+      .copies()
       .init<&ComboItem::init>({"attr_name", {"text", ""}, {"selected", false}})
       .accessor<&ComboItem::attr>("attr", "str: The identifier of the item.")
       .accessor<&ComboItem::text>("text", "str: What is shown.")

@@ -19,6 +19,7 @@ class ComboItem {
   void members(V& visit) {
     visit(attr_);
     visit(text_);
+    visit(selected_);
   }
 
  private:

@@ -26,6 +26,7 @@ void expose_group(const py::Scope& parameters) {
                             "    contents: They, in order.\n"
                             "    visibility_switch: What the front-end shows or hides the group by.\n\n"
                             "TypeError for contents that cannot be walked over. A loop gives them.")
+      .copies()
       .init<&ParameterGroup::init>({{"label", ""}, {"contents", py::tuple({})}, {"visibility_switch", nullptr}})
       .iterate<&ParameterGroup::iterate>()
       .field<&ParameterGroup::label>("label", "str: What the front-end shows above the group.")

@@ -66,6 +66,7 @@ void expose_input(const py::Scope& parameters) {
       "A kind derived from this gives `data`, `load` and `clone`; here each raises NotImplementedError. `clone` of the "
       "kinds in this module makes an instance of the very class, also of a derived one, whose constructor it does not "
       "call: attributes which that has added are carried over as they are.")
+      .copies()
       .init<&ParameterInput::init>({"attr_name", {"label", ""}, {"help_text", ""}})
       .text<&ParameterInput::text>()
       .accessor<&ParameterInput::attr>("attr", "str: The name by which the setting is reached and stored.")

@@ -113,6 +113,7 @@ void expose_int_slices(const py::Scope& parameters) {
                       "Two integers, from and to, an element of `IntSliceList`.\n\n"
                       "Args:\n"
                       "    start, stop: Instances of `IntRange`, TypeError for any other object.")
+      .copies()
       .init<&IntSlice::init>({"start", "stop"})
       .field<&IntSlice::start>("start", "Parameters.IntRange: The first of both ranges.")
       .field<&IntSlice::stop>("stop", "Parameters.IntRange: The second of both ranges.")
@@ -131,6 +132,7 @@ void expose_int_slices(const py::Scope& parameters) {
           "    items: Instances of `IntSlice`; their limits are set to those of the default, and its prefixes and "
           "units unless they are empty.\n\n"
           "TypeError for any other object.")
+          .copies()
           .init<&IntSliceList::init>({"attr_name", "default", {"items", py::tuple({})}, {"help_text", ""}})
           .iterate<&IntSliceList::iterate>()
           .accessor<&IntSliceList::data>("data",
@@ -158,6 +160,7 @@ void expose_int_slices(const py::Scope& parameters) {
           .done();
 
   py::Class<IntRangeSpec>(scope, "_InputSpec", "What the widget of a range shows, without its value.")
+      .copies()
       .init<&IntRangeSpec::init>({"int_range"})
       .field<&IntRangeSpec::prefix>("prefix", "str: What is shown before the number.")
       .field<&IntRangeSpec::units>("units", "str: What is shown after the number.")

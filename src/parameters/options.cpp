@@ -136,6 +136,7 @@ void expose_options(const py::Scope& parameters) {
       "TypeError for contents that cannot be walked over, AttributeError for a combo box without items, RecursionError "
       "for a group that stands in itself. The state maps the attribute name of each `Switch`, `IntRange`, `FloatRange` "
       "and `ComboBox` to its bare value; other inputs have no part in it. A loop gives the top of the tree.")
+      .copies()
       .init<&ParameterOptions::init>({{"attr_name", ""}, {"label", ""}, {"help_text", ""}, {"contents", py::tuple({})}})
       .iterate<&ParameterOptions::iterate>()
       .accessor<&ParameterOptions::attr>("attr", "str: The identifier of the options.")

@@ -67,7 +67,8 @@ namespace {
 
 template <class R>
 py::Class<R, ParameterInput>& add_members(py::Class<R, ParameterInput>& range, const std::string& number) {
-  return range.template field<&R::minimum>("minimum", (number + ": The least value that the widget offers.").c_str())
+  return range.copies()
+      .template field<&R::minimum>("minimum", (number + ": The least value that the widget offers.").c_str())
       .template field<&R::maximum>("maximum", (number + ": The greatest value that the widget offers.").c_str())
       .template field<&R::step>("step", (number + ": The step of the widget.").c_str())
       .template field<&R::value>("value", (number + ": The value, kept as it comes.").c_str())

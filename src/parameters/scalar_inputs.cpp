@@ -59,6 +59,7 @@ void expose_scalar_inputs(const py::Scope& parameters) {
       parameters, "RegEx",
       "A regular expression, as text: what it means is up to the check that applies it.\n\n"
       "It equals another with the same text, and that text. TypeError for a text that is not a str.")
+      .copies()
       .init<&RegEx::init>({"attr_name", {"text", ".+"}, {"label", ""}, {"help_text", ""}})
       .equals<&RegEx::equals>()
       .field<&RegEx::text>("text", "str: The expression, kept as it comes.")
@@ -70,6 +71,7 @@ void expose_scalar_inputs(const py::Scope& parameters) {
       .done();
 
   py::Class<Switch, ParameterInput>(parameters, "Switch", "On or off. TypeError for a value that is not a bool.")
+      .copies()
       .init<&Switch::init>({"attr_name", {"enabled", false}, {"label", ""}, {"help_text", ""}})
       .field<&Switch::enabled>("enabled", "bool: Whether it is on, kept as it comes.")
       .accessor<&Switch::data>("data", "dict[str, Any]: The JSON form, a new dict of \"enabled\".")

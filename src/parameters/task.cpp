@@ -115,6 +115,7 @@ void expose_task(const py::Scope& block) {
       "It has clones of `inputs`, each of them a member under its attribute name. An object without `clone` is an "
       "AttributeError. Whatever else is wrong with the inputs is kept until `assert_no_errors`: a clone that fails, an "
       "object that is no input, two of one name, one named like a member of the class. A loop gives the inputs.")
+      .copies()
       .init<&ParameterTask::init>({"inputs", {"as_info", false}})
       .iterate<&ParameterTask::iterate>()
       .accessor<&ParameterTask::data>("data", "dict[str, Any]: The JSON form, a new dict of \"as_info\" and \"state\".")

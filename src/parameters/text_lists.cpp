@@ -122,6 +122,7 @@ void expose_text_lists(const py::Scope& parameters) {
   py::Class<TextInput>(parameters, "TextInput",
                        "A text with a check mark, an element of `TextInputList`.\n\n"
                        "TypeError for a text that is not a str, and for a mark that is not a bool.")
+      .copies()
       .init<&TextInput::init>({{"text", ""}, {"enabled", false}})
       .text<&TextInput::str>()
       .field<&TextInput::text>("text", "str: The text, kept as it comes.")
@@ -134,6 +135,7 @@ void expose_text_lists(const py::Scope& parameters) {
                                            "A list of texts, each with a check mark. It has no label.\n\n"
                                            "Args:\n"
                                            "    items: Instances of `TextInput`, TypeError for any other object.")
+      .copies()
       .init<&TextInputList::init>({"attr_name", {"items", py::tuple({})}, {"help_text", ""}})
       .text<&TextInputList::text>()
       .iterate<&TextInputList::iterate>()
@@ -157,6 +159,7 @@ void expose_text_lists(const py::Scope& parameters) {
 
   py::Class<TextMatch>(parameters, "TextMatch",
                        "A text, an element of `TextMatchList`. TypeError for a text that is not a str.")
+      .copies()
       .init<&TextMatch::init>({{"text", ""}})
       .field<&TextMatch::text>("text", "str: The text, kept as it comes.")
       .accessor<&TextMatch::data>("data", "dict[str, Any]: The JSON form, a new dict of \"text\".")
@@ -167,6 +170,7 @@ void expose_text_lists(const py::Scope& parameters) {
                                            "A list of texts. It has no label.\n\n"
                                            "Args:\n"
                                            "    items: Instances of `TextMatch`, TypeError for any other object.")
+      .copies()
       .init<&TextMatchList::init>({"attr_name", {"items", py::tuple({})}, {"help_text", ""}})
       .iterate<&TextMatchList::iterate>()
       .length<&TextMatchList::size>()

@@ -285,6 +285,7 @@ void expose_project_collection(const py::Scope& project) {
           "such as \"street (1).json\": no access can be had to it, after a wait of 30 seconds. A directory that "
           "cannot be read is logged and counts as empty. All operations may be called from any thread. A loop gives "
           "the projects in the order of their paths.")
+          .no_copies("it stands for a directory of files")
           .init<&Collection::init>({"api", "target"})
           .accessor<&Collection::names>(
               "names", "list[str]: A new sorted list of the names of all projects that are not deleted.")

@@ -33,13 +33,17 @@ bool is_promise(const py::Object& record) {
 }  // namespace
 
 void History::init(const py::Object& project) {
-  static const py::Name kLock("Lock");
   project_settings = project;
   pointer = py::to_python(0);
   records = py::Dict();
   auto toggle = py::Ref<EditToggle>::make();
   toggle->init(py::Ref<History>::of(*this));
   edit_toggle = toggle;
+  restored();
+}
+
+void History::restored() {
+  static const py::Name kLock("Lock");
   mutex_save = py::modules::threading.call(kLock);
 }
 
@@ -191,6 +195,7 @@ void expose_history(const py::Scope& record) {
                          "Args:\n"
                          "    project_settings: The project, whose `save` is called when a record was added.\n\n"
                          "A loop gives the records, newest first.")
+          .copies()
           .init<&History::init>({"project_settings"})
           .iterate<&History::iterate>()
           .accessor<&History::get_pointer, &History::set_pointer>(
@@ -230,6 +235,7 @@ void expose_history(const py::Scope& record) {
   py::Class<EditToggle>(scope, "EditToggle",
                         "The records of a history among which an editor switches, newest first, and the one under "
                         "edit; a promise stands before them.")
+      .copies()
       .init<&EditToggle::init>({"history"})
       .iterate<&EditToggle::iterate>()
       .accessor<&EditToggle::get_current>(

@@ -34,9 +34,16 @@ class History {
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&project_settings, &pointer, &edit_toggle, &mutex_save}) visit(*field);
+    visit(mutex_save);
+    copied(visit);
+  }
+  /// What a copy has of it: the lock is its own.
+  template <class V>
+  void copied(V& visit) {
+    for (py::Object* field : {&project_settings, &pointer, &edit_toggle}) visit(*field);
     visit(records);
   }
+  void restored();
 
  private:
   py::Dict read_records(const py::Object& file_data) const;

@@ -62,6 +62,7 @@ void expose_project_exchange(const py::Scope& collection) {
       "The projects of one target, on their way to the server.\n\n"
       "The text form is the body, JSON on one line, and `bytes` gives it encoded. TypeError for what JSON cannot hold, "
       "RecursionError for what is too deep, UnicodeEncodeError for lone surrogates. A loop gives the documents.")
+      .copies()
       .init<&ProjectsRequest::init>({"target", "projects"})
       .attribute("headers", json_body::headers())
       .readonly<&ProjectsRequest::target>("target", "str: The host application whose projects they are.")
@@ -81,6 +82,7 @@ void expose_project_exchange(const py::Scope& collection) {
       "One whose content type is not exactly that of `headers` is not accepted; one whose body cannot be decoded is "
       "not either, and is logged. Equal responses have equal `projects`, whether they were accepted or not. A loop "
       "gives the documents.")
+      .copies()
       .init<&ProjectsResponse::init>({"response"})
       .attribute("headers", json_body::headers())
       .readonly<&ProjectsResponse::accepted>("accepted", "bool: Whether there was JSON in the response.")

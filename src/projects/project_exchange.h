@@ -37,6 +37,7 @@ class ProjectsResponse {
   template <class V>
   void members(V& visit) {
     visit(projects);
+    visit(accepted);
   }
 };
 

@@ -20,6 +20,7 @@ py::Object ProjectHeader::text() const {
 
 void expose_project_header(const py::Scope& project) {
   py::Class<ProjectHeader>(project, "Header", "What a list of projects shows of one, as it was when this was made.")
+      .copies()
       .init<&ProjectHeader::init>({"settings"})
       .readonly<&ProjectHeader::name>("name", "str: The name of the project.")
       .readonly<&ProjectHeader::filename>("filename", "str: The name of its file, by which it is loaded.")

@@ -160,6 +160,10 @@ py::Ref<ProjectSettings> ProjectSettings::clone() const {
   return py::made<ProjectSettings>(collection, directory, filename, data());
 }
 
+py::Object ProjectSettings::deep_copy(const py::Object& memo) const {
+  return py::deep_copy(py::object_of(*this), memo, {collection});
+}
+
 void ProjectSettings::save() {
   static const py::Name kSaveProject("save_project");
   mark_edited();
@@ -203,6 +207,7 @@ py::Scope expose_project_settings(const py::Scope& project) {
           "    file_data: The document, of which every key may be missing.\n\n"
           "Equal projects have equal data, whenever they were edited. `version` is that of the format: of this release "
           "in the class, of the document in an instance. A loop gives the records, newest first.")
+          .copies()
           .init<&Project::init>({"related_collection", "directory", "filename", "file_data"})
           .attribute("version", py::to_python(Project::kVersion))
           .class_operation<&Project::read>("init", {"parent", "json_path"},
@@ -239,6 +244,8 @@ py::Scope expose_project_settings(const py::Scope& project) {
           .operation<&Project::get_record_promise>("get_record_promise",
                                                    "A copy of the present state, from which the next record begins.")
           .operation<&Project::clone>("clone", "A new project of the same content, as if it was never edited.")
+          .operation<&Project::deep_copy>("__deepcopy__", {"memo"},
+                                          "A deep copy, which belongs to the same collection.")
           .operation<&Project::clear_name>("clear_name", "Empties the name.")
           .operation<&Project::clear_filename>("clear_filename", "Has `path` make a file name anew.")
           .operation<&Project::save>("save", "Marks the project as edited and has the collection write it.")

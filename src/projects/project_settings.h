@@ -41,6 +41,7 @@ class ProjectSettings {
   void remove() { deleted = py::to_python(true); }
   py::Ref<Record> get_record_promise() const;
   py::Ref<ProjectSettings> clone() const;
+  py::Object deep_copy(const py::Object& memo) const;  ///< In the same collection.
   void clear_name() { name = to_str(py::text("")); }
   void clear_filename() { filename = to_str(py::text("")); }
   void save();

@@ -114,6 +114,7 @@ py::Scope expose_record(const py::Scope& settings) {
                         "    timestamp: The second at which it was saved; 0 for a promise, a working copy that becomes "
                         "a record when it is saved.\n\n"
                         "Equal records have equal data, whenever they were saved.")
+          .copies()
           .init<&Record::init>({"history", "data", {"timestamp", 0}})
           .class_operation<&Record::empty>("emtpy", {"history"}, "A new promise without rules.")
           .operation<&Record::apply>("_apply", {"data"}, "Takes all content from a JSON form, as new objects.")
@@ -143,6 +144,7 @@ py::Scope expose_record(const py::Scope& settings) {
           .done();
 
   py::Class<RecordExport>(scope, "Export", "How a record is exported, from its JSON form; every key may be missing.")
+      .copies()
       .init<&RecordExport::init>({"data"})
       .operation<&RecordExport::get_options>("get_options", "A deep copy of the exporters' options.")
       .operation<&RecordExport::set_options>("set_options", {"options"},

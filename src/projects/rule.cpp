@@ -70,6 +70,7 @@ py::Scope expose_rule(const py::Scope& settings) {
                              "What one kind of object in a scene hierarchy looks like.\n\n"
                              "Built from the JSON form, a mapping of which every key may be missing. ValueError or "
                              "TypeError for a \"range\" that is not two bounds.")
+          .copies()
           .init<&ProjectRule::init>({"data"})
           .accessor<&ProjectRule::data>("data", "dict[str, Any]: The JSON form, a new dict.")
           .operation<&ProjectRule::is_ghost>(

@@ -145,6 +145,7 @@ void expose_rule_list(const py::Scope& rule) {
       rule, "List",
       "The rules of a record, in order. A loop gives each `Rule`.\n\n"
       "Built from the JSON form, a list of rules' JSON forms, which is taken as it is: equal names stay.")
+      .copies()
       .init<&RuleList::init>({"array"})
       .static_operation<&RuleList::predefined>("predefined", {},
                                                "A new list of the rules that every project offers, with new stamps.")

@@ -22,8 +22,8 @@ py::List RuleRange::data() const {
 
 void expose_rule_range(const py::Scope& rule) {
   py::Class<RuleRange>(rule, "Range", "How many objects may match a rule at one place, both bounds included.")
+      .copies()
       .init<&RuleRange::init>({"minimum", "maximum"})
-      .operation<&RuleRange::copy>("__copy__", "A new range of the same bounds.")
       .accessor<&RuleRange::data>("data", "list[int]: The JSON form, a new list of `minimum` and `maximum`.")
       .field<&RuleRange::minimum>("minimum", "int: The fewest objects that may match.")
       .field<&RuleRange::maximum>("maximum", "int: The most objects that may match.")

@@ -10,7 +10,6 @@ class RuleRange {
   void init(const py::Object& least, const py::Object& most);
 
   bool equals(const py::Object& other) const;
-  py::Ref<RuleRange> copy() const { return py::made<RuleRange>(minimum, maximum); }
   py::List data() const;  ///< The JSON form: both bounds.
 
   py::Object minimum = py::to_python(1);

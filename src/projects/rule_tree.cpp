@@ -143,6 +143,7 @@ void expose_rule_tree(const py::Scope& rule) {
   const py::Scope tree = py::make_namespace(rule, "Tree", "Which rule may stand under which.");
 
   py::Class<RuleBranch>(tree, "_Node", "What may have nodes below it. The text form is an outline of them.")
+      .copies()
       .init<&RuleBranch::init>({})
       .operation<&RuleBranch::append>("append", {"node"}, "Adds a node at the end, unless this very node is there.")
       .operation<&RuleBranch::remove>("remove", {"node"}, "Removes this very node if it is there.")
@@ -159,12 +160,14 @@ void expose_rule_tree(const py::Scope& rule) {
   py::Class<RuleNode, RuleBranch>(tree, "Node",
                                   "A place of a rule in the tree. A list of nodes is taken as `children` if it is not "
                                   "empty. The text form is the rule's name, and below it, indented, the outline.")
+      .copies()
       .init<&RuleNode::init>({"rule", {"children", nullptr}})
       .field<&RuleNode::rule>("rule", "_Project.Settings.Rule: The rule that stands here.")
       .text<&RuleNode::text>()
       .done();
 
   py::Class<RuleRoot, RuleBranch>(tree, "Root", "The top of a rule tree, which stands for no rule.")
+      .copies()
       .operation<&RuleRoot::is_empty>("is_empty", "Whether there is no node.")
       .operation<&RuleRoot::is_root>("is_root", {"rule"}, "Whether this very rule stands directly below the root.")
       .accessor<&RuleRoot::data>(

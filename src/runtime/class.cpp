@@ -119,6 +119,22 @@ void TypeParts::accessor(const char* name, getter get, setter set, const char* d
   accessors_.push_back({name, get, set, keep_text(fill_docstring(doc)), const_cast<char*>(name)});
 }
 
+void TypeParts::copies(PyCFunction get_state, PyCFunction set_state) {
+  tells_of_copies_ = true;
+  const auto add = [this](const char* name, PyCFunction function, int kind, const char* signature, const char* doc) {
+    methods_.push_back({name, function, kind, documentation(name, signature, doc)});
+  };
+  add("__getstate__", get_state, METH_NOARGS, "($self)", "What `copy` and `pickle` keep of it.");
+  add("__setstate__", set_state, METH_O, "($self, state, /)", "Takes what `__getstate__` gave in place of its own.");
+  add("__reduce_ex__", &reduce_instance, METH_O, "($self, protocol, /)", "What `copy` and `pickle` make a copy from.");
+}
+
+void TypeParts::no_copies(PyCFunction reduce) {
+  tells_of_copies_ = true;
+  methods_.push_back(
+      {"__reduce__", reduce, METH_NOARGS, documentation("__reduce__", "($self)", "TypeError: no copies.")});
+}
+
 Py_ssize_t TypeParts::lay_out(Layout& layout, std::size_t size, std::size_t alignment, const Layout* shared) const {
   if (shared != nullptr) {
     layout.native_base = shared->native_base;
@@ -143,6 +159,9 @@ Py_ssize_t TypeParts::lay_out(Layout& layout, std::size_t size, std::size_t alig
 }
 
 PyTypeObject* TypeParts::make(const Layout& layout, Py_ssize_t size) {
+  if (!tells_of_copies_ && PyExceptionClass_Check(reinterpret_cast<PyObject*>(base_)) == 0) {
+    raise(PyExc_SystemError, std::string(name_) + " does not say whether it has copies");
+  }
   std::vector<PyMemberDef> members;
   if (layout.dict_at != 0) members.push_back({"__dictoffset__", T_PYSSIZET, layout.dict_at, READONLY, nullptr});
   if (layout.weak_at != 0) members.push_back({"__weaklistoffset__", T_PYSSIZET, layout.weak_at, READONLY, nullptr});

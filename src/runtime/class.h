@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "runtime/binding.h"
+#include "runtime/copying.h"
 
 namespace heron::py {
 
@@ -50,6 +50,8 @@ class TypeParts {
   void constructor(const Signature& signature, initproc init);
   void method(const char* name, const Signature& signature, void* function, int kind, const char* doc);
   void accessor(const char* name, getter get, setter set, const char* doc);
+  void copies(PyCFunction get_state, PyCFunction set_state);
+  void no_copies(PyCFunction reduce);
   void slot(int id, void* function) { slots_.push_back({id, function}); }
   template <class F>
   void slot(int id, F* function) {
@@ -69,6 +71,7 @@ class TypeParts {
   PyTypeObject* base_;
   bool sealed_ = false;
   bool has_constructor_ = false;
+  bool tells_of_copies_ = false;
   std::string signature_;
   std::vector<PyMethodDef> methods_;
   std::vector<PyGetSetDef> accessors_;
@@ -162,6 +165,20 @@ class Class {
   template <auto Field>
   Class& readonly(const char* name, const char* doc) {
     parts_.accessor(name, &detail::get_field<T, Field>, nullptr, doc);
+    return *this;
+  }
+
+  // Each class says one of these two, but exceptions, which the runtime copies.
+
+  /// `copy` and `pickle` make new instances with the same fields and attributes, without a call of the constructor.
+  Class& copies() {
+    parts_.copies(&detail::Copying<T>::get_state, &detail::Copying<T>::set_state);
+    return *this;
+  }
+  /// `copy` and `pickle` raise TypeError with this reason.
+  Class& no_copies(const char* why) {
+    detail::NoCopies<T>::why = why;
+    parts_.no_copies(&detail::NoCopies<T>::reduce);
     return *this;
   }
 

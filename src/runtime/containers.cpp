@@ -76,6 +76,12 @@ std::vector<Object> Dict::values() const {
   return values;
 }
 
+Set::Set(Object set) : Object(std::move(set)) {
+  if (pointer_ == nullptr || !PySet_Check(pointer_)) {
+    raise_type(std::string("set expected, not ") + type_name());
+  }
+}
+
 Object tuple(const std::vector<Object>& items) {
   Object tuple = Object::steal(PyTuple_New(static_cast<Py_ssize_t>(items.size())));
   for (std::size_t i = 0; i < items.size(); ++i) {

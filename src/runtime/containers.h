@@ -59,6 +59,7 @@ class Dict : public Object {
 class Set : public Object {
  public:
   Set() : Object(steal(PySet_New(nullptr))) {}
+  explicit Set(Object set);  ///< TypeError unless it is a set.
 
   bool contains(const Object& value) const { return checked(PySet_Contains(pointer_, value.or_none())) != 0; }
   void add(const Object& value) const { checked(PySet_Add(pointer_, value.or_none())); }
@@ -71,6 +72,8 @@ class Set : public Object {
 template <class C>
 class Lazy : public Object {
  public:
+  Lazy() = default;
+  explicit Lazy(Object object) : Object(C(std::move(object))) {}
   C get() const {
     if (pointer_ == nullptr) const_cast<Lazy*>(this)->pointer_ = C().release();
     return C(Object(*this));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -117,7 +118,7 @@ Ref<T> made(const A&... arguments) {
 
 // Garbage collection. A class that holds references offers them once, by
 //   template <class V> void members(V& visit) { visit(first); visit(second); }
-// which serves both walks below.
+// which serves both walks below, and copies. These take plain numbers too, which the walks pass over.
 
 class Traverse {
  public:
@@ -129,6 +130,9 @@ class Traverse {
   void operator()(const std::vector<O>& objects) {
     for (const O& object : objects) (*this)(object);
   }
+  template <class P>
+    requires std::is_arithmetic_v<P>
+  void operator()(const P&) {}
   int result() const { return result_; }
 
  private:
@@ -150,6 +154,9 @@ class Clear {
   void operator()(std::vector<O>& objects) {
     const std::vector<O> held = std::exchange(objects, {});
   }
+  template <class P>
+    requires std::is_arithmetic_v<P>
+  void operator()(const P&) {}
 };
 
 template <class T>

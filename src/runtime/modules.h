@@ -22,6 +22,7 @@ class Module {
 
 namespace modules {
 inline const Module copy{"copy"};
+inline const Module copyreg{"copyreg"};
 inline const Module core{"core"};  // this one
 inline const Module decimal{"decimal"};
 inline const Module functools{"functools"};

@@ -55,6 +55,7 @@ void expose_bucket(const py::Scope& buffer) {
                         "    checked: Takes part in validation and export.\n"
                         "    opened: Shown expanded.\n\n"
                         "Equal buckets agree in all four.")
+      .copies()
       .init<&DataBucket::init>({"joint", {"name", nullptr}, {"checked", true}, {"opened", true}})
       .equals<&DataBucket::equals>()
       .hash<&DataBucket::hash>()

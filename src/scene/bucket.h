@@ -30,7 +30,7 @@ class DataBucket {
     visit(joint);
     visit(checked);
     visit(opened);
-    visit(name_.member());
+    name_.members(visit);
   }
 
  private:

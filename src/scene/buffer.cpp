@@ -205,6 +205,7 @@ void expose_buffer(const py::Scope& scene) {
                         "    hierarchy: The matcher.\n\n"
                         "The buffer changes the snapshot freely. Exceptions of the host pass. Joints below themselves "
                         "give RecursionError.")
+          .no_copies("it belongs to a scene")
           .init<&Buffer::init>({"operator", "virtual", "hierarchy"})
           .contains<&Buffer::contains>()
           .operation<&Buffer::get>("get", "A new list of the buckets.")

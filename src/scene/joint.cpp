@@ -59,6 +59,7 @@ void expose_joint(const py::Scope& buffer) {
       "    children: A list of joints.\n"
       "    icon, color: For display.\n\n"
       "Equal joints have the same stamp, name, path and type.")
+      .copies()
       .init<&DataJoint::init>({{"stamp", ""},
                                {"name", ""},
                                {"path", "|"},

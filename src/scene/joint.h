@@ -32,7 +32,9 @@ class DataJoint {
 
   template <class V>
   void members(V& visit) {
-    for (py::Object* field : {&stamp, &name.member(), &path.member(), &type, &icon, &color, &children}) visit(*field);
+    for (py::Object* field : {&stamp, &type, &icon, &color, &children}) visit(*field);
+    name.members(visit);
+    path.members(visit);
   }
 };
 

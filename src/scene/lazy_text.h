@@ -25,7 +25,11 @@ class LazyText {
   }
   /// The same characters, in whatever class of text they stand.
   const py::Object& characters() const { return value_; }
-  py::Object& member() { return value_; }  ///< For the garbage collector.
+  template <class V>
+  void members(V& visit) {
+    visit(value_);
+    visit(plain_);
+  }
 
  private:
   LazyText(const py::Object& value, bool plain) : value_(value), plain_(plain) {}

@@ -17,6 +17,7 @@ void ScanRun::init(const py::Object& outcome_, const py::Object& error_) {
 void expose_scan_run(const py::Scope& scanner) {
   const py::Scope run =
       py::Class<ScanRun>(scanner, "Run", "How a scan ended, and why if it failed.")
+          .copies()
           .init<&ScanRun::init>({"outcome", {"error", nullptr}})
           .readonly<&ScanRun::outcome>("outcome", "str: One of the texts in `Scene._Scanner.Run.Outcome`.")
           .readonly<&ScanRun::error>("error", "BaseException | None: What ended the scan.")

@@ -263,6 +263,7 @@ void expose_scanner(const py::Scope& scene) {
                          "    hierarchy: The matcher.\n"
                          "    buffer: Where the found hierarchies go.\n"
                          "    callbacks: The front-end's events.")
+          .no_copies("it belongs to a scene")
           .init<&Scanner::init>({"api", "operator", "virtual", "hierarchy", "buffer", "callbacks"})
           .operation<&Scanner::upload_buffer>(
               "upload_buffer", {{"append", false}},

@@ -157,6 +157,7 @@ void expose_statistics(const py::Scope& module) {
           "list, a \"version\" that is no number, and what cannot be written as JSON in UTF-8, is left out with a "
           "warning, and `ignored` names the category; before a write drops it, the file is moved aside. Other members "
           "of the file are kept.")
+          .no_copies("it stands for a file")
           .init<&Statistics::init>({"environment"})
           .attribute("version", py::to_python(Statistics::kVersion))
           .operation<&Statistics::add>("add", {"record"},

@@ -37,6 +37,7 @@ void expose_statistics_exchange(const py::Scope& statistics) {
       "The records of a user, on their way to the server.\n\n"
       "The text form is the body, JSON on one line, and `bytes` gives it encoded. Both raise TypeError for contents "
       "that JSON cannot hold, RecursionError for such as are too deep, UnicodeEncodeError for lone surrogates.")
+      .copies()
       .init<&StatisticsRequest::init>({"username", "contents"})
       .attribute("headers", json_body::headers())
       .readonly<&StatisticsRequest::username>("username", "str: Who sends it.")
@@ -47,6 +48,7 @@ void expose_statistics_exchange(const py::Scope& statistics) {
       .done();
 
   py::Class<StatisticsResponse>(statistics, "HttpResponse", "What the server said to the records.")
+      .copies()
       .init<&StatisticsResponse::init>({"response"})
       .readonly<&StatisticsResponse::accepted>("accepted", "bool: Whether the server took the records.")
       .readonly<&StatisticsResponse::accepted>("_accepted", "bool: Whether the server took the records.")

@@ -28,6 +28,11 @@ class StatisticsResponse {
   void init(const py::Object& response) { accepted = check(response); }
 
   bool accepted = false;
+
+  template <class V>
+  void members(V& visit) {
+    visit(accepted);
+  }
 };
 
 /// Puts `HttpRequest` and `HttpResponse` into `_Statistics`.

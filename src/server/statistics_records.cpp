@@ -51,6 +51,7 @@ void expose_statistics_records(const py::Scope& statistics) {
       statistics, "Type", "The records: `key` is the category in which one is kept, `data` what is kept of it.");
 
   py::Class<UseRecord>(type, "_Record", "Something that happened; a category of its own has each kind below.")
+      .copies()
       .attribute("key", py::text(""))
       .accessor<&UseRecord::data>("data",
                                   "dict[str, Any]: A new dict of \"timestamp\": the time of reading it, in seconds.")
@@ -63,6 +64,7 @@ void expose_statistics_records(const py::Scope& statistics) {
                                          "    speed: How many seconds it took.\n"
                                          "    project: Name of the project, or None.\n\n"
                                          "The values are kept as they come.")
+      .copies()
       .init<&ValidationRecord::init>({"timestamp", "speed", {"project", nullptr}})
       .attribute("key", py::text(ValidationRecord::kKey))
       .accessor<&ValidationRecord::data>("data",
@@ -77,6 +79,7 @@ void expose_statistics_records(const py::Scope& statistics) {
                                     "    name: The check.\n"
                                     "    result: One of `Constants.Check.Result`.\n\n"
                                     "The values are kept as they come.")
+      .copies()
       .init<&CheckRecord::init>({"timestamp", "speed", "name", "result"})
       .attribute("key", py::text(CheckRecord::kKey))
       .accessor<&CheckRecord::data>("data",
@@ -86,9 +89,11 @@ void expose_statistics_records(const py::Scope& statistics) {
       .done();
 
   py::Class<ExportRecord, UseRecord>(type, "Exported", "An export.")
+      .copies()
       .attribute("key", py::text(ExportRecord::kKey))
       .done();
   py::Class<FeedbackRecord, UseRecord>(type, "FeedbackSent", "A feedback message that was sent.")
+      .copies()
       .attribute("key", py::text(FeedbackRecord::kKey))
       .done();
 }

@@ -112,6 +112,7 @@ void expose_update_tracker(const py::Scope& module) {
       "    api: Gives the server's URLs.\n"
       "    local_version: The numbers of the running version; TypeError for others than integers.\n\n"
       "A version text is a dotted list of decimal numbers, of any script and length.")
+      .no_copies("it belongs to the application")
       .init<&UpdateTracker::init>({"api", "local_version"})
       .operation<&UpdateTracker::exist>(
           "exist",

@@ -96,6 +96,7 @@ std::vector<CheckConfig::Entry> CheckConfig::enabled() const {
 py::Scope expose_check(const py::Scope& settings) {
   const py::Scope scope =
       py::Class<StoredCheck>(settings, "Check", "The stored state of one check; values are kept as they come.")
+          .copies()
           .init<&StoredCheck::init>({"class_id", "enabled", "opened", "parameters"})
           .class_operation<&StoredCheck::empty>("empty", {"class_id"},
                                                 "A new state of this check: disabled, folded, without parameters.")
@@ -114,6 +115,7 @@ py::Scope expose_check(const py::Scope& settings) {
       "Built from the JSON form: a mapping from the id to a mapping with \"enabled\", \"opened\" and \"parameters\", "
       "each of which may be missing. What stands for a check and is no map counts as an empty one, with a warning. Two "
       "configurations are equal if their enabled checks are; the length counts all, and a loop gives each `Check`.")
+      .copies()
       .init<&CheckConfig::init>({"table"})
       .class_operation<&CheckConfig::empty>("empty", {}, "A new configuration without checks.")
       .accessor<&CheckConfig::is_empty>("is_empty", "bool: Whether no check is enabled.")

@@ -8,7 +8,7 @@ namespace heron {
 namespace {
 
 const py::Name kName("name"), kPath("path"), kEnabled("enabled"), kDirectories("directories");
-const py::Name kAbsPath("abspath"), kDirName("dirname"), kIsDir("isdir"), kFile("__file__"), kDict("__dict__");
+const py::Name kAbsPath("abspath"), kDirName("dirname"), kIsDir("isdir"), kFile("__file__");
 
 }  // namespace
 
@@ -35,10 +35,8 @@ py::Dict CheckDirectory::data() const {
   return data;
 }
 
-py::Object CheckDirectory::reduce() const {
-  const py::Object self = py::object_of(*this);
-  const py::Object arguments = py::tuple({name_, to_str(self), py::to_python(enabled_), py::to_python(locked_)});
-  return py::tuple({py::Object::borrow(reinterpret_cast<PyObject*>(Py_TYPE(self.get()))), arguments, self.attr(kDict)});
+py::Object CheckDirectory::new_arguments() const {
+  return py::tuple({name_, py::Object::steal(PyUnicode_FromObject(py::object_of(*this).get()))});
 }
 
 void CheckDirectoryList::init(const py::Iterable& data) {
@@ -120,6 +118,7 @@ void expose_check_directory(const py::Scope& check) {
                                 "A directory in which check classes are looked for.\n\n"
                                 "It is a text, the absolute and normalised `path`, so it serves as a path itself. "
                                 "`name` is for display; `locked` tells a front-end not to change the directory.")
+          .copies()
           .derives(str_class())
           .init<&CheckDirectory::init, &CheckDirectory::absolute>({"name", "path", {"enable", true}, {"locked", false}})
           .accessor<&CheckDirectory::name>("name", "str: The name for display.")
@@ -131,7 +130,7 @@ void expose_check_directory(const py::Scope& check) {
           .accessor<&CheckDirectory::name>("_name", "str: The stored `name`.")
           .accessor<&CheckDirectory::enabled>("_enabled", "bool: The stored `enabled`.")
           .accessor<&CheckDirectory::locked>("_locked", "bool: The stored `locked`.")
-          .operation<&CheckDirectory::reduce>("__reduce__", "What `copy` and `pickle` make a copy from.")
+          .operation<&CheckDirectory::new_arguments>("__getnewargs__", "What `copy` and `pickle` make the text from.")
           .done();
 
   py::Class<CheckDirectoryList>(
@@ -141,6 +140,7 @@ void expose_check_directory(const py::Scope& check) {
       "and is not in the list yet, is taken in; others are left out without a word, in whatever way they are added. A "
       "stored element that is no map or has a path that is no text is left out with a warning; TypeError for an "
       "\"enabled\" that is no boolean.")
+      .copies()
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&CheckDirectoryList::init>({"data"})
       .accessor<&CheckDirectoryList::data>(

@@ -16,11 +16,13 @@ class CheckDirectory {
   bool locked() const { return locked_; }     ///< The front-end may not change it.
   void set_enabled(const py::Object& value);  ///< TypeError unless it is a boolean.
   py::Dict data() const;                      ///< The JSON form.
-  py::Object reduce() const;                  ///< How a copy is made, for `copy` and `pickle`.
+  py::Object new_arguments() const;           ///< What makes a text of the same characters.
 
   template <class V>
   void members(V& visit) {
     visit(name_);
+    visit(enabled_);
+    visit(locked_);
   }
 
  private:

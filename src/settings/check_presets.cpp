@@ -160,6 +160,7 @@ void expose_check_presets(const py::Scope& check) {
                               "The presets of a user, sorted by name: by code points, equal names as they came.\n\n"
                               "Built from the JSON form, a list of presets' JSON forms. An element that is no map is "
                               "left out with a warning.")
+          .copies()
           .init<&CheckPresets::init>({{"data", nullptr}})
           .accessor<&CheckPresets::names>("names", "list[str]: A new list of the names, in order.")
           .accessor<&CheckPresets::data>("data", "list[dict[str, Any]]: The JSON form, a new list.")
@@ -180,6 +181,7 @@ void expose_check_presets(const py::Scope& check) {
                          "`presets` is the collection in which it stands. A `name` that is no text is left empty; an "
                          "empty `stamp` gets a new one, and a time `changed` of zero the present. Presets with the "
                          "same stamp are equal; the length is that of the configuration.")
+      .copies()
       .init<&CheckPreset::init>({"presets", "name", "config", {"stamp", nullptr}, {"changed", nullptr}})
       .class_operation<&CheckPreset::load>("load", {"presets", "data"},
                                            "A new preset from its JSON form.\n\n"
@@ -206,6 +208,7 @@ void expose_check_presets(const py::Scope& check) {
   py::Class<PresetEditor>(scope, "Editor",
                           "Connects the presets with a checklist, from which they are made and to which they go.\n\n"
                           "`create`, `upload` and `apply` do nothing while the checklist has no configuration.")
+      .copies()
       .init<&PresetEditor::init>({"check_list", "presets"})
       .accessor<&PresetEditor::names>("names", "list[str]: The names of the presets, in order.")
       .operation<&PresetEditor::config_loaded>("_config_loaded", "Whether the checklist has a configuration.")

@@ -32,6 +32,7 @@ class CheckPreset {
     visit(config_);
     visit(stamp_);
     visit(changed_);
+    visit(applied);
   }
 
  private:

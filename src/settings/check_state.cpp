@@ -31,6 +31,7 @@ void expose_check_state(const py::Scope& check) {
                         "What a user has set up for checks.\n\n"
                         "Built from the JSON form, a map with \"directories\", \"mode\", \"list\" and \"presets\". "
                         "Each may be missing; a group of the wrong kind counts as missing, with a warning.")
+      .copies()
       .init<&CheckState::init>({"data"})
       .accessor<&CheckState::data>("data", "dict[str, Any]: The JSON form, a new dict.")
       .field<&CheckState::directories>("directories",

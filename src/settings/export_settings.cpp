@@ -23,6 +23,7 @@ py::Dict ExportSettings::data() const {
 void expose_export_settings(const py::Scope& settings) {
   py::Class<ExportSettings>(settings, "Export",
                             "Where exported files went last. Built from the JSON form, whose keys may be missing.")
+      .copies()
       .init<&ExportSettings::init>({"data"})
       .accessor<&ExportSettings::data>("data", "dict[str, Any]: The JSON form, a new dict.")
       .field<&ExportSettings::mode>("mode", "int: How the directory is found, one of `Constants.Export.Mode`.")

@@ -51,6 +51,7 @@ void expose_server_settings(const py::Scope& settings) {
                             "The server that a team shares.\n\n"
                             "Built from the JSON form, whose keys may be missing. The address is kept in the variable "
                             "HERON-SERVER of the process's environment, as \"host:port\".")
+      .copies()
       .init<&ServerSettings::init>({"data"})
       .accessor<&ServerSettings::host, &ServerSettings::set_host>(
           "host", "str: Its host. ValueError for one that the environment cannot hold.")

@@ -109,6 +109,7 @@ void expose_settings(const py::Scope& module) {
           "kind is left at its defaults, with a warning, and `ignored` names it. AttributeError for a document that is "
           "a list or a plain value; TypeError for a "
           "stored directory whose \"enabled\" is no boolean. Nothing is written but by `write`.")
+          .no_copies("it stands for a file")
           .attribute("version", py::to_python(Settings::kVersion))
           .init<&Settings::init>({"environment"})
           .accessor<&Settings::data>("data", "dict[str, Any]: The JSON form, a new dict.")

@@ -42,6 +42,7 @@ void expose_urls(const py::Scope& settings) {
       py::Class<SiteUrls>(settings, "URLs",
                           "The addresses of the pages of the public web site.\n\n"
                           "`target` is the host application, `scope` its version.")
+          .copies()
           .init<&SiteUrls::init>({"target", "scope"})
           .readonly<&SiteUrls::host>("host", "str: The host of the site, which the build decides.")
           .readonly<&SiteUrls::port>("port", "int: Its port.")
@@ -62,6 +63,7 @@ void expose_urls(const py::Scope& settings) {
   py::Class<SitePaths>(scope, "Path",
                        "The paths of the pages of the public web site.\n\n"
                        "`target` is the host application, `scope` its version.")
+      .copies()
       .init<&SitePaths::init>({"target", "scope"})
       .accessor<&SitePaths::latest>("latest",
                                     "str: Where the latest version is told. TypeError for a scope that is no text.")

@@ -23,6 +23,7 @@ py::Dict WorkspaceSettings::data() const {
 void expose_workspace_settings(const py::Scope& settings) {
   py::Class<WorkspaceSettings>(settings, "Workspace",
                                "What the user works on. Built from the JSON form, whose keys may be missing.")
+      .copies()
       .init<&WorkspaceSettings::init>({"data"})
       .accessor<&WorkspaceSettings::data>("data", "dict[str, Any]: The JSON form, a new dict.")
       .field<&WorkspaceSettings::project>("project", "str: Identifies the current project; empty for none.")
