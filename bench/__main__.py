@@ -3,6 +3,7 @@
 import sys
 
 import buffer
+import documents
 import expressions
 import imports
 import memory
@@ -11,4 +12,6 @@ import scan
 from measuring import main
 
 if __name__ == "__main__":
-    sys.exit(main(*(module.report for module in (imports, expressions, memory, scan, buffer, plain))))
+    sys.exit(
+        main(*(module.report for module in (imports, expressions, documents, memory, scan, buffer, plain)))
+    )

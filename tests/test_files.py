@@ -1,9 +1,12 @@
 """The documents on disk, the queue before each of them, and where a host keeps them."""
 
+import enum
 import importlib
 import io
+import json
 import os
 import platform
+import re
 import subprocess
 import sys
 import time
@@ -21,10 +24,36 @@ File = core._File
 Queue = File.Json.AccessQueue
 Timeout = core.Error.AccessQueueTimeout
 
-TEXT = st.text(st.characters(exclude_categories=["Cs"]), max_size=8)
+
+class Word(str):
+    """A text that looks like another."""
+
+    __repr__ = __str__ = lambda self: "?"
+
+
+class Ratio(float):
+    __repr__ = __str__ = lambda self: "?"
+
+
+class Grade(enum.IntEnum):
+    HIGH = 2**70
+
+
+class Backwards(dict):
+    def items(self):
+        return reversed(super().items())
+
+
+TEXT = st.text(max_size=8) | st.text('"\\/\0\b\x1f\x7fé\u2028😀', max_size=8).map(Word)
+LEAVES = st.none() | st.booleans() | st.integers() | st.floats() | st.floats().map(Ratio) | TEXT
 DOCUMENTS = st.recursive(
-    st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False) | TEXT,
-    lambda below: st.lists(below, max_size=3) | st.dictionaries(TEXT, below, max_size=3),
+    LEAVES | st.just(Grade.HIGH),
+    lambda below: (
+        st.lists(below, max_size=3)
+        | st.tuples(below, below)
+        | st.dictionaries(LEAVES, below, max_size=3)
+        | st.dictionaries(TEXT, below, max_size=3).map(Backwards)
+    ),
     max_leaves=12,
 )
 
@@ -48,10 +77,18 @@ def test_layout_of_a_document(path):
 
 
 @given(document=DOCUMENTS)
-def test_documents_come_back_as_they_were(tmp_path_factory, document):
-    path = str(tmp_path_factory.getbasetemp() / "any.json")
-    File.Json.write(path, document)
-    assert File.Json.read(path) == document
+def test_documents_are_written_as_the_runtime_writes_them(tmp_path_factory, document):
+    path = tmp_path_factory.getbasetemp() / "any.json"
+    path.write_bytes(b"before")
+    try:
+        expected = json.dumps(document, indent=2, ensure_ascii=False).encode()
+    except UnicodeEncodeError:
+        with pytest.raises(UnicodeEncodeError):
+            File.Json.write(path, document)
+        assert path.read_bytes() == b"before"
+    else:
+        File.Json.write(path, document)
+        assert path.read_bytes() == expected
 
 
 @pytest.mark.parametrize(
@@ -88,14 +125,26 @@ def test_what_can_never_be_written_is_refused_before_the_file_is_emptied(path, d
     assert path.read_text(encoding="utf-8") == "before"
 
 
-def test_a_write_that_fails_leaves_what_the_reader_recovers_from(path, tmp_path):
-    with pytest.raises(TypeError):
-        File.Json.write(path, {"a": object()})
+@pytest.mark.parametrize(
+    "wrong", [object(), {1}, {(1, 2): 3}, 10**5000], ids=["object", "set", "key", "digits"]
+)
+def test_what_the_runtime_cannot_write_leaves_what_the_reader_recovers_from(path, wrong):
+    with pytest.raises((TypeError, ValueError)) as expected:
+        json.dumps([wrong], indent=2)
+    with pytest.raises(expected.type, match=re.escape(str(expected.value))):
+        File.Json.write(path, {"a": ["x" * 100_000, wrong]})
+    assert path.read_text(encoding="utf-8").startswith('{\n  "a": [\n    "xxx')
     with pytest.raises(ValueError):
         File.Json.read(path)
+
+
+def test_a_program_that_taught_the_runtime_to_write_more_is_followed(path, monkeypatch):
+    monkeypatch.setattr(json.JSONEncoder, "default", lambda self, value: sorted(value))
+    File.Json.write(path, {"a": {2, 1}})
+    assert File.Json.read(path) == {"a": [1, 2]}
     with pytest.raises(FileNotFoundError):
-        File.Json.write(tmp_path / "missing" / "doc.json", {})
-    assert os.listdir(tmp_path) == [path.name]
+        File.Json.write(path.parent / "missing" / "doc.json", {})
+    assert os.listdir(path.parent) == [path.name]
 
 
 def test_text_is_read_as_the_machine_has_it(path):

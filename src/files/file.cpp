@@ -41,7 +41,9 @@ void expose_files(const py::Scope& module) {
       "UTF-8, line feeds.\n\n"
       "UnicodeEncodeError for lone surrogates and RecursionError for more than 500 levels, before the file is touched. "
       "Any other failure leaves a file that the next reader finds corrupted: TypeError for an object that JSON cannot "
-      "hold, ValueError for an integer of more digits than the runtime writes, OSError of the disk.");
+      "hold, ValueError for an integer of more digits than the runtime writes, OSError of the disk. The bytes are "
+      "those of `json.dump` with an indent of 2 and without `ensure_ascii`, whose `default` is asked of other "
+      "objects.");
   expose_access_queue(json);
 
   const py::Scope text = py::make_namespace(file, "Text", "Plain text files.");

@@ -1,6 +1,6 @@
 #include "files/json_file.h"
 
-#include "files/json_body.h"
+#include "files/json_writer.h"
 #include "files/paths.h"
 #include "files/stream.h"
 #include "foundation/assertions.h"
@@ -11,21 +11,6 @@
 
 namespace heron::json_file {
 namespace {
-
-/// The layout of a document: readable, in the order of its keys, each character as itself.
-py::Dict layout() {
-  static const py::Name kIndent("indent"), kEnsureAscii("ensure_ascii");
-  constexpr int kSpaces = 2;
-  py::Dict options;
-  options.set(kIndent, py::to_python(kSpaces));
-  options.set(kEnsureAscii, py::to_python(false));
-  return options;
-}
-
-void dump(const py::Object& data, const py::Object& stream) {
-  static const py::Name kDump("dump");
-  py::modules::json.attr(kDump).apply(py::tuple({data, stream}), layout());
-}
 
 /// Where a corrupted file is kept from now on; the directory is made if missing.
 py::Object place_aside(const py::Object& path) {
@@ -50,15 +35,16 @@ py::Object read(const py::Object& path) {
 
 void write(const py::Object& path, const py::Object& data) {
   assertions::clean(data);
-  with_stream(open_data(path, "w"), [&](const py::Object& stream) { dump(data, stream); });
+  with_stream(open_bytes(path), [&](const py::Object& stream) {
+    json_writer::write(data, [&](std::string_view piece) { write_bytes(stream, piece); });
+  });
 }
 
-// The layout makes no difference to what can be written, and one line is written several times as fast.
-void rehearse(const py::Object& data) { json_body::bytes(json_body::text(data)); }
+std::string encoded(const py::Object& data) { return json_writer::bytes(assertions::clean(data)); }
 
 bool is_writable(const py::Object& data) {
   try {
-    rehearse(data);
+    json_writer::write(assertions::clean(data), [](std::string_view) {});
     return true;
   } catch (const py::Error& error) {
     for (PyObject* refusal : {PyExc_TypeError, PyExc_ValueError, PyExc_RecursionError}) {

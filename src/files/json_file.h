@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "runtime/object.h"
 
 namespace heron::json_file {
@@ -11,13 +13,13 @@ py::Object read(const py::Object& path);
 
 /// Replaces the file's content. Lone surrogates and what is nested too deep are refused before the file is touched. Any
 /// other failure cuts the file off, and the next reader finds it corrupted: a full disk, but also an object that JSON
-/// cannot hold, or an integer of more digits than the runtime writes. Of those `rehearse` tells.
+/// cannot hold, or an integer of more digits than the runtime writes.
 void write(const py::Object& path, const py::Object& data);
 
-/// Raises what `write` would raise of this document, for a file whose old content must outlive a failure.
-void rehearse(const py::Object& data);
+/// What `write` would put into the file, or its failure, for a file whose old content must outlive one.
+std::string encoded(const py::Object& data);
 
-bool is_writable(const py::Object& data);  ///< Would `rehearse` raise nothing?
+bool is_writable(const py::Object& data);  ///< Would `encoded` raise nothing?
 
 /// The name with the present time in it: "settings-1763200000.json".
 py::Object timed_name(const py::Object& file_name);

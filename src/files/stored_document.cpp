@@ -57,7 +57,7 @@ py::Object read_stored_document(const py::Object& path, std::string_view corrupt
 }
 
 void replace_stored_document(const py::Object& path, const py::Dict& contents) {
-  json_file::rehearse(contents);  // a failure after the file is opened would cut it off
+  json_file::encoded(contents);
   with_document(path, false, [&](const py::Object& document) {
     [[maybe_unused]] const py::Dict stored(document);  // TypeError for a file that holds another kind of JSON
     write_over(path, contents);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "runtime/finally.h"
 #include "runtime/object.h"
 
@@ -7,6 +9,9 @@ namespace heron {
 
 /// A file of the system's own, opened as text in the one encoding of all data files; line ends stay as they are.
 py::Object open_data(const py::Object& path, const char* mode);
+
+py::Object open_bytes(const py::Object& path);  ///< A file to be written as bytes, empty at first.
+void write_bytes(const py::Object& stream, std::string_view bytes);
 
 /// What a `with` statement over a stream is for Python: `use(stream)`, and the stream is closed in every case.
 template <class F>

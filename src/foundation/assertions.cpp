@@ -5,6 +5,31 @@
 
 namespace heron {
 namespace assertions {
+namespace {
+
+/// The value is borrowed. What holds others is kept while these are walked, as a signal may run Python code.
+void walk(PyObject* value) {
+  if (PyUnicode_Check(value)) {
+    if (PyUnicode_AsUTF8AndSize(value, nullptr) == nullptr) throw py::Error();
+    return;
+  }
+  const bool is_map = PyDict_Check(value);
+  if (!is_map && !PyList_Check(value) && !PyTuple_Check(value)) return;
+  const py::Object held = py::Object::borrow(value);
+  const py::Depth depth(" while a document is cleaned");
+  py::checked(PyErr_CheckSignals());  // a document that shares its parts may be walked for ever
+  if (is_map) {
+    PyObject *key = nullptr, *member = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(value, &position, &key, &member) != 0;) {
+      if (PyUnicode_Check(key)) walk(key);
+      walk(member);
+    }
+  } else {
+    for (const py::Object& element : py::collect(held)) walk(element.get());
+  }
+}
+
+}  // namespace
 
 void attribute(const py::Object& name) {
   if (!name.is_text()) py::raise_type("Wrong Type for Attribute Name");
@@ -18,19 +43,7 @@ void attribute(const py::Object& name) {
 // document that holds itself, is too deep, or has text that UTF-8 cannot encode is refused here, before its file is
 // opened and thereby emptied.
 py::Object clean(const py::Object& data) {
-  const py::Depth depth(" while a document is cleaned");
-  if (data.is_text()) {
-    py::Object::steal(PyUnicode_AsUTF8String(data.get()));
-  } else if (PyDict_Check(data.or_none())) {
-    py::checked(PyErr_CheckSignals());  // a document that shares its parts may be walked for ever
-    for (const auto& [key, value] : py::Dict(data).items()) {
-      if (key.is_text()) clean(key);
-      clean(value);
-    }
-  } else if (PyList_Check(data.or_none()) || PyTuple_Check(data.or_none())) {
-    py::checked(PyErr_CheckSignals());
-    for (const py::Object& value : py::collect(data)) clean(value);
-  }
+  walk(data.or_none());
   return data;
 }
 
