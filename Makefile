@@ -34,7 +34,7 @@ in_build = PATH="$(BIN):$$PATH" PYTHONPATH="$(ROOT)/build/$(1):$(ROOT)/python" M
 # Reports of the sanitizers reach the terminal even when they end the process.
 sanitized_pytest := -p no:faulthandler --capture=sys --hypothesis-profile=sanitized
 
-.PHONY: help demo test test-all asan fuzz bench lint lint-cpp lint-python format wheel check-wheel clean distclean
+.PHONY: help demo test test-all asan fuzz fuzz-api bench lint lint-cpp lint-python format wheel check-wheel clean distclean
 .PHONY: build-dev build-asan build-release build-fuzz
 
 help: ## This list
@@ -60,6 +60,9 @@ fuzz: build-fuzz ## Fuzz the name matcher; TIME=60 for a minute
 	@ASAN_OPTIONS=detect_leaks=0 build/fuzz/fuzz/fuzz_name_matcher build/fuzz/inputs fuzz/seeds -dict=fuzz/name_matcher.dict \
 	  -artifact_prefix=build/fuzz/ -max_total_time=$(TIME) -max_len=80 -timeout=10 -print_final_stats=1
 
+fuzz-api: build-asan ## Call the module at random with hostile values; TIME=60 for a minute
+	@$(call in_build,asan) LEAKS=0 tools/sanitized "$(BIN)/python" fuzz/api.py --time $(TIME) $(ARGS)
+
 bench: build-release ## Speed, growth and memory, as tables with targets
 	@$(call in_build,release) "$(BIN)/python" bench $(ARGS)
 	@$(call in_build,release) "$(BIN)/python" bench/validate.py
@@ -67,8 +70,8 @@ bench: build-release ## Speed, growth and memory, as tables with targets
 lint: lint-python lint-cpp ## Formatting and static checks
 
 lint-python: $(VENV)/.lint-ready
-	@"$(BIN)/ruff" format --check --quiet $(wildcard python tests bench examples tools)
-	@"$(BIN)/ruff" check --quiet $(wildcard python tests bench examples tools)
+	@"$(BIN)/ruff" format --check --quiet $(wildcard python tests fuzz bench examples tools)
+	@"$(BIN)/ruff" check --quiet $(wildcard python tests fuzz bench examples tools)
 	@"$(BIN)/mypy" --no-error-summary -p heron
 
 lint-cpp: $(VENV)/.lint-ready build/dev/build.ninja
@@ -79,8 +82,8 @@ lint-cpp: $(VENV)/.lint-ready build/dev/build.ninja
 
 format: $(VENV)/.lint-ready ## Bring C++ and Python into their form
 	@find $(wildcard src fuzz tests) -name '*.cpp' -o -name '*.h' | xargs "$(BIN)/clang-format" -i
-	@"$(BIN)/ruff" format --quiet $(wildcard python tests bench examples tools)
-	@"$(BIN)/ruff" check --quiet --select I --fix $(wildcard python tests bench examples tools)
+	@"$(BIN)/ruff" format --quiet $(wildcard python tests fuzz bench examples tools)
+	@"$(BIN)/ruff" check --quiet --select I --fix $(wildcard python tests fuzz bench examples tools)
 
 wheel: $(VENV)/.ready ## The wheel to ship, in dist/
 	@rm -rf dist

@@ -6,7 +6,10 @@ import inspect
 import operator
 import pickle
 import re
+import subprocess
+import sys
 import weakref
+from pathlib import Path
 
 import pytest
 
@@ -230,3 +233,11 @@ def test_namespaces_are_never_instantiated():
     for namespace in (Constants, Constants.Scene.Type, _Naming, core.Logger, core._Assert, Error):
         with pytest.raises(TypeError):
             namespace()
+
+
+def test_hostile_values_do_not_end_a_process():
+    """A little of what `make fuzz-api` does at length."""
+    program = Path(__file__).parent.parent / "fuzz" / "api.py"
+    command = [sys.executable, program, "--seeds", "0", "3", "--steps", "300"]
+    run = subprocess.run(command, capture_output=True, text=True)
+    assert run.returncode == 0, run.stdout
