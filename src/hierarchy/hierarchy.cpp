@@ -96,7 +96,7 @@ bool Hierarchy::is_valid(const py::Iterable& roots) { return HierarchyRun(*this)
 
 bool Hierarchy::match(const py::Iterable& roots, const py::Iterable& scopes) {
   HierarchyRun run(*this, scopes);
-  const bool matches = run.runner().match(run.locate(roots), run.pattern().plan().top()) != nullptr;
+  const bool matches = run.runner().fits(run.locate(roots), run.pattern().plan().top());
   run.finish();
   return matches;
 }

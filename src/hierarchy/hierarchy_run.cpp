@@ -74,7 +74,7 @@ void HierarchyRun::find_anchors() { edit().replace({planned_->plan().definitions
 
 bool HierarchyRun::is_valid(const py::Object& roots) {
   find_anchors();
-  const bool valid = runner_.match_whole(locate(roots)) != nullptr;
+  const bool valid = runner_.fits(locate(roots), planned_->plan().top());
   finish();
   return valid;
 }

@@ -5,6 +5,7 @@
 #include "foundation/constants.h"
 #include "hierarchy/pattern.h"
 #include "matching/anchor_text.h"
+#include "runtime/identity_set.h"
 
 namespace heron {
 namespace {
@@ -39,12 +40,14 @@ RulePlan plan_types(const py::Object& rule) {
 
 std::string regex_of(const py::Object& rule) { return py::Utf8(rule.attr(fields::kRegex)).str(); }
 
-void collect(const py::Object& scopes, Definitions& definitions) {
+void collect(const py::Object& scopes, Definitions& definitions, py::IdentitySet& known) {
   const py::Depth depth(" while a pattern is read");
   for (const py::Object& scope : py::collect(scopes)) {
+    if (known.contains(scope)) continue;
     const py::Utf8 regex(rule_of(scope).attr(fields::kRegex));
     for (const std::string_view anchor : anchor_text::find_definitions(regex)) definitions.add(anchor);
-    collect(scope.attr(fields::kChildren), definitions);
+    collect(scope.attr(fields::kChildren), definitions, known);
+    known.add(scope);
   }
 }
 
@@ -70,7 +73,8 @@ GhostPlan plan_ghost(const py::Object& ghost) {
 
 std::shared_ptr<const Definitions> collect_definitions(const py::Object& scopes) {
   auto definitions = std::make_shared<Definitions>();
-  collect(scopes, *definitions);
+  py::IdentitySet known;
+  collect(scopes, *definitions, known);
   return definitions;
 }
 
@@ -91,7 +95,8 @@ const LayerPlan* PlannedPattern::add_layer(const py::Object& scopes, bool whole)
     const RulePlan* planned = add_rule(rule);
     const std::size_t number = scopes_.size();
     scopes_.push_back(scope);
-    const LayerPlan* below = whole ? add_layer(children, whole) : nullptr;
+    const LayerPlan*& below = below_[scope.get()];
+    if (whole && below == nullptr) below = add_layer(children, whole);
     const auto first = static_cast<std::size_t>(PyLong_AsSsize_t(slot.get()));
     layer.scopes.push_back({planned, below, !children.truth(), first, number});
   }

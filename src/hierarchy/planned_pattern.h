@@ -34,6 +34,7 @@ class PlannedPattern {
   PatternPlan plan_;
   std::vector<py::Object> scopes_, rules_;
   std::unordered_map<PyObject*, const RulePlan*> planned_;  // nodes of a pattern share their rules
+  std::unordered_map<PyObject*, const LayerPlan*> below_;   // and may stand in several places
 };
 
 /// What a rule asks of one object: its expression and its types.

@@ -3,7 +3,7 @@
 #include <unordered_map>
 
 #include "matching/name_matcher.h"
-#include "runtime/object.h"
+#include "runtime/interrupts.h"
 
 namespace heron {
 
@@ -14,6 +14,7 @@ class ReMatcher : public NameMatcher {
  public:
   bool match(std::string_view expression, std::string_view text) override;
   std::string remove_all(std::string_view expression, std::string_view text) override;
+  void step() override { interrupts_.step(); }
 
  private:
   struct Compiled {
@@ -31,6 +32,7 @@ class ReMatcher : public NameMatcher {
   // Two generations: when the young one is full it becomes the old one, and what is not asked for again goes with
   // the next turn. That keeps what is in use without a list of all uses.
   Generation young_, old_;
+  py::Interrupts interrupts_;
 };
 
 }  // namespace heron

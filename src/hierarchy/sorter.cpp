@@ -4,6 +4,7 @@
 
 #include "hierarchy/pattern.h"
 #include "matching/anchor_text.h"
+#include "runtime/identity_set.h"
 
 namespace heron {
 namespace {
@@ -116,15 +117,20 @@ void shuffle_scopes(const py::List& pattern, const py::Ref<Order>& order) {
 
 void sort_scopes(const py::List& pattern) { shuffle_scopes(pattern, change_order(create_order(pattern))); }
 
-void sort_all(const py::List& pattern) {
+void sort_all(const py::List& pattern, py::IdentitySet& sorted) {
+  if (sorted.contains(pattern)) return;
   const py::Depth depth(" while a pattern is sorted");
   sort_scopes(pattern);
-  for (const py::Object& scope : pattern.items()) sort_all(py::List(scope.attr(fields::kChildren)));
+  for (const py::Object& scope : pattern.items()) sort_all(py::List(scope.attr(fields::kChildren)), sorted);
+  sorted.add(pattern);
 }
 
 }  // namespace
 
-void sorter::sort(const py::List& pattern) { sort_all(pattern); }
+void sorter::sort(const py::List& pattern) {
+  py::IdentitySet sorted;
+  sort_all(pattern, sorted);
+}
 
 void expose_sorter(const py::Scope& pattern) {
   const py::Scope scope = py::make_namespace(
@@ -152,7 +158,7 @@ void expose_sorter(const py::Scope& pattern) {
       .field<&Unit::usage>("usage", "list[str]: Inner texts of the usages.")
       .done();
 
-  py::function<&sort_all>(scope, "sort", {"pattern"}, "Sorts a list of scopes in place, and all layers below it.");
+  py::function<&sorter::sort>(scope, "sort", {"pattern"}, "Sorts a list of scopes in place, and all layers below it.");
   py::function<&sort_scopes>(scope, "sort_scopes", {"pattern"}, "Sorts one layer in place.");
   py::function<&create_order>(scope, "create_order", {"pattern"}, "The units of a layer in the layer's order.");
   py::function<&change_order>(scope, "change_order", {"order"}, "A new order in which the search can succeed.");

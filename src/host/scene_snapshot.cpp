@@ -1,5 +1,7 @@
 #include "host/scene_snapshot.h"
 
+#include "runtime/interrupts.h"
+
 namespace heron {
 namespace {
 
@@ -13,8 +15,10 @@ class Upload {
   Upload& operator=(const Upload&) = delete;
 
   void run(const py::Object& roots) {
+    py::Interrupts interrupts;  // a host need not be written in Python
     enter(roots, std::nullopt);
     while (!levels_.empty()) {
+      interrupts.step();
       if (levels_.back().next == levels_.back().paths.size()) {
         if (const auto parent = levels_.back().parent) progress_[*parent] = Progress::kDone;
         levels_.pop_back();

@@ -52,6 +52,9 @@ class AnchorLogic {
   /// Adds captures to the state; those of a definition that the state knows no more are dropped.
   void record(const CapturedTexts& captured, std::string_view path);
 
+  /// To be called at every step of long work, see NameMatcher.
+  void step() { matcher_.step(); }
+
   bool has_anchor(std::string_view expression) const;
   bool has_sub_anchor(std::string_view expression) const;
 

@@ -17,6 +17,9 @@ class NameMatcher {
 
   /// The text without everything that the expression finds in it.
   virtual std::string remove_all(std::string_view expression, std::string_view text) = 0;
+
+  /// To be called at every step of long work over names. It may throw, to end the work at the user's wish.
+  virtual void step() {}
 };
 
 }  // namespace heron

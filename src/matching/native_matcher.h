@@ -18,6 +18,7 @@ class NativeMatcher : public NameMatcher {
 
   bool match(std::string_view expression, std::string_view text) override;
   std::string remove_all(std::string_view expression, std::string_view text) override;
+  void step() override { other_.step(); }
 
  private:
   struct Compiled {

@@ -3,6 +3,7 @@
 namespace heron {
 
 bool RuleBook::matches(const RulePlan& rule, ObjectId object) {
+  logic_.step();
   const ObjectView& view = objects_.view(object);
   Facts& known = facts(rule);
   if (!known.fixed) return rule.accepts_type(view.type) && logic_.match(known.expression, view.name, view.path);

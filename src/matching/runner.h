@@ -44,6 +44,9 @@ class Runner {
   }
   /// `match` with the pattern's top, without any captures before.
   const MatchTree* match_whole(const std::vector<ObjectId>& objects);
+  /// Does the layer match, where nobody wants to know what? An object that stands in several places is looked at once
+  /// for each layer, if what was captured makes no difference.
+  bool fits(const std::vector<ObjectId>& objects, const LayerPlan& layer);
   /// What the pattern's top layer takes of a shelf, without any captures before.
   const std::vector<Pairing>& mask(LayerShelf& shelf);
 
@@ -54,7 +57,13 @@ class Runner {
     std::size_t layer, next;
   };
 
-  bool walk(const std::vector<ObjectId>& objects, const LayerPlan& top, bool strict);
+  struct Passed {
+    const LayerPlan* layer = nullptr;
+    std::size_t walk = 0;
+  };
+
+  bool walk(const std::vector<ObjectId>& objects, const LayerPlan& top, bool strict, bool once = false);
+  bool is_known(const Pairing& pairing);
   bool enter(const std::vector<ObjectId>& objects, const LayerPlan& scopes, bool strict);
 
   AnchorLogic& logic_;
@@ -67,6 +76,9 @@ class Runner {
   std::vector<Level> levels_;
   LayerShelf shelf_;
   std::vector<ObjectId> children_;
+  bool once_ = false;            // is one look at an object enough in this walk?
+  std::size_t walk_ = 0;         // its number
+  PagedTable<Passed> passed_;    // the last layer that the objects below an object were compared with
 };
 
 }  // namespace heron

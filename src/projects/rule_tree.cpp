@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "foundation/logger.h"
+#include "runtime/interrupts.h"
 #include "settings/document_values.h"
 
 namespace heron {
@@ -27,7 +28,9 @@ void walk(const Items& top, Enter enter, Leave leave) {
   };
   std::vector<Level> levels{{py::Object(), top}};
   std::unordered_set<PyObject*> entered;
+  py::Interrupts interrupts;
   while (true) {
+    interrupts.step();
     Level& level = levels.back();
     if (level.next < level.below.size()) {
       const py::Object item = level.below[level.next++];

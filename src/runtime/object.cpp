@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+#include "runtime/interrupts.h"
+
 namespace heron::py {
 
 PyObject* Name::get() const {
@@ -164,10 +166,12 @@ void raise_value(const std::string& message) { raise(PyExc_ValueError, message);
 namespace {
 constexpr int kDeepest = 500;  // fits the stack of a small thread
 thread_local int depth = 0;
+thread_local Interrupts interrupts;  // parts that are shared may make a structure endless without being deep
 }  // namespace
 
 Depth::Depth(const char* where) {
   if (depth == kDeepest) raise(PyExc_RecursionError, std::string("maximum recursion depth exceeded") + where);
+  interrupts.step();
   if (Py_EnterRecursiveCall(where) != 0) throw Error();
   ++depth;
 }

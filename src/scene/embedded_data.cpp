@@ -1,6 +1,7 @@
 #include "scene/embedded_data.h"
 
 #include "foundation/cycle_detector.h"
+#include "runtime/interrupts.h"
 
 namespace heron {
 namespace {
@@ -78,6 +79,7 @@ py::Dict EmbeddedWriter::write(const DataJoint& joint) {
   };
   std::vector<Level> levels;
   CycleDetector<> cycles;
+  py::Interrupts interrupts;
   const auto enter = [&](const DataJoint& entered) {
     if (cycles.returns(levels.size() + 1, &entered)) {
       py::raise(PyExc_RecursionError, "a joint is below itself");
@@ -86,6 +88,7 @@ py::Dict EmbeddedWriter::write(const DataJoint& joint) {
   };
   enter(joint);
   while (true) {
+    interrupts.step();
     Level& level = levels.back();
     if (level.next < level.children.size()) {
       const py::Object child = level.children[level.next++];
@@ -140,6 +143,7 @@ py::Ref<DataJoint> read_joint(const py::Object& root) {
   };
   std::vector<Level> levels;
   CycleDetector<> cycles;
+  py::Interrupts interrupts;
   const auto enter = [&](const py::Object& data) {
     if (cycles.returns(levels.size() + 1, data.get())) {
       py::raise(PyExc_RecursionError, "decode() found a joint below itself");
@@ -148,6 +152,7 @@ py::Ref<DataJoint> read_joint(const py::Object& root) {
   };
   enter(root);
   while (true) {
+    interrupts.step();
     Level& level = levels.back();
     if (level.next < level.below.size()) {
       enter(py::Object(level.below[level.next++]));

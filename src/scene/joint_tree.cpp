@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "foundation/cycle_detector.h"
+#include "runtime/identity_set.h"
+#include "runtime/interrupts.h"
 #include "scene/joint.h"
 
 namespace heron::joint_tree {
@@ -53,6 +55,7 @@ void append_below(const py::Object& root, const py::List& joints) {
   };
   std::vector<Level> levels;
   CycleDetector<> cycles;
+  py::Interrupts interrupts;
   const auto enter = [&](const py::Object& parent) {
     const py::Object below = joint_children(parent);
     if (!below) return;
@@ -68,6 +71,7 @@ void append_below(const py::Object& root, const py::List& joints) {
       levels.pop_back();
       continue;
     }
+    interrupts.step();
     const py::Object child = level.children[level.next++];
     joints.append(child);
     enter(child);
@@ -82,11 +86,15 @@ void sort(const py::List& root) {
   };
   std::vector<Level> levels;
   CycleDetector<> cycles;
+  py::IdentitySet sorted;
+  py::Interrupts interrupts;
   levels.push_back({root});
   while (!levels.empty()) {
+    interrupts.step();
     Level& level = levels.back();
     if (level.next == level.items.size()) {
       sort_by_name(level.joints);
+      sorted.add(level.joints);
       levels.pop_back();
       continue;
     }
@@ -94,7 +102,7 @@ void sort(const py::List& root) {
     const py::Object below = joint_children(joint);
     if (!below) continue;
     const py::List children(below);
-    if (children.empty()) continue;
+    if (children.empty() || sorted.contains(children)) continue;
     refuse_cycle(cycles, levels.size(), joint, "sort");
     levels.push_back({children});
   }
@@ -102,33 +110,39 @@ void sort(const py::List& root) {
 
 bool is_match(std::vector<py::Object> joints, const Host& host) {
   struct Level {
+    py::Object parent;  // none of the first level
     std::vector<py::Object> joints;
     std::size_t depth = 0, next = 0;
   };
   std::vector<Level> levels;
   std::vector<py::Object> ghosts;  // kept, so that nothing else can take their place
   CycleDetector<> cycles;
-  levels.push_back({std::move(joints)});
+  py::IdentitySet matched;
+  py::Interrupts interrupts;
+  levels.push_back({{}, std::move(joints)});
   while (!levels.empty()) {
+    interrupts.step();
     Level& level = levels.back();
     if (level.next == level.joints.size()) {
+      matched.add(level.parent);
       levels.pop_back();
       continue;
     }
     const py::Object joint = level.joints[level.next++];
+    if (matched.contains(joint)) continue;
     const std::size_t depth = level.depth + 1;
     const py::Object children = children_of(joint), path = joint.attr(kPath);
     refuse_cycle(cycles, depth, joint, "is_match");
     if (joint.call(kIsGhost).truth()) {
       ghosts.push_back(joint);
-      level = {py::collect(children), depth};  // what stands behind a ghost is not looked at, as decided
+      level = {level.parent, py::collect(children), depth};  // what stands behind a ghost is not looked at, as decided
       continue;
     }
     if (!host.exists(path)) return false;
     const py::Object scene_children = host.children(path);
     const Py_ssize_t found = scene_children ? scene_children.length() : 0;
     if (found != children.length()) return false;
-    if (found > 0) levels.push_back({py::collect(children), depth});
+    if (found > 0) levels.push_back({joint, py::collect(children), depth});
   }
   return true;
 }
