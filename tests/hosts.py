@@ -177,7 +177,7 @@ def session(host, *nodes):
 
 
 @contextmanager
-def logged():
+def logged(level=logging.WARNING):
     """What is logged inside, the objects themselves; complete after the block, as each has its own thread."""
     messages, before = [], set(threading.enumerate())
     earlier = before - {threading.current_thread()}  # may be about to log what an earlier test caused
@@ -186,12 +186,14 @@ def logged():
         if threading.current_thread() not in earlier:
             messages.append(record.msg)
 
-    handler = logging.Handler(logging.WARNING)
-    handler.emit = emit
-    logging.getLogger().addHandler(handler)
+    handler, root = logging.Handler(level), logging.getLogger()
+    handler.emit, usual = emit, root.level
+    root.addHandler(handler)
+    root.setLevel(min(usual, level))
     try:
         yield messages
         for thread in set(threading.enumerate()) - before:
             thread.join()
     finally:
-        logging.getLogger().removeHandler(handler)
+        root.removeHandler(handler)
+        root.setLevel(usual)

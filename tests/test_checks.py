@@ -1,9 +1,13 @@
 """Checks: how plug-ins are found and judged, how checklists switch them, how they run and fix."""
 
 import gc
+import inspect
+import logging
 import os
+import pickle
 import sys
 import traceback
+import typing
 import weakref
 from functools import partial
 from types import SimpleNamespace
@@ -70,6 +74,67 @@ def ids(classes):
 
 # Discovery
 
+TOOLED = """from __future__ import annotations
+import core
+from dataclasses import dataclass
+@dataclass
+class Limit:
+    most: int = 1
+class Step(core.Check.Base): pass
+class Found(Step):
+    class_id, category, limit = "{0}", "object", Limit()
+    def check(self, path, parameters: Limit): ...
+"""
+
+
+def test_the_tools_of_the_runtime_work_in_modules_that_share_nothing(tmp_path):
+    places = [plant(tmp_path / name, {"one": TOOLED.format(name)}) for name in "ab"]
+    classes = Classes([*places, plant(tmp_path / "c", {"helper": "x = 1", "broken": "1 / 0"})])
+    a, b = classes
+    a.limit.most = 2
+    assert (b.limit.most, ids(classes)) == (1, ["a", "b"])
+    for check in classes:
+        assert inspect.getsource(check).endswith("parameters: Limit): ...\n")
+        assert typing.get_type_hints(check.check) == {"parameters": type(check.limit)}
+        assert pickle.loads(pickle.dumps(check.limit)) == check.limit
+    known = {name for check in classes for name in (check.__module__, check.__module__.split(".")[0])}
+    assert len(known) == 4 and known < set(sys.modules)
+    classes.reload()
+    later = {check.__module__ for check in classes}
+    assert not known & set(sys.modules) and later < set(sys.modules)
+    del classes
+    gc.collect()
+    assert not later & set(sys.modules)
+    assert not any(name.endswith((".helper", ".broken")) for name in sys.modules)
+
+
+def test_a_class_whose_parameters_make_no_task_costs_itself_alone(tmp_path):
+    block = "parameters = staticmethod(lambda: core.Parameters.Block({}))"
+    blocks = {
+        "raw": "'size'",
+        "named": "core.Parameters.Switch('data')",
+        "wrong": "core.Parameters.IntRange('a', value=2.5)",
+    }
+    modules = {name: a_check(name, body=block.format(inputs)) for name, inputs in blocks.items()}
+    with logged():
+        classes = Classes([plant(tmp_path, {"a": a_check("a")} | modules)])
+    assert ids(classes) == ids(check.check for check in Checklist(classes)) == ["a"]
+    reasons = {check.class_id: reason for check, reason in classes.get_denials()}
+    assert reasons["raw"].endswith("raises AttributeError: 'str' object has no attribute 'clone'")
+    assert '"data" is a member of Parameters.Block.Task' in reasons["named"]
+    where = f"TypeError in {tmp_path / 'wrong.py'}, line 5"
+    assert reasons["wrong"] == f'parameters() raises {where}: "value" must be an int, not 2.5'
+    errors = {check.class_id: type(error) for check, error in classes.denial_errors.items()}
+    assert errors == {"raw": AttributeError, "named": AttributeError, "wrong": TypeError}
+
+
+def test_values_of_parameters_that_cannot_be_built_are_not_written_over():
+    data = staticmethod(lambda: Block(Switch("on"), Switch("data")))
+    kept, config = stored(5), Settings.Config({"made": stored(5)})
+    checks = Checklist([type("Made", (Plugin,), {"class_id": "made", "parameters": data})], config=config)
+    checks.save()
+    assert config.data == {"made": kept}
+
 
 def test_packages_are_searched_but_not_their_own_top_level(tmp_path):
     inner = {"deep": a_check("deep"), "__init__": a_check("top level")}
@@ -134,6 +199,10 @@ def test_module_that_fails_costs_only_itself(tmp_path):
     assert sorted(messages) == sorted(f"Import Failed: fails_by_{error} - {error}" for error in failing)
     told = {os.path.basename(path): type(error).__name__ for path, error in classes.errors.items()}
     assert told == {f"fails_by_{error}": error for error in failing}
+    lines = {os.path.basename(path): words for path, words in classes.failures.items()}
+    for error, line in {"ZeroDivisionError": 1, "SyntaxError": 1, "KeyError": 6, "RecursionError": 1}.items():
+        words = f"{error} in {tmp_path / f'fails_by_{error}.py'}, line {line}"
+        assert lines[f"fails_by_{error}"].startswith(words)
     for error in failing:
         os.remove(os.path.join(str(place), f"fails_by_{error}.py"))
     classes.reload()
@@ -346,6 +415,49 @@ def test_only_what_a_check_raises_counts_and_no_run_stops():
         unread = Task.Result("/a", Lengths, task, host, host)
     assert (nameless.status, unread.status, host.records[2]["name"]) == (Status.Pass, Status.Error, None)
     assert sorted(messages) == ["OSError: no data", "OSError: no name"]
+
+
+FAULTY = """import core, json
+class Step(core.Check.Base): pass
+class Found(Step):
+    class_id, category, long_name = "faulty", "object", "Found"
+    def __init__(self): assert "made" not in self.long_name
+    def check(self, path, parameters): assert not path
+    def fix_result(self, path, parameters): json.loads(path)
+    def select_result(self): self.nothing
+    def result_message(self): {}["name"]
+"""
+
+
+def test_failures_tell_the_line_of_the_check(tmp_path):
+    place = str(tmp_path / "faulty.py")
+    (check,) = Classes([plant(tmp_path, {"faulty": FAULTY})])
+    host, task = Host(), Block().append_task()
+    with logged(logging.DEBUG) as messages:
+        result = Task.Result("/a", check, task, host, host)
+        assert result.failure == f"AssertionError in {place}, line 6"
+        for run in result.fix_result, result.select_result, result.result_message:
+            run()
+        check.long_name = "made"
+        unmade = Task.Result("/a", check, task, host, host)
+    assert unmade.failure == f"AssertionError in {place}, line 5"
+    assert result.fix_failure.startswith(f"JSONDecodeError in {place}, line 7: Expecting value")
+    assert result.select_failure.startswith(f"AttributeError in {place}, line 8: 'Found' object has no")
+    assert result.message_failure == f"KeyError in {place}, line 9: 'name'"
+    assert messages.count("AssertionError: ") == 3  # the worded record stays as it is
+    assert messages.count(f"check faulty: AssertionError in {place}, line 6") == 2
+    assert f"message of check faulty: KeyError in {place}, line 9: 'name'" in messages
+    traces = [message for message in messages if str(message).startswith("Traceback")]
+    assert len(traces) == 6 and any("json" in trace and "decoder.py" in trace for trace in traces)
+
+    whole = [{"as_info": False, "state": {"longest": {"value": "much"}}}]
+    block = Lengths.parameters()
+    block.load(whole)
+    with logged(logging.INFO) as messages:
+        refused = Task.Result("/a", Lengths, next(iter(block)), host, host)
+    words = 'TypeError: "value" must be an int, not \'much\'; in the input "longest"'
+    assert (refused.failure, str(refused.error)) == (words, "")
+    assert sorted(messages) == ["TypeError: ", f"check lengths: {words}"]
 
 
 def test_what_a_check_raised_is_kept_until_its_next_run_without_what_it_held():

@@ -59,8 +59,9 @@ def test_functions_are_called_in_order_once_each_whatever_the_others_do(log):
         event.register(function)
     assert event(1, two=2) is None
     assert calls == [((1,), {"two": 2})] * 2
-    (record,) = log()
-    assert (record.levelname, record.getMessage()) == ("ERROR", "broken")
+    line = fail.__code__.co_firstlineno + 1
+    place = f"callback {fail.__qualname__}: ValueError in {__file__}, line {line}: broken"
+    assert {("ERROR", "broken"), ("INFO", place)} < {(one.levelname, one.getMessage()) for one in log()}
     for function in (fail, fail, print):
         event.delete(function)
     assert event._array == [last]
@@ -68,6 +69,18 @@ def test_functions_are_called_in_order_once_each_whatever_the_others_do(log):
     with pytest.raises(KeyboardInterrupt):
         event()
     assert calls[2:] == [((), {})]
+
+
+@pytest.mark.parametrize("error", [AssertionError(), KeyError("name")])
+def test_what_a_function_raises_is_logged_with_its_class(log, caplog, error):
+    def fail():
+        raise error
+
+    event = _CallBacks.List()
+    event.register(fail)
+    caplog.set_level(logging.ERROR)  # the level at which most look at the log
+    event()
+    assert [record.getMessage() for record in log()] == [f"{type(error).__name__}: {error}"]
 
 
 # Masks

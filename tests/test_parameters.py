@@ -43,6 +43,14 @@ class Percent(IntRange):
         self.of = "triangles"
 
 
+class Angle(FloatRange):
+    """An input derived with the constructor of its base, which makes something of the value."""
+
+    def __init__(self, attr_name, value=0.5, **named):
+        super().__init__(attr_name, value=value, **named)
+        self.degrees = 360 * value
+
+
 def inputs():
     box = ComboBox("unit", [Item("cm", "Centimetre"), Item("m", "Metre", selected=True)])
     return IntRange("limit", value=7), Switch("strict"), RegEx("names", "a+"), box, FloatRange("scale")
@@ -112,6 +120,8 @@ def test_values_are_loaded_as_they_come_and_cloned_with_all_fields():
         assert made.data == {field: [1]}
         made.load({})
         assert made.data == {field: fixed}
+    real.load({"value": 2})
+    assert (type(real.value), real.clone().data) == (float, {"value": 2.0})  # which documents may write as 2
     assert (FloatRange("a").step, IntRange("a", maximum=True).maximum) == (0.05, True)  # an integer, too
     assert RegEx("a", "x") == RegEx("b", "x") == "x" != RegEx("b", "y") and RegEx("a", "1") != 1
 
@@ -155,6 +165,14 @@ def test_kinds_of_plug_ins_are_used_by_name():
     assert block.data[2] == block.data[0] == block.defaults[0] and prototype.rgb == [1, 2, 3]
     assert isinstance(task.percent, Percent)
     assert (task.percent.of, task.percent.units) == ("triangles", "%")
+    angle = Angle("angle", units="turns")
+    angle.load({"value": 1})
+    angle.axis = "y"
+    copy = angle.clone()
+    assert (copy.degrees, copy.units, copy.axis, type(copy)) == (360, "turns", "y", Angle)
+    angle.value = "right"
+    with pytest.raises(TypeError, match="float"):
+        angle.clone()  # which its own constructor refuses
 
 
 def test_a_block_holds_tasks_with_values_of_their_own():
@@ -205,9 +223,11 @@ def test_errors_of_stored_data_wait_for_the_check():
         with pytest.raises(AttributeError):
             task.assert_no_errors()
     copy = uncloned.clone()
-    with pytest.raises(TypeError):
+    with pytest.raises(TypeError) as caught:
         copy.assert_no_errors()
     assert (copy.state, uncloned.state["limit"]) == ({}, {"value": "much"})
+    assert str(caught.value) == ""
+    assert caught.value.__notes__[:2] == ["\"value\" must be an int, not 'much'", 'in the input "limit"']
     block = Block()
     for data in ([], None, {"state": {}}, ()):
         block.load(data)
@@ -216,7 +236,7 @@ def test_errors_of_stored_data_wait_for_the_check():
 
 
 def test_errors_of_building_wait_for_the_check():
-    first, others = Switch("a"), [(Switch(name), AttributeError) for name in ("data", "clone", "number")]
+    first, others = Switch("a"), [(Switch(name), AttributeError) for name in ("data", "clone", "as_info")]
     others += [(Switch("a"), Error.AttributeNameRepeat), (Item("b"), Error.ParameterInputType)]
     for other, error in others:
         task = Block(first, other).append_task()
@@ -224,6 +244,10 @@ def test_errors_of_building_wait_for_the_check():
         for failing in (task, task.clone()):
             with pytest.raises(error):
                 failing.assert_no_errors()
+    block = Block(first, Switch("number", True))
+    task, state = block.append_task(), {"a": {"enabled": False}, "number": {"enabled": True}}
+    assert (task.number, task.clone().number.enabled, task.state) == (1, True, state)
+    task.clone().assert_no_errors()
     block = Block(Switch("a"), 5)
     assert block._state == {"a": {"enabled": False}}
     with pytest.raises(AttributeError):

@@ -8,7 +8,8 @@ class InputError(ValueError):
 
 
 def described(error: BaseException) -> str:
-    """Class and words of an exception, in one line."""
+    """Class, words and notes of an exception, in one line."""
     if isinstance(error, InputError):
         return str(error)
-    return f"{type(error).__name__}: {error}"
+    words = "; ".join(filter(None, [str(error), *getattr(error, "__notes__", ())]))
+    return f"{type(error).__name__}: {words}"

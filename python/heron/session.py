@@ -34,10 +34,6 @@ class DirectoryError(InputError):
     """A directory of checks that does not exist."""
 
 
-class CheckError(InputError):
-    """A check class that the engine takes and then cannot work with."""
-
-
 class ScanError(InputError):
     """A scan that could not be carried out."""
 
@@ -71,7 +67,6 @@ class Session:
 
         Raises:
             DirectoryError: One of the directories does not exist.
-            CheckError: A class in them cannot be used, and no other with it.
             HomeError: The settings or the statistics are none.
             PluginExit: A module of checks has called `sys.exit`.
         """
@@ -97,8 +92,8 @@ class Session:
         yield from ignored_warnings("export options", self.api.export.options.ignored)
 
     def _module_warnings(self) -> Iterator[str]:
-        for path, error in self.check_classes.errors.items():
-            yield f"the module {path} cannot be imported: {described(error)}"
+        for path, failure in self.check_classes.failures.items():
+            yield f"the module {path} cannot be imported: {failure}"
 
     def _build(self, record: Record | None, check_directories: Sequence[str]) -> None:
         """Makes the engine; this runs code of plug-ins."""
@@ -194,22 +189,10 @@ class Session:
         if not directories:
             return
         self.check_classes.reload()
-        self._require_parameters()
         if os.path.exists(self.environment.get_settings_file()):
             # The first checklist has dropped the states of checks that were not known yet.
             settings.config.apply(core._Settings(self.environment).check.config)
         self.api.validator.checklist = core.Api._Validator._CheckList(self.api, self.check_classes)
-
-    def _require_parameters(self) -> None:
-        """Finds the class whose parameters would keep every checklist from being made."""
-        for check in self.check_classes:
-            try:
-                check.parameters().append_task()
-            except Exception as error:
-                name = f"{check.__module__}.{check.__qualname__}"
-                raise CheckError(
-                    f"the parameters of the check class {name} cannot be used: {error}"
-                ) from error
 
     def _find_unknown(self, record: Record) -> Iterator[tuple[str, str]]:
         known = {check.class_id for check in self.check_classes}

@@ -7,7 +7,7 @@ from collections.abc import Callable, Collection
 
 import core
 
-from .errors import described
+from .errors import InputError
 from .outcome import ERROR, CheckOutcome, ObjectOutcome, Verdict
 from .session import Session
 
@@ -73,7 +73,7 @@ class Validator:
         fixable, self._fixable = self._fixable, []
         for done, (outcome, result) in enumerate(fixable, 1):
             result.fix_result()
-            outcome.left = _verdict(result, result.fix_error)
+            outcome.left = _verdict(result, (result.fix_error, result.fix_failure))
             self._progress(done, len(fixable))
         if fixable:
             self._session.api.statistics.write()
@@ -112,11 +112,12 @@ class Validator:
         return outcome
 
 
-def _verdict(result: Result, *errors: Exception | None) -> Verdict:
-    """What a check says of its last run, with what else has gone wrong."""
+def _verdict(result: Result, *further: tuple[BaseException | None, str]) -> Verdict:
+    """What a check says of its last run, with what else went wrong: errors, each with the words for it."""
     message = "" if result.status == ERROR else result.result_message()
-    told = [described(error) for error in (result.error, result.message_error, *errors) if error is not None]
-    return Verdict(result.status, "\n".join([message, *told]).strip("\n"))
+    failures = ((result.error, result.failure), (result.message_error, result.message_failure), *further)
+    told = [str(error) if isinstance(error, InputError) else words for error, words in failures]
+    return Verdict(result.status, "\n".join(filter(None, [message.strip("\n"), *told])))
 
 
 def _matched_rules(session: Session) -> dict[str, deque[str]]:

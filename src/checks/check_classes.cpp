@@ -4,7 +4,9 @@
 
 #include "checks/check_base.h"
 #include "checks/check_contract.h"
+#include "checks/plugin_module.h"
 #include "foundation/constants.h"
+#include "foundation/failure.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
@@ -15,30 +17,25 @@ namespace {
 
 const py::Name kSortIndex("sort_index"), kEnabled("enabled"), kPath("path"), kJoin("join");
 
-/// What `load` makes of a module, or None after a warning, and then `failure` says why. A module that ends the program
-/// when it is imported, as a script left among the plug-ins does, has failed like any other.
+/// A module's place without the extension, by which it is known, and the file that it is written in.
+py::Object path_of(const py::Object& importer, const py::Object& name) {
+  return py::modules::path.call(kJoin, importer.attr(kPath), name);
+}
+py::Object source_of(const py::Object& path) { return format("{}.py", {path}); }
+
+/// Loads a module. Where that fails there is a warning, and the error is what comes back, none otherwise. A module that
+/// ends the program when it is imported, as a script left among the plug-ins does, has failed like any other.
 template <class F>
-py::Object loaded(const py::Object& name, py::Object& failure, F&& load) {
+py::Object failure_of(const py::Object& importer, const py::Object& name, F&& load) {
   try {
-    return load();
+    load();
+    return {};
   } catch (const py::Error& error) {
     if (!error.is_failure() && !error.matches(PyExc_SystemExit)) throw;
     logger::warning(format("Import Failed: {} - {}", {name, py::text(error.value().type_name())}));
-    failure = kept(error);
-    return py::Object::none();
+    failure::log(format("module {}", {name}), error, source_of(path_of(importer, name)));
+    return kept(error);
   }
-}
-
-/// Runs a module and returns it; None if it fails, as `loaded` says.
-py::Object run_module(const py::Object& importer, const py::Object& name, py::Object& failure) {
-  static const py::Name kFindSpec("find_spec"), kFromSpec("module_from_spec");
-  static const py::Name kLoader("loader"), kExecModule("exec_module");
-  return loaded(name, failure, [&] {
-    const py::Object spec = importer.call(kFindSpec, name);
-    py::Object module = py::modules::importlib_util.call(kFromSpec, spec);
-    spec.attr(kLoader).call(kExecModule, module);
-    return module;
-  });
 }
 
 /// A class at least two steps below the base of all checks: the base itself and what a plug-in derives from it
@@ -86,6 +83,8 @@ void CheckClasses::reload() {
   errors.clear();
   denied.clear();
   denials.clear();
+  denial_errors.clear();
+  entries.clear();
   array.clear();
   table.clear();
   const py::List found;
@@ -124,7 +123,7 @@ void CheckClasses::walk(const py::Object& place, const py::List& found, std::vec
     const std::vector<py::Object> parts = py::collect(entry);
     const py::Object &importer = parts.at(0), &name = parts.at(1), &is_package = parts.at(2);
     if (is_package.truth()) {
-      walk(py::modules::path.call(kJoin, importer.attr(kPath), name), found, above);
+      walk(path_of(importer, name), found, above);
     } else {
       take(importer, name, found);
     }
@@ -133,24 +132,38 @@ void CheckClasses::walk(const py::Object& place, const py::List& found, std::vec
 }
 
 void CheckClasses::take(const py::Object& importer, const py::Object& name, const py::List& found) const {
-  py::Object failure;
-  const py::Object module = run_module(importer, name, failure);
+  PluginModule plugin;
+  py::List classes;
   // Names of a module may be made when they are asked for, so that reading them can fail as importing it can.
-  const py::Object classes = failure ? py::Object() : loaded(name, failure, [&] { return candidates(module); });
-  if (failure) {
-    errors.set(py::modules::path.call(kJoin, importer.attr(kPath), name), failure);
-    return;
-  }
-  for (const py::Object& type : py::collect(classes)) {
-    const py::Object refusal = check_refusal(type);
-    (refusal.is_none() ? found : denied).append(type);
-    if (!refusal.is_none()) denials.append(py::tuple({type, refusal}));
-  }
+  const py::Object error = failure_of(importer, name, [&] {
+    plugin = PluginModule::run(importer, name);
+    classes = candidates(plugin.module);
+  });
+  if (error) errors.set(path_of(importer, name), error);
+  if (!classes.empty()) entries.append(plugin.entry);
+  for (const py::Object& type : classes.items()) judge(type, found);
 }
 
-py::Object CheckClasses::load_module(const py::Object& importer, const py::Object& name, const py::Object&) {
-  py::Object failure;
-  return run_module(importer, name, failure);
+void CheckClasses::judge(const py::Object& type, const py::List& found) const {
+  const auto refusal = check_refusal(type);
+  if (!refusal) return found.append(type);
+  denied.append(type);
+  denials.append(py::tuple({type, refusal->reason}));
+  if (refusal->error) denial_errors.set(type, refusal->error);
+}
+
+py::Object CheckClasses::load_module(const py::Object& importer, const py::Object& name, const py::Object&) const {
+  PluginModule plugin;
+  const py::Object error = failure_of(importer, name, [&] { plugin = PluginModule::run(importer, name); });
+  if (error) return py::Object::none();
+  entries.append(plugin.entry);
+  return plugin.module;
+}
+
+py::Dict CheckClasses::get_failures() const {
+  py::Dict failures;
+  for (const auto& [path, error] : errors.items()) failures.set(path, failure::told(error, source_of(path)));
+  return failures;
 }
 
 py::List CheckClasses::sort(const py::List& classes) {
@@ -189,21 +202,31 @@ void expose_check_classes(const py::Scope& check) {
           "get_denied", "The classes that do not hold to what a check must be, as the stored list; it may repeat some.")
       .operation<&CheckClasses::get_denials>(
           "get_denials",
-          "A new list of pairs of a denied class, and why it was: the first thing that is wrong with it.")
+          "A new list of pairs of a denied class, and why it was: the first thing that is wrong with it. Where that is "
+          "an "
+          "exception, the reason tells its class, its words and the line of the plug-in that it came from.")
+      .accessor<&CheckClasses::get_denial_errors>(
+          "denial_errors", "dict[type, BaseException]: What classes were denied for that they raised; a new dict.")
       .accessor<&CheckClasses::get_errors>(
           "errors",
           "dict[str, BaseException]: Why modules could not be imported, by their paths without the extension; a new "
           "dict.")
+      .accessor<&CheckClasses::get_failures>(
+          "failures", "dict[str, str]: The same in words, each with the line that it came from; a new dict.")
       .operation<&CheckClasses::reload>(
-          "reload", "Searches the directories again. Checklists that were built before keep their classes.")
+          "reload",
+          "Searches the directories again. Checklists that were built before keep their classes, whose modules then "
+          "are no longer in `sys.modules`.")
       .operation<&CheckClasses::search>(
           "_search", {"directory", {"container", nullptr}, {"scope", ""}},
           "Appends the check classes of a directory and the packages in it to `container`, or to a new list, and "
           "returns that. `scope` makes no difference.\n\n"
-          "Every module is run anew and not entered in `sys.modules`. One that cannot be imported costs a warning.")
+          "Every module is run anew, under a name of its own such as \"_plugin_7.placement\", by which it stands in "
+          "`sys.modules` until the next `reload` or the end of this object. One that cannot be imported costs a "
+          "warning.")
       .operation<&CheckClasses::load_module>(
           "_load_module", {"importer", "name", "scope"},
-          "Runs a module and returns it; None, after a warning, if it fails or ends the program.")
+          "Runs a module, as `_search` does, and returns it; None, after a warning, if it fails or ends the program.")
       .operation<&CheckClasses::sort>(
           "_sort", {"array"},
           "Puts a list of classes in order of category, then `sort_index`, and returns it: known categories as "

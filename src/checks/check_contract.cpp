@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "checks/check_base.h"
+#include "foundation/failure.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
 #include "parameters/block.h"
@@ -21,7 +22,9 @@ py::Object kind(const py::Object& value) {
 /// taken.
 class Inquiry {
  public:
-  const py::Object& refusal() const { return refusal_; }
+  explicit Inquiry(const py::Object& type) : name_(failure::name_of(type)), file_(failure::file_of(type)) {}
+
+  const Refusal& refusal() const { return refusal_; }
 
   /// Has the object this attribute, of the wanted kind?
   bool has(const py::Object& object, const py::Name& name, bool (*fits)(const py::Object&), const char* wanted) {
@@ -43,6 +46,17 @@ class Inquiry {
     return refuse(format("{} gives {}, not a {}", {py::text(call), kind(*value), py::text(wanted)}));
   }
 
+  /// Does a call go through?
+  template <class F>
+  bool works(const char* call, F&& function) {
+    return answer(py::text(call),
+                  [&] {
+                    function();
+                    return py::Object::none();
+                  })
+        .has_value();
+  }
+
  private:
   /// Nothing if it fails, which is logged unless it is the silent error.
   template <class F>
@@ -51,18 +65,23 @@ class Inquiry {
       return function();
     } catch (const py::Error& error) {
       if (!error.is_failure()) throw;
-      if (silent == nullptr || !error.matches(silent)) logger::caught(error);
-      refuse(format("{} raises {}: {}", {what, py::text(error.value().type_name()), printable(error.value())}));
+      if (silent == nullptr || !error.matches(silent)) {
+        logger::caught(error);
+        failure::log(format("check class {}, {}", {name_, what}), error, file_);
+      }
+      refuse(format("{} raises {}", {what, failure::told(error.value(), file_)}));
+      refusal_.error = kept(error);
       return std::nullopt;
     }
   }
 
   bool refuse(const py::Object& why) {
-    refusal_ = why;
+    refusal_.reason = why;
     return false;
   }
 
-  py::Object refusal_ = py::Object::none();
+  py::Object name_, file_;
+  Refusal refusal_;
 };
 
 bool is_callable(const py::Object& value) { return PyCallable_Check(value.get()) != 0; }
@@ -71,9 +90,17 @@ bool is_integer(const py::Object& value) { return PyLong_Check(value.get()) != 0
 bool is_boolean(const py::Object& value) { return PyBool_Check(value.get()) != 0; }
 
 bool declares_parameters(Inquiry& inquiry, const py::Object& type) {
-  static const py::Name kParameters("parameters");
+  static const py::Name kParameters("parameters"), kLoad("load");
+  py::Object block;
+  // What a checklist does with it, so that no class keeps all others from being listed.
+  const auto load = [&] {
+    block.call(kLoad, py::Object::none());
+    if (const py::Object error = py::Ref<ParameterBlock>(block)->build_error()) py::raise_object(error);
+  };
   return inquiry.has(type, kParameters, is_callable, "an operation") &&
-         inquiry.gives<ParameterBlock>("parameters()", [&] { return type.call(kParameters); }, "core.Parameters.Block");
+         inquiry.gives<ParameterBlock>(
+             "parameters()", [&] { return block = type.call(kParameters); }, "core.Parameters.Block") &&
+         inquiry.works("making tasks of parameters()", load);
 }
 
 bool describes_itself(Inquiry& inquiry, const py::Object& type) {
@@ -99,15 +126,15 @@ bool makes_checks(Inquiry& inquiry, const py::Object& type) {
              operations, [&](const py::Name& name) { return inquiry.has(check, name, is_callable, "an operation"); });
 }
 
-bool is_valid_check(const py::Object& type) { return check_refusal(type).is_none(); }
+bool is_valid_check(const py::Object& type) { return !check_refusal(type); }
 
 }  // namespace
 
-py::Object check_refusal(const py::Object& type) {
-  Inquiry inquiry;
+std::optional<Refusal> check_refusal(const py::Object& type) {
+  Inquiry inquiry(type);
   const bool valid =
       declares_parameters(inquiry, type) && describes_itself(inquiry, type) && makes_checks(inquiry, type);
-  return valid ? py::Object::none() : inquiry.refusal();
+  return valid ? std::nullopt : std::optional(inquiry.refusal());
 }
 
 void expose_check_contract(const py::Scope& assertions) {
@@ -115,8 +142,9 @@ void expose_check_contract(const py::Scope& assertions) {
   py::function<&is_valid_check>(
       scope, "is_valid", {"_class"},
       "Whether this class can serve as a check.\n\n"
-      "It must have the attributes of `Check.Base`, each of its kind, `parameters` must give a `Parameters.Block`, and "
-      "the class without arguments an instance of `Check.Base` with all operations. A class that raises when it is "
+      "It must have the attributes of `Check.Base`, each of its kind, `parameters` must give a `Parameters.Block` of "
+      "which tasks can be made, and the class without arguments an instance of `Check.Base` with all operations. A "
+      "class that raises when it is "
       "asked is no check; the exception is logged.");
 }
 

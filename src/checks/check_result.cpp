@@ -5,6 +5,7 @@
 #include "foundation/clock.h"
 #include "foundation/constants.h"
 #include "foundation/errors.h"
+#include "foundation/failure.h"
 #include "foundation/logger.h"
 #include "foundation/safe_access.h"
 #include "foundation/text.h"
@@ -48,6 +49,12 @@ py::Object stand_in_for(const py::Object& type) {
   for (const py::Name* name : {&kLongName, &kSceneOriented})
     stand_in.set_attr(*name, safe_access::attribute(type, *name));
   return stand_in;
+}
+
+/// Raises an error that is kept, which goes on telling where it came from.
+[[noreturn]] void raise_again(const py::Object& error) {
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
+  throw py::Error();
 }
 
 /// A copy of the parameters. Where a plug-in's own input makes that fail, an empty task stands in that tells so when
@@ -105,7 +112,8 @@ void CheckResult::init(const py::Object& object_path, const py::Object& type, co
                        const py::Object& records, const Host& host, bool single) {
   op = host;
   statistics = records;
-  make_check(type, parameters, single);
+  check_class = type;
+  make_check(parameters, single);
   path = object_path;
   task = cloned(parameters);
   run();
@@ -134,15 +142,15 @@ void CheckResult::run() {
 }
 
 // A run over many objects goes on where there is no instance to be had: each run of the check then fails as that did.
-void CheckResult::make_check(const py::Object& type, const py::Object& parameters, bool single) {
+void CheckResult::make_check(const py::Object& parameters, bool single) {
   never_made = py::Object();
   try {
-    check = type();
+    check = check_class();
     prepare(check, parameters, single);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     never_made = kept(error);
-    check = stand_in_for(type);
+    check = stand_in_for(check_class);
     prepare(check, parameters, single);
   }
 }
@@ -150,7 +158,7 @@ void CheckResult::make_check(const py::Object& type, const py::Object& parameter
 void CheckResult::judge() {
   error = py::Object();
   try {
-    if (never_made) py::raise_object(never_made);
+    if (never_made) raise_again(never_made);
     if (!examine()) status = finding();
   } catch (const py::Error& raised) {
     if (errors::is<errors::ValidationError>(raised)) {
@@ -160,7 +168,38 @@ void CheckResult::judge() {
     status = statuses().error;  // of a check that was interrupted, too: it has not passed
     error = kept(raised);
     if (!raised.is_failure()) throw;
-    logger::caught(raised);
+    tell("check", raised);
+  }
+}
+
+void CheckResult::tell(const char* what, const py::Error& raised) const {
+  logger::caught(raised);
+  failure::log(format("{} {}", {py::text(what), known_as()}), raised, failure::file_of(check_class));
+}
+
+py::Object CheckResult::known_as() const {
+  try {
+    if (py::Object id = check_class_id(check_class); id.is_text()) return id;
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+  }
+  return failure::name_of(check_class);
+}
+
+py::Object CheckResult::told(const py::Object& raised) const {
+  return raised ? failure::told(raised, failure::file_of(check_class)) : py::text("");
+}
+
+template <class F>
+py::Object CheckResult::ask(const char* what, F&& function, py::Object& failure) {
+  failure = py::Object();
+  try {
+    return function();
+  } catch (const py::Error& raised) {
+    if (!raised.is_failure()) throw;
+    tell(what, raised);
+    failure = kept(raised);
+    return py::Object::none();
   }
 }
 
@@ -183,19 +222,19 @@ py::Object CheckResult::finding() {
 void CheckResult::fix_result() {
   static const py::Name kFixResult("fix_result");
   op.keep_selection([&] {
-    safe_access::call([&] { return check.call(kFixResult, path, task); }, fix_error);
+    ask("fix of check", [&] { return check.call(kFixResult, path, task); }, fix_error);
     run();
   });
 }
 
 void CheckResult::select_result() {
   static const py::Name kSelectResult("select_result");
-  safe_access::call([&] { return check.call(kSelectResult); }, select_error);
+  ask("selection of check", [&] { return check.call(kSelectResult); }, select_error);
 }
 
 py::Object CheckResult::result_message() {
   static const py::Name kResultMessage("result_message");
-  py::Object message = safe_access::call([&] { return check.call(kResultMessage); }, message_error);
+  py::Object message = ask("message of check", [&] { return check.call(kResultMessage); }, message_error);
   return message.is_text() ? message : py::text("");
 }
 
@@ -216,8 +255,7 @@ void expose_check_result(const py::Scope& task) {
           "    single: False if the check runs with several tasks: the name then ends in the task's number.\n\n"
           "The check runs at once. What it raises, now or later, is kept and logged and goes no further, unless it "
           "is an interrupt or an exit. The exceptions that are kept show where they came from, without the variables "
-          "of "
-          "the functions.")
+          "of the functions; `failure` and its like say it in words, as the log does at level info.")
           .copies()
           .init<&CheckResult::init>(
               {"path", "check_class", "parameter_task", "statistics", "operator", {"single", true}})
@@ -229,6 +267,14 @@ void expose_check_result(const py::Scope& task) {
                                                 "Exception | None: What the last `select_result` raised.")
           .readonly<&CheckResult::message_error>("message_error",
                                                  "Exception | None: What the last `result_message` raised.")
+          .accessor<&CheckResult::get_failure>(
+              "failure",
+              "str: What made the last run an error, in one line: its class, the deepest line of the check's own file "
+              "that it came from, its words, and for a refused value the input and what it must be. Empty if nothing "
+              "did.")
+          .accessor<&CheckResult::get_fix_failure>("fix_failure", "str: The same of `fix_error`.")
+          .accessor<&CheckResult::get_select_failure>("select_failure", "str: The same of `select_error`.")
+          .accessor<&CheckResult::get_message_failure>("message_failure", "str: The same of `message_error`.")
           .readonly<&CheckResult::seconds>("seconds", "float: How many seconds the last run took.")
           .accessor<&CheckResult::could_be_fixed>("could_be_fixed", "bool: Whether `fix_result` can help.")
           .accessor<&CheckResult::could_be_selected>("could_be_selected", "bool: Whether `select_result` can help.")

@@ -25,7 +25,13 @@ class CheckResult {
   py::Object result_message();
   py::Object deep_copy(const py::Object& memo) const;  ///< With the same host and statistics.
 
+  py::Object get_failure() const { return told(error); }
+  py::Object get_fix_failure() const { return told(fix_error); }
+  py::Object get_select_failure() const { return told(select_error); }
+  py::Object get_message_failure() const { return told(message_error); }
+
   Host op;
+  py::Object check_class;
   py::Object statistics, check, path, task;
   py::Object status = py::Object::none();
   py::Object never_made;  ///< What kept the check from being made; none if it was.
@@ -36,18 +42,25 @@ class CheckResult {
   template <class V>
   void members(V& visit) {
     visit(op);
-    for (py::Object* field :
-         {&statistics, &check, &path, &task, &status, &never_made, &error, &fix_error, &select_error, &message_error}) {
+    for (py::Object* field : {&check_class, &statistics, &check, &path, &task, &status, &never_made, &error, &fix_error,
+                              &select_error, &message_error}) {
       visit(*field);
     }
     visit(seconds);
   }
 
  private:
-  void make_check(const py::Object& type, const py::Object& parameters, bool single);
+  void make_check(const py::Object& parameters, bool single);
   void judge();
   bool examine() const;  ///< False if the check has found something.
   py::Object finding();  ///< The status of a check that has found something.
+
+  /// What `function` returns, or None if it fails; `failure` is then what it failed with, which is logged.
+  template <class F>
+  py::Object ask(const char* what, F&& function, py::Object& failure);
+  void tell(const char* what, const py::Error& raised) const;  ///< Logs it, and what of which check it was.
+  py::Object known_as() const;                                 ///< The id of the check, or its name.
+  py::Object told(const py::Object& raised) const;             ///< An error in words; empty for none.
 };
 
 /// The results of one task.

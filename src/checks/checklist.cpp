@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "checks/check_base.h"
+#include "parameters/block.h"
 #include "runtime/modules.h"
 #include "settings/check_presets.h"
 
@@ -52,7 +53,12 @@ void CheckControl::save() const {
   const bool keeps = is_enabled();
   state.set_attr(kEnabled, enabled);
   state.set_attr(kOpened, keeps ? opened : py::to_python(false));
+  if (keeps && has_lost_inputs()) return;
   state.set_attr(kParameters, parameters.attr(keeps ? kData : kDefaults));
+}
+
+bool CheckControl::has_lost_inputs() const {
+  return py::Ref<ParameterBlock>::holds(parameters) && py::Ref<ParameterBlock>(parameters)->build_error();
 }
 
 void CheckControl::clear() {
@@ -182,9 +188,10 @@ void expose_checklist(const py::Scope& check) {
       .init<&CheckControl::init>({"_class"})
       .accessor<&CheckControl::description>("description", "str: What the check looks for, for the user.")
       .operation<&CheckControl::load>("load", {"state"}, "Takes over a stored record, and keeps it for `save`.")
-      .operation<&CheckControl::save>(
-          "save",
-          "Writes into the record; a disabled check leaves the defaults there, folded. Does nothing without a record.")
+      .operation<&CheckControl::save>("save",
+                                      "Writes into the record; a disabled check leaves the defaults there, folded. "
+                                      "Parameters whose inputs could not "
+                                      "be built leave those that are stored. Does nothing without a record.")
       .operation<&CheckControl::clear>("clear", "Lets go of the record, of the parameters' tasks, and is disabled.")
       .field<&CheckControl::name>("name", "str: The name in lists.")
       .field<&CheckControl::check>("check", "type[Check.Base]: The check class.")

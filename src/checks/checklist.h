@@ -26,6 +26,9 @@ class CheckControl {
   void members(V& visit) {
     for (py::Object* field : {&name, &check, &parameters, &enabled, &opened, &state}) visit(*field);
   }
+
+ private:
+  bool has_lost_inputs() const;  ///< The block could not be built: what it would write is not what the user has set.
 };
 
 /// The entries of a checklist that are shown as one group.

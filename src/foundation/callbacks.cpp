@@ -1,8 +1,27 @@
 #include "foundation/callbacks.h"
 
+#include "foundation/failure.h"
 #include "foundation/logger.h"
+#include "foundation/text.h"
 
 namespace heron {
+namespace {
+
+/// An error of no words, as that of `assert`, and one whose words are a bare key say nothing without their class.
+bool speaks_for_itself(const py::Error& error) {
+  return !error.matches(PyExc_KeyError) && printable(error.value()).length() != 0;
+}
+
+void tell(const py::Object& function, const py::Error& error) {
+  if (speaks_for_itself(error)) {
+    logger::exception(error.value());
+  } else {
+    logger::caught(error);
+  }
+  failure::log(format("callback {}", {failure::name_of(function)}), error);
+}
+
+}  // namespace
 
 void CallBackList::call(const py::Object& arguments, const py::Object& named) const {
   const py::Depth depth(" while an event is reported");  // a function may report the event again
@@ -11,7 +30,7 @@ void CallBackList::call(const py::Object& arguments, const py::Object& named) co
       function.apply(arguments, named);
     } catch (const py::Error& error) {
       if (!error.is_failure()) throw;
-      logger::exception(error.value());
+      tell(function, error);
     }
   }
 }

@@ -52,6 +52,11 @@ py::Object described(const py::Error& error) {
 }  // namespace
 
 namespace logger {
+bool shows(Level level) {
+  static const py::Name kIsEnabled("isEnabledFor");
+  return root().call(kIsEnabled, py::to_python(static_cast<int>(level))).truth();
+}
+
 void debug(const py::Object& message) { heron::debug(message, py::Dict()); }
 void info(const py::Object& message) { heron::info(message, py::Dict()); }
 void warning(const py::Object& message) { heron::warning(message, py::Dict()); }

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cstdint>
+
 #include "runtime/class.h"
 
 namespace heron {
 
 /// The one door to the log, for the engine's own use; `Logger` is the same for Python.
 namespace logger {
+enum class Level : std::uint8_t { kDebug = 10, kInfo = 20 };
+bool shows(Level level);  ///< Whether a record of this level would be looked at: some take long to make.
 void debug(const py::Object& message);
 void info(const py::Object& message);
 void warning(const py::Object& message);

@@ -80,6 +80,14 @@ py::Object ParameterBlock::clone() const {
   return py::Object::borrow(reinterpret_cast<PyObject*>(Py_TYPE(self.get()))).apply(inputs, named);
 }
 
+py::Object ParameterBlock::build_error() const {
+  for (const py::Object& task : tasks.items()) {
+    const py::Ref<ParameterTask> one(task);
+    if (!one->build_exceptions.empty()) return one->get_build_exceptions().at(0);
+  }
+  return {};
+}
+
 py::Dict ParameterBlock::get_state(const py::Object& inputs) {
   py::Dict state;
   for (const py::Object& input : py::collect(inputs)) {

@@ -26,6 +26,8 @@ class ParameterBlock {
   void reset() const { tasks.clear(); }
   py::Object clone() const;
 
+  py::Object build_error() const;  ///< Why a task has no inputs: the first error of their building, or none.
+
   static py::Dict get_state(const py::Object& inputs);
 
   py::Object inputs = py::tuple({});

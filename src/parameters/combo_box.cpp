@@ -9,18 +9,14 @@ namespace heron {
 
 void ComboItem::init(const py::Object& attr_name, const py::Object& text, const py::Object& selected) {
   assertions::attribute(attr_name);
-  kinds::text({text});
-  kinds::boolean(selected);
+  kinds::text({{"text", text}});
+  kinds::boolean({"selected", selected});
   attr_ = attr_name;
   text_ = text;
   selected_ = selected.truth();
 }
 
-py::Object ComboItem::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr_, text_, py::to_python(selected_));
-  return copy;
-}
+py::Object ComboItem::clone() const { return remade(*this, {attr_, text_, py::to_python(selected_)}); }
 
 void ComboBox::init(const py::Object& attr_name, const py::Object& items, const py::Object& label,
                     const py::Object& help_text) {
@@ -58,11 +54,7 @@ void ComboBox::load(const py::Object& data) const {
   }
 }
 
-py::Object ComboBox::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), clones(array.items()), label(), help_text());
-  return copy;
-}
+py::Object ComboBox::clone() const { return remade(*this, {attr(), clones(array.items()), label(), help_text()}); }
 
 void ComboBox::set_selected(const py::Ref<ComboItem>& item) const {
   item->select(true);
@@ -84,7 +76,7 @@ void ComboBox::build(const py::Object& items) {
   array.clear();
   const py::Set seen;
   for (const py::Object& item : given) {
-    kinds::instance<ComboItem>(item);
+    kinds::instance<ComboItem>({"items", item});
     const py::Object attr = py::Ref<ComboItem>(item)->attr();
     if (seen.contains(attr)) errors::raise<errors::AttributeNameRepeat>();
     array.append(item);

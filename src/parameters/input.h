@@ -42,15 +42,21 @@ py::Ref<T> of_same_class(const T& original) {
   return py::Ref<T>(py::Object::steal(py::new_instance(type, nullptr, py::TypeOf<T>::layout)));
 }
 
-/// Hands the attributes that code of a derived class has set on one instance to another, as they are.
-void carry_attributes(const py::Object& from, const py::Object& to);
+/// How an input is made: its exposed class, and what the constructor of that takes.
+struct Remaking {
+  PyTypeObject* type;
+  const py::Layout& layout;
+  const py::Signature& signature;
+};
 
-/// The same with the attributes that code of a derived class has set on the original.
+/// A new instance of the class of the original, made by its constructor with these arguments for those of the exposed
+/// class, which `Remaking` tells. Without it where the constructor of a derived class takes other arguments.
+py::Object remade(const py::Object& original, const Remaking& how, const std::vector<py::Object>& arguments);
+
 template <class T>
-py::Ref<T> twin(const T& original) {
-  auto copy = of_same_class(original);
-  if (Py_TYPE(copy.get()) != py::TypeOf<T>::type) carry_attributes(py::object_of(original), copy);
-  return copy;
+py::Object remade(const T& original, const std::vector<py::Object>& arguments) {
+  const Remaking how{py::TypeOf<T>::type, py::TypeOf<T>::layout, *py::detail::Operation<T, &T::init>::signature};
+  return remade(py::object_of(original), how, arguments);
 }
 
 /// Makes something a member of an instance of this class. AttributeError if the class itself has a member of that name:

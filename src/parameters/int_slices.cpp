@@ -13,8 +13,8 @@ py::Ref<IntSlice> plain_slice() {
 }  // namespace
 
 void IntSlice::init(const py::Object& from, const py::Object& to) {
-  kinds::instance<IntRange>(from);
-  kinds::instance<IntRange>(to);
+  kinds::instance<IntRange>({"start", from});
+  kinds::instance<IntRange>({"stop", to});
   start = from;
   stop = to;
 }
@@ -31,11 +31,7 @@ void IntSlice::load(const py::Object& data) const {
   stop.call(names::kLoad, py::get(data, names::kStop, py::Dict()));
 }
 
-py::Object IntSlice::clone() const {
-  auto copy = twin(*this);
-  copy->init(start.call(names::kClone), stop.call(names::kClone));
-  return copy;
-}
+py::Object IntSlice::clone() const { return remade(*this, {start.call(names::kClone), stop.call(names::kClone)}); }
 
 py::Ref<IntRangeSpec> IntRangeSpec::create(const py::Object& int_range) {
   auto spec = py::Ref<IntRangeSpec>::make();
@@ -61,7 +57,7 @@ void IntRangeSpec::apply(IntRange& int_range) const {
 
 void IntSliceList::init(const py::Object& attr_name, const py::Object& default_slice, const py::Object& items,
                         const py::Object& help_text) {
-  kinds::instance<IntSlice>(default_slice);
+  kinds::instance<IntSlice>({"default", default_slice});
   ParameterInput::init(attr_name, py::text(""), help_text);
   model = py::Ref<IntSlice>(default_slice);
   spec_start = IntRangeSpec::create(model->start);
@@ -89,11 +85,7 @@ py::Ref<IntSlice> IntSliceList::add() const {
   return slice;
 }
 
-py::Object IntSliceList::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), model, clones(array.items()), py::text(""));
-  return copy;
-}
+py::Object IntSliceList::clone() const { return remade(*this, {attr(), model, clones(array.items())}); }
 
 void IntSliceList::build(const py::Object& items) const {
   fill<IntSlice>(items, [this](const py::Ref<IntSlice>& slice) { apply_specs(slice); });

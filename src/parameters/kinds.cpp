@@ -1,31 +1,39 @@
 #include "parameters/kinds.h"
 
-#include <algorithm>
+#include "foundation/failure.h"
+#include "foundation/text.h"
 
 namespace heron::kinds {
 namespace {
 
 template <class Test>
-void require(std::initializer_list<py::Object> values, Test fits) {
-  if (!std::ranges::all_of(values, fits)) py::raise_type();
+void require(std::initializer_list<Argument> arguments, const char* wanted, Test fits) {
+  for (const Argument& argument : arguments) {
+    if (!fits(argument.value)) refuse(argument, wanted);
+  }
 }
 
 }  // namespace
 
-void text(std::initializer_list<py::Object> values) {
-  require(values, [](const py::Object& value) { return value.is_text(); });
+void refuse(const Argument& argument, const std::string& wanted) {
+  failure::raise_type(
+      format("\"{}\" must be {}, not {}", {py::text(argument.name), py::text(wanted), failure::shown(argument.value)}));
 }
 
-void integer(std::initializer_list<py::Object> values) {
-  require(values, [](const py::Object& value) { return PyLong_Check(value.or_none()) != 0; });
+void text(std::initializer_list<Argument> arguments) {
+  require(arguments, "a str", [](const py::Object& value) { return value.is_text(); });
 }
 
-void real(std::initializer_list<py::Object> values) {
-  require(values, [](const py::Object& value) { return PyFloat_Check(value.or_none()) != 0; });
+void integer(std::initializer_list<Argument> arguments) {
+  require(arguments, "an int", [](const py::Object& value) { return PyLong_Check(value.or_none()) != 0; });
 }
 
-void boolean(const py::Object& value) {
-  require({value}, [](const py::Object& one) { return PyBool_Check(one.or_none()) != 0; });
+void real(std::initializer_list<Argument> arguments) {
+  require(arguments, "a float", [](const py::Object& value) { return PyFloat_Check(value.or_none()) != 0; });
+}
+
+void boolean(const Argument& argument) {
+  require({argument}, "a bool", [](const py::Object& value) { return PyBool_Check(value.or_none()) != 0; });
 }
 
 }  // namespace heron::kinds

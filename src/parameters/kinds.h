@@ -6,16 +6,24 @@
 
 namespace heron::kinds {
 
-// What the constructors of inputs take. Anything else is a TypeError without a message.
+// What the constructors of inputs take. Anything else is a TypeError without a message; its notes name the argument,
+// the value and what it must be.
 
-void text(std::initializer_list<py::Object> values);
-void integer(std::initializer_list<py::Object> values);  ///< A boolean is one.
-void real(std::initializer_list<py::Object> values);     ///< An integer is none.
-void boolean(const py::Object& value);
+struct Argument {
+  const char* name;
+  py::Object value;
+};
+
+void text(std::initializer_list<Argument> arguments);
+void integer(std::initializer_list<Argument> arguments);  ///< A boolean is one.
+void real(std::initializer_list<Argument> arguments);     ///< An integer is none.
+void boolean(const Argument& argument);
+
+[[noreturn]] void refuse(const Argument& argument, const std::string& wanted);
 
 template <class T>
-void instance(const py::Object& value) {
-  if (!py::Ref<T>::holds(value)) py::raise_type();
+void instance(const Argument& argument) {
+  if (!py::Ref<T>::holds(argument.value)) refuse(argument, "a " + py::label(py::TypeOf<T>::type));
 }
 
 }  // namespace heron::kinds

@@ -29,7 +29,7 @@ class ListInput : public ParameterInput {
     const std::vector<py::Object> given = py::collect(items);  // may be those of the array itself
     array.clear();
     for (const py::Object& item : given) {
-      kinds::instance<E>(item);
+      kinds::instance<E>({"items", item});
       prepare(py::Ref<E>(item));
       array.append(item);
     }

@@ -4,6 +4,18 @@
 #include "parameters/names.h"
 
 namespace heron {
+namespace {
+
+/// A number of a document, where 2.0 may be written as 2. What is none stays, and so does one that is too large.
+py::Object as_real(const py::Object& value) {
+  if (PyLong_Check(value.or_none()) == 0 || PyBool_Check(value.or_none()) != 0) return value;
+  const double real = PyLong_AsDouble(value.get());
+  if (real != -1.0 || PyErr_Occurred() == nullptr) return py::to_python(real);
+  PyErr_Clear();
+  return value;
+}
+
+}  // namespace
 
 py::Dict NumberRange::data() const {
   py::Dict data;
@@ -13,7 +25,7 @@ py::Dict NumberRange::data() const {
 
 void NumberRange::assign(const py::Object& min, const py::Object& max, const py::Object& by, const py::Object& number,
                          const py::Object& before, const py::Object& after) {
-  kinds::text({before, after});
+  kinds::text({{"prefix", before}, {"units", after}});
   minimum = min;
   maximum = max;
   step = by;
@@ -33,34 +45,30 @@ void IntRange::init(const py::Object& attr_name, const py::Object& min, const py
                     const py::Object& number, const py::Object& before, const py::Object& after,
                     const py::Object& label, const py::Object& help_text) {
   ParameterInput::init(attr_name, label, help_text);
-  kinds::integer({min, max, by, number});
+  kinds::integer({{"minimum", min}, {"maximum", max}, {"step", by}, {"value", number}});
   assign(min, max, by, number, before, after);
 }
 
 void IntRange::load(const py::Object& data) { value = py::get(data, names::kValue, py::to_python(50)); }
 
 py::Object IntRange::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), minimum, maximum, step, value, prefix, units, label(), help_text());
-  return copy;
+  return remade(*this, {attr(), minimum, maximum, step, value, prefix, units, label(), help_text()});
 }
 
 void FloatRange::init(const py::Object& attr_name, const py::Object& min, const py::Object& max, const py::Object& by,
                       const py::Object& digits, const py::Object& number, const py::Object& before,
                       const py::Object& after, const py::Object& label, const py::Object& help_text) {
   ParameterInput::init(attr_name, label, help_text);
-  kinds::real({min, max, by, number});
-  kinds::integer({digits});
+  kinds::real({{"minimum", min}, {"maximum", max}, {"step", by}, {"value", number}});
+  kinds::integer({{"precision", digits}});
   assign(min, max, by, number, before, after);
   precision = digits;
 }
 
-void FloatRange::load(const py::Object& data) { value = py::get(data, names::kValue, py::to_python(0.5)); }
+void FloatRange::load(const py::Object& data) { value = as_real(py::get(data, names::kValue, py::to_python(0.5))); }
 
 py::Object FloatRange::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), minimum, maximum, step, precision, value, prefix, units, label(), help_text());
-  return copy;
+  return remade(*this, {attr(), minimum, maximum, step, precision, value, prefix, units, label(), help_text()});
 }
 
 namespace {
@@ -120,7 +128,8 @@ void expose_ranges(const py::Scope& parameters) {
   add_members(reals, "float")
       .field<&FloatRange::precision>("precision", "int: How many digits after the point the widget shows.")
       .operation<&FloatRange::load>("load", {"data"},
-                                    "Takes \"value\" as it comes; 0.5, whatever was declared, where there is none.\n\n"
+                                    "Takes \"value\" as it comes, an integer as a float; 0.5, whatever was declared, "
+                                    "where there is none.\n\n"
                                     "AttributeError unless the data are a mapping.")
       .done();
 }

@@ -8,7 +8,7 @@ namespace heron {
 void RegEx::init(const py::Object& attr_name, const py::Object& expression, const py::Object& label,
                  const py::Object& help_text) {
   ParameterInput::init(attr_name, label, help_text);
-  kinds::text({expression});
+  kinds::text({{"text", expression}});
   text = expression;
 }
 
@@ -25,16 +25,12 @@ py::Dict RegEx::data() const {
 
 void RegEx::load(const py::Object& data) { text = py::get(data, names::kText, py::text(".+")); }
 
-py::Object RegEx::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), text, label(), help_text());
-  return copy;
-}
+py::Object RegEx::clone() const { return remade(*this, {attr(), text, label(), help_text()}); }
 
 void Switch::init(const py::Object& attr_name, const py::Object& is_on, const py::Object& label,
                   const py::Object& help_text) {
   ParameterInput::init(attr_name, label, help_text);
-  kinds::boolean(is_on);
+  kinds::boolean({"enabled", is_on});
   enabled = is_on;
 }
 
@@ -46,11 +42,7 @@ py::Dict Switch::data() const {
 
 void Switch::load(const py::Object& data) { enabled = py::get(data, names::kEnabled, py::to_python(false)); }
 
-py::Object Switch::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), enabled, label(), help_text());
-  return copy;
-}
+py::Object Switch::clone() const { return remade(*this, {attr(), enabled, label(), help_text()}); }
 
 void expose_scalar_inputs(const py::Scope& parameters) {
   expose_ranges(parameters);

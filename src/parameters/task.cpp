@@ -1,6 +1,7 @@
 #include "parameters/task.h"
 
 #include "foundation/errors.h"
+#include "foundation/failure.h"
 #include "foundation/text.h"
 #include "parameters/input.h"
 #include "parameters/names.h"
@@ -18,8 +19,32 @@ void drop_frames(const py::Object& exception) {
 
 void keep(const py::List& exceptions, const py::Error& error) {
   if (!error.is_failure()) throw;
+  if (const py::Object place = failure::place(error.value())) {
+    failure::note(error.value(), format("raised in {}", {place}));
+  }
   drop_frames(error.value());
   exceptions.append(error.value());
+}
+
+/// What an input raises may not say which of them it was.
+void name_input(const py::Error& error, const py::Object& input) {
+  if (!error.is_failure() || !py::Ref<ParameterInput>::holds(input)) return;
+  failure::note(error.value(), format("in the input \"{}\"", {py::Ref<ParameterInput>(input)->attr()}));
+}
+
+void load_into(const py::Object& input, const py::Object& data) {
+  try {
+    input.call(names::kLoad, data);
+  } catch (const py::Error& error) {
+    name_input(error, input);
+    throw;
+  }
+}
+
+/// A name that the task has for itself, and yet an input may bear: it is set on the task as any other.
+bool is_shared(const py::Object& attr) {
+  static const py::Name kNumber("number");
+  return attr.equals(py::Object::borrow(kNumber.get()));
 }
 
 }  // namespace
@@ -40,6 +65,7 @@ bool ParameterTask::take_clones(const std::vector<py::Object>& prototypes) {
     try {
       get_inputs().append(clone());
     } catch (const py::Error& error) {
+      name_input(error, prototype);
       keep(get_build_exceptions(), error);
     }
   }
@@ -75,7 +101,7 @@ void ParameterTask::load(const py::Object& state) const {
     for (const auto& [attr, data] : py::pairs(state)) {
       const auto input = known.find(attr);
       if (!input) py::raise(PyExc_AttributeError, py::Utf8(format("the task has no input '{}'", {attr})).str());
-      input->call(names::kLoad, data);
+      load_into(*input, data);
     }
   } catch (const py::Error& error) {
     keep(get_load_exceptions(), error);
@@ -98,7 +124,12 @@ void ParameterTask::enter(const py::Object& input) const {
   const py::Dict entered = get_table();
   const py::Object attr = input.attr(names::kAttr);
   if (entered.find(attr)) errors::raise<errors::AttributeNameRepeat>();
-  add_member(py::object_of(*this), py::TypeOf<ParameterTask>::type, attr, input);
+  const py::Object self = py::object_of(*this);
+  if (is_shared(attr)) {
+    self.set_attr(attr, input);
+  } else {
+    add_member(self, py::TypeOf<ParameterTask>::type, attr, input);
+  }
   entered.set(attr, input);
 }
 
@@ -114,7 +145,8 @@ void expose_task(const py::Scope& block) {
       "One set of values for the inputs of a block: a check runs once for each task.\n\n"
       "It has clones of `inputs`, each of them a member under its attribute name. An object without `clone` is an "
       "AttributeError. Whatever else is wrong with the inputs is kept until `assert_no_errors`: a clone that fails, an "
-      "object that is no input, two of one name, one named like a member of the class. A loop gives the inputs.")
+      "object that is no input, two of one name, one named like a member of the class. One named \"number\" is a "
+      "member too, until a block numbers the task. A loop gives the inputs.")
       .copies()
       .init<&ParameterTask::init>({"inputs", {"as_info", false}})
       .iterate<&ParameterTask::iterate>()

@@ -6,8 +6,8 @@
 namespace heron {
 
 void TextInput::init(const py::Object& content, const py::Object& is_enabled) {
-  kinds::text({content});
-  kinds::boolean(is_enabled);
+  kinds::text({{"text", content}});
+  kinds::boolean({"enabled", is_enabled});
   text = content;
   enabled = is_enabled;
 }
@@ -21,11 +21,7 @@ py::Dict TextInput::data() const {
   return data;
 }
 
-py::Object TextInput::clone() const {
-  auto copy = twin(*this);
-  copy->init(text, enabled);
-  return copy;
-}
+py::Object TextInput::clone() const { return remade(*this, {text, enabled}); }
 
 void TextInputList::init(const py::Object& attr_name, const py::Object& items, const py::Object& help_text) {
   ParameterInput::init(attr_name, py::text(""), help_text);
@@ -64,14 +60,10 @@ py::Ref<TextInput> TextInputList::add() const {
   return element;
 }
 
-py::Object TextInputList::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), clones(array.items()), help_text());
-  return copy;
-}
+py::Object TextInputList::clone() const { return remade(*this, {attr(), clones(array.items()), help_text()}); }
 
 void TextMatch::init(const py::Object& content) {
-  kinds::text({content});
+  kinds::text({{"text", content}});
   text = content;
 }
 
@@ -81,11 +73,7 @@ py::Dict TextMatch::data() const {
   return data;
 }
 
-py::Object TextMatch::clone() const {
-  auto copy = twin(*this);
-  copy->init(text);
-  return copy;
-}
+py::Object TextMatch::clone() const { return remade(*this, {text}); }
 
 void TextMatchList::init(const py::Object& attr_name, const py::Object& items, const py::Object& help_text) {
   ParameterInput::init(attr_name, py::text(""), help_text);
@@ -112,11 +100,7 @@ py::Ref<TextMatch> TextMatchList::add() const {
   return element;
 }
 
-py::Object TextMatchList::clone() const {
-  auto copy = twin(*this);
-  copy->init(attr(), clones(array.items()), py::text(""));
-  return copy;
-}
+py::Object TextMatchList::clone() const { return remade(*this, {attr(), clones(array.items())}); }
 
 void expose_text_lists(const py::Scope& parameters) {
   py::Class<TextInput>(parameters, "TextInput",
