@@ -399,40 +399,40 @@ def fence(event, arguments):
 def main(seed, ranges):
     globals().update(threads=int(seed) % 4 == 0)
     steps = STEPS + [in_threads] * threads
-    step, slept, file = 0, [], os.open("../step", os.O_RDWR | os.O_CREAT)
+    step, slept, file = 0, [], os.open("../step", os.O_WRONLY | os.O_CREAT)
 
     def sleep(seconds):
         slept.append(seconds)
         if len(slept) > 400:
             raise KeyboardInterrupt  # of who waits for ever
 
-    def watch():
-        while True:
-            before = step
-            threading.Event().wait(LIMIT)
-            if step == before:
-                globals().update(overdue=True)
-                _thread.interrupt_main()
+    def interrupt(*_):
+        globals().update(overdue=True)
+        raise KeyboardInterrupt
 
     time.sleep = sleep
     random.seed(0)
     logging.getLogger().addHandler(logging.NullHandler())
     sys.unraisablehook = threading.excepthook = lambda one: broken(one.exc_value)
     sys.addaudithook(fence)
-    threading.Thread(target=watch, daemon=True).start()
+    alarm = getattr(signal, "setitimer", lambda which, seconds: None)  # not every system has one
+    signal.signal(getattr(signal, "SIGALRM", signal.SIGTERM), interrupt)
     bounds = [tuple(map(int, part.split("-"))) for part in ranges.split(",")]
     numbers = iter([number for bound in bounds for number in range(bound[0], bound[-1] + 1)])
     while step is not None:
         with contextlib.suppress(KeyboardInterrupt):  # it may also come late, between two steps
             while (step := next(numbers, None)) is not None:
-                os.pwrite(file, b"%9d" % step, 0)
+                os.lseek(file, 0, os.SEEK_SET)
+                os.write(file, b"%9d" % step)
                 faulthandler.dump_traceback_later(3 * LIMIT, exit=True)
+                alarm(0, LIMIT)
                 draw.seed(f"{seed} {step}")
                 globals().update(left=40, depth=0, overdue=False)
                 slept.clear()
                 gc.set_threshold(700)
                 attempt(draw.choice(steps))
     signal.signal(signal.SIGINT, signal.SIG_IGN)
+    alarm(0, 0)
 
 
 if __name__ == "__main__":

@@ -236,7 +236,7 @@ def test_namespaces_are_never_instantiated():
 
 
 def test_hostile_values_do_not_end_a_process():
-    """A little of what `make fuzz-api` does at length."""
+    """A little of what `make fuzz-api` does at length; it has the attacks that once succeeded as well."""
     program = Path(__file__).parent.parent / "fuzz" / "api.py"
     command = [sys.executable, program, "--seeds", "0", "3", "--steps", "300"]
     run = subprocess.run(command, capture_output=True, text=True)
