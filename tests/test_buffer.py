@@ -209,6 +209,21 @@ def scanned(tree, root, *below):
     return engine
 
 
+def test_embedded_paths_that_are_no_text_are_incompatible():
+    engine = scanned({"a": None, "b": None}, "root")
+    wrong = [5, ["/a"], {}]
+    ghost = {"type": "ghost", "children": [{"path": "/b"}, {"path": 6}]}
+    engine.host.data += [{"joint": {"path": path, "name": "x"}} for path in wrong] + [{"joint": ghost}]
+    engine.buffer.load()
+    engine.buffer.validate()
+    assert engine.buffer.incompatibles == [*wrong, "/b", 6] and not engine.buffer.is_valid()
+    engine.host.selection = ["/b"]
+    assert not engine.scanner.upload_buffer(append=True) and engine.events == ["used_scan_selection"]
+    engine.scanner.reload_buffer()
+    engine.buffer.validate()
+    assert engine.buffer.is_valid() and len(engine.buffer.get()) == 2
+
+
 def test_groups_below_one_object_take_one_snapshot():
     engine = grouped("group_a", "group_b", "group_c")
     host, buffer = engine.host, engine.buffer

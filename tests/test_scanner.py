@@ -224,16 +224,34 @@ def replace_table_and_read_it_later(engine):
         assert isinstance(state_of(engine).expressions, dict)
 
 
-def ask_inside_a_matching(engine):
-    for operation in (engine.hierarchy.mask, engine.hierarchy.is_valid, engine.scanner._scan):
-        with pytest.raises(RuntimeError, match="matching"):
-            operation(["/r"])
+def test_hooks_may_use_the_hierarchy():
+    engine, plain = cars(), cars()
+    assert plain.scanner.upload_buffer()
+    host, found, loading = engine.host, [], []
+
+    def hook(joint):
+        found.append((engine.hierarchy.is_valid(["/car"]), engine.hierarchy.mask(["/bus"])))
+        engine.buffer.validate()
+        engine.virtual.upload(["/car", "/bus"])  # in a scan the buffer is empty, and so was the snapshot
+        if not loading:
+            loading.append(joint)  # which calls the hook again
+            engine.scanner.reload_buffer()
+            engine.scanner._load(["/car"])
+            loading.clear()
+
+    host.postscript_scan_append = hook
+    for operation in (engine.scanner.upload_buffer, engine.scanner.reload_buffer):
+        assert operation() in (True, None) and paths(engine) == paths(plain)
+    assert {*map(repr, found)} == {repr((True, ["/bus"]))} and not engine.buffer.incompatibles
+
+    host.postscript_scan_append = lambda joint: engine.scanner.reload_buffer()
+    with pytest.raises(RecursionError):
+        engine.scanner.reload_buffer()
 
 
 @pytest.mark.parametrize(
     "misbehave",
     [
-        ask_inside_a_matching,
         lambda engine: state_of(engine).set_expressions({}),
         replace_table_and_read_it_later,
         lambda engine: state_of(engine).set_expressions({f"<{i}:x>": "" for i in range(99)}),

@@ -14,7 +14,10 @@ constexpr std::string_view kPathsOrNone = "a list of paths or None";
 
 }  // namespace
 
-bool SceneQueries::exists(const py::Object& path) const { return call(kObjectExists, path).truth(); }
+bool SceneQueries::exists(const py::Object& path) const {
+  if (!path.is_none() && !path.is_text()) return false;  // from embedded data; no host knows such a path
+  return call(kObjectExists, path).truth();
+}
 
 py::Object SceneQueries::type(const py::Object& path) const { return call(kGetType, path); }
 

@@ -19,6 +19,13 @@ const py::Name kChildren("children"), kPath("path"), kIsGhost("is_ghost"), kGetJ
 
 bool is_ghost(const py::Object& joint) { return joint.call(kIsGhost).truth(); }
 
+/// Are these paths, or nothing at all? What is embedded in a scene may hold anything.
+bool are_paths(const py::Object& group) {
+  const std::vector<py::Object> all = py::collect(group);
+  return std::all_of(all.begin(), all.end(),
+                     [](const py::Object& path) { return path.is_none() || path.is_text(); });
+}
+
 py::Object replaced(const py::Object& text, const py::Object& source, const py::Object& target) {
   static const py::Name kReplace("replace");
   return to_str(text.call(kReplace, source, target));
@@ -164,12 +171,14 @@ void Buffer::validate() const {
   incompatibles.clear();
   const std::vector<py::Object> groups = get_path_groups().items();
   py::List scene_roots;
-  for (const py::Object& group : groups) scene_roots.extend(group);
+  for (const py::Object& group : groups) {
+    if (are_paths(group)) scene_roots.extend(group);
+  }
   snapshot->upload(scene_roots, true);
   if (groups.empty()) return;
   HierarchyRun run(*hierarchy);  // which reads the pattern once for all groups
   for (const py::Object& group : groups) {
-    if (!run.is_valid(group)) incompatibles.extend(group);
+    if (!are_paths(group) || !run.is_valid(group)) incompatibles.extend(group);
   }
 }
 

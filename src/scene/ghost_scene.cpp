@@ -10,6 +10,7 @@ bool GhostScene::match(const py::Object& joint) {
   const py::List roots = Buffer::get_roots(joint);
   py::List scene_roots;
   for (const py::Object& path : roots.items()) {
+    if (!path.is_none() && !path.is_text()) return false;
     if (host_.exists(path)) scene_roots.append(tops_.of(path));
   }
   upload(scene_roots);

@@ -7,6 +7,7 @@
 namespace heron {
 
 py::List JointBuilder::build(const MatchTree& tree) {
+  const py::Depth depth(" while a host hears of joints");  // it may have joints built again
   // A hierarchy may be deeper than the stack, so the layers that are under way stand on one of our own.
   struct Level {
     MatchTree::Layer left;

@@ -11,7 +11,7 @@ struct Loader::Run {
   JointBuilder builder;
 };
 
-/// Lets others use the hierarchy between two loads.
+/// Lets others use the hierarchy between two loads, and when the host hears of the joints.
 struct Loader::Paused {
   explicit Paused(HierarchyRun& run_) : run(run_) {}
   ~Paused() { run.pause(); }
@@ -39,10 +39,11 @@ py::List Loader::load(const py::Object& roots) {
   HierarchyRun& run = run_->run;
   const Paused paused(run);
   run.find_anchors();
-  py::List joints = run_->builder.build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
-  if (has_ghost_) joints = run_->builder.under_ghost(joints);
+  const MatchTree& tree = run.runner().find(run.locate(roots), run.pattern().plan().top());
   run.finish();
-  return joints;
+  run.pause();
+  const py::List joints = run_->builder.build(tree);
+  return has_ghost_ ? run_->builder.under_ghost(joints) : joints;
 }
 
 Reload::Reload(const py::Ref<Hierarchy>& hierarchy, const Host& host, const py::Ref<Buffer>& buffer)

@@ -100,8 +100,10 @@ void scan_group(HierarchyRun& run, JointBuilder& builder, Duplicates& duplicates
     // What the top layer claims may still fail as a whole; then it is dropped.
     const MatchTree* tree = runner.match_whole(layer);
     if (tree == nullptr) continue;
+    run.pause();  // the host's hooks may use the hierarchy
     py::List joints = builder.build(*tree);
     if (has_ghost) joints = builder.under_ghost(joints);
+    run.resume();
     for (Py_ssize_t i = 0; i < joints.size(); ++i) {
       const bool fresh = has_ghost || duplicates.is_new(tree->nodes[static_cast<std::size_t>(i)].pairing);
       if (fresh) buckets.append(make_bucket(joints.at(i)));
@@ -146,7 +148,11 @@ bool Scanner::end_with(std::string_view outcome, const py::Name& event) {
 bool Scanner::look(bool append) {
   const py::List selection = host.selection();
   py::List loaded;
-  for (const py::Object& group : buffer->get_path_groups().items()) loaded.extend(group);
+  for (const py::Object& group : buffer->get_path_groups().items()) {
+    for (const py::Object& path : py::collect(group)) {
+      if (path.is_text()) loaded.append(path);  // what is embedded may hold anything
+    }
+  }
   if (append && have_common(selection, loaded)) return end_with(outcome::kAlreadyLoaded, kUsedScanSelection);
   const bool nothing_selected = selection.empty();
   // A scan of nothing shows the user what is loaded already; it stays a failure.
@@ -232,10 +238,10 @@ py::List Scanner::filter(const py::Iterable& buckets) const {
 py::List Scanner::load(const py::Iterable& roots, const py::Object& pattern) const {
   if (pattern.is_none()) return Loader(hierarchy, host).load(roots);
   HierarchyRun run(*hierarchy, pattern);
-  const py::List joints =
-      JointBuilder(run, host).build(run.runner().find(run.locate(roots), run.pattern().plan().top()));
+  const MatchTree& tree = run.runner().find(run.locate(roots), run.pattern().plan().top());
   run.finish();
-  return joints;
+  run.pause();  // as above
+  return JointBuilder(run, host).build(tree);
 }
 
 py::Object Scanner::choose_name(const py::Iterable& data) {
@@ -273,7 +279,8 @@ void expose_scanner(const py::Scope& scene) {
               "True if something was found; it is then embedded in the scene. False fires `used_scan_selection`, "
               "`empty_scan_selection` or `empty_scan_result`, or logs the exception that ended the scan; `last_run` "
               "says which, "
-              "from before the event on.")
+              "from before the event on. The host's hooks may use the hierarchy and the buffer; the scan goes on with "
+              "the objects as they were.")
           .operation<&Scanner::reload_buffer>("reload_buffer",
                                               "Matches each bucket's roots again and embeds the outcome. Buckets that "
                                               "match no more leave; the others keep "
