@@ -1,5 +1,6 @@
 """The pattern: its rules, its tree, and the order of its scopes."""
 
+from collections.abc import Set
 from contextlib import suppress
 from types import SimpleNamespace
 
@@ -77,6 +78,8 @@ def test_ranges():
     ):
         made = make_rule(bounds=bounds)
         assert made.get_range() == numbers == set(made.get_range())
+        made_set = made.get_range() | {7}, {7} & made.get_range(), made.get_range() <= {*numbers, 7}
+        assert isinstance(made.get_range(), Set) and made_set == (numbers | {7}, numbers & {7}, True)
         assert len(made.get_range()) == len(numbers) and made.is_optional() is (0 in numbers)
     for most in (10**9, 10**30):  # takes no room
         wide = make_rule(bounds=(0, most))

@@ -47,6 +47,8 @@ class Interval {
     const bool all = std::all_of(wanted.begin(), wanted.end(), [&](const py::Object& n) { return contains(n); });
     return all && wanted.size() == count();
   }
+  /// What the operators of sets give.
+  static py::Object set_of(const py::Object& numbers) { return py::Object::steal(PySet_New(numbers.get())); }
   py::Object text() const {
     return py::text("{" + py::Utf8(py::Object::steal(PyObject_Str(numbers.get()))).str() + "}");
   }
@@ -67,6 +69,18 @@ class Interval {
     visit(numbers);
   }
 };
+
+/// Makes a class with the three operations that a set must have one of `collections.abc.Set`, with the operators of such.
+void make_set(const py::Object& type) {
+  static const py::Name kSet("Set"), kRegister("register");
+  static const py::Name kOperations[] = {
+      py::Name("__le__"),  py::Name("__lt__"),   py::Name("__ge__"),  py::Name("__gt__"),   py::Name("__and__"),
+      py::Name("__rand__"), py::Name("__or__"),   py::Name("__ror__"), py::Name("__sub__"),  py::Name("__rsub__"),
+      py::Name("__xor__"), py::Name("__rxor__"), py::Name("isdisjoint")};
+  const py::Object set = py::modules::collections_abc.attr(kSet);
+  for (const py::Name& operation : kOperations) type.set_attr(operation, set.attr(operation));
+  set.call(kRegister, type);
+}
 
 py::Object copied(const py::Object& value) {
   static const py::Name kCopy("copy");
@@ -237,7 +251,9 @@ void expose_pattern(const py::Scope& hierarchy) {
       .iterate<&Interval::iterate>()
       .equals<&Interval::equals>()
       .text<&Interval::text>()
+      .static_operation<&Interval::set_of>("_from_iterable", {"it"}, "A new set of these numbers.")
       .done();
+  make_set(py::type_of<Interval>());
 
   py::Class<PatternScope>(pattern, "Scope", "Connection between a pattern item and its children.")
       .copies()
