@@ -187,7 +187,7 @@ BAD_PROJECTS = {
     "rule no object": ({**AT_TOP, "records": {"5": {"rules": [1]}}}, '"rules"'),
     "stamp no text": (broken(stamp=1), 'no text "stamp"'),
     "expression no text": (broken(regex=None), 'no text "regex"'),
-    "types no list": (broken(types="mesh"), '"types"'),
+    "types no list": (broken(types={}), '"types"'),
     "range of one": (broken(range=[1]), '"range"'),
     "range of texts": (broken(range=["1", "2"]), '"range"'),
     "checklist no object": (broken(checklist=[]), '"checklist"'),

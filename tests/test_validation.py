@@ -66,6 +66,26 @@ def test_the_selection_is_checked_by_the_workspace(make):
     assert first.check_controls is second.check_controls
 
 
+def test_a_run_follows_its_queue(make):
+    host = Host("/a", "/b", "/c", "/d")
+    api, seen = make(host, "names", "scene"), []
+    queue = api.validator.queue
+
+    def tell(result):
+        seen.append((result._path, result.name))
+        if result._path == "/a":
+            queue.add(core.Check._Queue.Task("/z", list(queue)[1].check_controls))
+            queue._tasks.remove(list(queue)[2])
+        elif result._path == "/z":
+            queue.clear()
+            queue.add(core.Check._Queue.Task("/never", []))
+
+    api.validator.progress = tell
+    api.validator.start()
+    assert [path for path, _ in seen] == [SCENE[1], "/a", "/c", "/d", "/z"]
+    assert len(api.env.records("validate")) == 1 and len(api.env.records("checks")) == 5
+
+
 def test_without_anything_to_check_nothing_is_left_behind(make):
     host = Host("/a")
     api = make(host)

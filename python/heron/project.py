@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+from typing import Any
 
 import core
 
@@ -98,7 +99,8 @@ def _rule_fault(rule: Json) -> str | None:
         if not isinstance(rule.get(key), str):
             return f'has no text "{key}"'
     types = rule.get("types")
-    if types is not None and not (isinstance(types, list) and all(isinstance(item, str) for item in types)):
+    given = [types] if isinstance(types, str) else types
+    if given is not None and not (isinstance(given, list) and all(isinstance(item, str) for item in given)):
         return f'("{rule["name"]}") has "types" that are not a list of texts'
     limits = rule.get("range", [1, 1])
     if not (isinstance(limits, list) and len(limits) == 2 and all(type(number) is int for number in limits)):
@@ -106,6 +108,12 @@ def _rule_fault(rule: Json) -> str | None:
     if not isinstance(rule.get("checklist", {}), dict):
         return f'("{rule["name"]}") has a "checklist" that is not an object'
     return None
+
+
+def types_of(rule: core._Project.Settings.Rule | core._Hierarchy.Pattern.Rule) -> list[str]:
+    """The object types that a rule allows; a single one may be given without a list."""
+    types: Any = rule.types  # a document may hold anything
+    return [types] if isinstance(types, str) and types else list(types or ())
 
 
 def _check_nodes(path: str, pattern: list[Json], stamps: set[str]) -> None:

@@ -16,7 +16,7 @@ from .home import check_documents
 from .hosts.gltf import GltfScene
 from .hosts.gltf_export import exporters
 from .plugins import plugins_contained
-from .project import Record
+from .project import Record, types_of
 
 _OUTCOME = core.Scene._Scanner.Run.Outcome
 
@@ -144,7 +144,7 @@ class Session:
     def begins_below_top(self) -> bool:
         """Whether hierarchies begin one level below the top of the scene, not at the top."""
         ghost = self._hierarchy.pattern.get_ghost()
-        types = ghost.rule.types if ghost is not None else None
+        types = types_of(ghost.rule) if ghost is not None else []
         return bool(types and core.Constants.Scene.Type.SceneRoot not in types)
 
     def scan(self, append: bool = False) -> Outcome:

@@ -48,7 +48,13 @@ class Validator:
         self._session = session
         self._queue: core.Check._Queue = session.api.validator.queue
         self._progress = progress
+        self._cancelled: list[core.Check._Queue.Task] = []
         self._fixable: list[tuple[CheckOutcome, Result]] = []
+
+    def cancel(self) -> None:
+        """Ends the run, from `progress` or a check, after the object under way. What was checked is told."""
+        self._cancelled = list(self._queue)
+        self._queue.clear()
 
     def run(self, mode: int) -> list[ObjectOutcome]:
         """Runs the enabled checks on what the buffer holds, or on what is selected.
@@ -61,7 +67,7 @@ class Validator:
         rules = _matched_rules(self._session) if mode == _MODE.Project else {}
         self._fixable.clear()
         outcomes = []
-        for task in self._queue:
+        for task in [task for task in self._cancelled if not task.empty] or self._queue:
             whole = task.name != task.path
             rule = rules[task.path].popleft() if rules and not whole else ""
             checks = [self._outcome(result) for result in task.results]
@@ -81,6 +87,7 @@ class Validator:
     def _run(self) -> None:
         validator = self._session.api.validator
         done = total = 0
+        self._cancelled = []
 
         def tell(result: Result) -> None:
             nonlocal done, total

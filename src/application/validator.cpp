@@ -88,7 +88,8 @@ void Validator::plan_and_run() const {
   if (planned->is_empty()) return;
   host.keep_selection([&] {
     const py::GarbageCollectorSlowdown slowdown;
-    for (const py::Object& task : planned->tasks.items()) run(task);
+    // Followed as it stands: whoever clears it ends the run, and what is added is run.
+    for (Py_ssize_t next = 0; next < planned->tasks.size(); ++next) run(planned->tasks.at(next));
   });
   const py::Object project =
       is_mode(mode, CheckMode::kProject) ? settings.attr(kWorkspace).attr(kProject) : py::Object::none();
@@ -184,7 +185,9 @@ void expose_validator(const py::Scope& api) {
               "start",
               "Plans the checks and runs them all; the results are in `queue`.\n\n"
               "The selection of the host stays as it is; a record of this run and one of each run of a check go to the "
-              "statistics, which are written. With nothing to check nothing is recorded. A check that fails stops "
+              "statistics, which are written. With nothing to check nothing is recorded. The run follows `queue`: to "
+              "cancel it, clear the queue, from a check, the host or `progress`; the run ends after the task under way, "
+              "and tasks that are added are run. A check that fails stops "
               "nothing: its result says so. Exceptions of the host pass; RuntimeError within a validation.")
           .operation<&Validator::plan_checks>("_plan_checks", {"mode"},
                                               "Empties the queue and fills it as `mode`, one of "

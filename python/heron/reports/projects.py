@@ -10,7 +10,7 @@ from rich.text import Text
 
 import core
 
-from ..project import Project
+from ..project import Project, types_of
 from ..projects import Projects
 from .console import Console, count, printable
 from .json import VERSION
@@ -116,7 +116,7 @@ class Report:
             amount += f" to {bounds.maximum}"
         checks = [state.class_id for state in rule.check_config if state.enabled]
         self._line("  " * (depth + 1), (rule.name, "bold"), "  ", (rule.regex, "cyan"), f"  {amount}",
-                   *(f"  {kind}" for kind in rule.types or ()))  # fmt: skip
+                   *(f"  {kind}" for kind in types_of(rule)))  # fmt: skip
         for check in checks:
             self._line("  " * (depth + 3), (check, "dim"))
 
