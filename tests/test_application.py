@@ -332,6 +332,45 @@ def test_what_cannot_be_written_is_skipped_and_the_others_are_not(make, tmp_path
     assert [message.split(":")[0] for message in messages] == ["AttributeError"] * 3
 
 
+def test_an_export_follows_its_queue(make, tmp_path):
+    host = Host("/a", "/b", "/c")
+    api, write = make(host), host.export
+    events = listen(api)
+
+    def export(roots, *arguments, **flags):
+        write(roots, *arguments, **flags)
+        task = core._Export.Queue.Task("later")
+        task.add("/later")
+        api.export.queue.add(task) if roots == ["/a"] else roots == ["/b"] and api.export.queue._tasks.pop(2)
+        if roots == ["/later"]:
+            api.export.queue.clear()
+
+    host.export = export
+    api.export.selected(tmp_path)  # a path object
+    assert files(tmp_path) == ["a.fbx", "b.fbx", "home", "later.fbx"] and events == [("export_success",)]
+
+
+@pytest.mark.parametrize("directory", [5, None, b"out", ["out"], ""])
+def test_an_export_directory_that_is_no_text_counts_as_none(make, directory):
+    host = Host("/a")
+    api, document = make(host), {"records": {"5": {"export": {"directory": directory}}}, "selected_record": 5}
+    events, api.settings.export.mode = listen(api), Where.Project
+    api.project.load(add_project(api, "car"))
+    project = core._Project.Settings(api.project.collection, "", "", document)
+    for record in (project.history.get_record(), api.project.get_current().history.get_record()):
+        record.export.directory = record.export.directory if record._history is project.history else directory
+        api.project.get_current = lambda record=record: SimpleNamespace(
+            history=SimpleNamespace(get_record=lambda: record)
+        )
+        host.file = directory
+        for api.settings.export.mode in (Where.Project, Where.Local):
+            api.export.start()
+    assert {event for event, *_ in events} == {
+        "lost_export_directory",
+        "projects_saved",
+    } and not host.exported
+
+
 def test_an_export_inside_an_export_is_refused(make, tmp_path):
     host = Host("/a", "/b")
     api = make(host)

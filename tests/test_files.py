@@ -14,7 +14,7 @@ from functools import reduce
 from pathlib import Path
 
 import pytest
-from hosts import logged
+from hosts import DictHost, Home, logged
 from hypothesis import given
 from hypothesis import strategies as st
 
@@ -468,6 +468,52 @@ def test_what_cannot_serve_as_environment(name):
     assert messages == ["LookupError: no answer"] * 2
     with pytest.raises(KeyboardInterrupt):
         is_valid(type("Stopping", (HostEnv,), {name: stop})())
+
+
+def test_path_objects_are_taken_wherever_a_path_is(tmp_path, checks):
+    class PathEnv(Home):
+        def __getattribute__(self, name):
+            answer = super().__getattribute__(name)
+            return (
+                (lambda *path: Path(answer(*path)))
+                if name.startswith(("get_", "decode", "encode"))
+                else answer
+            )
+
+    env, other = PathEnv(tmp_path / "home"), tmp_path / "b.json"
+    host, checks.__file__ = DictHost("/a"), Path(checks.__file__)
+    host.get_current_file = lambda: tmp_path / "a.gltf"
+    host.directory_dialog = lambda starting, caption: Path(starting, "chosen")
+    api = core.Api(host, env, checks=checks)
+    assert api.env is env and os.environ["HERON-SETTINGS"] == str(tmp_path / "home")
+    assert [check.class_id for check in core.Check._Classes([])._search(tmp_path / "checks")] == [
+        "names",
+        "scene",
+    ]
+    assert api.scene.directory_dialog(tmp_path) == env.encode_user(str(tmp_path / "chosen")).as_posix()
+    directories = api.settings.check.directories
+    directories.register("more", tmp_path)
+    assert [*directories] == [str(tmp_path / "checks"), str(tmp_path)] == [*map(str, directories)]
+    document = {"version": 3, "target": env.target, "filename": "c.json"}
+    project = core._Project.Settings(api.project.collection, tmp_path, "c.json", document)
+    record = project.get_record_promise()
+    record.export.directory = api.settings.export.directory = tmp_path
+    record.save()
+    api.settings.write()
+    api.project.collection._load_file(Path(project.path))
+    (record,) = project.history
+    assert record.data["export"]["directory"] == api.settings.data["export"]["directory"] == str(tmp_path)
+    assert api.project.collection.get("c.json").filename and api.settings.write_error is None
+    core._File.Json.write(other, {"a": 1})
+    with core._File.Json.AccessQueue(other) as document:
+        assert document == core._File.Json.read(other) == json.loads(core._File.Text.read(other)) == {"a": 1}
+    core._File.move_corrupted(other)
+    assert not other.exists() and core._File.timed_filename(Path("a.json")).endswith(".json")
+    assert core._Project.Settings.init(None, tmp_path / "c.json").version == 3
+    paths = api.settings._path, api.statistics._path, api.project.collection.directory, project.directory
+    assert {type(path) for path in paths} <= {str, core._Str}
+    with pytest.raises(TypeError, match="argument 'path' must be str or os"):
+        directories.register("wrong", 5)
 
 
 @pytest.mark.parametrize(("variable", "home"), [("USERPROFILE", "/from/profile"), ("HOME", "/from/home")])

@@ -12,7 +12,7 @@ from hosts import logged
 from hypothesis import given
 from hypothesis import strategies as st
 
-from core import Constants, _CallBacks, _Project
+from core import Constants, Error, _CallBacks, _Project
 
 Collection, Settings = _Project.Collection, _Project.Settings
 Maya, Blender = Constants.Plugin.Target.DCC_Maya, Constants.Plugin.Target.DCC_Blender
@@ -186,6 +186,8 @@ def test_a_response_is_accepted_for_its_type_and_its_form(tmp_path):
         for answer, projects in refused:
             assert (answer.accepted, answer.projects) == (False, projects)
             collection.accept_http_response(answer)
+    own = type("Own", (Collection.HttpResponse,), {"headers": {"Content-type": "text/json"}})
+    assert own(SimpleNamespace(getheader=lambda *_: "text/json", read=lambda: b"[1]")).projects == [1]
     assert log == ["Projects Response Was Not Accepted"] * len(refused)
     assert (collection.names, files(tmp_path)) == (["a"], {"a.json": 10})
     other = refused[0][0]
@@ -261,7 +263,14 @@ def test_a_file_that_was_passed_over_is_not_replaced_unread(tmp_path):
     with logged() as log:
         collection.accept_http_response([document(edited=30)])
     assert log.count(f"Incompatible Project File - {tmp_path / 'a.json'}") == 2
+    assert (collection.names, files(tmp_path), collection.errors) == (["a"], {"a.json": 30}, {})
+    assert list(files(tmp_path / ".corrupted").values()) == [20]
+    store(tmp_path, document(edited=20, **BROKEN))
+    collection = open_collection(tmp_path)
+    (tmp_path / "a.json.lock").touch()  # somebody else is at it for too long, and it may be whole
+    collection.accept_http_response([document(edited=30)])
     assert (collection.names, files(tmp_path)) == ([], {"a.json": 20})
+    assert [type(error) for error in collection.errors.values()] == [Error.AccessQueueTimeout]
     store(tmp_path, document(edited=20))
     for time in (10, 30):
         collection.accept_http_response([document(edited=time)])

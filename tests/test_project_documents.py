@@ -212,3 +212,5 @@ def test_saving_marks_the_edit_and_goes_through_the_collection(tmp_path, monkeyp
     assert project.data["selected_record"] == 1234
     project.delete()
     assert (project.deleted, len(saved)) == (True, 1)
+    judged = [Settings(None, "", "", {"deleted": value}).deleted for value in (1, 0.5, 0, True, "yes", None)]
+    assert judged == [True, True, False, True, False, False]

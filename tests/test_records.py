@@ -178,7 +178,7 @@ def test_what_is_broken_inside_a_record_is_left_out_with_a_warning():
         record = Record(None, {"rules": RULES, "pattern": tree, "export": 5})
         export = Record.Export({"options": [], "flags": None, "directory": None})
     assert (record.data["pattern"], record.export.directory) == (TREE, "~")
-    assert export.data == {"directory": "~", "options": {}, "flags": FLAGS}
+    assert export.data == {"directory": "", "options": {}, "flags": FLAGS}  # and not the user's home
     warnings = [f"Incompatible Stored Value - {key}" for key in ("export", "directory", "options", "flags")]
     assert Counter(map(str, log)) == Counter(warnings + 2 * ["Incompatible Hierarchy Settings"])
 

@@ -36,7 +36,7 @@ void ExportDriver::init(const py::Object& api_, const Host& host_, const py::Ref
 void ExportDriver::start() {
   static const py::Name kLostExportDirectory("lost_export_directory"), kCheck("check");
   const py::Object directory = get_directory();
-  if (!directory.truth() || !paths::exist(directory)) {
+  if (!directory.is_text() || !directory.truth() || !paths::exist(directory)) {
     fire(kLostExportDirectory);
     return;
   }
@@ -65,12 +65,16 @@ py::Object ExportDriver::get_directory() const {
   const py::Object mode = settings.attr(kMode);
   if (is(mode, ExportMode::kProject)) {
     const py::Object record = api.attr(kProject).call(kGetCurrent).attr(kHistory).call(kGetRecord);
-    const py::Object directory = record.attr(kExport).attr(kDirectory);
-    return directory.truth() ? api.attr(kEnv).call(kDecodeUser, directory) : py::Object::none();
+    const py::Object directory = paths::plain(record.attr(kExport).attr(kDirectory));
+    if (!directory.is_text() || !directory.truth()) return py::Object::none();
+    return paths::plain(api.attr(kEnv).call(kDecodeUser, directory));
   }
-  if (is(mode, ExportMode::kLocal)) return paths::directory(host.current_file());
+  if (is(mode, ExportMode::kLocal)) {
+    const py::Object file = host.current_file();
+    return file.is_text() ? paths::directory(file) : py::Object::none();
+  }
   if (!is(mode, ExportMode::kChoose)) return py::Object::none();
-  const py::Object chosen = host.ask_directory(settings.attr(kDirectory));
+  const py::Object chosen = host.ask_directory(paths::plain(settings.attr(kDirectory)));
   if (!chosen.truth()) return py::Object::none();
   py::Object directory = py::modules::os.call(kFsDecode, chosen);  // the settings take text alone
   settings.set_attr(kDirectory, directory);
@@ -117,23 +121,27 @@ void ExportDriver::resolve_queue(const py::Object& directory) {
   static const py::Name kEmptySelection("empty_export_selection"), kSuccess("export_success");
   static const py::Name kSkipped("export_skipped"), kIsEmpty("is_empty"), kIsConfirmed("is_confirmed");
   static const py::Name kSelected("selected"), kAdd("add"), kWrite("write");
-  const std::vector<py::Object> tasks = queue->tasks.items();
-  if (tasks.empty()) {
+  const auto planned = queue;
+  if (planned->is_empty()) {
     fire(kEmptySelection);
     return;
   }
   const py::Object exporter = options.attr(kSelected);
+  // Followed as it stands: whoever clears it ends the export, and what is added is exported.
+  const auto each = [&](const auto& use) {
+    for (Py_ssize_t next = 0; next < planned->tasks.size(); ++next) use(planned->tasks.at(next));
+  };
   const auto write_all = [&] {
-    for (const py::Object& task : tasks) {
+    each([&](const py::Object& task) {
       if (!task.call(kIsEmpty).truth()) write(task, exporter, directory);
-    }
+    });
   };
   writing_ = true;
   py::finally([&] { host.keep_selection(write_all); }, [&] { writing_ = false; });
   std::vector<py::Object> skipped;
-  for (const py::Object& task : tasks) {
+  each([&](const py::Object& task) {
     if (!task.call(kIsConfirmed).truth()) skipped.push_back(task.attr(kName));
-  }
+  });
   fire(skipped.empty() ? kSuccess : kSkipped, skipped);
   const py::Object statistics = api.attr(kStatistics);
   statistics.call(kAdd, py::Ref<ExportRecord>::make());
@@ -177,7 +185,8 @@ void expose_export_driver(const py::Scope& api) {
           "start",
           "Exports the matched hierarchies, or what is selected, as the mode of the checks says.\n\n"
           "The settings say where to: the user chooses, the directory of the project, or that of the open scene. "
-          "Without one that exists `lost_export_directory` is called, and nothing else happens. See `project`.")
+          "Without one that exists, or with one that is no path, `lost_export_directory` is called, and nothing else "
+          "happens. See `project`.")
       .operation<&ExportDriver::project>(
           "project", {"directory"},
           "Exports the checked hierarchies of the buffer.\n\n"
@@ -187,7 +196,9 @@ void expose_export_driver(const py::Scope& api) {
           "as `error` in its task of the `queue`, and keeps none of the others from being written. In the end "
           "`export_success` is called, or `export_skipped` "
           "with the names of those that were not written, and the statistics have one record more. The selection of "
-          "the host stays as it is. RuntimeError inside an export.")
+          "the host stays as it is. The export follows the `queue`: to cancel it, clear the queue, from the host or an "
+          "event; it ends after the file under way, and tasks that are added are exported. RuntimeError inside an "
+          "export.")
       .operation<&ExportDriver::selected>("selected", {"directory"},
                                           "Exports the roots of the selection, in the same way as `project`.")
       .operation<&ExportDriver::get_directory>(

@@ -1,5 +1,7 @@
 #include "application/scene_facade.h"
 
+#include "files/paths.h"
+
 namespace heron {
 namespace {
 const py::Name kCallbacks("callbacks"), kEnv("env"), kProject("project"), kFilename("filename"), kLoad("load");
@@ -19,8 +21,8 @@ void SceneFacade::init(const py::Object& api_, const Host& host_, const py::Ref<
 py::Object SceneFacade::directory_dialog(const py::Object& start) const {
   static const py::Name kDecodeUser("decode_user"), kEncodeUser("encode_user");
   const py::Object env = api.attr(kEnv);
-  const py::Object path = host.ask_directory(env.call(kDecodeUser, start));
-  return path.truth() ? env.call(kEncodeUser, path) : py::Object::none();
+  const py::Object path = paths::plain(host.ask_directory(env.call(kDecodeUser, paths::plain(start))));
+  return path.truth() ? paths::plain(env.call(kEncodeUser, path)) : py::Object::none();
 }
 
 // An empty project has no file, and nothing to load.

@@ -26,6 +26,16 @@ py::Object file_name(const py::Object& path) {
   return modules::path.call(kBasename, path);
 }
 
+bool is_path(const py::Object& value) {
+  static const py::Name kFsPath("__fspath__");
+  return value.is_text() || PyObject_HasAttr(reinterpret_cast<PyObject*>(Py_TYPE(value.or_none())), kFsPath.get()) != 0;
+}
+
+py::Object plain(const py::Object& value) {
+  static const py::Name kFsDecode("fsdecode");
+  return is_path(value) && !value.is_text() ? modules::os.call(kFsDecode, value) : value;
+}
+
 bool exist(const py::Object& path) {
   static const py::Name kExists("exists");
   return modules::path.call(kExists, path).truth();

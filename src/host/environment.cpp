@@ -40,16 +40,16 @@ py::Object made_directory(const py::Object& parent, const py::Object& name) {
   return directory;
 }
 
-bool gives_text(const py::Object& instance, const py::Name& name, const auto&... arguments) {
+bool gives_path(const py::Object& instance, const py::Name& name, const auto&... arguments) {
   const py::Object function = safe_access::operation(instance, name);
-  return function && safe_access::call([&] { return function(arguments...); }).is_text();
+  return function && paths::is_path(safe_access::call([&] { return function(arguments...); }));
 }
 
 }  // namespace
 
 void Environment::init() const {
   const py::Object self = py::object_of(*this);
-  process_environment::set("HERON-SETTINGS", self.call(kGetSettingsDirectory));
+  process_environment::set("HERON-SETTINGS", paths::plain(self.call(kGetSettingsDirectory)));
   process_environment::set("HERON-TARGET", self.attr(kTarget));
   process_environment::set("HERON-SCOPE", self.attr(kScope));
 }
@@ -98,10 +98,10 @@ py::Object LocalEnv::get_statistics_file() const { return paths::join(settings, 
 
 bool is_environment(const py::Object& instance) {
   for (const auto* name : {&kGetSettingsFile, &kGetSettingsDirectory, &kGetProjectsDirectory, &kGetStatisticsFile}) {
-    if (!gives_text(instance, *name)) return false;
+    if (!gives_path(instance, *name)) return false;
   }
   for (const auto* name : {&kDecodeUser, &kEncodeUser}) {
-    if (!gives_text(instance, *name, py::text("~"))) return false;
+    if (!gives_path(instance, *name, py::text("~"))) return false;
   }
   return true;
 }
@@ -157,7 +157,7 @@ void expose_environment(const py::Scope& module, const py::Scope& assertions) {
 
   const py::Scope test = py::make_namespace(assertions, "Environment", "Tests of environments.");
   py::function<&is_environment>(test, "is_valid", {"instance"},
-                                "Whether an object can serve as the `Environment`: its four paths are text, and so is "
+                                "Whether an object can serve as the `Environment`: its four paths are texts or path objects, and so is "
                                 "\"~\" decoded and encoded. What it raises is logged, and counts as no.");
 }
 

@@ -1,5 +1,6 @@
 #include "host/host.h"
 
+#include "files/paths.h"
 #include "host/selection_scope.h"
 
 namespace heron {
@@ -23,7 +24,7 @@ py::Text Host::name(const py::Object& path) const {
 
 py::Object Host::type_mapping() const { return attr(kTypeMapping); }
 
-py::Object Host::current_file() const { return call(kGetCurrentFile); }
+py::Object Host::current_file() const { return paths::plain(call(kGetCurrentFile)); }
 
 py::List Host::selection() const { return paths(kGetSelection); }
 

@@ -1,7 +1,9 @@
 #include "projects/collection.h"
 
 #include "files/access_queue.h"
+#include "files/json_file.h"
 #include "files/paths.h"
+#include "foundation/errors.h"
 #include "foundation/kept_error.h"
 #include "foundation/lock.h"
 #include "foundation/logger.h"
@@ -33,7 +35,7 @@ void ProjectCollection::init(const py::Object& application, const py::Object& ta
   api = application;
   target = target_application;
   mutex_edit = py::modules::threading.call(kLock);
-  directory = api.attr(kEnv).call(kGetProjectsDirectory);
+  directory = paths::plain(api.attr(kEnv).call(kGetProjectsDirectory));
   table = py::Dict();
   errors = py::Dict();
   load();
@@ -189,7 +191,7 @@ py::Object ProjectCollection::accept(const py::Object& contents) const {
 }
 
 /// Writes a project of the server's if it is newer than ours. Returns its path. A file that was passed over when it was
-/// to be loaded may hold more than the server's copy: it gets another try, and is never replaced unread.
+/// to be loaded may hold more than the server's copy: it gets another try, and is moved aside before it is replaced.
 py::Object ProjectCollection::take(const py::Object& project) const {
   const py::Object filename = project.attr(kFilename), path = project.attr(kPath);
   py::Object current = get(filename);
@@ -198,12 +200,27 @@ py::Object ProjectCollection::take(const py::Object& project) const {
     locked(mutex_edit, [&] { load_file(path); });
     current = get(filename);
   }
-  if (is_passed_over()) {
-    warn_of(path);
-  } else if (current.attr(kEdited).is_less(project.attr(kEdited))) {
-    save(project);
-  }
+  const bool is_newer = current.attr(kEdited).is_less(project.attr(kEdited));
+  if (is_newer && (!is_passed_over() || make_room(path))) save(project);
   return path;
+}
+
+/// Moves a file that cannot be used aside for a project of the server's. False, with a record in the log, if it stays,
+/// as one does that another only kept for too long.
+bool ProjectCollection::make_room(const py::Object& path) const {
+  warn_of(path);
+  if (const auto failure = errors.find(path); failure && py::is_instance<heron::errors::AccessQueueTimeout>(failure->get())) {
+    return false;
+  }
+  try {
+    json_file::set_aside(path);
+    return true;
+  } catch (const py::Error& error) {
+    if (!error.is_failure()) throw;
+    logger::caught(error);
+    settle(path, kept(error));
+    return false;
+  }
 }
 
 void ProjectCollection::erase_all_but(const py::Set& kept) const {
@@ -226,9 +243,9 @@ void ProjectCollection::load() const {
 
 // A project that cannot be built must not keep the others from loading. Its file stays.
 void ProjectCollection::load_file(const py::Object& json_path) const {
-  const py::Object project = read(json_path);
+  const py::Object path = paths::plain(json_path), project = read(path);
   if (!project) {
-    warn_of(json_path);
+    warn_of(path);
   } else if (is_approved(project)) {
     table.set(project.attr(kPath), project);
   }
@@ -259,7 +276,8 @@ void ProjectCollection::save(const py::Object& project) const {
   api.attr(kCallbacks).call(kProjectsSaved);
 }
 
-void ProjectCollection::erase(const py::Object& path) const {
+void ProjectCollection::erase(const py::Object& json_path) const {
+  const py::Object path = paths::plain(json_path);
   table.remove(path);
   try {
     with_document(path, false, [&](const py::Object&) { paths::remove(path); });
@@ -323,7 +341,7 @@ void expose_project_collection(const py::Scope& project) {
               "erased, files included, those of another target or without a version too. A document of which no "
               "project can be made is logged, and a project of its file name stays what it was. One whose file name "
               "cannot be that of a project is logged and passed over. A file that is here but cannot be taken up is "
-              "tried again, and stays if it still cannot.\n\n"
+              "tried again; if it still cannot, it is moved into \".corrupted\" before a project takes its place.\n\n"
               "AttributeError for a document that is no mapping, TypeError for anything but a list, the error of the "
               "records for a document without a usable file name of which no project can be made; nothing is erased "
               "then.")

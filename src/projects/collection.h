@@ -52,6 +52,7 @@ class ProjectCollection {
   void reload(const py::Object& project) const;
   py::Object accept(const py::Object& contents) const;
   py::Object take(const py::Object& project) const;
+  bool make_room(const py::Object& path) const;
   void erase_all_but(const py::Set& kept) const;
 };
 

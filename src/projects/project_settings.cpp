@@ -78,7 +78,7 @@ bool ProjectSettings::is_file_name(const py::Object& name) {
 void ProjectSettings::init(const py::Object& related_collection, const py::Object& project_directory,
                            const py::Object& file, const py::Object& file_data) {
   collection = related_collection;
-  directory = to_str(project_directory);
+  directory = to_str(paths::plain(project_directory));
   filename = to_str(file);
   history = py::Ref<History>::make();
   history->init(py::Ref<ProjectSettings>::of(*this));
@@ -95,7 +95,7 @@ void ProjectSettings::apply(const py::Object& file_data) {
   name = document::text_at(file_data, kName);
   description = document::text_at(file_data, kDescription);
   edit_timestamp = document::number_at(file_data, kEditTimestamp, py::to_python(0.0));
-  deleted = py::to_python(document::flag_at(file_data, kDeleted));
+  deleted = py::to_python(document::truth_at(file_data, kDeleted));
   py::object_of(*this).set_attr(kVersionKey, document::number_at(file_data, kVersionKey, py::to_python(-1)));
   filename = filename_at(file_data);
   target = document::text_at(file_data, kTarget);

@@ -1,6 +1,7 @@
 #include "projects/record.h"
 
 #include "export/export_options.h"
+#include "files/paths.h"
 #include "runtime/modules.h"
 #include "settings/document_values.h"
 
@@ -15,7 +16,9 @@ py::Object deep_copy(const py::Object& value) { return py::modules::copy.call(kD
 }  // namespace
 
 void RecordExport::init(const py::Object& stored) {
-  directory = document::text_at(stored, kDirectory, py::text("~"));
+  const py::Object place = paths::plain(py::get(stored, kDirectory, py::text("~")));
+  if (!place.is_text()) document::warn(kDirectory);
+  directory = place.is_text() ? place : py::text("");  // nobody has asked for the home
   options = document::map_at(stored, kOptions);
   const auto switches = py::Ref<ExportFlags>::make();
   switches->load(document::map_at(stored, kFlags));
@@ -34,7 +37,7 @@ void RecordExport::set_options(const py::Object& chosen) {
 
 py::Dict RecordExport::data() const {
   py::Dict data;
-  data.set(kDirectory, directory);
+  data.set(kDirectory, paths::plain(directory));
   data.set(kOptions, deep_copy(options));
   data.set(kFlags, deep_copy(flags->data()));
   return data;

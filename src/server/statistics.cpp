@@ -39,7 +39,7 @@ py::Dict sendable(const py::Dict& data) {
 void Statistics::init(const py::Object& environment) {
   static const py::Name kLock("Lock"), kGetStatisticsFile("get_statistics_file");
   mutex = py::modules::threading.call(kLock);
-  path = environment.call(kGetStatisticsFile);
+  path = paths::plain(environment.call(kGetStatisticsFile));
   data = read();
   ensure_attributes();
 }

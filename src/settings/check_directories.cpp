@@ -12,11 +12,11 @@ const py::Name kAbsPath("abspath"), kDirName("dirname"), kIsDir("isdir"), kFile(
 
 }  // namespace
 
-py::Object CheckDirectory::absolute(const py::Object&, const py::Text& path, bool, bool) {
+py::Object CheckDirectory::absolute(const py::Object&, const paths::Argument& path, bool, bool) {
   return py::modules::path.call(kAbsPath, path);
 }
 
-void CheckDirectory::init(const py::Object& name, const py::Text&, bool enable, bool locked) {
+void CheckDirectory::init(const py::Object& name, const paths::Argument&, bool enable, bool locked) {
   name_ = name;
   enabled_ = enable;
   locked_ = locked;
@@ -44,15 +44,15 @@ void CheckDirectoryList::init(const py::Iterable& data) {
   embedded = py::Object::none();
   for (const py::Object& stored : document::maps(data, kDirectories)) {
     const py::Object path = py::get(stored, kPath, py::text(""));
-    if (path.is_text()) {
-      add_stored(stored, py::Text(path));
+    if (paths::is_path(path)) {
+      add_stored(stored, paths::Argument(path));
     } else {
       document::warn(kPath);  // its default would be the working directory, which nobody has asked for
     }
   }
 }
 
-void CheckDirectoryList::add_stored(const py::Object& stored, const py::Text& path) const {
+void CheckDirectoryList::add_stored(const py::Object& stored, const paths::Argument& path) const {
   try {
     add_new(py::get(stored, kName, py::text("")), path, py::get(stored, kEnabled, py::to_python(true)));
   } catch (const py::Error& error) {
@@ -78,14 +78,14 @@ py::Object CheckDirectoryList::add(const py::Object& other) const {
 
 void CheckDirectoryList::embed(const py::Object& module) {
   if (!PyModule_Check(module.get())) return;
-  const py::Object file = module.attr(kFile, py::Object::none());
+  const py::Object file = paths::plain(module.attr(kFile, py::Object::none()));
   if (!file.is_text()) return;  // a module of the runtime itself, or a package without a file of its own
   const py::Object yes = py::to_python(true);
   embedded = py::type_of<CheckDirectory>()(py::text("Default"), py::modules::path.call(kDirName, file), yes, yes);
   append(embedded);
 }
 
-void CheckDirectoryList::add_new(const py::Object& name, const py::Text& path, const py::Object& enable) const {
+void CheckDirectoryList::add_new(const py::Object& name, const paths::Argument& path, const py::Object& enable) const {
   const py::Ref<CheckDirectory> directory(py::type_of<CheckDirectory>()(name, path));
   directory->set_enabled(enable);
   append(directory);

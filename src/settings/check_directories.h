@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/paths.h"
 #include "runtime/class.h"
 
 namespace heron {
@@ -7,9 +8,9 @@ namespace heron {
 /// A directory in which check classes are looked for. The object is a text: the absolute, normalised path.
 class CheckDirectory {
  public:
-  static py::Object absolute(const py::Object& name, const py::Text& path, bool enable, bool locked);
+  static py::Object absolute(const py::Object& name, const paths::Argument& path, bool enable, bool locked);
 
-  void init(const py::Object& name, const py::Text& path, bool enable, bool locked);
+  void init(const py::Object& name, const paths::Argument& path, bool enable, bool locked);
 
   const py::Object& name() const { return name_; }
   bool enabled() const { return enabled_; }
@@ -41,7 +42,7 @@ class CheckDirectoryList {
   void add_in_place(const py::Object& other) const;
   void embed(const py::Object& module);  ///< Adds the directory of a module, if it is one with a file.
   /// `register`, which is a keyword of C++.
-  void add_new(const py::Object& name, const py::Text& path, const py::Object& enable) const;
+  void add_new(const py::Object& name, const paths::Argument& path, const py::Object& enable) const;
 
   // What is not approved is left out without a word.
   void insert(Py_ssize_t index, const py::Object& directory) const;
@@ -57,7 +58,7 @@ class CheckDirectoryList {
   }
 
  private:
-  void add_stored(const py::Object& stored, const py::Text& path) const;
+  void add_stored(const py::Object& stored, const paths::Argument& path) const;
   py::List items() const { return py::List(py::object_of(*this)); }
 };
 

@@ -62,6 +62,11 @@ bool document::flag_at(const py::Object& document, const py::Name& key) {
   return value_at(document, as_object(key), py::to_python(false), is_flag).truth();
 }
 
+bool document::truth_at(const py::Object& document, const py::Name& key) {
+  const auto is_either = [](const py::Object& value) { return is_flag(value) || is_number(value); };
+  return value_at(document, as_object(key), py::to_python(false), is_either).truth();
+}
+
 py::Object document::number_at(const py::Object& document, const py::Name& key, const py::Object& otherwise) {
   return value_at(document, as_object(key), otherwise, is_number);
 }

@@ -15,6 +15,7 @@ py::Object map_at(const py::Object& document, const py::Object& key);  ///< Empt
 py::Object list_at(const py::Object& document, const py::Name& key);   ///< Empty if absent.
 py::Object text_at(const py::Object& document, const py::Name& key);   ///< Empty if absent; as the own text class.
 bool flag_at(const py::Object& document, const py::Name& key);         ///< False if absent.
+bool truth_at(const py::Object& document, const py::Name& key);        ///< The same; a number stands for its truth.
 
 /// A text as it comes.
 py::Object text_at(const py::Object& document, const py::Name& key, const py::Object& otherwise);

@@ -1,5 +1,7 @@
 #include "settings/export_settings.h"
 
+#include "files/paths.h"
+
 namespace heron {
 namespace {
 
@@ -16,7 +18,7 @@ void ExportSettings::init(const py::Object& data) {
 py::Dict ExportSettings::data() const {
   py::Dict data;
   data.set(kMode, mode);
-  data.set(kDirectory, directory);
+  data.set(kDirectory, paths::plain(directory));
   return data;
 }
 

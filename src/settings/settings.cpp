@@ -43,7 +43,7 @@ bool Settings::is_approved(const py::Object& text, const py::Object& method) {
 
 void Settings::init(const py::Object& environment) {
   static const py::Name kGetSettingsFile("get_settings_file"), kTarget("target"), kScope("scope");
-  path = environment.call(kGetSettingsFile);
+  path = paths::plain(environment.call(kGetSettingsFile));
   write_error = py::Object();
   const py::Object document = read();
   const document::Ignored reading;
