@@ -9,6 +9,8 @@ from functools import partial, wraps
 from pathlib import Path
 from types import SimpleNamespace
 
+import pytest
+
 import core
 import heron.home
 
@@ -174,6 +176,18 @@ def session(host, *nodes):
     scanner = core.Scene._Scanner(None, host, virtual, hierarchy, buffer, callbacks)
     parts = {"virtual": virtual, "hierarchy": hierarchy, "buffer": buffer, "scanner": scanner}
     return SimpleNamespace(host=host, events=events, **parts)
+
+
+@contextmanager
+def full_disk(size):
+    """No file can be written beyond this size, in bytes."""
+    resource = pytest.importorskip("resource")
+    limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (size, limits[1]))
+    try:
+        yield
+    finally:
+        resource.setrlimit(resource.RLIMIT_FSIZE, limits)
 
 
 @contextmanager

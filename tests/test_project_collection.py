@@ -4,6 +4,7 @@ import json
 import os
 import shutil
 import threading
+import time
 from concurrent.futures import ThreadPoolExecutor
 from types import SimpleNamespace
 
@@ -83,6 +84,43 @@ def test_a_directory_is_read_for_one_target(tmp_path):
     told = {os.path.basename(path): type(error).__name__ for path, error in collection.errors.items()}
     assert told == {"damaged.json": "JSONDecodeError", "directory.json": "IsADirectoryError",
                     "range.json": "TypeError", "time.json": "ValueError"}  # fmt: skip
+
+
+def test_many_documents_are_waited_for_once(tmp_path, monkeypatch):
+    naps, reading, slow = [], [], 0
+    store(tmp_path, *(document(f"{number}.json") for number in range(9)))
+
+    def nap(seconds):
+        naps.append(seconds)
+        if len(naps) == 3:
+            (tmp_path / "2.json.lock").unlink(missing_ok=True)  # who was inside has left
+            (tmp_path / "0.json.id.0").unlink(missing_ok=True)
+
+    def load(stream, loaded=json.load):
+        reading.append(sorted(path.name.partition(".")[0] for path in tmp_path.glob("*.id.*")))
+        monkeypatch.setattr("time.time", lambda now=time.time() + slow: now)
+        return loaded(stream)
+
+    listed = os.listdir
+    monkeypatch.setattr("os.listdir", lambda directory: sorted(listed(directory)))
+    monkeypatch.setattr("time.sleep", nap)
+    monkeypatch.setattr("json.load", load)
+    assert len(list(open_collection(tmp_path))) == 9
+    assert naps == [0.1] and reading == [list("012345678")[at:] for at in range(9)]
+
+    # Those that others are in are read when these have left.
+    (tmp_path / "2.json.lock").touch()
+    (tmp_path / "0.json.id.0").touch()
+    del naps[:], reading[:]
+    collection = open_collection(tmp_path)
+    assert len(list(collection)) == 9 and collection.errors == {}
+    assert naps == [0.1] * 4 and sorted(listed(tmp_path)) == [f"{number}.json" for number in range(9)]
+
+    # Where reading takes long, the others are left to whoever needs them.
+    del naps[:], reading[:]
+    slow = 3
+    assert len(list(open_collection(tmp_path))) == 9
+    assert naps == [0.1] * 5 and [len(ids) for ids in reading] == [9, 8, 7, 6, 5, 4, 3, 2, 1]
 
 
 def test_a_directory_that_cannot_be_read_counts_as_empty(tmp_path):
@@ -250,7 +288,7 @@ def test_a_broken_project_of_the_server_costs_no_other(tmp_path):
         collection.accept_http_response(theirs)
     assert any(line.startswith("TypeError") for line in log)
     assert log.count("Incompatible Stored Value - filename") == 2
-    assert sorted(os.listdir(tmp_path)) == ["a.json", "b.json"]
+    assert sorted(os.listdir(tmp_path)) == [".backup", "a.json", "b.json"]
     assert files(tmp_path) == {"a.json": 10, "b.json": 99}
     assert not (tmp_path.parent / "evil.json").exists()
     assert collection.get("a.json").edit_timestamp == 10
@@ -279,14 +317,15 @@ def test_a_file_that_was_passed_over_is_not_replaced_unread(tmp_path):
 
 
 def test_a_file_that_cannot_be_erased_stays(tmp_path):
-    store(tmp_path, document("a.json"), document("b.json"))
+    store(tmp_path, document("a.json"), document("b.json"), document("c.json"))
     collection = open_collection(tmp_path)
+    collection.save_project(collection.get("c.json"))
     (tmp_path / "a.json").write_text("{", encoding="utf-8")
     (tmp_path / "b.json").unlink()
     with logged() as log:
         collection.accept_http_response([])
     assert (collection.names, len(log), len(collection.errors)) == ([], 2, 2)
-    assert os.listdir(tmp_path) == ["a.json"]
+    assert sorted(os.listdir(tmp_path)) == [".backup", "a.json"] and os.listdir(tmp_path / ".backup") == []
     assert not collection._mutex_edit.locked()
 
 

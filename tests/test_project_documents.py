@@ -3,10 +3,13 @@
 import json
 import os
 import re
+import subprocess
+import sys
 
 import pytest
-from hosts import logged
+from hosts import full_disk, logged
 
+import core
 from core import Constants, _Project, _Str
 
 Settings = _Project.Settings
@@ -35,7 +38,7 @@ def test_a_project_writes_its_document_in_order(tmp_path):
     project.write()
     text = (tmp_path / "street.json").read_text(encoding="utf-8")
     assert text == json.dumps(DATED, indent=2, ensure_ascii=False)
-    assert os.listdir(tmp_path) == ["street.json"]
+    assert sorted(os.listdir(tmp_path)) == [".backup", "street.json"]
 
     again = Settings.init(None, str(tmp_path / "street.json"))
     assert again == project and again.data == DOCUMENT
@@ -84,7 +87,7 @@ def test_the_file_name_in_the_document_wins(tmp_path):
     project = Settings.init(None, str(file))
     assert project.path == str(tmp_path / "street.json")
     project.write()
-    assert sorted(os.listdir(tmp_path)) == ["renamed.json", "street.json"]
+    assert sorted(os.listdir(tmp_path)) == [".backup", "renamed.json", "street.json"]
 
 
 FOREIGN = "../street.json", "a/b.json", "..", ".corrupted", "x.txt", "a.json.lock", 5, None
@@ -173,6 +176,67 @@ def test_a_write_that_fails_leaves_the_file_as_it_was(tmp_path):
     with logged() as log:
         project.write()
     assert len(log) == 1 and json.loads(file.read_text(encoding="utf-8")) == [1]
+
+
+def test_a_full_disk_leaves_the_file_as_another_program_wrote_it(tmp_path):
+    project = make(tmp_path)
+    project.write()
+    file = store(tmp_path, "street.json", DATED | {"name": "Avenue"})
+    before, project.description = file.read_bytes(), "x" * 4000
+    with full_disk(4000), logged():
+        project.write()
+    assert isinstance(project.write_error, OSError) and file.read_bytes() == before
+
+
+# Stops in the middle of a write, for good.
+WRITE = """
+import io, sys
+import core
+
+def open_slowly(path, mode="r", *options, opened=io.open):
+    stream = opened(path, mode, *options)
+    if mode == "wb":
+        write = stream.write
+        stream.write = lambda data: (write(data[:50]), stream.flush(), print("cut", flush=True), sys.stdin.read())
+    return stream
+
+project = core._Project.Settings.init(None, sys.argv[1])
+io.open, project.name = open_slowly, "Avenue"
+project.write()
+"""
+
+
+@pytest.mark.parametrize("is_kept_copy_cut", [False, True])
+def test_a_process_that_is_killed_while_it_writes_costs_a_project_its_last_edit_alone(
+    tmp_path, is_kept_copy_cut
+):
+    project, file = make(tmp_path), tmp_path / "street.json"
+    project.write()
+    child = subprocess.Popen(
+        [sys.executable, "-c", WRITE, str(file)],
+        stdin=subprocess.PIPE,
+        stdout=subprocess.PIPE,
+        env={**os.environ, "PYTHONPATH": os.path.dirname(core.__file__)},
+    )
+    with child:
+        assert child.stdout.readline().startswith(b"cut")
+        child.kill()
+    assert file.stat().st_size == 50
+    for marker in tmp_path.glob("street.json.*"):
+        os.utime(marker, (0, 0))
+    if is_kept_copy_cut:
+        store(tmp_path / ".backup", "street.json", "{")
+    with logged() as log:
+        again = Settings.init(None, str(file))
+    assert log[0] == f"Read Corrupted Project: {file}" and isinstance(again.read_error, ValueError)
+    if is_kept_copy_cut:
+        assert (again.version, file.exists()) == (-1, False) and log[1].startswith("JSONDecodeError")
+    else:
+        assert again == project and log[1:] == [f"Restored Corrupted Project: {file}"]
+        assert "its last whole state is used: Unterminated string" in str(again.read_error)
+        again = Settings.init(None, str(file))
+        assert again == project and again.read_error is None
+    assert [path.stat().st_size for path in (tmp_path / ".corrupted").iterdir()] == [50]
 
 
 def test_a_file_that_has_grown_is_outdated_until_it_is_written(tmp_path):

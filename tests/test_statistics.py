@@ -1,12 +1,13 @@
 """The records of use: what is kept, what is sent, and the file that several processes share."""
 
 import json
+import os
 import threading
 from concurrent.futures import ThreadPoolExecutor, wait
 from types import SimpleNamespace
 
 import pytest
-from hosts import logged
+from hosts import full_disk, logged
 from hypothesis import given
 from hypothesis import strategies as st
 
@@ -51,6 +52,16 @@ def set_aside(file):
 def kinds(log):
     """What was logged, up to the first colon."""
     return sorted(text.partition(":")[0] for text in log)
+
+
+def test_a_full_disk_costs_nothing_that_was_written(file):
+    open_store(file, 1).write()
+    before, store = file.read_bytes(), open_store(file, *range(2, 99))
+    with full_disk(len(before) + 9), logged():
+        store.write()
+    assert isinstance(store.write_error, OSError) and file.read_bytes() == before
+    store.write()
+    assert len(content(file)["checks"]) == 98 and os.listdir(file.parent) == [file.name]
 
 
 def test_records_have_a_category_and_their_keys_in_order(monkeypatch):

@@ -5,6 +5,7 @@
 #include "files/json_file.h"
 #include "files/paths.h"
 #include "files/stream.h"
+#include "files/waiting.h"
 #include "foundation/clock.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
@@ -13,7 +14,7 @@
 namespace heron {
 namespace {
 
-constexpr double kGateStep = 0.5, kQueueStep = 0.1;  // seconds between two looks
+constexpr double kGateStep = 0.5;  // seconds between two looks
 
 py::Object random_number() {
   static const py::Name kRandom("random");
@@ -22,26 +23,21 @@ py::Object random_number() {
       static_cast<Py_ssize_t>(py::From<double>::from(py::modules::random.call(kRandom).get()) * kRange));
 }
 
-void sleep(double seconds) {
-  static const py::Name kSleep("sleep");
-  py::modules::time.call(kSleep, py::to_python(seconds));
-}
-
-/// Asks again and again until the answer is yes or the time has run out. The time is the sum of the steps.
-template <class F>
-bool wait(double timeout, double step, F&& answer) {
-  double duration = 0;
-  while (duration < timeout) {
-    if (answer()) return true;
-    sleep(step);
-    duration += step;
-  }
-  return false;
-}
-
 /// Creates an empty file, or empties it, which renews its time.
 void touch(const py::Object& path) {
   with_stream(open_data(path, "w"), [](const py::Object&) {});
+}
+
+void remove_if_there(const py::Object& path) {
+  try {
+    paths::remove(path);
+  } catch (const py::Error& error) {
+    if (!error.matches(PyExc_FileNotFoundError)) throw;
+  }
+}
+
+bool holds(const py::Object& text, const char* part) {
+  return py::checked(PyUnicode_Contains(text.get(), py::text(part).get())) != 0;
 }
 
 }  // namespace
@@ -59,11 +55,16 @@ void AccessQueue::init(const py::Object& json_path, bool write_, double access_t
 }
 
 const py::Object& AccessQueue::enter() {
-  const auto read = [&] {
+  const auto get_in = [&] {
     assert_access();
-    data = paths::exist(path) ? json_file::read(path) : py::Dict();
+    read();
   };
-  py::undo_on_failure(read, [&] { release_access(); });
+  py::undo_on_failure(get_in, [&] { release_access(); });
+  return data;
+}
+
+const py::Object& AccessQueue::read() {
+  data = paths::exist(path) ? json_file::read(path) : py::Dict();
   return data;
 }
 
@@ -81,53 +82,80 @@ void AccessQueue::assert_built() const {
   if (!path) py::raise(PyExc_RuntimeError, "AccessQueue.__init__() was not called");
 }
 
-void AccessQueue::assert_access() const {
+void AccessQueue::assert_directory() const {
   assert_built();
-  if (!paths::exist(directory)) {
-    PyErr_SetNone(PyExc_FileNotFoundError);
-    throw py::Error();
-  }
+  if (paths::exist(directory)) return;
+  PyErr_SetNone(PyExc_FileNotFoundError);
+  throw py::Error();
+}
+
+void AccessQueue::assert_access() const {
+  assert_directory();
   if (!is_free()) errors::raise<errors::AccessQueueTimeout>();
   if (!is_next()) errors::raise<errors::AccessQueueTimeout>();
 }
 
-bool AccessQueue::is_free() const {
-  assert_built();
-  return wait(access_timeout, kGateStep, [&] {
-    delete_outdated(path_lock);
-    return !paths::exist(path_lock);
-  });
+bool AccessQueue::is_open() const {
+  delete_outdated(path_lock);
+  return !paths::exist(path_lock);
 }
 
-bool AccessQueue::is_next() const {
+bool AccessQueue::is_free() const {
+  assert_built();
+  return wait(access_timeout, kGateStep, [&] { return is_open(); });
+}
+
+void AccessQueue::join() const {
   assert_built();
   touch(path_lock);
   touch(path_id);
-  sleep(kQueueStep);  // whoever passed the gate at the same time is in the queue by now
-  return wait(access_timeout, kQueueStep, [&] {
-    const py::List editors = editors_sequence();
-    return !editors.empty() && editors.at(0).equals(path_id);
-  });
+}
+
+bool AccessQueue::is_next() const {
+  join();
+  sleep(kStep);  // whoever passed the gate at the same time is in the queue by now
+  return wait(access_timeout, kStep, [&] { return is_head(Listing(directory)); });
+}
+
+bool AccessQueue::is_head(const Listing& listing) const {
+  const py::List editors = editors_among(listing);
+  return !editors.empty() && editors.at(0).equals(path_id);
+}
+
+void AccessQueue::leave_queue() const {
+  assert_built();
+  if (paths::exist(path_id)) paths::remove(path_id);
+}
+
+void AccessQueue::open_gate(const Listing& listing) const {
+  if (editors_among(listing).empty()) remove_if_there(path_lock);  // the last of a batch opens it
 }
 
 void AccessQueue::release_access() const {
-  assert_built();
-  if (paths::exist(path_id)) paths::remove(path_id);
-  if (!editors_sequence().empty()) return;  // the gate stays closed until the last of this batch has left
-  try {
-    paths::remove(path_lock);
-  } catch (const py::Error& error) {
-    if (!error.matches(PyExc_FileNotFoundError)) throw;
+  leave_queue();
+  open_gate(Listing(directory));
+}
+
+AccessQueue::Listing::Listing(const py::Object& directory) {
+  static const py::Name kListDirectory("listdir");
+  for (py::Object& name : py::collect(py::modules::os.call(kListDirectory, directory))) {
+    if (holds(name, ".id.")) ids.push_back(name);
+    names.push_back(std::move(name));
   }
 }
 
-// The order of the listing is the order of the queue: all see the same, which is what counts.
 py::List AccessQueue::editors_sequence() const {
-  static const py::Name kListDirectory("listdir"), kMatch("match");
   assert_built();
+  return editors_among(Listing(directory));
+}
+
+// The order of the listing is the order of the queue: all see the same, which is what counts.
+py::List AccessQueue::editors_among(const Listing& listing) const {
+  static const py::Name kMatch("match");
   const py::Object pattern = format(R"(^{}\.id\.\d+)", {filename});
+  const bool may_match_others = holds(filename, "|") || holds(filename, "\\");
   py::List editors;
-  for (const py::Object& name : py::collect(py::modules::os.call(kListDirectory, directory))) {
+  for (const py::Object& name : may_match_others ? listing.names : listing.ids) {
     if (py::modules::re.call(kMatch, pattern, name).is_none()) continue;
     const py::Object editor = paths::join(directory, name);
     delete_outdated(editor);

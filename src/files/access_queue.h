@@ -12,6 +12,13 @@ namespace heron {
 class AccessQueue {
  public:
   static constexpr double kAccessTimeout = 30.0, kLifeDurationThreshold = 35.0;  // seconds
+  static constexpr double kStep = 0.1;  ///< Seconds between two looks at the queue, and before the first.
+
+  /// What stood in a directory at one time.
+  struct Listing {
+    explicit Listing(const py::Object& directory);
+    std::vector<py::Object> names, ids;  ///< All of them, and those that may be id files of documents.
+  };
 
   void init(const py::Object& json_path, bool write = false, double access_timeout = kAccessTimeout,
             double life_duration_threshold = kLifeDurationThreshold);
@@ -27,6 +34,16 @@ class AccessQueue {
   bool is_next() const;  ///< Waits in the queue; false if time runs out.
   void release_access() const;
   py::List editors_sequence() const;
+
+  // The steps of these, for who enters the queues of many documents at once.
+  void assert_directory() const;  ///< FileNotFoundError if it is missing.
+  bool is_open() const;           ///< Does the gate stand open now?
+  void join() const;              ///< Puts down both markers.
+  bool is_head(const Listing& listing) const;
+  const py::Object& read();                      ///< The document, for who has access.
+  void leave_queue() const;                      ///< Takes the own marker away.
+  void open_gate(const Listing& listing) const;  ///< After that, unless others are in the queue.
+  py::List editors_among(const Listing& listing) const;
   void delete_outdated(const py::Object& path) const;
 
   py::Object path, directory, filename, path_lock, path_id;

@@ -1,5 +1,7 @@
 #include "files/json_file.h"
 
+#include <algorithm>
+
 #include "files/json_writer.h"
 #include "files/paths.h"
 #include "files/stream.h"
@@ -41,6 +43,15 @@ void write(const py::Object& path, const py::Object& data) {
 }
 
 std::string encoded(const py::Object& data) { return json_writer::bytes(assertions::clean(data)); }
+
+void put(const py::Object& path, std::string_view encoded) {
+  constexpr std::size_t kPiece = 1 << 20;  // bytes, so that a large document is not copied as a whole
+  with_stream(open_bytes(path), [&](const py::Object& stream) {
+    for (; !encoded.empty(); encoded.remove_prefix(std::min(kPiece, encoded.size()))) {
+      write_bytes(stream, encoded.substr(0, kPiece));
+    }
+  });
+}
 
 bool is_writable(const py::Object& data) {
   try {

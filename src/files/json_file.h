@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "runtime/object.h"
 
@@ -18,6 +19,8 @@ void write(const py::Object& path, const py::Object& data);
 
 /// What `write` would put into the file, or its failure, for a file whose old content must outlive one.
 std::string encoded(const py::Object& data);
+
+void put(const py::Object& path, std::string_view encoded);  ///< Makes this the file's content.
 
 bool is_writable(const py::Object& data);  ///< Would `encoded` raise nothing?
 

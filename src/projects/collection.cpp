@@ -117,7 +117,8 @@ py::Object ProjectCollection::get(const py::Object& filename) const {
 /// own, and others hold its records.
 void ProjectCollection::reload(const py::Object& project) const {
   static const py::Name kReload("reload");
-  const py::Object path = project.attr(kPath), stored = read(path);
+  const py::Object path = project.attr(kPath),
+                   stored = make(path, read_stored_document(path, ProjectSettings::kCorrupted));
   if (stored && is_approved(stored)) {
     project.call(kReload);
   } else {
@@ -235,15 +236,23 @@ void ProjectCollection::load() const {
   locked(mutex_edit, [&] {
     table.clear();
     errors.clear();
+    std::vector<py::Object> files;
     for (const py::Object& name : file_names()) {
-      if (ProjectSettings::is_file_name(name)) load_file(paths::join(directory, name));
+      if (ProjectSettings::is_file_name(name)) files.push_back(paths::join(directory, name));
     }
+    const std::vector<StoredDocument> read = read_stored_documents(files, ProjectSettings::kCorrupted);
+    for (std::size_t i = 0; i < files.size(); ++i) take_up(files[i], read[i]);
   });
 }
 
-// A project that cannot be built must not keep the others from loading. Its file stays.
 void ProjectCollection::load_file(const py::Object& json_path) const {
-  const py::Object path = paths::plain(json_path), project = read(path);
+  const py::Object path = paths::plain(json_path);
+  take_up(path, read_stored_document(path, ProjectSettings::kCorrupted));
+}
+
+// A project that cannot be built must not keep the others from loading. Its file stays.
+void ProjectCollection::take_up(const py::Object& path, const StoredDocument& read) const {
+  const py::Object project = make(path, read);
   if (!project) {
     warn_of(path);
   } else if (is_approved(project)) {
@@ -252,9 +261,9 @@ void ProjectCollection::load_file(const py::Object& json_path) const {
 }
 
 /// The project of a file, be it approved or not; none, with a record in the log, if it cannot be built.
-py::Object ProjectCollection::read(const py::Object& json_path) const {
+py::Object ProjectCollection::make(const py::Object& json_path, const StoredDocument& read) const {
   try {
-    py::Object project = ProjectSettings::read(py::type_of<ProjectSettings>(), self(), json_path);
+    py::Object project = ProjectSettings::make(py::type_of<ProjectSettings>(), self(), json_path, read);
     settle(json_path, py::Ref<ProjectSettings>(project)->read_error);
     return project;
   } catch (const py::Error& error) {
@@ -280,7 +289,10 @@ void ProjectCollection::erase(const py::Object& json_path) const {
   const py::Object path = paths::plain(json_path);
   table.remove(path);
   try {
-    with_document(path, false, [&](const py::Object&) { paths::remove(path); });
+    with_document(path, false, [&](const py::Object&) {
+      paths::remove(path);
+      remove_kept_copy(path);
+    });
     settle(path, {});
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;

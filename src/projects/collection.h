@@ -47,7 +47,8 @@ class ProjectCollection {
   py::Ref<ProjectCollection> self() const { return py::Ref<ProjectCollection>::of(*this); }
   std::vector<py::Object> present() const;  ///< The projects that are not deleted. The lock is held.
   std::vector<py::Object> file_names() const;
-  py::Object read(const py::Object& json_path) const;
+  py::Object make(const py::Object& json_path, const StoredDocument& read) const;
+  void take_up(const py::Object& path, const StoredDocument& read) const;
   void settle(const py::Object& path, const py::Object& error) const;
   void reload(const py::Object& project) const;
   py::Object accept(const py::Object& contents) const;

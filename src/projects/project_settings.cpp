@@ -1,7 +1,6 @@
 #include "projects/project_settings.h"
 
 #include "files/paths.h"
-#include "files/stored_document.h"
 #include "foundation/clock.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
@@ -47,25 +46,34 @@ void replace_text(py::Object& text, const py::Object& value) {
 }  // namespace
 
 py::Object ProjectSettings::read(const py::Object& type, const py::Object& collection, const py::Object& json_path) {
-  py::Object failure;
-  const py::Object document = open(json_path, failure);
+  return make(type, collection, json_path, read_stored_document(json_path, kCorrupted));
+}
+
+py::Object ProjectSettings::make(const py::Object& type, const py::Object& collection, const py::Object& json_path,
+                                 const StoredDocument& read) {
+  const auto [document, failure] = usable(json_path, read);
   py::Object project = type(collection, paths::directory(json_path), paths::file_name(json_path), document);
   if (py::Ref<ProjectSettings>::holds(project)) py::Ref<ProjectSettings>(project)->read_error = failure;
   return project;
 }
 
 py::Object ProjectSettings::open_only(const py::Object& path) {
-  py::Object failure;
-  return open(path, failure);
+  return usable(path, read_stored_document(path, kCorrupted)).document;
 }
 
-py::Object ProjectSettings::open(const py::Object& path, py::Object& failure) {
-  py::Object document = read_stored_document(path, "Read Corrupted Project: {}", failure);
-  if (!document) return py::Dict();
-  if (PyDict_Check(document.get()) != 0) return document;
+StoredDocument ProjectSettings::usable(const py::Object& path, const StoredDocument& read) {
+  auto [document, failure] = read;
+  const bool is_corrupted = failure && PyErr_GivenExceptionMatches(failure.get(), PyExc_ValueError) != 0;
+  if (is_corrupted) document = restore_stored_document(path);
+  if (is_corrupted && document) {
+    logger::warning(format("Restored Corrupted Project: {}", {path}));
+    const std::string_view reason = "the file was corrupted, and its last whole state is used: {}";
+    failure = kept(PyExc_ValueError, format(reason, {printable(failure)}));
+  }
+  if (!document) return {py::Dict(), failure};
+  if (PyDict_Check(document.get()) != 0) return {document, failure};
   logger::warning(py::text("Incompatible Project File"));
-  failure = kept(PyExc_TypeError, py::text("the document is not a mapping"));
-  return py::Dict();
+  return {py::Dict(), kept(PyExc_TypeError, py::text("the document is not a mapping"))};
 }
 
 bool ProjectSettings::is_file_name(const py::Object& name) {
@@ -174,14 +182,17 @@ void ProjectSettings::mark_edited() { edit_timestamp = clock::now(); }
 
 void ProjectSettings::reload() {
   const py::Object file = path();
-  if (paths::exist(file)) apply(open(file, read_error));
+  if (!paths::exist(file)) return;
+  const auto [document, failure] = usable(file, read_stored_document(file, kCorrupted));
+  read_error = failure;
+  apply(document);
 }
 
 void ProjectSettings::write() {
   write_error = py::Object();
   try {
     const py::Object file = path();
-    replace_stored_document(file, document(py::Ref<ProjectSettings>::of(*this)));
+    replace_stored_document(file, document(py::Ref<ProjectSettings>::of(*this)), Copy::kKept);
     written_size = size_of(file);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
@@ -217,7 +228,9 @@ py::Scope expose_project_settings(const py::Scope& project) {
           .static_operation<&Project::open_only>(
               "_open", {"path"},
               "The document of a file; an empty dict, with a record in the log, where it "
-              "cannot be used. A corrupted file is moved into \".corrupted\".")
+              "cannot be used. A corrupted file is moved into \".corrupted\", and its last whole state, which stands "
+              "in "
+              "\".backup\", is put into its place and used, with a warning.")
           .equals<&Project::equals>()
           .iterate<&Project::iterate>()
           .accessor<&Project::get_directory>("directory", "str: The directory of the file.")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/stored_document.h"
 #include "projects/history.h"
 
 namespace heron {
@@ -9,10 +10,15 @@ class ProjectSettings {
  public:
   static constexpr int kVersion = 3;  ///< Of the format.
 
+  static constexpr std::string_view kCorrupted = "Read Corrupted Project: {}";  ///< What the log is told of one.
+
   /// The project of a file; without a version if the file cannot be used.
   static py::Object read(const py::Object& type, const py::Object& collection, const py::Object& json_path);
-  /// The document of a file; an empty map where it cannot be used, and then `failure` says why.
-  static py::Object open(const py::Object& path, py::Object& failure);
+  /// The same, of what was read.
+  static py::Object make(const py::Object& type, const py::Object& collection, const py::Object& json_path,
+                         const StoredDocument& read);
+  /// What can be used of it: the last whole state in place of a corrupted file, an empty map in place of another.
+  static StoredDocument usable(const py::Object& path, const StoredDocument& read);
   static py::Object open_only(const py::Object& path);
   static bool is_file_name(const py::Object& name);  ///< A bare name whose extension is ".json".
 

@@ -26,6 +26,7 @@ inline const Module copy{"copy"};
 inline const Module copyreg{"copyreg"};
 inline const Module core{"core"};  // this one
 inline const Module decimal{"decimal"};
+inline const Module filecmp{"filecmp"};
 inline const Module functools{"functools"};
 inline const Module gc{"gc"};
 inline const Module http_client{"http.client"};

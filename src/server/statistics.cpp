@@ -91,7 +91,8 @@ py::Dict Statistics::read() {
   read_error = py::Object();
   ignored = py::tuple({});
   if (!paths::exist(path)) return {};
-  const py::Object stored = read_stored_document(path, kCorrupted, read_error);
+  const auto [stored, failure] = read_stored_document(path, kCorrupted);
+  read_error = failure;
   if (!stored) return {};
   const py::Object version = py::get(stored, kVersionName, py::to_python(0));
   if (is_newer(version)) {

@@ -66,7 +66,8 @@ py::Dict Settings::data() const {
 }
 
 py::Object Settings::read() {
-  py::Object document = read_stored_document(path, "Read Corrupted Settings: {}", read_error);
+  const auto [document, failure] = read_stored_document(path, "Read Corrupted Settings: {}");
+  read_error = failure;
   if (!document) return py::Dict();
   // A document that is a list or a number has nothing to ask for a version, which is an error for the caller.
   const py::Object version = py::get(document, kVersionName, py::to_python(0)), wanted = py::to_python(kVersion);
