@@ -5,6 +5,7 @@ import sys
 import buffer
 import documents
 import expressions
+import growth
 import imports
 import memory
 import plain
@@ -12,6 +13,5 @@ import scan
 from measuring import main
 
 if __name__ == "__main__":
-    sys.exit(
-        main(*(module.report for module in (imports, expressions, documents, memory, scan, buffer, plain)))
-    )
+    modules = imports, expressions, documents, memory, scan, growth, buffer, plain
+    sys.exit(main(*(module.report for module in modules)))

@@ -107,6 +107,7 @@ OPERATIONS = {
     "clear checked": clear_half,
     "clear": lambda session: session.buffer.clear(),
     "add again": fill,
+    "clear held": lambda session: [session.buffer._data, clear_half(session)],
     "forget": forget,
 }
 

@@ -54,6 +54,18 @@ def seconds(operation) -> float:
     return elapsed
 
 
+def yardstick() -> float:
+    """Seconds of one turn of a small loop in Python, here and now: what budgets of time are told in."""
+    turns = range(100_000)
+
+    def loop():
+        kept = {}
+        for turn in turns:
+            kept[f"/{turn}"] = [turn]
+
+    return seconds(loop) / len(turns)
+
+
 def in_fresh_process(function, *arguments, limit: float | None = None):
     """What the function gives in a process of its own. After the limit it ends, with TimeoutError."""
     with multiprocessing.get_context("spawn").Pool(1) as pool:

@@ -110,6 +110,21 @@ def test_copies_are_apart():
     assert state.expressions == {KEY: {("a", "/a"), ("b", "/b")}}
 
 
+def test_a_map_that_is_held_shows_what_is_captured_and_counts():
+    anchor = anchor_of({KEY: (), "<m:.>": ()})
+    held = anchor.state.expressions
+    for path in ("/a", "/b"):
+        assert anchor.match(KEY + "_", "a_", path) and ("a", path) in held[KEY]
+    held[KEY].remove(("a", "/b"))  # as many as before
+    held[KEY].add(("b", "/b"))
+    assert anchor.replace_anchors("<n>", "/b") == "b" and anchor.match(KEY, "ab", "/c")
+    assert held == {KEY: {("a", "/a"), ("b", "/b"), ("ab", "/c")}, "<m:.>": set()}
+    held[KEY] = held.pop(KEY)
+    assert anchor.match("a", "a", "/") and [*anchor.state.clone().expressions] == ["<m:.>", KEY]
+    del held[KEY]
+    assert anchor.match(KEY, "a", "/") is False and held == {"<m:.>": set()}
+
+
 def test_a_sum_holds_both_in_the_order_of_their_keys():
     left, right = State(), State()
     left.set({"<b:1>": {("x", "/")}, "<a:1>": ()})

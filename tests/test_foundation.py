@@ -266,6 +266,14 @@ def test_names_are_taken_and_given_free():
     control.rename("c", "d")
     control.rename("unknown", "e")
     assert [control.exists(name) for name in "bcde"] == [True, False, True, True]
+    for change, free in (
+        (lambda: control.append(control.get_init("b")), "b3"),
+        (lambda: control._names.add("b7"), "b8"),
+        (lambda: control.rename("b7", "xb4"), "b5"),
+        (control.clear, "b"),
+    ):
+        change()
+        assert control.get_init("b") == free and control.get_init("ab")[:2] == "ab"
     control.clear()
     assert control._names == set()
     with pytest.raises(TypeError, match="get_init"):

@@ -130,6 +130,14 @@ def test_what_is_listed_again_is_one_bucket():
     engine.virtual.upload(["/g"])
     assert engine.scanner._find_scope_roots(["/g"]) == ["/g/a", "/g/a"]
     assert engine.scanner.upload_buffer() and paths(engine) == [["|", "/g/a"]]
+    # The way up from objects below each other is gone once.
+    way = [f"/g/a{'/x' * depth}" for depth in range(60)]
+    for path in way[1:]:
+        engine.host.put(path, path[:-2])
+    engine.host.selection = way
+    engine.host.calls.clear()
+    assert engine.scanner._find_scope_roots(["/g"]) == ["/g/a"] * 60
+    assert engine.host.calls["get_parent"] == 60
     engine = session(scene({"a": None}), *(node(rule(name, "^a$")) for name in "xyz"))
     engine.host.selection, engine.host.get_selection_roots = ["/a"], lambda: ["/a"] * 6
     assert engine.scanner.upload_buffer()

@@ -167,32 +167,57 @@ py::Object naming::strip(const py::Text& name, const py::Text& chars) { return t
 
 bool NamesControl::exists(const py::Object& name) const { return names.contains(to_str(name)); }
 
-void NamesControl::append(const py::Object& name) const { names.add(to_str(name)); }
+py::Object NamesControl::get_names() {
+  next_.reset();  // Python may change them
+  return names;
+}
 
-void NamesControl::remove(const py::Object& name) const { names.discard(to_str(name)); }
+void NamesControl::clear() {
+  next_.reset();
+  names.clear();
+}
 
-void NamesControl::rename(const py::Object& from, const py::Object& to) const {
+void NamesControl::append(const py::Object& name) {
+  const py::Object added = to_str(name);
+  names.add(added);
+  if (next_) count(*next_, added);
+}
+
+void NamesControl::remove(const py::Object& name) {
+  next_.reset();
+  names.discard(to_str(name));
+}
+
+void NamesControl::rename(const py::Object& from, const py::Object& to) {
   const py::Object name = to_str(to);
   name.hash();  // what cannot be kept is refused before anything goes
   remove(from);
   names.add(name);
 }
 
-py::Object NamesControl::get_init(const py::Object& name) const {
+py::Object NamesControl::get_init(const py::Object& name) {
   if (!exists(name)) return to_str(name);
   if (!name.is_text()) py::raise_type("get_init() argument 'name' must be str to be numbered, not " + name.type_name());
   return get_next(py::Text(name));
 }
 
-py::Object NamesControl::get_next(const py::Text& name) const {
-  std::string index = "0";
-  for (const py::Object& alike : get_alike(name).items()) {
-    const py::Object digits = ending(alike, name);
-    if (!digits.call(kIsDecimal).truth()) continue;
-    const std::string next = successor(number_of(digits));
-    if (is_greater(next, index)) index = next;
+py::Object NamesControl::get_next(const py::Text& name) {
+  const std::string wanted = py::Utf8(name).str();
+  const bool is_held = Py_REFCNT(names.get()) > 1;
+  if (is_held || !next_ || next_->name != wanted) {
+    Next next{wanted, "0"};
+    for (const py::Object& alike : get_alike(name).items()) count(next, alike);
+    next_ = std::move(next);
   }
-  return to_str(py::Object::steal(PyUnicode_Concat(name.get(), py::text(index).get())));
+  return to_str(py::Object::steal(PyUnicode_Concat(name.get(), py::text(next_->number).get())));
+}
+
+void NamesControl::count(Next& next, const py::Object& known) const {
+  if (!known.is_text() || py::Utf8(known).view().find(next.name) == std::string_view::npos) return;
+  const py::Object digits = ending(known, py::text(next.name));
+  if (!digits.call(kIsDecimal).truth()) return;
+  const std::string number = successor(number_of(digits));
+  if (is_greater(number, next.number)) next.number = number;
 }
 
 py::List NamesControl::get_alike(const py::Text& name) const {
@@ -243,7 +268,7 @@ void expose_naming(const py::Scope& module) {
                                           "The name with the number after the greatest in use, from 0 on.\n\n"
                                           "Gaps are not filled; names that merely contain this one count.")
       .operation<&NamesControl::get_alike>("_get_alike", {"name"}, "The names in use that contain this one, sorted.")
-      .readonly<&NamesControl::names>("_names", "set[str]: The set of names in use.")
+      .accessor<&NamesControl::get_names>("_names", "set[str]: The set of names in use.")
       .done();
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "runtime/class.h"
 
 namespace heron {
@@ -24,16 +27,17 @@ py::Object strip(const py::Text& name, const py::Text& chars);  ///< Drops these
 /// The names in use in one place; gives out free ones by numbering.
 class NamesControl {
  public:
-  void clear() const { names.clear(); }
+  void clear();
   bool exists(const py::Object& name) const;
-  void append(const py::Object& name) const;
-  void remove(const py::Object& name) const;  ///< Nothing happens if there is no such name.
-  void rename(const py::Object& from, const py::Object& to) const;
+  void append(const py::Object& name);
+  void remove(const py::Object& name);  ///< Nothing happens if there is no such name.
+  void rename(const py::Object& from, const py::Object& to);
 
   /// The name itself if it is free, or else a numbered one. It is for the caller to `append` it.
-  py::Object get_init(const py::Object& name) const;
-  py::Object get_next(const py::Text& name) const;  ///< The name with the next number.
-  py::List get_alike(const py::Text& name) const;   ///< The names that contain this one, sorted.
+  py::Object get_init(const py::Object& name);
+  py::Object get_next(const py::Text& name);       ///< The name with the next number.
+  py::List get_alike(const py::Text& name) const;  ///< The names that contain this one, sorted.
+  py::Object get_names();
 
   py::Set names;
 
@@ -41,6 +45,17 @@ class NamesControl {
   void members(V& visit) {
     visit(names);
   }
+
+ private:
+  /// The number that comes next after a name. One is remembered: where many equal names are appended, each would else
+  /// look at all those before it.
+  struct Next {
+    std::string name, number;
+  };
+
+  void count(Next& next, const py::Object& known) const;
+
+  std::optional<Next> next_;
 };
 
 void expose_naming(const py::Scope& module);

@@ -57,12 +57,11 @@ py::List get_scope_sorted(const std::string& path, const py::Iterable& array) {
                       std::to_string(parts.size()));
     entries.push_back({pair, {py::Utf8(parts[0]).str(), py::Utf8(parts[1]).str()}});
   }
-  // A set has an order of its own on each run; the result must not depend on it.
   if (PyAnySet_Check(array.get())) {
-    std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return closeness::precedes(b.capture, a.capture); });
+    closeness::sort_set(entries, path, [](const Entry& entry) -> const Capture& { return entry.capture; });
+  } else {
+    closeness::sort(entries, path, [](const Entry& entry) -> std::string_view { return entry.capture.scope; });
   }
-  closeness::sort(entries, path, [](const Entry& entry) -> std::string_view { return entry.capture.scope; });
   py::List sorted;
   for (const Entry& entry : entries) sorted.append(entry.pair);
   return sorted;

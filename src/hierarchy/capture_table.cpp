@@ -66,7 +66,8 @@ py::Object CaptureTable::add(const py::Object& other) {
 }
 
 void CaptureTable::apply(const py::Ref<CaptureTable>& clone) {
-  StateEdit(*this, StateEdit(*clone).state()).commit_applied();
+  const StateEdit edit(*this, StateEdit(*clone).state());
+  store_hash();
 }
 
 py::Ref<CaptureTable> CaptureTable::clone() { return of(StateEdit(*this).state()); }
@@ -89,7 +90,10 @@ void CaptureTable::store_hash() {
 }
 
 py::Dict CaptureTable::expressions() {
-  if (!opened_) opened_ = table(content_);
+  if (!opened_) {
+    opened_ = table(content_);
+    remember();
+  }
   return py::Dict(opened_);
 }
 
@@ -97,14 +101,54 @@ void CaptureTable::assign_expressions(const py::Object& structure) {
   const py::Dict map(structure);
   content_ = read(map);
   opened_ = map;
+  remember();
 }
 
+// Whoever matches many names while he holds the map has added nothing to it in between: to compare it is much less
+// than to read it, and the captures that are new are few.
+
 void CaptureTable::take_in() {
-  if (opened_) content_ = read(opened_);
+  if (!opened_) return;
+  if (is_as_shown()) {
+    content_ = shown_content_;
+  } else {
+    content_ = read(opened_);
+    remember();
+  }
+}
+
+void CaptureTable::remember() {
+  shown_ = table(content_);
+  shown_content_ = content_;
+}
+
+bool CaptureTable::is_as_shown() const {
+  const py::Dict held(opened_), shown(shown_);
+  return held.keys().equals(shown.keys()) && held.equals(shown);
+}
+
+bool CaptureTable::publish_new() {
+  const CaptureLink* const known = shown_content_.last.get();
+  std::vector<const CaptureLink*> links;
+  const CaptureLink* link = content_.last.get();
+  for (; link != nullptr && link != known; link = link->before.get()) links.push_back(link);
+  if (link != known || content_.definitions != shown_content_.definitions) return false;
+  const AnchorState content = content_;  // keeps the links
+  const py::Dict held(opened_), shown(shown_);
+  for (const CaptureLink* added : links) {
+    const py::Object key = py::text((*content.definitions)[added->key].text()), capture = as_tuple(added->capture);
+    for (const py::Dict& map : {held, shown}) {
+      const std::optional<py::Object> set = map.find(key);
+      if (!set || !PySet_Check(set->get())) return false;
+      py::checked(PySet_Add(set->get(), capture.get()));
+    }
+  }
+  shown_content_ = content;
+  return true;
 }
 
 void CaptureTable::publish() {
-  if (!opened_) return;
+  if (!opened_ || publish_new()) return;
   const py::Dict held(opened_);
   for (const auto& [key, captures] : table(content_).items()) {
     const std::optional<py::Object> known = held.find(key);
@@ -117,6 +161,7 @@ void CaptureTable::publish() {
       py::checked(PySet_Add(known->get(), capture.get()));
     }
   }
+  remember();
 }
 
 py::Ref<CaptureTable> CaptureTable::of(AnchorState content) {

@@ -33,6 +33,7 @@ class CaptureTable {
   template <class V>
   void members(V& visit) {
     visit(opened_);
+    visit(shown_);
   }
 
  private:
@@ -40,12 +41,17 @@ class CaptureTable {
 
   static AnchorState read(const py::Object& structure);
   static py::Dict table(const AnchorState& state);
-  void take_in();     ///< Reads the map that Python holds, if it does.
-  void publish();     ///< Makes that map show the content.
+  void take_in();      ///< Reads the map that Python holds, if it does.
+  void publish();      ///< Makes that map show the content.
+  bool publish_new();  ///< The same if there are only captures more than it shows; else false.
+  void remember();     ///< That the map shows the content.
+  bool is_as_shown() const;
   void store_hash();  ///< Takes the hash of the content, whatever the map says.
 
   AnchorState content_;
   py::Object opened_;                  // the map that Python holds, if it asked for one
+  py::Object shown_;                   // a copy of what that map was made to show
+  AnchorState shown_content_;          // the same natively
   std::optional<AnchorState> hashed_;  // the content as it stood when the hash was last taken
   std::optional<Py_hash_t> hash_;      // of that content, once asked for
 };

@@ -19,7 +19,7 @@ HierarchyRun::HierarchyRun(Hierarchy& hierarchy, std::shared_ptr<const PlannedPa
       copy_(snapshot_of(hierarchy.query_op)),
       locations_(hierarchy.query_op),
       runner_(anchor_->logic(), objects(), planned_->plan()) {
-  if (!planned_->plan().top().scopes.empty()) edit().replace();
+  edit().begin_search(planned_->plan().top());
 }
 
 void HierarchyRun::pause() {
@@ -80,7 +80,7 @@ bool HierarchyRun::is_valid(const py::Object& roots) {
 }
 
 void HierarchyRun::finish() {
-  if (runner_.search().applied()) edit().commit_applied();
+  edit().end_search(runner_.search());
   search_->set_backup(runner_.search().backup());
 }
 

@@ -48,9 +48,9 @@ void Search::make_guess() {
   } guessing(run->guessing);
   StateEdit edit(*logic->state);
   run->search.set_backup(StateEdit(*backup_).state());
-  if (!run->planned.plan().top().scopes.empty()) edit.replace();
+  edit.begin_search(run->planned.plan().top());
   run->search.make_guess();
-  if (run->search.applied()) edit.commit_applied();
+  edit.end_search(run->search);
 }
 
 bool Search::scope_match(const py::Object& location, const py::Object& scope) {

@@ -10,16 +10,21 @@ StateEdit::StateEdit(CaptureTable& table, AnchorState state) : table_(py::Ref<Ca
 
 void StateEdit::replace(AnchorState state) {
   table_->content_ = std::move(state);
-  replace();
+  let_go();
 }
 
-void StateEdit::replace() { table_->opened_ = py::Object(); }
+void StateEdit::begin_search(const LayerPlan& scopes) {
+  if (!scopes.scopes.empty()) let_go();
+}
+
+void StateEdit::end_search(const LayerSearch& search) {
+  if (!search.applied()) return;
+  let_go();
+  table_->store_hash();
+}
 
 void StateEdit::commit() { table_->publish(); }
 
-void StateEdit::commit_applied() {
-  replace();
-  table_->store_hash();
-}
+void StateEdit::let_go() { table_->opened_ = table_->shown_ = py::Object(); }
 
 }  // namespace heron

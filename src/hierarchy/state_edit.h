@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hierarchy/capture_table.h"
+#include "matching/layer_search.h"
 
 namespace heron {
 
@@ -21,16 +22,19 @@ class StateEdit {
   /// Puts another table in place of this one. A map that Python holds stays as it is, and is not of this state any
   /// more.
   void replace(AnchorState state);
-  /// The same with what the work makes of this one.
-  void replace();
+  /// The same with what a search makes of this one, if it has any scopes to search for: it puts earlier states back all
+  /// the time.
+  void begin_search(const LayerPlan& scopes);
+  /// After it, if it put an earlier state back, which is as an assignment of a state: the stored hash is that of the
+  /// outcome.
+  void end_search(const LayerSearch& search);
 
   /// Shows Python the outcome.
   void commit();
-  /// The same after work that put earlier states back, as an assignment of a state does: the table is another one, and
-  /// the stored hash is that of the outcome.
-  void commit_applied();
 
  private:
+  void let_go();
+
   const py::Ref<CaptureTable> table_;  // the work may run Python code that lets go of it
 };
 

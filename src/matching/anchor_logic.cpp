@@ -14,7 +14,7 @@ bool stands_in(std::string_view piece, std::string_view text) { return text.find
 /// leaves work for the next one.
 std::string replace_in_turn(std::string expression, std::string_view usage, std::vector<Capture> captures,
                             std::string_view path) {
-  closeness::sort_set(captures, path);
+  closeness::sort_set(captures, path, [](const Capture& capture) -> const Capture& { return capture; });
   for (const Capture& capture : captures) {
     if (capture.text.empty() || !path_text::same_scope(capture.scope, path)) continue;
     expression = anchor_text::replace_all(expression, usage, capture.text);

@@ -32,10 +32,12 @@ void sort(std::vector<E>& entries, std::string_view path, P&& path_of) {
   entries = std::move(sorted);
 }
 
-/// The captures of a set, which has no order of its own, the closest first.
-inline void sort_set(std::vector<Capture>& captures, std::string_view path) {
-  std::sort(captures.begin(), captures.end(), [](const Capture& a, const Capture& b) { return precedes(b, a); });
-  sort(captures, path, [](const Capture& capture) -> std::string_view { return capture.scope; });
+/// The same of a set, which has no order of its own. Of each entry `capture_of` tells the capture.
+template <class E, class C>
+void sort_set(std::vector<E>& entries, std::string_view path, C&& capture_of) {
+  const auto after = [&](const E& a, const E& b) { return precedes(capture_of(b), capture_of(a)); };
+  std::sort(entries.begin(), entries.end(), after);
+  sort(entries, path, [&](const E& entry) -> std::string_view { return capture_of(entry).scope; });
 }
 
 }  // namespace heron::closeness

@@ -30,6 +30,7 @@ std::optional<std::size_t> hash_of(const py::Object& object) {
 }  // namespace
 
 const py::List& BucketList::list() const {
+  if (walk_.at_once) return list_;
   if (walk_.left.empty()) {
     walk_ = {};
     return list_;
@@ -61,29 +62,53 @@ void BucketList::renew() {
 
 void BucketList::remove(const py::Object& bucket) {
   static const py::Name kRemove("remove");
-  const bool nobody_looks = clearances_ > 0 && Py_REFCNT(list_.get()) == 1;
-  if (const auto position = nobody_looks ? find_first(bucket) : std::nullopt) {
-    walk_.left.push_back(*position);
-  } else {
-    list().call(kRemove, bucket);
+  if (clearances_ > 0) {
+    if (walk_.entries.empty()) begin_walk();
+    const auto position = find_first(bucket);
+    if (position && (!walk_.at_once || take_out(*position))) {
+      walk_.left.push_back(*position);
+      return;
+    }
+    if (walk_.at_once) walk_ = {};  // the list is no more as it was
   }
+  list().call(kRemove, bucket);
+}
+
+void BucketList::begin_walk() {
+  walk_ = {};
+  walk_.at_once = Py_REFCNT(list_.get()) > 1;
+  walk_.entries = list_.items();
+  if (walk_.at_once) walk_.sums.resize(walk_.entries.size() + 1);
+}
+
+/// Takes the bucket out of the list that Python holds; false if something else stands there.
+bool BucketList::take_out(Py_ssize_t position) {
+  auto& sums = walk_.sums;
+  Py_ssize_t index = position;
+  for (auto i = static_cast<std::size_t>(position); i > 0; i &= i - 1) index -= sums[i];
+  const auto size = static_cast<Py_ssize_t>(walk_.entries.size() - walk_.left.size());
+  const py::Object entry = walk_.entries[static_cast<std::size_t>(position)];
+  if (list_.size() != size || !list_.at(index).is(entry)) return false;
+  for (auto i = static_cast<std::size_t>(position) + 1; i < sums.size(); i += i & (~i + 1)) ++sums[i];
+  list_.remove_at(index);
+  return true;
 }
 
 /// Where the first equal bucket stands among those that have not left. Nothing if it takes the list itself to tell.
 std::optional<Py_ssize_t> BucketList::find_first(const py::Object& bucket) {
   const std::optional<std::size_t> hash = hash_of(bucket);
   const auto is_at = [&](Py_ssize_t position) {
-    const py::Object entry = list_.at(position);
+    const py::Object& entry = walk_.entries[static_cast<std::size_t>(position)];
     return entry.is(bucket) || (hash && hash_of(entry) == hash && entry.equals(bucket));
   };
-  auto& [left, staying, next] = walk_;
+  auto& [entries, left, staying, next, at_once, sums] = walk_;
   if (!hash && !staying.empty()) return std::nullopt;
   const auto [begin, end] = hash ? staying.equal_range(*hash) : std::pair(staying.end(), staying.end());
   const auto passed = std::find_if(begin, end, [&](const auto& entry) { return is_at(entry.second); });
   if (passed != end) return staying.extract(passed).mapped();
-  for (; next < list_.size(); ++next) {
+  for (; next < static_cast<Py_ssize_t>(entries.size()); ++next) {
     if (is_at(next)) return next++;
-    const std::optional<std::size_t> passing = hash_of(list_.at(next));
+    const std::optional<std::size_t> passing = hash_of(entries[static_cast<std::size_t>(next)]);
     if (!hash || !passing) return std::nullopt;
     staying.emplace(*passing, next);
   }

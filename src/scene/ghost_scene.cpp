@@ -11,7 +11,7 @@ bool GhostScene::match(const py::Object& joint) {
   py::List scene_roots;
   for (const py::Object& path : roots.items()) {
     if (!path.is_none() && !path.is_text()) return false;
-    if (host_.exists(path)) scene_roots.append(tops_.of(path));
+    if (host_.exists(path)) scene_roots.append(tops_.end_of(path));
   }
   upload(scene_roots);
   return hierarchy_->ghost_scope_match(roots);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "hierarchy/hierarchy.h"
-#include "host/ancestors.h"
 #include "host/scene_snapshot.h"
+#include "host/ways.h"
 
 namespace heron {
 
@@ -13,7 +13,7 @@ namespace heron {
 class GhostScene {
  public:
   GhostScene(const Host& host, const py::Ref<SceneSnapshot>& snapshot, const py::Ref<Hierarchy>& hierarchy)
-      : host_(host), snapshot_(snapshot), hierarchy_(hierarchy), tops_(host) {}
+      : host_(host), snapshot_(snapshot), hierarchy_(hierarchy), tops_(Ways::to_top(host)) {}
 
   /// True for a joint that is no ghost.
   bool match(const py::Object& joint);
@@ -24,7 +24,7 @@ class GhostScene {
   const Host host_;
   const py::Ref<SceneSnapshot> snapshot_;
   const py::Ref<Hierarchy> hierarchy_;
-  TopAncestors tops_;
+  Ways tops_;
   py::Object uploaded_;                       // the different ones of the last roots
   std::shared_ptr<const SceneCopy> content_;  // held, so that whatever else is uploaded is told from it
 };

@@ -5,7 +5,7 @@
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
-#include "host/ancestors.h"
+#include "host/ways.h"
 #include "matching/paged_table.h"
 #include "runtime/garbage_collector.h"
 #include "scene/bucket.h"
@@ -189,10 +189,10 @@ py::Object Scanner::find_scope_roots(const py::Object& scene_roots) const {
   const py::Object ghost = hierarchy->pattern->get_ghost();
   if (ghost.is_none()) return scene_roots;
   if (plan_ghost(ghost).at_top) return scene_roots;
-  const py::Object roots = set_of(scene_roots);  // asked for every object of the selection
+  Ways ways = ways_to_scope_roots(ghost, set_of(scene_roots));
   py::List result;
   for (const py::Object& path : host.selection().items()) {
-    const py::Object found_root = find_scope_root(path, ghost, roots);
+    const py::Object found_root = ways.end_of(path);
     if (found_root.truth()) result.append(found_root);
   }
   return result;
@@ -200,12 +200,18 @@ py::Object Scanner::find_scope_roots(const py::Object& scene_roots) const {
 
 py::Object Scanner::find_scope_root(const py::Object& path, const py::Object& ghost,
                                     const py::Object& scene_roots) const {
-  Ancestors ancestors(host, path);
-  for (py::Object candidate = path; ancestors.climb(); candidate = ancestors.path()) {
-    if (!py::holds(scene_roots, ancestors.path())) continue;
-    return hierarchy->is_ghost_root(ghost, candidate) ? candidate : py::Object::none();
-  }
-  return py::Object::none();
+  return ways_to_scope_roots(ghost, scene_roots).end_of(path);
+}
+
+/// Ways up that end just below a scene root.
+Ways Scanner::ways_to_scope_roots(const py::Object& ghost, const py::Object& scene_roots) const {
+  return Ways(host,
+              [scene_roots, ghost, hierarchy = hierarchy](const py::Object& path,
+                                                          const py::Object& parent) -> std::optional<py::Object> {
+                if (!parent.truth()) return py::Object::none();
+                if (!py::holds(scene_roots, parent)) return std::nullopt;
+                return hierarchy->is_ghost_root(ghost, path) ? path : py::Object::none();
+              });
 }
 
 py::List Scanner::scan(const py::Iterable& roots) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/ways.h"
 #include "scene/buffer.h"
 #include "scene/scan_run.h"
 
@@ -41,6 +42,7 @@ class Scanner {
   }
 
  private:
+  Ways ways_to_scope_roots(const py::Object& ghost, const py::Object& scene_roots) const;
   bool look(bool append);
   py::List search(bool append) const;
   void end(std::string_view outcome, const py::Object& error = {});
