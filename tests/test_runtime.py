@@ -241,3 +241,62 @@ def test_hostile_values_do_not_end_a_process():
     command = [sys.executable, program, "--seeds", "0", "3", "--steps", "300"]
     run = subprocess.run(command, capture_output=True, text=True)
     assert run.returncode == 0, run.stdout
+
+
+# What Python's own protocols want of a class
+
+
+class Mixin:
+    def __init__(self, **named):
+        super().__init__(**named)
+        self.mixed = True
+
+
+def step(base):
+    class Step(base):
+        def __init__(self, *arguments):
+            super().__init__(*arguments)
+
+    return Step
+
+
+@pytest.mark.parametrize(
+    "base, arguments",
+    [
+        (core.Check.Base, ()),
+        (core.Scene.Operator, ()),
+        (type("Home", (core.Environment,), {"get_settings_directory": str, "target": "", "scope": ""}), ()),
+        (core.TypeMapping, ({},)),
+        (core.Parameters.Block, (core.Parameters.Switch("on"),)),
+        (core.Parameters.IntRange, ("size", 1)),
+        (core.Structure.NamedBuffer, ("found", [1, 2])),
+        (core._Project.Settings.Record, (None, {})),
+    ],
+)
+def test_other_base_classes_are_initialised_in_pythons_order(base, arguments):
+    own = type("Own", (step(base), Mixin), {})(*arguments)
+    assert own.mixed
+    assert vars(own).keys() - {"mixed"} == vars(step(base)(*arguments)).keys()
+    if isinstance(own, list):
+        assert own == [1, 2]
+    if base.__init__ is object.__init__:
+        for refuses in (base, step(base), type(own)):
+            with pytest.raises(TypeError):
+                refuses("an argument that nobody takes")
+
+
+JOINT, RESULT = core.Scene._Buffer.DataJoint, core._Hierarchy.Search.Result
+REQUEST = core._Project.Collection.HttpRequest
+
+
+@pytest.mark.parametrize(
+    "operation, make",
+    [
+        (hash, lambda: setattr(joint := JOINT(), "stamp", joint) or joint),
+        (iter, lambda: (result := RESULT([1])).__init__(result) or result),
+        (iter, lambda: (request := REQUEST("", [])).__init__("", request) or request),
+    ],
+)
+def test_what_contains_itself_ends_in_a_recursion_error(operation, make):
+    with pytest.raises(RecursionError):
+        operation(make())

@@ -80,12 +80,12 @@ void Checklist::init(const py::Object& classes, const py::Object& presets, const
 
 py::Object Checklist::iterator(bool enabled) const {
   static const py::Name kAttrGetter("attrgetter");
-  if (!enabled) return py::Object::steal(PyObject_GetIter(controls.get()));
+  if (!enabled) return controls.iterate();
   const py::Object filter = py::Object::borrow(reinterpret_cast<PyObject*>(&PyFilter_Type));
   return filter(py::modules::operators.call(kAttrGetter, py::Object::borrow(kEnabled.get())), controls);
 }
 
-py::Object Checklist::iterate_categories() const { return py::Object::steal(PyObject_GetIter(categories.get())); }
+py::Object Checklist::iterate_categories() const { return categories.iterate(); }
 
 bool Checklist::is_empty() const {
   return std::ranges::none_of(entries(), [](const auto& control) { return control->is_enabled(); });

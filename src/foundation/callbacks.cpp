@@ -37,12 +37,12 @@ void CallBackList::call(const py::Object& arguments, const py::Object& named) co
 
 void CallBackList::add(const py::Object& function) const {
   if (PyCallable_Check(function.get()) == 0) return;
-  if (py::checked(PySequence_Contains(functions.get(), function.get())) != 0) return;
+  if (py::holds(functions, function)) return;
   functions.append(function);
 }
 
 void CallBackList::remove(const py::Object& function) const {
-  if (py::checked(PySequence_Contains(functions.get(), function.get())) == 0) return;
+  if (!py::holds(functions, function)) return;
   static const py::Name kRemove("remove");
   functions.call(kRemove, function);
 }

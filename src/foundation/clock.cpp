@@ -9,6 +9,6 @@ py::Object now() {
   return py::modules::time.call(kTime);
 }
 
-py::Object since(const py::Object& start) { return py::Object::steal(PyNumber_Subtract(now().get(), start.or_none())); }
+py::Object since(const py::Object& start) { return py::Held(now(), start).apply(PyNumber_Subtract); }
 
 }  // namespace heron::clock

@@ -53,7 +53,7 @@ void MaskSet::init(const py::Object& given) {
       py::raise_type(std::string("_Set() arguments must be Mask.Item, not ") + object.type_name());
     const Item item(object);
     items().append(item);
-    if (item->attr.truth()) py::checked(PyObject_SetAttr(items().get(), item->attr.get(), item.get()));
+    if (item->attr.truth()) items().set_attr(item->attr, item);
   }
 }
 

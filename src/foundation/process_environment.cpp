@@ -17,8 +17,6 @@ const py::Object& variables() {
 
 py::Object process_environment::get(const py::Name& key) { return py::get(variables(), key); }
 
-void process_environment::set(const char* key, const py::Object& value) {
-  py::checked(PyObject_SetItem(variables().get(), py::text(key).get(), value.or_none()));
-}
+void process_environment::set(const char* key, const py::Object& value) { variables().set_item(py::text(key), value); }
 
 }  // namespace heron

@@ -44,7 +44,7 @@ class HierarchyRun {
   class Claim {
    public:
     explicit Claim(Hierarchy& hierarchy);
-    ~Claim() { hierarchy_->running_ = false; }
+    ~Claim() { (*hierarchy_).running_ = false; }
     Claim(const Claim&) = delete;
     Claim& operator=(const Claim&) = delete;
 

@@ -37,9 +37,9 @@ class Interval {
     } else {
       return false;
     }
-    return py::checked(PySequence_Contains(numbers.get(), integer.get())) != 0;
+    return py::holds(numbers, integer);
   }
-  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(numbers.get())); }
+  py::Object iterate() const { return numbers.iterate(); }
   bool equals(const py::Object& other) const {
     if (py::is_instance<Interval>(other.get())) return numbers.equals(py::value_of<Interval>(other.get()).numbers);
     if (PyAnySet_Check(other.get()) == 0) return false;
@@ -49,9 +49,7 @@ class Interval {
   }
   /// What the operators of sets give.
   static py::Object set_of(const py::Object& numbers) { return py::Object::steal(PySet_New(numbers.get())); }
-  py::Object text() const {
-    return py::text("{" + py::Utf8(py::Object::steal(PyObject_Str(numbers.get()))).str() + "}");
-  }
+  py::Object text() const { return py::text("{" + py::Utf8(numbers.string()).str() + "}"); }
 
   /// The number of integers; as many as the machine can count where there are more.
   std::size_t count() const {

@@ -61,7 +61,7 @@ bool has_dependency(const py::Object& definition, const py::Object& usage) {
   const std::vector<py::Object> rules = py::collect(definition);
   for (const py::Object& key : py::collect(usage)) {
     for (const py::Object& rule : rules) {
-      if (py::checked(PySequence_Contains(rule.get(), key.get())) != 0) return true;
+      if (py::holds(rule, key)) return true;
     }
   }
   return false;
@@ -110,8 +110,8 @@ void shuffle_scopes(const py::List& pattern, const py::Ref<Order>& order) {
   const py::List clone = pattern.copy();
   Py_ssize_t position = 0;
   for (const py::Object& unit : order->array.items()) {
-    const py::Object scope = py::Object::steal(PyObject_GetItem(clone.get(), unit_of(unit).index.get()));
-    py::checked(PySequence_SetItem(pattern.get(), position++, scope.get()));
+    const py::Object scope = clone.item(unit_of(unit).index);
+    pattern.set_item(py::to_python(position++), scope);
   }
 }
 

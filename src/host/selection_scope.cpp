@@ -31,7 +31,7 @@ void run_in_scope(const py::Object& scope, const char* operation, const std::fun
   std::optional<py::Error> raised;
   try {
     work();
-  } catch (...) {
+  } catch (const std::exception&) {
     raised = py::current_error();
   }
   if (!raised) {

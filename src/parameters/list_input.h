@@ -11,7 +11,7 @@ class ListInput : public ParameterInput {
   py::List data() const;  ///< The data of each element.
   py::Object iterate() const { return py::iterator(array.items()); }
   Py_ssize_t size() const { return array.size(); }
-  py::Object at(const py::Object& key) const { return py::Object::steal(PyObject_GetItem(array.get(), key.get())); }
+  py::Object at(const py::Object& key) const { return array.item(key); }
   void pop(const py::Object& index) const;
 
   py::List array;

@@ -143,7 +143,7 @@ py::Dict History::data() const {
   static const py::Name kData("data");
   py::Dict data;
   for (const auto& [timestamp, record] : records.items()) {
-    data.set(py::Object::steal(PyObject_Str(timestamp.get())), record.attr(kData));
+    data.set(timestamp.string(), record.attr(kData));
   }
   return data;
 }
@@ -165,7 +165,7 @@ py::Object EditToggle::switch_to(const py::Object& index) {
   static const py::Name kReset("reset");
   if (!current.is_none() && !is_promise(current)) current.call(kReset);
   if (index.is_less(py::to_python(records.size()))) {
-    current = py::Object::steal(PyObject_GetItem(records.get(), index.get()));
+    current = records.item(index);
   }
   return current;
 }

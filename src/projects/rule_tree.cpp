@@ -69,7 +69,7 @@ void RuleBranch::clear() const {
 py::Object RuleBranch::text() const {
   const py::Depth depth(" while a rule tree is written as text");
   py::List texts;
-  for (const py::Object& node : children.items()) texts.append(py::Object::steal(PyObject_Str(node.get())));
+  for (const py::Object& node : children.items()) texts.append(node.string());
   return py::text("\n").call(kJoin, texts);
 }
 

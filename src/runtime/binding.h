@@ -12,12 +12,13 @@
 
 namespace heron::py::detail {
 
-/// Runs C++ code for the runtime: a C++ exception becomes a Python one.
+/// Runs C++ code for the runtime: a C++ exception becomes a Python one. What else unwinds these frames must pass; see
+/// runtime/process_end.h.
 template <class F, class R = std::invoke_result_t<F>>
-R guarded(F&& function, std::type_identity_t<R> failed) noexcept {
+R guarded(F&& function, std::type_identity_t<R> failed) {
   try {
     return function();
-  } catch (...) {
+  } catch (const std::exception&) {
     current_error().restore();
   }
   return failed;
@@ -63,6 +64,7 @@ A argument(const Signature& signature, const Signature::Bound& bound, std::size_
 template <class T, auto F>
 Object invoke(PyObject* self, const Signature& signature, const Signature::Bound& bound) {
   using S = ShapeOf<F>;
+  const Object held = Object::borrow(self);  // Python code that runs meanwhile may let go of it
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
     auto call = [&]() -> decltype(auto) {
       if constexpr (std::is_void_v<typename S::Owner>) {
@@ -90,15 +92,20 @@ struct Operation {
     return guarded([&] { return invoke<T, F>(self, *signature, signature->bind(arguments, count, names)).release(); },
                    nullptr);
   }
-  /// The same with a tuple and a dict, for constructors and for calls of the object itself.
+  /// The same with a tuple and a dict, for calls of the object itself.
   static PyObject* call_packed(PyObject* self, PyObject* arguments, PyObject* named) {
     return guarded([&] { return invoke<T, F>(self, *signature, signature->bind(arguments, named)).release(); },
                    nullptr);
   }
+  /// A constructor. Others behind it in Python's order have their turn then.
   static int construct(PyObject* self, PyObject* arguments, PyObject* named) {
-    PyObject* result = call_packed(self, arguments, named);
-    Py_DecRef(result);
-    return result != nullptr ? 0 : -1;
+    return guarded(
+        [&] {
+          invoke<T, F>(self, *signature, signature->bind(arguments, named));
+          initialise_others(self, TypeOf<T>::type);
+          return 0;
+        },
+        -1);
   }
 };
 
@@ -138,22 +145,32 @@ struct ClassOperation {
   raise(PyExc_AttributeError, "cannot delete attribute '" + name + "'");
 }
 
-template <class T, auto Get>
-PyObject* get_accessor(PyObject* self, void*) {
+/// Runs an accessor or an operator for the runtime, which guards the depth of calls alone, and may let go of the object
+/// meanwhile.
+template <class T, class F, class R = std::invoke_result_t<F, T&>>
+R guarded_slot(PyObject* self, const char* while_what, F&& function, std::type_identity_t<R> failed) {
   return guarded(
       [&] {
-        const Depth depth(" while a value is read");  // the runtime guards calls, and an accessor may read another
-        return to_python((value_of<T>(self).*Get)()).release();
+        const Object held = Object::borrow(self);
+        const Depth depth(while_what);
+        return function(value_of<T>(self));
       },
-      nullptr);
+      failed);
+}
+
+template <class T, auto Get>
+PyObject* get_accessor(PyObject* self, void*) {
+  return guarded_slot<T>(
+      self, " while a value is read", [](T& value) { return to_python((value.*Get)()).release(); }, nullptr);
 }
 
 template <class T, auto Set>
 int set_accessor(PyObject* self, PyObject* value, void* name) {
-  return guarded(
-      [&] {
+  return guarded_slot<T>(
+      self, " while a value is set",
+      [&](T& target) {
         if (value == nullptr) refuse_deletion(static_cast<const char*>(name));
-        (value_of<T>(self).*Set)(Object::borrow(value));
+        (target.*Set)(Object::borrow(value));
         return 0;
       },
       -1);
@@ -167,15 +184,16 @@ PyObject* get_field(PyObject* self, void*) {
 template <class T, auto Field>
 int set_field(PyObject* self, PyObject* value, void* name) {
   using V = typename ShapeOf<Field>::Value;
-  return guarded(
-      [&] {
+  return guarded_slot<T>(
+      self, " while a value is set",
+      [&](T& target) {
         const std::string field = static_cast<const char*>(name);
         if (value == nullptr) refuse_deletion(field);
         if (!From<V>::fits(value)) {
           raise_type("attribute '" + field + "' must be " + From<V>::wanted() + ", not " +
                      Object::borrow(value).type_name());
         }
-        value_of<T>(self).*Field = From<V>::from(value);
+        target.*Field = From<V>::from(value);
         return 0;
       },
       -1);
@@ -183,24 +201,28 @@ int set_field(PyObject* self, PyObject* value, void* name) {
 
 template <class T, auto F>
 PyObject* text_slot(PyObject* self) {
-  return guarded([&] { return to_python((value_of<T>(self).*F)()).release(); }, nullptr);
+  return guarded_slot<T>(
+      self, " while a text is made", [](T& value) { return to_python((value.*F)()).release(); }, nullptr);
+}
+
+template <class T, auto F>
+PyObject* iterate_slot(PyObject* self) {
+  return guarded_slot<T>(
+      self, " while an iterator is made", [](T& value) { return to_python((value.*F)()).release(); }, nullptr);
 }
 
 template <class T, auto F>
 Py_ssize_t length_slot(PyObject* self) {
-  return guarded(
-      [&] {
-        const Depth depth(" while a length is asked");
-        return static_cast<Py_ssize_t>((value_of<T>(self).*F)());
-      },
-      -1);
+  return guarded_slot<T>(
+      self, " while a length is asked", [](T& value) { return static_cast<Py_ssize_t>((value.*F)()); }, -1);
 }
 
 template <class T, auto F>
 Py_hash_t hash_slot(PyObject* self) {
-  return guarded(
-      [&] {
-        const auto hash = static_cast<Py_hash_t>((value_of<T>(self).*F)());
+  return guarded_slot<T>(
+      self, " while a hash is made",
+      [](T& value) {
+        const auto hash = static_cast<Py_hash_t>((value.*F)());
         return hash == -1 ? Py_hash_t{-2} : hash;  // -1 tells the runtime of an error
       },
       -1);
@@ -208,7 +230,8 @@ Py_hash_t hash_slot(PyObject* self) {
 
 template <class T, auto F>
 int contains_slot(PyObject* self, PyObject* item) {
-  return guarded([&] { return (value_of<T>(self).*F)(Object::borrow(item)) ? 1 : 0; }, -1);
+  return guarded_slot<T>(
+      self, " while an element is sought", [&](T& value) { return (value.*F)(Object::borrow(item)) ? 1 : 0; }, -1);
 }
 
 template <class T, auto F>
@@ -217,9 +240,10 @@ PyObject* equals_slot(PyObject* self, PyObject* other, int operation) {
     Py_IncRef(Py_NotImplemented);
     return Py_NotImplemented;
   }
-  return guarded(
-      [&] {
-        const bool equal = (value_of<T>(self).*F)(Object::borrow(other));
+  return guarded_slot<T>(
+      self, " while objects are compared",
+      [&](T& value) {
+        const bool equal = (value.*F)(Object::borrow(other));
         return to_python(equal == (operation == Py_EQ)).release();
       },
       nullptr);
@@ -232,15 +256,18 @@ PyObject* add_slot(PyObject* left, PyObject* right) {
     Py_IncRef(Py_NotImplemented);
     return Py_NotImplemented;
   }
-  return guarded([&] { return to_python((value_of<T>(left).*F)(Object::borrow(right))).release(); }, nullptr);
+  return guarded_slot<T>(
+      left, " while objects are added",
+      [&](T& value) { return to_python((value.*F)(Object::borrow(right))).release(); }, nullptr);
 }
 
 /// `self += other`, which changes the object itself.
 template <class T, auto F>
 PyObject* add_in_place_slot(PyObject* self, PyObject* other) {
-  return guarded(
-      [&] {
-        (value_of<T>(self).*F)(Object::borrow(other));
+  return guarded_slot<T>(
+      self, " while objects are added",
+      [&](T& value) {
+        (value.*F)(Object::borrow(other));
         return Object::borrow(self).release();
       },
       nullptr);
@@ -248,7 +275,9 @@ PyObject* add_in_place_slot(PyObject* self, PyObject* other) {
 
 template <class T, auto F>
 PyObject* item_slot(PyObject* self, PyObject* key) {
-  return guarded([&] { return to_python((value_of<T>(self).*F)(Object::borrow(key))).release(); }, nullptr);
+  return guarded_slot<T>(
+      self, " while an element is read", [&](T& value) { return to_python((value.*F)(Object::borrow(key))).release(); },
+      nullptr);
 }
 
 }  // namespace heron::py::detail

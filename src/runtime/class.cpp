@@ -60,14 +60,6 @@ std::string inherited_signature(PyTypeObject* base) {
   return signature.is_none() ? "" : Utf8(signature).str();
 }
 
-/// The constructor of a class that has none: `object` itself would let any arguments pass.
-int refuse_arguments(PyObject* self, PyObject* arguments, PyObject* named) {
-  if (PyTuple_Size(arguments) == 0 && (named == nullptr || PyDict_Size(named) == 0)) return 0;
-  const std::string name = Object::borrow(self).type_name();
-  PyErr_SetString(PyExc_TypeError, (name + "() takes no arguments").c_str());
-  return -1;
-}
-
 Object make_type(PyType_Spec& spec, PyTypeObject* base, const std::string& qualified) {
   const Object bases = tuple({Object::borrow(reinterpret_cast<PyObject*>(base))});
   Object type = Object::steal(PyType_FromSpecWithBases(&spec, bases.get()));
@@ -168,7 +160,6 @@ PyTypeObject* TypeParts::make(const Layout& layout, Py_ssize_t size) {
   if (layout.dict_at != 0) {
     accessors_.push_back({"__dict__", PyObject_GenericGetDict, PyObject_GenericSetDict, nullptr, nullptr});
   }
-  if (!has_constructor_ && base_ == &PyBaseObject_Type) slot(Py_tp_init, &refuse_arguments);
   slot(Py_tp_members, keep_table(std::move(members)));
   slot(Py_tp_methods, keep_table(std::move(methods_)));
   slot(Py_tp_getset, keep_table(std::move(accessors_)));

@@ -195,7 +195,7 @@ class Class {
   }
   template <auto F>
   Class& iterate() {
-    parts_.slot(Py_tp_iter, &detail::text_slot<T, F>);
+    parts_.slot(Py_tp_iter, &detail::iterate_slot<T, F>);
     return *this;
   }
   template <auto F>

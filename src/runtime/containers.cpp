@@ -26,7 +26,14 @@ std::optional<Py_ssize_t> List::find(const Object& object) const {
 }
 
 void List::set(Py_ssize_t index, const Object& value) const {
-  checked(PyList_SetItem(pointer_, index, borrow(value.or_none()).release()));
+  const Object held(*this);
+  checked(PyList_SetItem(held.get(), index, borrow(value.or_none()).release()));
+}
+
+void List::replace(Py_ssize_t first, Py_ssize_t end, const Object& with) const {
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep both alive
+  const Object held(*this), given(with);
+  checked(PyList_SetSlice(held.get(), first, end, given.get()));
 }
 
 void List::extend(const Object& values) const {
@@ -34,7 +41,7 @@ void List::extend(const Object& values) const {
 }
 
 void List::clear() const {
-  const Object held(*this);  // the end of an element may replace the field in which this list stands
+  const Object held(*this);
   for (Py_ssize_t size = PyList_Size(held.get()); size > 0; size = PyList_Size(held.get())) {
     checked(PyList_SetSlice(held.get(), size - 1, size, nullptr));
   }
@@ -53,12 +60,62 @@ Dict::Dict(Object dict) : Object(std::move(dict)) {
   }
 }
 
+// NOLINTBEGIN(performance-unnecessary-copy-initialization): the copies keep what stands in fields
+
 std::optional<Object> Dict::find(const Object& key) const {
-  PyObject* value = PyDict_GetItemWithError(pointer_, key.or_none());
+  const Object held(*this), sought(key);
+  PyObject* value = PyDict_GetItemWithError(held.get(), sought.or_none());
   if (value != nullptr) return borrow(value);
   if (PyErr_Occurred() != nullptr) throw Error();
   return std::nullopt;
 }
+
+void Dict::set(const Object& key, const Object& value) const {
+  const Object held(*this), place(key), given(value);
+  checked(PyDict_SetItem(held.get(), place.or_none(), given.or_none()));
+}
+
+void Dict::remove(const Object& key) const {
+  const Object held(*this), place(key);
+  checked(PyDict_DelItem(held.get(), place.or_none()));
+}
+
+void Dict::update(const Dict& other) const {
+  const Object held(*this), given(other);
+  checked(PyDict_Update(held.get(), given.get()));
+}
+
+void Dict::clear() const {
+  const Object held(*this);
+  PyDict_Clear(held.get());
+}
+
+bool Set::contains(const Object& value) const {
+  const Object held(*this), sought(value);
+  return checked(PySet_Contains(held.get(), sought.or_none())) != 0;
+}
+
+void Set::add(const Object& value) const {
+  const Object held(*this), given(value);
+  checked(PySet_Add(held.get(), given.or_none()));
+}
+
+void Set::discard(const Object& value) const {
+  const Object held(*this), given(value);
+  checked(PySet_Discard(held.get(), given.or_none()));
+}
+
+void Set::clear() const {
+  const Object held(*this);
+  checked(PySet_Clear(held.get()));
+}
+
+bool holds(const Object& container, const Object& item) {
+  const Object held(container), sought(item);
+  return checked(PySequence_Contains(held.or_none(), sought.or_none())) != 0;
+}
+
+// NOLINTEND(performance-unnecessary-copy-initialization)
 
 std::vector<std::pair<Object, Object>> Dict::items() const {
   std::vector<std::pair<Object, Object>> items;
@@ -90,10 +147,7 @@ Object tuple(const std::vector<Object>& items) {
   return tuple;
 }
 
-std::vector<Object> collect(const Object& iterable) {
-  const List list(Object::steal(PySequence_List(iterable.or_none())));
-  return list.items();
-}
+std::vector<Object> collect(const Object& iterable) { return List(Held(iterable).apply(PySequence_List)).items(); }
 
 Object get(const Object& mapping, const Name& key, const Object& otherwise) {
   static const Name kGet("get");
@@ -107,10 +161,6 @@ std::vector<std::pair<Object, Object>> pairs(const Object& mapping) {
   return table.items();
 }
 
-bool holds(const Object& container, const Object& item) {
-  return checked(PySequence_Contains(container.or_none(), item.or_none())) != 0;
-}
-
 Object values_at(const Dict& table, const List& keys) {
   static const Name kGet("get"), kPartial("partial"), kIsNot("is_not");
   const auto builtin = [](PyTypeObject& type) { return Object::borrow(reinterpret_cast<PyObject*>(&type)); };
@@ -118,6 +168,6 @@ Object values_at(const Dict& table, const List& keys) {
   return builtin(PyFilter_Type)(is_there, builtin(PyMap_Type)(table.attr(kGet), keys));
 }
 
-Object iterator(const std::vector<Object>& items) { return Object::steal(PyObject_GetIter(tuple(items).get())); }
+Object iterator(const std::vector<Object>& items) { return tuple(items).iterate(); }
 
 }  // namespace heron::py

@@ -22,9 +22,7 @@ class List : public Object {
   void insert(Py_ssize_t index, const Object& value) const { checked(PyList_Insert(pointer_, index, value.or_none())); }
   void remove_at(Py_ssize_t index) const { replace(index, index + 1); }
   /// Puts other elements, or none, in place of those from `first` up to `end`.
-  void replace(Py_ssize_t first, Py_ssize_t end, const Object& with = {}) const {
-    checked(PyList_SetSlice(pointer_, first, end, with.get()));
-  }
+  void replace(Py_ssize_t first, Py_ssize_t end, const Object& with = {}) const;
   void extend(const Object& values) const;
   void clear() const;  ///< Drops the elements one by one from the end; others see the same list empty.
   List copy() const { return List(steal(PyList_GetSlice(pointer_, 0, PY_SSIZE_T_MAX))); }
@@ -40,15 +38,11 @@ class Dict : public Object {
   Py_ssize_t size() const { return PyDict_Size(pointer_); }
   std::optional<Object> find(const Object& key) const;
   std::optional<Object> find(const Name& key) const { return find(borrow(key.get())); }
-  void set(const Object& key, const Object& value) const {
-    checked(PyDict_SetItem(pointer_, key.get(), value.or_none()));
-  }
-  void set(const Name& key, const Object& value) const {
-    checked(PyDict_SetItem(pointer_, key.get(), value.or_none()));
-  }
-  void remove(const Object& key) const { checked(PyDict_DelItem(pointer_, key.get())); }  ///< KeyError if absent.
-  void update(const Dict& other) const { checked(PyDict_Update(pointer_, other.pointer_)); }
-  void clear() const { PyDict_Clear(pointer_); }
+  void set(const Object& key, const Object& value) const;
+  void set(const Name& key, const Object& value) const { set(borrow(key.get()), value); }
+  void remove(const Object& key) const;  ///< KeyError if absent.
+  void update(const Dict& other) const;
+  void clear() const;
   Dict copy() const { return Dict(steal(PyDict_Copy(pointer_))); }
   std::vector<std::pair<Object, Object>> items() const;
   List keys() const { return List(steal(PyDict_Keys(pointer_))); }  ///< A new list.
@@ -61,10 +55,10 @@ class Set : public Object {
   Set() : Object(steal(PySet_New(nullptr))) {}
   explicit Set(Object set);  ///< TypeError unless it is a set.
 
-  bool contains(const Object& value) const { return checked(PySet_Contains(pointer_, value.or_none())) != 0; }
-  void add(const Object& value) const { checked(PySet_Add(pointer_, value.or_none())); }
-  void discard(const Object& value) const { checked(PySet_Discard(pointer_, value.or_none())); }
-  void clear() const { checked(PySet_Clear(pointer_)); }
+  bool contains(const Object& value) const;
+  void add(const Object& value) const;
+  void discard(const Object& value) const;
+  void clear() const;
 };
 
 /// A List or Dict that is made when it is first asked for. An object whose own stay empty is made and collected in

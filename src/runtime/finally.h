@@ -10,7 +10,7 @@ template <class Body, class Undo>
 void undo_on_failure(Body&& body, Undo&& undo) {
   try {
     body();
-  } catch (...) {
+  } catch (const std::exception&) {
     const bool must_pass = !current_error().is_failure();
     try {
       undo();

@@ -24,7 +24,7 @@ GarbageCollectorSlowdown::GarbageCollectorSlowdown() : before_(modules::gc.call(
 }
 
 GarbageCollectorSlowdown::~GarbageCollectorSlowdown() {
-  if (!before_) return;
+  if (!before_ || is_shut_out()) return;
   try {
     modules::gc.attr(kSetThreshold).apply(before_);
   } catch (const Error& error) {

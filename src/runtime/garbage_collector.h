@@ -10,7 +10,7 @@ class GarbageCollectorPause {
  public:
   GarbageCollectorPause() : was_on_(PyGC_Disable() != 0) {}
   ~GarbageCollectorPause() {
-    if (was_on_) PyGC_Enable();
+    if (was_on_ && !is_shut_out()) PyGC_Enable();
   }
   GarbageCollectorPause(const GarbageCollectorPause&) = delete;
   GarbageCollectorPause& operator=(const GarbageCollectorPause&) = delete;

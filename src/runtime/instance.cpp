@@ -1,6 +1,7 @@
 #include "runtime/instance.h"
 
 #include "runtime/containers.h"
+#include "runtime/garbage_collector.h"
 #include "runtime/text.h"
 
 namespace heron::py {
@@ -45,9 +46,11 @@ struct PutOff {
 };
 
 PyObject* allocate(PyTypeObject* type, PyObject* arguments, const Layout& layout) {
-  // Our own classes are never abstract.
-  if (is_plain(layout) && arguments == nullptr) return PyType_GenericAlloc(type, 0);
-  // object.__new__ refuses abstract classes; it takes no arguments where a class has a constructor.
+  // Nothing is made for the collector once the object exists, or it might walk over the value that is not there yet.
+  // object.__new__ makes a dict on some runtimes; it is there to refuse abstract classes.
+  const bool is_abstract = PyType_HasFeature(type, Py_TPFLAGS_IS_ABSTRACT) != 0;
+  if (is_plain(layout) && !is_abstract) return PyType_GenericAlloc(type, 0);
+  const GarbageCollectorPause pause;
   static PyObject* const nothing = PyTuple_New(0);
   if (is_plain(layout) || arguments == nullptr) arguments = nothing;
   return native<newfunc>(layout, Py_tp_new)(type, arguments, nullptr);
@@ -63,15 +66,32 @@ std::string label(PyTypeObject* type) {
 PyObject* new_instance(PyTypeObject* type, PyObject* arguments, const Layout& layout) {
   PyObject* self = allocate(type, arguments, layout);
   if (self == nullptr) throw Error();
-  PyObject_GC_UnTrack(self);  // the collector must not walk over a value that is half made
+  PyObject_GC_UnTrack(self);  // until the value is made
   try {
     layout.construct(&at<char>(self, layout.value_at));
-  } catch (...) {
+  } catch (const std::exception&) {
     free_instance(self, layout);
     throw;
   }
   PyObject_GC_Track(self);
   return self;
+}
+
+void refuse_arguments(PyTypeObject* type, PyObject* arguments, PyObject* named) {
+  if (PyTuple_Size(arguments) == 0 && (named == nullptr || PyDict_Size(named) == 0)) return;
+  if (PyType_GetSlot(type, Py_tp_init) != PyType_GetSlot(&PyBaseObject_Type, Py_tp_init)) return;
+  static const Name kName("__name__");
+  const Object name = Object::borrow(reinterpret_cast<PyObject*>(type)).attr(kName);
+  raise_type(Utf8(name).str() + "() takes no arguments");
+}
+
+void initialise_others(PyObject* self, PyTypeObject* own) {
+  if (Py_TYPE(self) == own) return;
+  static const Name kOrder("__mro__"), kInit("__init__");
+  const std::vector<Object> ours = collect(Object::borrow(reinterpret_cast<PyObject*>(own)).attr(kOrder));
+  const Object last = ours.at(ours.size() - 2);  // the native base where there is one; then comes `object`
+  const Object super = Object::borrow(reinterpret_cast<PyObject*>(&PySuper_Type));
+  super(last, Object::borrow(self)).attr(kInit)();
 }
 
 int traverse_instance(PyObject* self, visitproc visit, void* argument, const Layout& layout) {

@@ -66,6 +66,14 @@ std::string label(PyTypeObject* type);
 /// a native base that wants some.
 PyObject* new_instance(PyTypeObject* type, PyObject* arguments, const Layout& layout);
 
+/// TypeError for arguments of a class of which no constructor takes any, neither ours nor one of Python: `object`
+/// itself would let them pass.
+void refuse_arguments(PyTypeObject* type, PyObject* arguments, PyObject* named);
+
+/// Goes on from our constructor to those that Python's order of initialisation has behind it, as `super().__init__()`
+/// does: of other bases of a class derived in Python. `own` is the class of ours.
+void initialise_others(PyObject* self, PyTypeObject* own);
+
 /// A reference to an instance of one of our own classes, or to none.
 template <class T>
 class Ref : public Object {
@@ -191,10 +199,11 @@ void drop_instance(PyObject* self, const Layout& layout);
 /// The same operations as the runtime calls them: one set a class, so that none has to look its layout up.
 template <class T>
 struct Lifecycle {
-  static PyObject* create(PyTypeObject* type, PyObject* arguments, PyObject*) {
+  static PyObject* create(PyTypeObject* type, PyObject* arguments, PyObject* named) {
     try {
+      refuse_arguments(type, arguments, named);
       return new_instance(type, arguments, TypeOf<T>::layout);
-    } catch (...) {
+    } catch (const std::exception&) {
       current_error().restore();
       return nullptr;
     }

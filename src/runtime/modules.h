@@ -21,6 +21,7 @@ class Module {
 };
 
 namespace modules {
+inline const Module atexit{"atexit"};
 inline const Module collections_abc{"collections.abc"};
 inline const Module copy{"copy"};
 inline const Module copyreg{"copyreg"};

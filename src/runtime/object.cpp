@@ -31,7 +31,14 @@ Object Object::borrow(PyObject* pointer) {
   return object;
 }
 
-// Each holds what it works on: Python code that runs meanwhile may let go of the place that this reference stands in.
+void Object::give_back(PyObject* pointer) {
+  if (is_shut_out()) return;
+  try {
+    Py_DecRef(pointer);
+  } catch (...) {
+    wait_for_end();  // no error comes this way: the runtime ends the thread in the object's finaliser
+  }
+}
 
 bool Object::truth() const {
   const Object held(*this);
@@ -75,32 +82,49 @@ std::string Object::type_name() const {
   return known;
 }
 
+Object Object::item(const Object& key) const { return Held(*this, key).apply(PyObject_GetItem); }
+void Object::set_item(const Object& key, const Object& value) const {
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep all alive
+  const Object held(*this), place(key), given(value);
+  checked(PyObject_SetItem(held.or_none(), place.or_none(), given.or_none()));
+}
+
+Object Object::iterate() const { return Held(*this).apply(PyObject_GetIter); }
+Object Object::string() const { return Held(*this).apply(PyObject_Str); }
+
 Object Object::attr(const Name& name) const {
   const Object held(*this);
   return steal(PyObject_GetAttr(held.or_none(), name.get()));
 }
 
 Object Object::attr(const Name& name, const Object& otherwise) const {
-  PyObject* found = PyObject_GetAttr(or_none(), name.get());
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep both alive
+  const Object held(*this), fallback(otherwise);
+  PyObject* found = PyObject_GetAttr(held.or_none(), name.get());
   if (found == nullptr) {
     if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) throw Error();
     PyErr_Clear();
-    return otherwise;
+    return fallback;
   }
   return steal(found);
 }
 
 void Object::set_attr(const Name& name, const Object& value) const {
-  checked(PyObject_SetAttr(or_none(), name.get(), value.or_none()));
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep both alive
+  const Object held(*this), kept(value);
+  checked(PyObject_SetAttr(held.or_none(), name.get(), kept.or_none()));
 }
 
 void Object::set_attr(const Object& name, const Object& value) const {
-  const Object held(*this);
-  checked(PyObject_SetAttr(held.or_none(), name.or_none(), value.or_none()));
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep all alive
+  const Object held(*this), label(name), kept(value);
+  checked(PyObject_SetAttr(held.or_none(), label.or_none(), kept.or_none()));
 }
 
 Object Object::apply(const Object& arguments, const Object& named) const {
-  return steal(PyObject_Call(or_none(), arguments.get(), named.get()));
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep all alive
+  const Object held(*this), positional(arguments), by_name(named);
+  return steal(PyObject_Call(held.or_none(), positional.get(), by_name.get()));
 }
 
 Error::Error() {
@@ -178,7 +202,7 @@ Depth::Depth(const char* where) {
 
 Depth::~Depth() {
   --depth;
-  Py_LeaveRecursiveCall();
+  if (!is_shut_out()) Py_LeaveRecursiveCall();
 }
 
 }  // namespace heron::py

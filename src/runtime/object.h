@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "runtime/process_end.h"
 #include "runtime/python.h"
 
 namespace heron::py {
@@ -26,6 +27,10 @@ class Name {
 /// An owning reference to a Python object, or to none. Where an object is needed, none stands for Python's None, so
 /// that an instance whose constructor never ran is as safe as any other.
 ///
+/// This reference may stand in a field that Python code replaces: whoever hands an object to the runtime holds it for
+/// the call. All operations here and of the containers do. `get` is for calls that run no Python code, and for
+/// references in local variables.
+///
 /// References are counted through functions and not through the inline forms of the headers: those of older
 /// headers make the immortal objects of newer runtimes drift.
 class Object {
@@ -37,7 +42,9 @@ class Object {
     std::swap(pointer_, other.pointer_);
     return *this;
   }
-  ~Object() { Py_DecRef(pointer_); }
+  ~Object() {
+    if (pointer_ != nullptr) give_back(pointer_);
+  }
 
   static Object steal(PyObject* pointer);   ///< Takes a new reference over; none means a pending error: throws it.
   static Object borrow(PyObject* pointer);  ///< Adds a reference.
@@ -58,6 +65,11 @@ class Object {
   Py_ssize_t length() const;                ///< Python's `len`.
   std::string type_name() const;            ///< Short name of the type, for messages.
 
+  Object item(const Object& key) const;  ///< Python's `object[key]`.
+  void set_item(const Object& key, const Object& value) const;
+  Object iterate() const;  ///< Python's `iter`.
+  Object string() const;   ///< Python's `str`.
+
   Object attr(const Name& name) const;
   Object attr(const Name& name, const Object& otherwise) const;  ///< `otherwise` where there is no such attribute.
   void set_attr(const Name& name, const Object& value) const;
@@ -74,6 +86,9 @@ class Object {
 
  protected:
   PyObject* pointer_;
+
+ private:
+  static void give_back(PyObject* pointer);
 };
 
 /// References that are kept for the time of a call.

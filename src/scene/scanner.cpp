@@ -128,7 +128,7 @@ bool Scanner::upload_buffer(bool append) {
   last_run = py::Object();
   try {
     return look(append);
-  } catch (...) {
+  } catch (const std::exception&) {
     end(outcome::kFailed, kept(py::current_error()));
     throw;
   }
@@ -162,7 +162,7 @@ bool Scanner::look(bool append) {
   py::List result;
   try {
     result = search(append);
-  } catch (...) {
+  } catch (const std::exception&) {
     const py::Error error = py::current_error();
     if (!error.is_failure()) throw;
     logger::exception(error.value());

@@ -74,7 +74,7 @@ py::Dict of(const py::Dict& document) {
     if (is_version(name) || !is_list(value)) continue;
     const py::Dict records;
     for (const py::Object& record : py::List(value).items()) {
-      records.set(py::Object::steal(PyObject_GetItem(record.get(), kTimestamp.get())), record);
+      records.set(record.item(py::Object::borrow(kTimestamp.get())), record);
     }
     table.set(name, records);
   }

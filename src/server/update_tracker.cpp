@@ -52,7 +52,7 @@ py::Object UpdateTracker::handle_version(const py::Iterable& value) const {
   py::List parts;
   for (const py::Object& element : py::collect(value)) {
     const py::Object integer = py::Object::steal(PyNumber_Index(element.get()));
-    parts.append(py::Object::steal(PyObject_Str(integer.get())));
+    parts.append(integer.string());
   }
   if (parts.empty()) parts.append(py::text("0"));
   return clean_version(py::Text(joined(parts)));

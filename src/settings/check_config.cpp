@@ -72,7 +72,7 @@ void CheckConfig::load(const py::Object& stored) {
 
 void CheckConfig::mask(const py::Object& class_ids) const {
   for (const auto& [class_id, check] : table.items()) {
-    if (py::checked(PySequence_Contains(class_ids.get(), class_id.get())) == 0) table.remove(class_id);
+    if (!py::holds(class_ids, class_id)) table.remove(class_id);
   }
 }
 
