@@ -82,25 +82,50 @@ void expose(const heron::py::Scope& module) {
   heron::expose_api(module);
 }
 
+/// Gives a module that was imported anew what the first one has, so that each class stays the same.
+void take_over(const heron::py::Object& filled, const heron::py::Object& module) {
+  static const heron::py::Name kDict("__dict__");
+  const heron::py::Dict names(module.attr(kDict));
+  for (const auto& [name, value] : heron::py::Dict(filled.attr(kDict)).items()) {
+    if (!names.find(name)) names.set(name, value);
+  }
+}
+
+/// Fills the module. There is one set of classes in a process, which belongs to the main interpreter.
+int fill(PyObject* object) {
+  return heron::py::detail::guarded(
+      [&] {
+        if (PyInterpreterState_GetID(PyInterpreterState_Get()) != 0) {
+          heron::py::raise(PyExc_ImportError, "module 'core' cannot be imported in a subinterpreter");
+        }
+        static const heron::py::Object* filled = nullptr;
+        const auto module = heron::py::Object::borrow(object);
+        if (filled == nullptr) {
+          heron::py::watch_for_end();
+          expose(heron::py::Scope(module));
+          filled = new heron::py::Object(module);
+        } else {
+          take_over(*filled, module);
+        }
+        return 0;
+      },
+      -1);
+}
+
+PyModuleDef_Slot slots[] = {{Py_mod_exec, reinterpret_cast<void*>(&fill)}, {0, nullptr}};
+
+PyModuleDef definition = {PyModuleDef_HEAD_INIT,
+                          "core",
+                          "The engine of Heron.\n\n"
+                          "Names that begin with an underscore are the engine's own: a front-end or a host\n"
+                          "is handed their instances, and reads them, but seldom makes one.",
+                          0,
+                          nullptr,
+                          slots,
+                          nullptr,
+                          nullptr,
+                          nullptr};
+
 }  // namespace
 
-PyMODINIT_FUNC PyInit_core() {
-  static PyModuleDef definition = {PyModuleDef_HEAD_INIT,
-                                   "core",
-                                   "The engine of Heron.\n\n"
-                                   "Names that begin with an underscore are the engine's own: a front-end or a host\n"
-                                   "is handed their instances, and reads them, but seldom makes one.",
-                                   -1,
-                                   nullptr,
-                                   nullptr,
-                                   nullptr,
-                                   nullptr,
-                                   nullptr};
-  return heron::py::detail::guarded(
-      [] {
-        heron::py::Object module = heron::py::Object::steal(PyModule_Create(&definition));
-        expose(heron::py::Scope(module));
-        return module.release();
-      },
-      nullptr);
-}
+PyMODINIT_FUNC PyInit_core() { return PyModuleDef_Init(&definition); }
