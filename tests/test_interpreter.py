@@ -28,7 +28,7 @@ def run(program, *lines, prelude=HOST):
     """What a program in an interpreter of its own prints; it has to end by itself, and well."""
     return subprocess.run(
         [sys.executable, "-c", "\n".join([prelude, program, *lines])],
-        env={**os.environ, "PYTHONPATH": os.pathsep.join(sys.path)},
+        env={**os.environ, "PYTHONPATH": os.pathsep.join(sys.path), "PYTHONMALLOC": "debug"},
         stdout=subprocess.PIPE,
         stderr=subprocess.STDOUT,
         check=True,
@@ -130,4 +130,20 @@ first = core
 del sys.modules["core"]
 import core
 assert core is not first and core.Api is first.Api and core.__doc__ == first.__doc__
+""")
+
+
+# Memory that is free is filled by the runtime here, so that whoever still uses it crashes.
+
+
+@pytest.mark.parametrize("operation", ["get", "exist"])
+def test_what_stands_in_a_field_is_held_while_it_is_used(operation):
+    run(f"""
+class Key(str):
+    def __hash__(self):
+        types.__init__({{}})
+        return 1
+
+types = core.TypeMapping({{"a": "mesh"}})
+types.{operation}(Key())
 """)

@@ -23,9 +23,7 @@ void TypeMapping::init(const py::Object& mapping) {
 
 py::Object TypeMapping::get(const py::Object& name) const { return table.find(name).value_or(py::Object::none()); }
 
-bool TypeMapping::exist(const py::Object& name) const {
-  return py::checked(PySet_Contains(types.get(), name.get())) != 0;
-}
+bool TypeMapping::exist(const py::Object& name) const { return py::holds(types, name); }
 
 void expose_type_mapping(const py::Scope& module) {
   py::Class<TypeMapping>(module, "TypeMapping",

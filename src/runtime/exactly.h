@@ -19,8 +19,8 @@ Ref<T> exactly(const Object& object, const Name& operation) {
   Ref<T> ours = exactly<T>(object);
   const Py_ssize_t dict_at = TypeOf<T>::layout.dict_at;
   if (!ours || dict_at == 0) return ours;
-  PyObject* const own = *reinterpret_cast<PyObject**>(reinterpret_cast<char*>(ours.get()) + dict_at);
-  return own == nullptr || checked(PyDict_Contains(own, operation.get())) == 0 ? ours : Ref<T>();
+  const Object own = Object::borrow(*reinterpret_cast<PyObject**>(reinterpret_cast<char*>(ours.get()) + dict_at));
+  return !own || checked(PyDict_Contains(own.get(), operation.get())) == 0 ? ours : Ref<T>();
 }
 
 }  // namespace heron::py
