@@ -160,7 +160,7 @@ def fields(value):
     found = dict(getattr(value, "__dict__", {}))
     ours = [vars(cls) for cls in type(value).__mro__ if cls.__module__ in ("core", __name__)]
     for name in {name for names in ours for name, member in names.items() if hasattr(member, "__get__")}:
-        if name.startswith("__"):
+        if name.startswith("__") or name.endswith("failure"):  # says where an error was raised: copies of errors do not
             continue
         try:
             found[name] = getattr(value, name)
