@@ -186,7 +186,8 @@ void expose_validator(const py::Scope& api) {
               "Plans the checks and runs them all; the results are in `queue`.\n\n"
               "The selection of the host stays as it is; a record of this run and one of each run of a check go to the "
               "statistics, which are written. With nothing to check nothing is recorded. The run follows `queue`: to "
-              "cancel it, clear the queue, from a check, the host or `progress`; the run ends after the task under way, "
+              "cancel it, clear the queue, from a check, the host or `progress`; the run ends after the task under "
+              "way, "
               "and tasks that are added are run. A check that fails stops "
               "nothing: its result says so. Exceptions of the host pass; RuntimeError within a validation.")
           .operation<&Validator::plan_checks>("_plan_checks", {"mode"},

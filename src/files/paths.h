@@ -11,8 +11,8 @@ py::Object normalised(const py::Object& path);  ///< Without ".", ".." and doubl
 py::Object directory(const py::Object& path);   ///< Empty for a bare name.
 py::Object file_name(const py::Object& path);
 
-bool is_path(const py::Object& value);         ///< A text, or what `os.fspath` makes one of.
-py::Object plain(const py::Object& value);     ///< The text of a path; any other value comes back as it is.
+bool is_path(const py::Object& value);      ///< A text, or what `os.fspath` makes one of.
+py::Object plain(const py::Object& value);  ///< The text of a path; any other value comes back as it is.
 
 /// A path as an argument, as text: anything else is refused.
 class Argument : public py::Text {

@@ -156,9 +156,10 @@ void expose_environment(const py::Scope& module, const py::Scope& assertions) {
       .done();
 
   const py::Scope test = py::make_namespace(assertions, "Environment", "Tests of environments.");
-  py::function<&is_environment>(test, "is_valid", {"instance"},
-                                "Whether an object can serve as the `Environment`: its four paths are texts or path objects, and so is "
-                                "\"~\" decoded and encoded. What it raises is logged, and counts as no.");
+  py::function<&is_environment>(
+      test, "is_valid", {"instance"},
+      "Whether an object can serve as the `Environment`: its four paths are texts or path objects, and so is "
+      "\"~\" decoded and encoded. What it raises is logged, and counts as no.");
 }
 
 }  // namespace heron

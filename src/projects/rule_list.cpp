@@ -80,6 +80,14 @@ py::Object RuleList::get(const py::Object& stamp) const {
   return py::Object::none();
 }
 
+py::Dict RuleList::by_stamp() const {
+  py::Dict table;
+  for (const Rule& rule : rules()) {
+    if (!table.find(rule->stamp())) table.set(rule->stamp(), rule);
+  }
+  return table;
+}
+
 bool RuleList::append(const Rule& rule) const {
   if (rule->is_ghost() && has_ghost()) return false;
   rule->set_name(control->get_init(rule->name()));

@@ -23,6 +23,7 @@ class RuleList {
   bool has_ghost() const;
   bool has_unique_name(const Rule& rule) const;
   py::Object get(const py::Object& stamp) const;  ///< The first rule of this stamp, or none.
+  py::Dict by_stamp() const;                      ///< The same for all stamps, for who looks for many.
 
   bool append(const Rule& rule) const;        ///< Numbers a name that is taken; refuses a second ghost.
   bool remove(const py::Object& rule) const;  ///< False if this very object is not in the list.

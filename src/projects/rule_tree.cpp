@@ -124,8 +124,10 @@ void RuleRoot::load(const py::Object& data, const py::Ref<RuleList>& rules) {
   };
   children = py::List();
   std::vector<Level> levels{{{}, children}};
+  const py::Dict known = rules->by_stamp();
   const auto enter = [&](const py::Object& entry) -> std::optional<Items> {
-    const py::Object rule = rules->get(py::get(entry, kStamp));
+    const py::Object stamp = py::get(entry, kStamp);
+    const py::Object rule = stamp.is_text() ? known.find(stamp).value_or(py::Object()) : rules->get(stamp);
     if (rule.is_none()) {
       logger::warning(py::text("Incompatible Hierarchy Settings"));
       document::note(py::text("pattern"));
