@@ -195,9 +195,8 @@ def instance(kind, depth):
 # What a step does, and what a hostile value does when it is asked for something.
 def ours():
     if not (depth and busy and draw.random() < 0.6):
-        busy.append(
-            draw.choice([one for one in list(pool.values()) if offered(operations, type(one))] or classes)
-        )
+        living = [one for one in list(pool.values()) if offered(operations, type(one))]
+        busy.append(draw.choice(living or classes))
     return draw.choice(busy) if depth else busy[-1]
 
 
@@ -277,14 +276,10 @@ def spoil():
     path = draw.choice([one for one in Path(here, "home").rglob("*") if one.is_file()])
     data = path.read_bytes()
     cut = draw.randrange(len(data) + 1)
-    damaged = [
-        data[:cut],
-        data[:cut] + b"9" + data[cut + 1 :],
-        data.replace(b"0", b"[1]"),
-        b"[" * 5000,
-        b"\xff",
-    ]
-    path.write_bytes(draw.choice([*damaged, b"", b"[]", b"{}", b"null", b'{"version": 4, "check": []}']))
+    damaged = [data[:cut], data[:cut] + b"9" + data[cut + 1 :], data.replace(b"0", b"[1]"), b"[" * 5000]
+    path.write_bytes(
+        draw.choice([*damaged, b"", b"\xff", b"[]", b"{}", b"null", b'{"version": 4, "check": []}'])
+    )
 
 
 def in_threads():
@@ -358,8 +353,8 @@ def react(*arguments, **named):
     global left, depth
     if overdue:
         raise KeyboardInterrupt
-    ours = threads or threading.current_thread() is threading.main_thread()
-    if ours and left > 0 and depth < 3 and draw.random() < 0.3:
+    steady = threads or threading.current_thread() is threading.main_thread()
+    if steady and left > 0 and depth < 3 and draw.random() < 0.3:
         left, depth = left - 1, depth + 1
         try:
             action = draw.choice(ACTIONS)
