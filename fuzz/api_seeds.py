@@ -129,7 +129,8 @@ def is_made_while_the_collector_comes():
 
 def runs_in_threads_at_the_end():
     host, control = core.Scene.Operator(), core._CallBacks.List()
-    host.get_children = host.query_filedata = lambda *_: []
+    host.get_children = host.query_filedata = host.get_parent = lambda *_: []
+    host.object_exists = host.get_type = lambda path: "mesh"  # nothing fails: no thread is begun for a record
     virtual, joint = core.Scene._Virtual(host), Joint(children=[Joint() for _ in range(200)])
     control.register(lambda: virtual.upload(["/a"]))
     for use in (control, lambda: core._File.Json.write("a", joint.data), Buffer(host, virtual, None).load):
