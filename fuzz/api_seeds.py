@@ -120,6 +120,12 @@ def is_built_again_from_within():
     )
 
 
+def raises_what_is_no_exception():
+    task = core.Parameters.Block.Task([])
+    task._build_exceptions.append(1)
+    each(task.assert_no_errors)
+
+
 def is_made_while_the_collector_comes():
     kept = [core.Scene._Virtual(None) for _ in range(20000)]
     gc.set_threshold(1)

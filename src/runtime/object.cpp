@@ -180,6 +180,7 @@ void raise_type() {
   throw Error();
 }
 void raise_object(const Object& exception) {
+  if (!PyExceptionInstance_Check(exception.or_none())) raise_type("exceptions must derive from BaseException");
   PyException_SetTraceback(exception.get(), Py_None);
   PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception.get());
   throw Error();
