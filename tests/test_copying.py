@@ -13,21 +13,12 @@ from hosts import DictHost
 import core
 
 Project, Parameters, Settings, Queue = core._Project, core.Parameters, core._Settings, core.Check._Queue
-Buffer, Pattern, Export, Statistics = (
-    core.Scene._Buffer,
-    core._Hierarchy.Pattern,
-    core._Export,
-    core._Statistics,
-)
-RULE = {
-    "stamp": "1",
-    "name": "car",
-    "range": [1, 4],
-    "types": ["mesh"],
-    "checklist": {"id": {"enabled": True}},
-}
+Buffer, Pattern = core.Scene._Buffer, core._Hierarchy.Pattern
+Export, Statistics = core._Export, core._Statistics
+CHECKS = {"id": {"enabled": True}}
+RULE = {"stamp": "1", "name": "car", "range": [1, 4], "types": ["mesh"], "checklist": CHECKS}
 RECORD = {"rules": [RULE], "pattern": [{"stamp": "1", "children": [{"stamp": "1"}]}], "author": "me"}
-DOCUMENT = {"name": "Street", "filename": "a.json", "selected": 5, "records": {"5": RECORD}, "version": 3}
+DOCUMENT = {"filename": "a.json", "selected_record": 5, "records": {"5": RECORD}, "version": 3}
 ATOMS = str, int, float, type(None), type, BuiltinFunctionType, FunctionType, BaseException, range
 
 
@@ -119,39 +110,23 @@ def samples(tmp_path):
     unit.add_definition("d")
     order = Pattern._Sorter.Order()
     order.append(unit)
-    response = SimpleNamespace(
-        getheader=lambda *_: "application/json", status=200, read=lambda: b'[{"a": 1}]'
-    )
+    answer = {"getheader": lambda *_: "application/json", "status": 200, "read": lambda: b'[{"a": 1}]'}
+    response = SimpleNamespace(**answer)
     search, message = core._Hierarchy.Search, Project.Collection
-    made = [
-        project,
-        record,
-        joint.bucket,
-        joint,
-        state,
-        checklist,
-        queue,
-        *inputs,
-        Width("m"),
-        options,
-        exports,
-    ]
-    made += [
-        Export.Options(options),
-        mapping,
-        core.Mask(mapping),
-        core.Mask._Set(choice, choice),
-        choice,
-        order,
-    ]
-    made += [rule, rule.get_range(), search.Result([place]), search.Response(place, scope), Environment()]
+    made = [project, record, joint.bucket, joint, state, checklist, queue, *inputs, Width("m"), options]
+    made += [exports, Export.Options(options), mapping, core.Mask(mapping), core.Mask._Set(choice, choice)]
+    made += [choice, order, rule, rule.get_range(), search.Result([place]), search.Response(place, scope)]
     made += [message.HttpRequest("maya", [DOCUMENT]), message.HttpResponse(response), Project.Header(project)]
     made += [Statistics.HttpResponse(response), Statistics.HttpRequest("me", {"version": 1})]
     made += [Statistics.Type.Validate(1.0, 2.0, "a"), Statistics.Type.Checks(1.0, 2.0, "n", "pass")]
     made += [Statistics.Type.Exported(), Statistics.Type.FeedbackSent(), Statistics.Type._Record()]
     made += [core.Scene._Scanner.Run("found", ValueError("v")), core.Structure.NamedBuffer("faces", [1, [2]])]
     made += [Settings.URLs("maya", "1.2"), Settings.Server({"port": 1, "enabled": True}), core._LocalEnv()]
-    made += [Settings.Workspace({"project": "p"}), Settings.Export({"mode": 2, "directory": "d"})]
+    made += [
+        Environment(),
+        Settings.Workspace({"project": "p"}),
+        Settings.Export({"mode": 2, "directory": "d"}),
+    ]
     return [*made, core.Api._Project._LoadPointer(), Project.Settings.Rule.Tree._Node(), core._Str("text")]
 
 
