@@ -162,7 +162,7 @@ def same(value, twin, pairs, seen):
     if isinstance(value, ATOMS) and value != twin:
         return False
     mine, others = fields(value), fields(twin)
-    for name in mine.keys() | others.keys():
+    for name in (mine.keys() | others.keys()) - {"failure"}:  # a pickled exception has no traceback
         assert same(mine[name], others[name], pairs, seen), (type(value), name)
     return True
 

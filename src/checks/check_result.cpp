@@ -239,7 +239,8 @@ py::Object CheckResult::result_message() {
 }
 
 py::Object CheckResult::deep_copy(const py::Object& memo) const {
-  return py::deep_copy(py::object_of(*this), memo, {op, statistics});
+  return py::deep_copy(py::object_of(*this), memo,
+                       {op, statistics, never_made, error, fix_error, select_error, message_error});
 }
 
 void expose_check_result(const py::Scope& task) {
@@ -291,7 +292,7 @@ void expose_check_result(const py::Scope& task) {
           .operation<&CheckResult::result_message>("result_message",
                                                    "What the check says of its last run; empty if that is no text.")
           .operation<&CheckResult::deep_copy>("__deepcopy__", {"memo"},
-                                              "A deep copy, which has the same host and statistics.")
+                                              "A deep copy, which has the same host, statistics and exceptions.")
           .readonly<&CheckResult::op>("_op", "Any: The host.")
           .readonly<&CheckResult::statistics>("_statistics", "Any: What gets a record of each run.")
           .readonly<&CheckResult::check>("_check", "Check.Base: The check.")

@@ -23,7 +23,7 @@ class CheckResult {
   void fix_result();
   void select_result();
   py::Object result_message();
-  py::Object deep_copy(const py::Object& memo) const;  ///< With the same host and statistics.
+  py::Object deep_copy(const py::Object& memo) const;  ///< With the same host, statistics and exceptions.
 
   py::Object get_failure() const { return told(error); }
   py::Object get_fix_failure() const { return told(fix_error); }

@@ -68,13 +68,14 @@ class Interval {
   }
 };
 
-/// Makes a class with the three operations that a set must have one of `collections.abc.Set`, with the operators of such.
+/// Makes a class with the three operations that a set must have one of `collections.abc.Set`, with the operators of
+/// such.
 void make_set(const py::Object& type) {
   static const py::Name kSet("Set"), kRegister("register");
   static const py::Name kOperations[] = {
-      py::Name("__le__"),  py::Name("__lt__"),   py::Name("__ge__"),  py::Name("__gt__"),   py::Name("__and__"),
-      py::Name("__rand__"), py::Name("__or__"),   py::Name("__ror__"), py::Name("__sub__"),  py::Name("__rsub__"),
-      py::Name("__xor__"), py::Name("__rxor__"), py::Name("isdisjoint")};
+      py::Name("__le__"),   py::Name("__lt__"),   py::Name("__ge__"),    py::Name("__gt__"),  py::Name("__and__"),
+      py::Name("__rand__"), py::Name("__or__"),   py::Name("__ror__"),   py::Name("__sub__"), py::Name("__rsub__"),
+      py::Name("__xor__"),  py::Name("__rxor__"), py::Name("isdisjoint")};
   const py::Object set = py::modules::collections_abc.attr(kSet);
   for (const py::Name& operation : kOperations) type.set_attr(operation, set.attr(operation));
   set.call(kRegister, type);

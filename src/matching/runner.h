@@ -76,9 +76,9 @@ class Runner {
   std::vector<Level> levels_;
   LayerShelf shelf_;
   std::vector<ObjectId> children_;
-  bool once_ = false;            // is one look at an object enough in this walk?
-  std::size_t walk_ = 0;         // its number
-  PagedTable<Passed> passed_;    // the last layer that the objects below an object were compared with
+  bool once_ = false;          // is one look at an object enough in this walk?
+  std::size_t walk_ = 0;       // its number
+  PagedTable<Passed> passed_;  // the last layer that the objects below an object were compared with
 };
 
 }  // namespace heron

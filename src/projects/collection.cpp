@@ -210,7 +210,8 @@ py::Object ProjectCollection::take(const py::Object& project) const {
 /// as one does that another only kept for too long.
 bool ProjectCollection::make_room(const py::Object& path) const {
   warn_of(path);
-  if (const auto failure = errors.find(path); failure && py::is_instance<heron::errors::AccessQueueTimeout>(failure->get())) {
+  if (const auto failure = errors.find(path);
+      failure && py::is_instance<heron::errors::AccessQueueTimeout>(failure->get())) {
     return false;
   }
   try {

@@ -49,7 +49,8 @@ py::Object ProjectsResponse::decode(const py::Object& response) {
 py::Object ProjectsResponse::content(const py::Object& response) {
   static const py::Name kGetHeader("getheader"), kRead("read"), kDecode("decode"), kLoads("loads");
   static const py::Name kHeaders("headers"), kGetItem("__getitem__");
-  const py::Object headers = py::object_of(*this).attr(kHeaders), wanted = headers.call(kGetItem, py::text(json_body::kTypeHeader));
+  const py::Object headers = py::object_of(*this).attr(kHeaders),
+                   wanted = headers.call(kGetItem, py::text(json_body::kTypeHeader));
   const py::Object type = response.call(kGetHeader, py::text(json_body::kTypeHeader), py::text(""));
   if (!to_str(type).equals(to_str(wanted))) return py::List();
   const py::Object text = response.call(kRead).call(kDecode, py::text(kEncoding));

@@ -22,8 +22,7 @@ bool is_ghost(const py::Object& joint) { return joint.call(kIsGhost).truth(); }
 /// Are these paths, or nothing at all? What is embedded in a scene may hold anything.
 bool are_paths(const py::Object& group) {
   const std::vector<py::Object> all = py::collect(group);
-  return std::all_of(all.begin(), all.end(),
-                     [](const py::Object& path) { return path.is_none() || path.is_text(); });
+  return std::all_of(all.begin(), all.end(), [](const py::Object& path) { return path.is_none() || path.is_text(); });
 }
 
 py::Object replaced(const py::Object& text, const py::Object& source, const py::Object& target) {

@@ -6,8 +6,8 @@
 
 namespace heron {
 
-/// Builds the joints of what a run matches, and tells the host of each. The run should pause meanwhile, so that the host
-/// may use the hierarchy.
+/// Builds the joints of what a run matches, and tells the host of each. The run should pause meanwhile, so that the
+/// host may use the hierarchy.
 class JointBuilder {
  public:
   JointBuilder(HierarchyRun& run, const Host& host) : run_(run), host_(host) {}

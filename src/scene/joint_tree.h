@@ -2,8 +2,8 @@
 
 #include "host/host.h"
 
-/// Walks over trees of joints, which may be deeper than the stack, and may hold a joint in many places: where that makes
-/// no difference, it is looked at once. RecursionError for a joint below itself.
+/// Walks over trees of joints, which may be deeper than the stack, and may hold a joint in many places: where that
+/// makes no difference, it is looked at once. RecursionError for a joint below itself.
 namespace heron::joint_tree {
 
 /// Appends all joints below a joint to a list, parents first.
