@@ -74,8 +74,8 @@ char* put_escape(char* at, unsigned char character) {
   return at;
 }
 
-/// Values are borrowed as long as nothing can run but this: what holds others is kept while they are written, since a
-/// derived class, a signal or the sink may run Python code.
+/// Values are held while they are written: a derived class, a signal or the sink may run Python code, and the sink may
+/// let other threads run.
 class Writer {
  public:
   explicit Writer(const Sink& sink) : buffer_(sink) {}
@@ -104,8 +104,8 @@ class Writer {
 void Writer::value(PyObject* value) {
   if (plain(value)) return;
   const py::Depth depth(" while a document is written");
-  py::checked(PyErr_CheckSignals());  // a document that shares its parts may take for ever
   const py::Object held = py::Object::borrow(value);
+  py::checked(PyErr_CheckSignals());  // a document that shares its parts may take for ever
   const bool is_list = PyList_Check(value) || PyTuple_Check(value);
   if (!is_list && !PyDict_Check(value)) {
     other(held);
@@ -225,6 +225,7 @@ void Writer::members(const py::Object& map) {
   const Py_ssize_t size = PyDict_Size(map.get());
   PyObject *name = nullptr, *value = nullptr;
   for (Py_ssize_t position = 0; PyDict_Next(map.get(), &position, &name, &value) != 0;) {
+    const py::Object held_name = py::Object::borrow(name), held_value = py::Object::borrow(value);
     member(name, value);
     if (PyDict_Size(map.get()) != size) py::raise(PyExc_RuntimeError, "dictionary changed size during iteration");
   }
