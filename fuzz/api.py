@@ -33,6 +33,8 @@ def run(program, *arguments):
         work.mkdir()
         environment = {"PYTHONMALLOC": "debug", **os.environ, "PYTHONHASHSEED": "0"}
         environment |= dict.fromkeys(("HOME", "USERPROFILE", "TMPDIR", "TEMP"), str(work))
+        if paths := os.environ.get("PYTHONPATH"):
+            environment["PYTHONPATH"] = os.pathsep.join(map(os.path.abspath, paths.split(os.pathsep)))
         environment["ASAN_OPTIONS"] = os.environ.get("ASAN_OPTIONS", "") + SANITIZER
         environment["UBSAN_OPTIONS"] = "print_stacktrace=1:halt_on_error=1"
         command = [sys.executable, "-X", "faulthandler", str(HERE / program), *arguments]
