@@ -27,6 +27,11 @@ py::Object time_at(const py::Object& data) {
   return py::Object::none();
 }
 
+/// By code points.
+bool is_before(const py::Ref<CheckPreset>& left, const py::Ref<CheckPreset>& right) {
+  return PyUnicode_Compare(left->name().get(), right->name().get()) < 0;
+}
+
 }  // namespace
 
 py::Object CheckPreset::load(const py::Object& type, const py::Object& presets, const py::Object& data) {
@@ -98,11 +103,17 @@ void CheckPresets::load(const py::Object& data) const {
   sort();
 }
 
+// Mostly all others are in order, and one more is not worth a whole sort.
 void CheckPresets::add(const py::Object& name, const py::Object& config) const {
   const auto preset = Preset::make();
   preset->init(py::object_of(*this), name, config, py::Object::none(), py::Object::none());
-  array.append(preset);
-  sort();
+  const std::vector<Preset> all = presets();
+  if (std::ranges::is_sorted(all, is_before)) {
+    array.insert(std::ranges::upper_bound(all, preset, is_before) - all.begin(), preset);
+  } else {
+    array.append(preset);
+    sort();
+  }
 }
 
 void CheckPresets::pop(const py::Object& preset) const {
@@ -114,10 +125,10 @@ void CheckPresets::pop(const py::Object& preset) const {
 }
 
 void CheckPresets::sort() const {
-  std::vector<std::pair<std::string, Preset>> order;
-  for (const Preset& preset : presets()) order.emplace_back(py::Utf8(preset->name()).str(), preset);
-  std::ranges::stable_sort(order, {}, [](const auto& entry) -> const std::string& { return entry.first; });
-  for (std::size_t i = 0; i < order.size(); ++i) array.set(static_cast<Py_ssize_t>(i), order[i].second);
+  std::vector<Preset> order = presets();
+  if (std::ranges::is_sorted(order, is_before)) return;
+  std::ranges::stable_sort(order, is_before);
+  for (std::size_t i = 0; i < order.size(); ++i) array.set(static_cast<Py_ssize_t>(i), order[i]);
 }
 
 void CheckPresets::sync_applied(const py::Object& config) const {
