@@ -13,6 +13,10 @@ from gltf_files import document, nodes_of, project, rule, write
 from junitparser import JUnitXml
 
 import core
+from heron.home import Home
+from heron.hosts.gltf import GltfScene
+from heron.session import Session
+from heron.validation import Validator, enable_for_selection
 
 pytestmark = pytest.mark.usefixtures("no_waiting")
 
@@ -276,6 +280,17 @@ def test_a_progress_bar_shows_on_a_terminal_alone(heron):
     assert (result.returncode, len(results(result.stdout))) == (0, 7)
     assert b"7/7" in os.read(screen, 100_000)
     os.close(screen)
+
+
+def test_a_run_that_is_cancelled_tells_what_was_checked(heron):
+    scene = GltfScene("scene.gltf")
+    session = Session(scene, None, Home("home"), ["studio"])
+    enable_for_selection(session, ["t.scale", "t.length"])
+    scene.select("/cars", *scene.get_children("/cars"))
+    validator = Validator(session, lambda done, total: validator.cancel())
+    for _ in "ab":
+        (outcome,) = validator.run(core.Constants.Check.Mode.Selection)
+        assert (outcome.path, len(outcome.checks)) == ("/cars", 2)
 
 
 # Bad input

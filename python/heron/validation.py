@@ -53,7 +53,7 @@ class Validator:
 
     def cancel(self) -> None:
         """Ends the run, from `progress` or a check, after the object under way. What was checked is told."""
-        self._cancelled = list(self._queue)
+        self._cancelled += self._queue
         self._queue.clear()
 
     def run(self, mode: int) -> list[ObjectOutcome]:
