@@ -84,9 +84,12 @@ def test_a_directory_is_the_text_of_its_path(tmp_path, monkeypatch):
     assert list(directory.data.items()) == [("name", "Mine"), ("path", path), ("enabled", True)]
     directory.enabled = False
     stored = [{"path": path, "enabled": 1}]
-    for wrong in (lambda: Directory("Mine", None), lambda: Directory.List(stored)):
-        with pytest.raises(TypeError):
-            wrong()
+    with pytest.raises(TypeError):
+        Directory("Mine", None)
+    os.mkdir(path)
+    with logged() as messages:
+        (kept,) = Directory.List(stored)
+    assert (kept.enabled, messages) == (True, ["Incompatible Stored Value - enabled"])
     assert directory.locked and directory.data == {"name": "Mine", "path": path, "enabled": False}
 
 

@@ -18,7 +18,7 @@ from core import Constants, Error, _CallBacks, _Project
 Collection, Settings = _Project.Collection, _Project.Settings
 Maya, Blender = Constants.Plugin.Target.DCC_Maya, Constants.Plugin.Target.DCC_Blender
 
-BROKEN = {"records": {"1": {"rules": [{"range": 5}]}}}
+BROKEN = {"records": {"1": {"rules": [{"name": "wheel", "range": 5}]}}}
 
 
 def document(filename="a.json", edited=10.0, **changes):
@@ -78,12 +78,15 @@ def test_a_directory_is_read_for_one_target(tmp_path):
     messages = [f"Incompatible Project File - {tmp_path / name}" for name in ("range.json", "time.json")]
     messages += [
         f"Read Corrupted Project: {tmp_path / 'damaged.json'}",
-        "Incompatible Stored Value - version",
+        f"Incompatible Stored Value - version in {tmp_path / 'bare.json'}",
     ]
     assert {*log} >= {*messages}
     told = {os.path.basename(path): type(error).__name__ for path, error in collection.errors.items()}
     assert told == {"damaged.json": "JSONDecodeError", "directory.json": "IsADirectoryError",
                     "range.json": "TypeError", "time.json": "ValueError"}  # fmt: skip
+    path = str(tmp_path / "range.json")
+    notes = collection.errors[path].__notes__
+    assert notes == ['in the range of the rule "wheel"', f"in the project {path}"]
 
 
 def test_many_documents_are_waited_for_once(tmp_path, monkeypatch):
@@ -287,7 +290,7 @@ def test_a_broken_project_of_the_server_costs_no_other(tmp_path):
     with logged() as log:
         collection.accept_http_response(theirs)
     assert any(line.startswith("TypeError") for line in log)
-    assert log.count("Incompatible Stored Value - filename") == 2
+    assert sum("Incompatible Stored Value - filename" in str(line) for line in log) == 2
     assert sorted(os.listdir(tmp_path)) == [".backup", "a.json", "b.json"]
     assert files(tmp_path) == {"a.json": 10, "b.json": 99}
     assert not (tmp_path.parent / "evil.json").exists()

@@ -99,7 +99,8 @@ WRONG += [("edit_timestamp", "soon"), ("edit_timestamp", float("inf"))]
 def test_values_that_cannot_be_used_count_as_absent_and_lead_nowhere_else(tmp_path, key, value):
     with logged() as log:
         project = make(tmp_path, DATED | {key: value})
-    assert (log, project.ignored) == ([f"Incompatible Stored Value - {key}"], (key,))
+    warning = f"Incompatible Stored Value - {key} in {tmp_path / 'given.json'}"
+    assert (log, project.ignored) == ([warning], (key,))
     assert getattr(project, key) == (EMPTY | {"edit_timestamp": 0.0})[key]
     assert os.path.dirname(project.path) == str(tmp_path)
 

@@ -73,7 +73,7 @@ def test_a_document_that_is_no_map_is_an_error_and_a_group_has_its_defaults(path
         with logged() as messages:
             settings = load(stored(path, {"version": 4, **dict.fromkeys(groups, value)}))
         assert settings.data == DEFAULTS
-        assert sorted(messages) == [f"Incompatible Stored Value - {name}" for name in groups]
+        assert sorted(messages) == [f"Incompatible Stored Value - {name} in {path}" for name in groups]
 
 
 # Writing
@@ -103,6 +103,7 @@ def test_a_failed_write_leaves_the_file_as_it_was(path):
     with logged() as messages:
         settings.write()
     assert len(messages) == 1 and isinstance(settings.write_error, UnicodeEncodeError)
+    assert settings.write_error.__notes__ == [f"in the settings {path}"]
     assert (path.read_bytes(), settings.workspace.project) == (before, "\ud800")
     settings.workspace.project = "p"
     settings.write()

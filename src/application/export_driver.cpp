@@ -5,6 +5,7 @@
 #include "export/export_path.h"
 #include "files/paths.h"
 #include "foundation/constants.h"
+#include "foundation/failure.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "matching/path_text.h"
@@ -165,6 +166,7 @@ void ExportDriver::write(const py::Object& task, const py::Object& exporter, con
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    failure::log(format("export of {}", {task.attr(kName)}), error);
     task.set_attr(kError, kept(error));
   }
 }

@@ -4,6 +4,7 @@
 #include "files/json_file.h"
 #include "files/paths.h"
 #include "foundation/errors.h"
+#include "foundation/failure.h"
 #include "foundation/kept_error.h"
 #include "foundation/lock.h"
 #include "foundation/logger.h"
@@ -270,6 +271,8 @@ py::Object ProjectCollection::make(const py::Object& json_path, const StoredDocu
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    failure::note(error.value(), format("in the project {}", {json_path}));
+    failure::log(py::text("read"), error);
     settle(json_path, kept(error));
     return {};
   }

@@ -2,6 +2,7 @@
 
 #include "files/paths.h"
 #include "foundation/clock.h"
+#include "foundation/failure.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/stamp.h"
@@ -98,7 +99,7 @@ void ProjectSettings::init(const py::Object& related_collection, const py::Objec
 // The history first: it refuses what cannot be used, and then the project is what it was. What the document says of
 // its own name wins over the name under which it was found.
 void ProjectSettings::apply(const py::Object& file_data) {
-  const document::Ignored applying;
+  const document::Ignored applying(filename.truth() ? paths::join(directory, filename) : py::Object());
   history->load(file_data);
   name = document::text_at(file_data, kName);
   description = document::text_at(file_data, kDescription);
@@ -190,13 +191,16 @@ void ProjectSettings::reload() {
 
 void ProjectSettings::write() {
   write_error = py::Object();
+  py::Object file;
   try {
-    const py::Object file = path();
+    file = path();
     replace_stored_document(file, document(py::Ref<ProjectSettings>::of(*this)), Copy::kKept);
     written_size = size_of(file);
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    failure::note(error.value(), format("in the project {}", {file ? file : name}));
+    failure::log(py::text("write"), error);
     write_error = kept(error);
   }
 }

@@ -1,6 +1,7 @@
 #include "projects/rule.h"
 
 #include "foundation/constants.h"
+#include "foundation/failure.h"
 #include "foundation/stamp.h"
 
 namespace heron {
@@ -22,6 +23,15 @@ py::Ref<RuleRange> to_range(const py::Object& bounds) {
   return py::made<RuleRange>(pair[0], pair[1]);
 }
 
+py::Ref<RuleRange> to_range(const py::Object& bounds, const py::Object& rule) {
+  try {
+    return to_range(bounds);
+  } catch (const py::Error& error) {
+    if (error.is_failure()) failure::note(error.value(), format("in the range of the rule \"{}\"", {rule}));
+    throw;
+  }
+}
+
 }  // namespace
 
 void ProjectRule::init(const py::Object& data) {
@@ -31,7 +41,7 @@ void ProjectRule::init(const py::Object& data) {
   set_name(py::get(data, kName));
   set_regex(py::get(data, kRegex));
   set_types(py::get(data, kTypes));  // without a default: absent types stay absent and are written as null
-  range_ = to_range(py::get(data, kRange, range_->data()));
+  range_ = to_range(py::get(data, kRange, range_->data()), name_);
   check_config = py::made<CheckConfig>(py::get(data, kChecklist, py::Dict()));
   color = py::get(data, kColor, color);
   icon = py::get(data, kIcon, icon);

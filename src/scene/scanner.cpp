@@ -2,6 +2,7 @@
 
 #include <unordered_set>
 
+#include "foundation/failure.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/text.h"
@@ -166,6 +167,7 @@ bool Scanner::look(bool append) {
     const py::Error error = py::current_error();
     if (!error.is_failure()) throw;
     logger::exception(error.value());
+    failure::log(py::text("scan"), error);
     end(outcome::kFailed, kept(error));
     return kFailure;
   }

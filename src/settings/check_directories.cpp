@@ -53,8 +53,13 @@ void CheckDirectoryList::init(const py::Iterable& data) {
 }
 
 void CheckDirectoryList::add_stored(const py::Object& stored, const paths::Argument& path) const {
+  py::Object enable = py::get(stored, kEnabled, py::to_python(true));
+  if (PyBool_Check(enable.or_none()) == 0) {
+    document::warn(kEnabled);
+    enable = py::to_python(true);
+  }
   try {
-    add_new(py::get(stored, kName, py::text("")), path, py::get(stored, kEnabled, py::to_python(true)));
+    add_new(py::get(stored, kName, py::text("")), path, enable);
   } catch (const py::Error& error) {
     if (!error.matches(PyExc_OSError)) throw;
     document::warn(kPath);  // a relative path, and the working directory is gone
@@ -138,8 +143,9 @@ void expose_check_directory(const py::Scope& check) {
       "The directories in which check classes are looked for, in order: a list of `Directory`.\n\n"
       "Built from the JSON form, a list of maps with \"name\", \"path\" and \"enabled\". Only a directory that exists, "
       "and is not in the list yet, is taken in; others are left out without a word, in whatever way they are added. A "
-      "stored element that is no map or has a path that is no text is left out with a warning; TypeError for an "
-      "\"enabled\" that is no boolean.")
+      "stored element that is no map or has a path that is no text is left out with a warning; one whose \"enabled\" "
+      "is "
+      "no boolean is enabled, with a warning.")
       .copies()
       .derives(reinterpret_cast<PyObject*>(&PyList_Type))
       .init<&CheckDirectoryList::init>({"data"})

@@ -84,7 +84,9 @@ std::vector<py::Object> document::maps(const py::Object& list, const py::Name& k
 }
 
 void document::warn(const py::Object& key) {
-  logger::warning(format("Incompatible Stored Value - {}", {key}));
+  const py::Object what = format("Incompatible Stored Value - {}", {key});
+  const bool has_file = innermost != nullptr && !innermost->file_.is_none();
+  logger::warning(has_file ? format("{} in {}", {what, innermost->file_}) : what);
   note(key);
 }
 
@@ -92,7 +94,7 @@ void document::note(const py::Object& key) {
   if (innermost != nullptr) innermost->keys_.push_back(key);
 }
 
-document::Ignored::Ignored() : outer_(std::exchange(innermost, this)) {}
+document::Ignored::Ignored(const py::Object& file) : outer_(std::exchange(innermost, this)), file_(file) {}
 document::Ignored::~Ignored() { innermost = outer_; }
 
 void document::warn(const py::Name& key) { warn(as_object(key)); }

@@ -30,10 +30,11 @@ void warn(const py::Object& key);  ///< That the value under this key cannot be 
 void warn(const py::Name& key);
 void note(const py::Object& key);  ///< The same for the innermost `Ignored` alone, where the log is told otherwise.
 
-/// Gathers, as long as it lives, the keys of the values that cannot be used, for the owner of the document.
+/// Gathers, as long as it lives, the keys of the values that cannot be used, for the owner of the document. The
+/// warnings then name the document, if it has a file.
 class Ignored {
  public:
-  Ignored();
+  explicit Ignored(const py::Object& file = {});
   ~Ignored();
   Ignored(const Ignored&) = delete;
   Ignored& operator=(const Ignored&) = delete;
@@ -42,8 +43,10 @@ class Ignored {
 
  private:
   friend void note(const py::Object& key);
+  friend void warn(const py::Object& key);
 
   Ignored* const outer_;
+  const py::Object file_;
   std::vector<py::Object> keys_;
 };
 

@@ -3,6 +3,7 @@
 #include "files/paths.h"
 #include "files/stored_document.h"
 #include "foundation/constants.h"
+#include "foundation/failure.h"
 #include "foundation/kept_error.h"
 #include "foundation/logger.h"
 #include "foundation/naming.h"
@@ -46,7 +47,7 @@ void Settings::init(const py::Object& environment) {
   path = paths::plain(environment.call(kGetSettingsFile));
   write_error = py::Object();
   const py::Object document = read();
-  const document::Ignored reading;
+  const document::Ignored reading(path);
   check = py::made<CheckState>(document::map_at(document, kCheck));
   exporting = py::made<ExportSettings>(document::map_at(document, kExport));
   workspace = py::made<WorkspaceSettings>(document::map_at(document, kWorkspace));
@@ -94,6 +95,8 @@ void Settings::write() {
   } catch (const py::Error& error) {
     if (!error.is_failure()) throw;
     logger::caught(error);
+    failure::note(error.value(), format("in the settings {}", {path}));
+    failure::log(py::text("write"), error);
     write_error = kept(error);
   }
 }
@@ -108,8 +111,7 @@ void expose_settings(const py::Scope& module) {
           "defaults, and a record in the log; a corrupted one is moved aside. `read_error` says why. A group of the "
           "wrong "
           "kind is left at its defaults, with a warning, and `ignored` names it. AttributeError for a document that is "
-          "a list or a plain value; TypeError for a "
-          "stored directory whose \"enabled\" is no boolean. Nothing is written but by `write`.")
+          "a list or a plain value. Nothing is written but by `write`.")
           .no_copies("it stands for a file")
           .attribute("version", py::to_python(Settings::kVersion))
           .init<&Settings::init>({"environment"})
