@@ -164,29 +164,7 @@ def test_the_buffer_follows_the_open_scene(make):
     assert host.opened == []
 
 
-def test_a_directory_is_chosen_in_the_users_terms(make):
-    host = Host()
-    api = make(host)
-    home = core.Environment.decode_user("~")
-    assert api.scene.directory_dialog() is None
-    host.chosen = home + "/out"
-    assert api.scene.directory_dialog(start="~/in") == "~/out"
-    assert host.dialogs == [(home, "Set Directory"), (home + "/in", "Set Directory")]
-
-
 # Projects
-
-
-def test_without_projects_there_is_an_empty_one(make):
-    api = make()
-    empty = api.project.get_current()
-    assert (empty.name, empty.filename, empty.version) == ("", "", 3)
-    assert api.project.get_headers() == [] and not api.project.is_exists("")
-    api.project.load("gone.json")
-    assert api.settings.workspace.project == ""  # what has no file cannot become the current one
-    with logged():
-        api.project.delete_current()
-    assert files(api.env.get_projects_directory()) == []
 
 
 def test_a_project_that_cannot_be_used_gives_way_to_the_first_that_can(make):
@@ -239,9 +217,7 @@ def test_a_deleted_project_stays_for_the_server(make, monkeypatch):
     assert api.settings.workspace.project == second and api.project.get_current().filename == ""
     assert regex(api) == "bus"  # nothing takes its place
     told = json.loads(bytes(api.http.projects_request()))["projects"]
-    assert [(project["deleted"], project["edit_timestamp"] >= later) for project in told] == [
-        (True, True)
-    ] * 2
+    assert len(told) == 2 and all(one["deleted"] and one["edit_timestamp"] >= later for one in told)
 
 
 # Exports
@@ -357,18 +333,14 @@ def test_an_export_directory_that_is_no_text_counts_as_none(make, directory):
     events, api.settings.export.mode = listen(api), Where.Project
     api.project.load(add_project(api, "car"))
     project = core._Project.Settings(api.project.collection, "", "", document)
-    for record in (project.history.get_record(), api.project.get_current().history.get_record()):
-        record.export.directory = record.export.directory if record._history is project.history else directory
-        api.project.get_current = lambda record=record: SimpleNamespace(
-            history=SimpleNamespace(get_record=lambda: record)
-        )
-        host.file = directory
+    stored, current = project.history.get_record(), api.project.get_current().history.get_record()
+    current.export.directory, host.file = directory, directory
+    for record in (stored, current):
+        history = SimpleNamespace(get_record=lambda record=record: record)
+        api.project.get_current = lambda history=history: SimpleNamespace(history=history)
         for api.settings.export.mode in (Where.Project, Where.Local):
             api.export.start()
-    assert {event for event, *_ in events} == {
-        "lost_export_directory",
-        "projects_saved",
-    } and not host.exported
+    assert {*events} == {("lost_export_directory",), ("projects_saved",)} and not host.exported
 
 
 def test_an_export_inside_an_export_is_refused(make, tmp_path):

@@ -2,11 +2,10 @@
 
 import gc
 import weakref
-from functools import partial
 from itertools import pairwise
 
 import pytest
-from hosts import DictHost, node, record, rule, scene, session
+from hosts import DictHost, node, rule, scene, session
 from hypothesis import given, settings
 from hypothesis import strategies as st
 
@@ -69,17 +68,6 @@ def test_joints_in_a_circle(operation):
     ghost.children.append(ghost)
     with pytest.raises(RecursionError):
         Buffer(host, None, None).is_match([ghost])
-
-
-def test_the_order_of_questions():
-    host, asked = scene({"a": {"b": {"c": None}, "d": None}, "e": {"f": None}}), []
-    host.before = lambda operation, path: asked.append((operation, path))
-    leaf, tree = Joint(path="/a/d"), Joint(path="/a/b", children=[Joint(path="/a/b/c")])
-    ghost = Joint(type="ghost", children=[Joint(path="/a", children=[tree, leaf])])
-    top = Joint(path="/e", children=[Joint(path="/e/f")])
-    assert Buffer(host, None, None).is_match([top, ghost, Joint(path="/gone")])
-    paths = ["/e", "/e/f", "/a", "/a/b", "/a/b/c", "/a/d"]
-    assert asked == [(query, path) for path in paths for query in ("object_exists", "get_children")]
 
 
 def test_a_shared_tree_is_no_circle():
@@ -163,19 +151,11 @@ class Watched(Bucket):
     pass
 
 
-class Text(str):
-    __hash__ = None
-
-    def __eq__(self, other):
-        return str(self) == str(other)
-
-
 @pytest.mark.parametrize("kind", [Bucket, Watched])
-@pytest.mark.parametrize("stamp", ["s", Text("s")])
-def test_what_left_is_let_go_of(kind, stamp):
+def test_what_left_is_let_go_of(kind):
     host = DictHost()
     buffer = Buffer(host, None, None)
-    buffer.add([kind(Joint(path=f"{number}", stamp=stamp)) for number in range(9)])
+    buffer.add([kind(Joint(path=f"{number}")) for number in range(9)])
     gone = [weakref.ref(bucket) for bucket in buffer.get()]
     buffer._clear(buffer.get()[1::2])
     host.failures["postscript_scan_remove"] = KeyError("hook")
@@ -235,12 +215,6 @@ def test_groups_below_one_object_take_one_snapshot():
     for _ in "ab":  # no operation stands on the snapshot of another
         host.calls.clear()
         assert buffer.ghost_match(buffer.get()[0]) and host.calls["get_type"] == 7
-    host.put("/other")
-    for clear in (True, False):  # nor of something else in between
-        upload = partial(engine.virtual.upload, ["/other"], clear)
-        host.postscript_scan_append = lambda joint, upload=upload: upload()
-        engine.scanner.reload_buffer()
-        assert len(buffer.get()) == 3 and buffer.ghosts_match()
 
 
 def test_a_reload_sees_what_is_uploaded_meanwhile():
@@ -258,16 +232,6 @@ def test_a_reload_sees_what_is_uploaded_meanwhile():
     assert found == [["/a", "/a/x", "/a/y"], ["/b", "/b/y"]]
 
 
-def test_the_host_may_use_the_hierarchy_between_two_buckets_of_a_reload():
-    engine, valid = scanned({"a": None, "b": None}, "old"), []
-    new = record(node(rule("new", "[ab]", 1, 2)))
-    engine.host.object_exists = lambda path: valid.append(engine.hierarchy.is_valid([path])) or True
-    engine.host.postscript_scan_append = lambda joint: engine.hierarchy.pattern.set(new)
-    engine.scanner.reload_buffer()
-    assert valid == [True, True]
-    assert [bucket.joint.type for bucket in engine.buffer.get()] == ["old", "new"]
-
-
 def test_a_reload_of_many_drops_what_is_gone():
     groups = [f"group_{number}" for number in range(9)]
     engine, seen = grouped(*groups), []
@@ -280,30 +244,3 @@ def test_a_reload_of_many_drops_what_is_gone():
     engine.scanner.reload_buffer()
     assert engine.buffer.get() == buckets[::2] and len(engine.host.data) == 5
     assert seen == [9, 9, 8, 8, 7, 7, 6, 6, 5, 5]
-    engine.buffer.__init__(engine.host, engine.virtual, engine.hierarchy)
-    engine.buffer.add(buckets)
-    for bucket in buckets[1::2]:
-        engine.scanner._reload_bucket(bucket)
-    assert engine.buffer._data == buckets[::2]
-
-
-def test_collections_may_change_what_is_being_read():
-    virtual, bucket = core.Scene._Virtual(scene({"a": None})), Bucket(Joint())
-
-    def change(phase, info):
-        virtual.offload()
-        bucket.joint = Joint(name="second", path="/second")
-
-    for objects in range(300):
-        gc.disable()
-        virtual.upload(["/a"])
-        bucket.joint = Joint(name="first", path="/first")
-        kept = [[] for _ in range(objects)]
-        gc.callbacks.append(change)
-        gc.set_threshold(1)
-        gc.enable()
-        children, data = virtual.get_children("/a"), bucket.data["joint"]
-        gc.set_threshold(700)
-        gc.callbacks.remove(change)
-        assert (children, len(kept)) == ([], objects)
-        assert {data["name"], data["path"][1:]} <= {"first", "second"}

@@ -196,36 +196,11 @@ def test_every_protocol_and_hostile_states():
 def test_a_part_of_the_application_says_why_it_has_no_copy(tmp_path, checks):
     api = core.Api(DictHost("/a"), None, checks=checks)
     hierarchy = api.scene.hierarchy
-    parts = [
-        api,
-        api.scene,
-        api.http,
-        api.export,
-        api.project,
-        api.validator,
-        api.validator.checklist,
-        hierarchy,
-    ]
-    parts += [
-        api.scene.buffer,
-        api.scene.scanner,
-        hierarchy.search,
-        hierarchy.search.logic,
-        hierarchy.pattern,
-    ]
-    parts += [
-        hierarchy.search.logic.state,
-        api.settings,
-        api.statistics,
-        api.project.collection,
-        api.callbacks,
-    ]
-    parts += [
-        api.callbacks.buffer_loaded,
-        api.scene._op,
-        hierarchy._query_op,
-        core._File.Json.AccessQueue(str(tmp_path / "a.json")),
-    ]
+    parts = [api, api.scene, api.http, api.export, api.project, api.validator, api.validator.checklist]
+    parts += [api.scene.buffer, api.scene.scanner, api.scene._op, hierarchy, hierarchy._query_op]
+    parts += [hierarchy.search, hierarchy.search.logic, hierarchy.search.logic.state, hierarchy.pattern]
+    parts += [api.settings, api.statistics, api.project.collection, api.callbacks]
+    parts += [api.callbacks.buffer_loaded, core._File.Json.AccessQueue(str(tmp_path / "a.json"))]
     parts += [core.Check._Classes([]), core.UpdateTracker(api, (1, 0, 0)), core.Scene._QueryOp()]
     assert BOUND - {cls for part in parts for cls in type(part).__mro__} == set()
     for part in parts:

@@ -285,11 +285,6 @@ def test_text_lists_give_load_and_change_their_texts():
     plain = TextMatchList("list", [TextMatch("a"), TextMatch("b")], help_text="h")
     assert (marked.values(), marked.values(enabled=False), plain.values()) == (("b",), ("a", "b"), ("a", "b"))
     assert (marked.label, len(marked), marked[1].text, plain[-1].text) == ("", 2, "b", "b")
-    assert str(marked) == (
-        '<class TextInputList> attr="list" label="" help="h"\n'
-        '  <class TextInput> enabled=False text="a"\n'
-        '  <class TextInput> enabled=True text="b"'
-    )
     array = marked._array
     for made, help_text in (marked, "h"), (plain, ""):
         made.add().text = "c"
@@ -382,15 +377,3 @@ def test_options_refuse_what_cannot_be_a_tree():
     with pytest.raises(AttributeError, match="no items"):
         Options("a", contents=[ComboBox("a", [])])
     assert Options("a", contents=[Switch("b", True), Switch("b")])._defaults == {"b": False}
-
-
-def test_what_holds_itself_cannot_be_read():
-    deep, texts = a_slice(), TextMatchList("a")
-    start, stop = deep.start, deep.stop
-    for _ in range(100_000):
-        outer = IntSlice(start, stop)
-        outer.start, deep = deep, outer
-    texts._array.append(texts)
-    for endless in deep, texts:
-        with pytest.raises(RecursionError):
-            _ = endless.data

@@ -7,8 +7,6 @@ from types import SimpleNamespace
 
 import pytest
 from hosts import logged
-from hypothesis import given
-from hypothesis import strategies as st
 
 from core import Parameters, _Export, _Project
 
@@ -181,17 +179,6 @@ def test_what_is_broken_inside_a_record_is_left_out_with_a_warning():
     assert export.data == {"directory": "", "options": {}, "flags": FLAGS}  # and not the user's home
     warnings = [f"Incompatible Stored Value - {key}" for key in ("export", "directory", "options", "flags")]
     assert Counter(map(str, log)) == Counter(warnings + 2 * ["Incompatible Hierarchy Settings"])
-
-
-@given(st.dictionaries(st.integers(1, 10**9), st.text(max_size=3)), st.integers(0, 10**9))
-def test_a_history_gives_back_its_document(comments_by_time, selected):
-    history = History(Project())
-    records = {str(time): Record(None, {"comment": text}).data for time, text in comments_by_time.items()}
-    history.load({"records": records, "selected_record": selected})
-    assert list(history.data.items()) == list(records.items())
-    assert [record.timestamp for record in history] == sorted(comments_by_time, reverse=True)
-    pointer = selected if selected in comments_by_time else next(iter(comments_by_time), 0)
-    assert history.pointer == history._get_pointer({"selected_record": selected}) == pointer
 
 
 def test_baking_leaves_the_selected_record_and_a_loop_goes_on():

@@ -55,9 +55,7 @@ def tree(rules):
 @pytest.mark.parametrize(
     "walk",
     [
-        lambda rules: joints()[0].data,
         lambda rules: Bucket(joints()[0]).data,
-        lambda rules: Bucket(joints()[0]).get_joints(),
         lambda rules: core.Scene._Buffer(None, None, None)._decode(data()[0]),
         lambda rules: tree(rules).data,
         lambda rules: str(tree(rules)),

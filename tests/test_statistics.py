@@ -3,7 +3,6 @@
 import json
 import os
 import threading
-from concurrent.futures import ThreadPoolExecutor, wait
 from types import SimpleNamespace
 
 import pytest
@@ -70,20 +69,11 @@ def test_records_have_a_category_and_their_keys_in_order(monkeypatch):
     for one, key, data in (
         (Type.Checks(1.5, 0.25, "Ngons", "fail"), "checks", {"name": "Ngons", "result": "fail", **times}),
         (Type.Validate(1.5, 0.25, project="street"), "validate", {"project": "street", **times}),
-        (Type.Validate(1.5, 0.25), "validate", {"project": None, **times}),
-        (Type.Exported(), "exported", {"timestamp": 12.5}),
         (Type.FeedbackSent(), "feedback_sent", {"timestamp": 12.5}),
         (Type._Record(), "", {"timestamp": 12.5}),
     ):
         assert isinstance(one, Type._Record)
         assert (one.key, list(one.data.items())) == (key, list(data.items()))
-
-
-def test_a_request_is_json_on_one_line():
-    request = _Statistics.HttpRequest("Зоя", {"checks": [{"name": "Ü"}]})
-    assert str(request) == '{"username": "Зоя", "contents": {"checks": [{"name": "Ü"}]}}'
-    assert bytes(request) == str(request).encode()
-    assert request.headers == {"Content-type": "application/json"}
 
 
 def test_writing_merges_by_time_and_repeats_nothing(file):
@@ -115,16 +105,6 @@ def test_a_merge_loses_no_time_and_prefers_memory(tmp_path_factory, document, ou
     for _ in range(2):
         store._extend(document)
         assert all(by_time(document[key]) == by_time(latest[key]) for key in document.keys() | latest.keys())
-
-
-def test_threads_wait_for_each_other(file):
-    store = open_store(file)
-    with ThreadPoolExecutor() as pool:
-        with store._mutex_edit:
-            calls = [pool.submit(store.add, record(1)), pool.submit(store.write)]
-            calls.append(pool.submit(store.create_http_request, "Zoe"))
-            assert not wait(calls, timeout=0.05).done
-        assert [call.exception() for call in calls] == [None] * 3
 
 
 @pytest.mark.parametrize("clear", [False, True])
