@@ -217,13 +217,9 @@ def test_records_go_when_the_server_took_them(file):
     store.write()
     lists = [store._data[category] for category in LISTS]
     request = store.create_http_request("Zoe")
+    kept = ({"status": 201}, True), ({"status": "200"}, True), ({}, True), ({"status": 200}, False)
     with logged() as log:
-        for response, clear in (
-            ({"status": 201}, True),
-            ({"status": "200"}, True),
-            ({}, True),
-            ({"status": 200}, False),
-        ):
+        for response, clear in kept:
             store.accept_http_response(SimpleNamespace(**response), clear)
             assert store.create_http_request("Zoe").contents == request.contents
             assert content(file) == LISTS | checks(1)
