@@ -100,6 +100,10 @@ SPECIAL = "eq hash str repr iter len getitem contains bool call enter exit fspat
 SPECIAL = [f"__{name}__" for name in (SPECIAL + " bytes next format setattr getattribute del").split()]
 
 
+# What the runtime holds to, or, as lengths, makes room for.
+HONEST = ("__init__", "__setattr__", "__getattribute__", "__len__")
+
+
 def answer(self, *arguments, **named):
     react()
     if draw.random() < 0.2:
@@ -107,7 +111,7 @@ def answer(self, *arguments, **named):
     return anything()
 
 
-Thing = type("Thing", (), dict.fromkeys(SPECIAL[4:-3], answer))  # has every operation
+Thing = type("Thing", (), {**dict.fromkeys(SPECIAL[4:-3], answer), "__len__": lambda self: draw.randrange(9)})
 
 
 @functools.cache
@@ -117,7 +121,7 @@ def hostile(base, variant):
     def wrapped(name, original):
         def method(self, *arguments, **named):
             react()
-            lies = draw.random() < 0.05 and name not in ("__init__", "__setattr__", "__getattribute__")
+            lies = draw.random() < 0.05 and name not in HONEST
             return anything() if lies else original(self, *arguments, **named)
 
         return method
