@@ -6,6 +6,10 @@ import struct
 
 import numpy as np
 
+from heron.hosts.gltf import GltfScene
+
+CORNERS, SQUARE = [[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0]], [0, 1, 2, 0, 2, 3]
+
 TYPES = {1: "SCALAR", 2: "VEC2", 3: "VEC3", 4: "VEC4"}
 COMPONENTS = {"i1": 5120, "u1": 5121, "i2": 5122, "u2": 5123, "u4": 5125, "f4": 5126}
 
@@ -23,11 +27,8 @@ def nodes_of(tree):
 
     def add(name, below):
         index = len(nodes)
-        nodes.append({"name": name})
-        if below:
-            nodes[index]["children"] = [add(*item) for item in below.items()]
-        else:
-            nodes[index]["mesh"] = 0
+        nodes.append(node := {"name": name})
+        node |= {"children": [add(*item) for item in below.items()]} if below else {"mesh": 0}
         return index
 
     for item in tree.items():
@@ -100,6 +101,11 @@ def glb(content, *chunks, size=None, version=2):
     return struct.pack("<4sII", b"glTF", version, size or 12 + len(body)) + body
 
 
+def opened(directory, content, name="scene.gltf"):
+    """A scene that has just been written."""
+    return GltfScene(write(directory / name, content))
+
+
 def write(path, content):
     """Writes bytes as they are and anything else as JSON; returns the path as text."""
     path.write_bytes(content if isinstance(content, bytes) else json.dumps(content).encode())
@@ -119,5 +125,5 @@ def pattern(tree):
 
 def project(rules, tree, **members):
     """A project document with one record."""
-    record = {"rules": rules, "pattern": pattern(tree)}
-    return {"name": "Test", "version": 3, "records": {"5": record}, "selected_record": 5, **members}
+    records = {"5": {"rules": rules, "pattern": pattern(tree)}}
+    return {"name": "Test", "version": 3, "records": records, "selected_record": 5, **members}

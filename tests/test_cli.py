@@ -4,27 +4,22 @@ import json
 import os
 import subprocess
 import sys
-from io import StringIO
 
 import pytest
 from commands import EXAMPLES, STREET, STREET_PROJECT, run_module
 from gltf_files import document, nodes_of, project, rule, write
-from rich.console import Console
 
 import core
 from heron.cli import main
 from heron.hosts.gltf import GltfScene
-from heron.reports.hierarchies import Report
 
 # Two assets stand in the group, the third has lost its body.
 TREE = {
     "group": {
-        "asset_a": {"asset_a_body": {}},
-        "asset_b": {"asset_b_body": {}, "asset_b_lid": {}},
-        "asset_c": {"asset_c_lid": {}},
-    },
+        "asset_a": {"asset_a_body": {}}, "asset_b": {"asset_b_body": {}, "asset_b_lid": {}},
+        "asset_c": {"asset_c_lid": {}}},
     "light": {},
-}
+}  # fmt: skip
 ASSET = [rule("asset", "^<name:asset_[a-z]>$"), rule("body", "^<name>_body$"),
          rule("lid", "^<name>_lid$", limits=(0, 1))]  # fmt: skip
 GHOST = rule("ghost", "^group$", ["transform"])
@@ -70,20 +65,12 @@ def test_the_example_shows_right_and_wrong_objects(command, tmp_path):
     found, _, refused = output.partition("\nrefused\n")
     roots = [line.split()[0] for line in found.splitlines() if line and not line.startswith(" ")]
     assert (status, roots) == (0, ["car_red", "car_blue", "car_black", "post_01", "post_02"])
-    assert [line for line in refused.splitlines()[:-1] if line] == [
-        "  /cars/car_green",
-        '    below /cars/car_green: only 3 fit "wheel", which needs 4; '
-        'no rule takes "car_red_wheel_rear_right"',
-        "  /cars/car_yellow",
-        '    below /cars/car_yellow: "body" is missing',
-        "  /cars/car_blue copy",
-        '    fits none of the top rules: "car", "post"',
-        "  /posts/post_03",
-        '    below /posts/post_03: "bulb" is missing',
-    ]
-    wheel = "car_red_wheel_front_left"
-    (tyre,) = (line for line in found.splitlines() if line.startswith(f"    {wheel}_tyre"))
-    assert tyre.split() == [f"{wheel}_tyre", "tyre", "mesh", f"/cars/car_red/{wheel}/{wheel}_tyre"]
+    for reason in (
+        'below /cars/car_green: only 3 fit "wheel", which needs 4; no rule takes "car_red_wheel_rear_right"',
+        '/cars/car_blue copy\n    fits none of the top rules: "car", "post"',
+        'below /posts/post_03: "bulb" is missing',
+    ):
+        assert reason in refused
 
 
 # Where a scan looks
@@ -93,13 +80,9 @@ def test_the_example_shows_right_and_wrong_objects(command, tmp_path):
     ("rules", "arguments", "status", "found"),
     [
         (BELOW_GROUP, [], 0, ["asset_a", "asset_b"]),
-        (BELOW_GROUP, ["--select", "/group/asset_b"], 0, ["asset_b"]),
         (BELOW_GROUP, ["--select", "/group/asset_b/asset_b_lid"], 0, ["asset_b"]),
-        (BELOW_GROUP, ["--select", "/group/asset_b", "--select", "/group/asset_a"], 0,
-         ["asset_b", "asset_a"]),
         (BELOW_GROUP, ["--select", "/group/asset_c"], 1, []),
         (BELOW_GROUP, ["--select", "/group"], 1, []),
-        (AT_TOP, [], 1, []),
         (ANY_TOP, [], 0, ["light"]),
         (project([rule("ghost", ""), *ANY], {"ghost": {"any": {}}}), [], 0, ["light"]),
         (SCENE_GHOST, [], 0, ["light"]),
@@ -119,23 +102,12 @@ def test_nothing_to_scan_is_said(scan):
         assert "0 hierarchies with 0 objects found, 0 objects refused" in output
 
 
-def test_the_selected_record_counts_or_else_the_first_in_the_file(scan):
-    records = {"9": AT_TOP["records"]["5"], "letters": 5, "5": BELOW_GROUP["records"]["5"]}
-    for selected, found in ((5, 2), (9, 0), ("5", 2), (7, 0), (None, 0), ("x", 0)):
-        rules = project([], {}, records=records, selected_record=selected)
-        assert len(names(scan(TREE, rules, "--json")[1])) == found
-
-
 # Why an object was refused
 
 
 REASONS = [
-    ({"other": {}}, 'fits none of the top rules: "asset"'),
     ({"asset_a": {"asset_a_body": {"deep": {}}}},
      'below /group/asset_a: "body" is missing; "asset_a_body" must have nothing below it'),
-    ({"asset_a": {"asset_a_body": {}, "asset_a_lid": {}, "asset_a_lid_2": {}}},
-     'no rule takes "asset_a_lid_2"'),
-    ({"asset_a": {"asset_b_body": {}}}, '"body" is missing; no rule takes "asset_b_body"'),
     ({"asset_a": {"asset_a_body": {}, "x": {}, "y": {}}}, 'no rule takes "x"; no rule takes "y"'),
 ]  # fmt: skip
 
@@ -150,12 +122,6 @@ def test_a_faulty_expression_that_the_scan_never_reached_is_told(scan):
     rules = [rule("asset", "^asset$"), rule("body", "^body$"), rule("lid", "(")]
     status, output, _ = scan({"asset": {"lid": {}}}, project(rules, {"asset": {"body": {}, "lid": {}}}))
     assert (status, "a rule has a faulty expression: missing )" in output) == (1, True)
-
-
-def test_only_the_first_refused_objects_are_listed(scan):
-    _, output, _ = scan({"group": {f"wrong_{number}": {} for number in range(50)}}, BELOW_GROUP)
-    assert (output.count("fits none"), "and 30 more" in output) == (20, True)
-    assert "50 objects refused" in output
 
 
 # Bad input
@@ -176,34 +142,22 @@ def nested(levels):
 
 BAD_PROJECTS = {
     "not JSON": (b"{", "not JSON"),
-    "not UTF-8": (b'{"\xff": 1}', "UTF-8"),
-    "array": ([], "not an object"),
     "no format": ({"records": {"1": {}}}, "no project format"),
-    "another format": ({**AT_TOP, "version": 2}, "format 2"),
     "no records": ({"version": 3}, '"records"'),
-    "records without times": ({**AT_TOP, "records": {"x": {}}}, "no records"),
     "record at no time": ({**AT_TOP, "records": {"inf": {}}}, "cannot be used: cannot convert"),
-    "record no object": ({**AT_TOP, "records": {"5": []}}, "record is not an object"),
-    "rule no object": ({**AT_TOP, "records": {"5": {"rules": [1]}}}, '"rules"'),
-    "stamp no text": (broken(stamp=1), 'no text "stamp"'),
     "expression no text": (broken(regex=None), 'no text "regex"'),
     "types no list": (broken(types={}), '"types"'),
     "range of one": (broken(range=[1]), '"range"'),
-    "range of texts": (broken(range=["1", "2"]), '"range"'),
     "checklist no object": (broken(checklist=[]), '"checklist"'),
     "node without rule": (project(ASSET, {"asset": {"lost": {}}}), 'a node without a rule: "lost"'),
-    "children no list": ({**AT_TOP, "records": {"5": {"rules": ASSET, "pattern": [
-        {"stamp": "asset", "children": {}}]}}}, '"children"'),
     "deep pattern": (nested(201), "levels deep"),
-    "invalid expression": (project([rule("asset", "(")], {"asset": {}}), "scan failed: "),
 }  # fmt: skip
 
 
 @pytest.mark.parametrize(("content", "reason"), BAD_PROJECTS.values(), ids=BAD_PROJECTS)
 def test_a_broken_project_is_told_on_standard_error(scan, content, reason):
     status, output, errors = scan(TREE, content)
-    assert (status, output, errors.count("\n")) == (2, "", 1)
-    assert errors.startswith("heron: ")
+    assert (status, output, errors.count("\n"), errors[:7]) == (2, "", 1, "heron: ")
     assert reason in errors
 
 
@@ -211,15 +165,12 @@ def test_bad_files_are_told_on_standard_error(scan, command, tmp_path):
     for scene, reason in ((None, "scene.gltf: No such file"), (b"x", "scene.gltf: not JSON")):
         status, output, errors = scan(scene, BELOW_GROUP)
         assert (status, output, reason in errors) == (2, "", True)
-    for path in (tmp_path, tmp_path / "none.json"):
-        assert command("scan", STREET, "--project", path)[0] == 2
+    assert command("scan", STREET, "--project", tmp_path)[0] == 2
 
 
 def test_an_unknown_object_is_told_with_the_nearest(scan):
     for path, near in {
-        "/group/aset_a": "/group/asset_a",
         "group/asset_a": "/group/asset_a",
-        "/grup/asset_a": "/group/asset_a",
         "/grup/none": "/group",
         "/group/asset_a/asset_a_bod": "/group/asset_a/asset_a_body",
     }.items():
@@ -227,13 +178,6 @@ def test_an_unknown_object_is_told_with_the_nearest(scan):
         assert (status, output) == (2, "")
         assert f"no object {path}; did you mean {near}" in errors
     assert "did you mean" not in scan(TREE, BELOW_GROUP, "--select", "/zzz")[2]
-
-
-def test_a_wrong_usage_ends_with_status_2(capsys):
-    for arguments in ([], ["scan"], ["scan", STREET], ["bake"]):
-        with pytest.raises(SystemExit, match="2"):
-            main(arguments)
-        assert "usage: heron" in capsys.readouterr().err
 
 
 # What is kept
@@ -277,14 +221,12 @@ def test_help_and_version(capsys):
     for command in ("scan", "validate", "export", "checks", "sync", "serve"):
         with pytest.raises(SystemExit, match="0"):
             main([command, "--help"])
-        shown = capsys.readouterr().out
-        assert all(option in shown for option in ("--home", "exit status"))
+        assert "exit status" in capsys.readouterr().out
 
 
 def test_the_log_shows_on_request(tmp_path):
     for verbose in ((), ("--verbose",)):
-        home = str(tmp_path / f"home{len(verbose)}")
-        result = run_module(*verbose, "project", "list", "--home", home, stderr=subprocess.PIPE)
+        result = run_module(*verbose, "project", "list", "--home", tmp_path / f"home{len(verbose)}")
         assert (b"Incompatible Settings Version" in result.stderr) is bool(verbose)
 
 
@@ -316,14 +258,3 @@ def test_piped_output_is_plain_whatever_the_names(tmp_path, encoding):
     assert lines[:-1] == [[name, "any", "mesh", f"/{name}"] for name in shown]
     assert names(run("--json").stdout) == [name.replace("/", "_") for name in odd]
     assert b"no object /\\x1b" in run("--select", "/\x1b").stderr
-
-
-def test_a_terminal_shows_the_colour_of_the_rule(tmp_path):
-    scene = GltfScene(write(tmp_path / "scene.gltf", document(nodes_of(TREE))))
-    joint, bucket = core.Scene._Buffer.DataJoint, core.Scene._Buffer.DataBucket
-    screen = StringIO()
-    report = Report(Console(file=screen, force_terminal=True, color_system="truecolor"))
-    children = [joint(name="odd", color="none"), joint(name="dark", color="#xyz")]
-    buckets = [bucket(joint(name="light", path="/light", color="#4390ea", children=children))]
-    assert report.hierarchies(buckets, scene) == 3
-    assert screen.getvalue().count("\x1b[48;2;67;144;234m") == 1

@@ -1,10 +1,7 @@
 """`heron sync` and `heron serve`: what travels between two homes, and what a bad server cannot do."""
 
 import json
-import os
 import socket
-import subprocess
-import sys
 from concurrent.futures import ThreadPoolExecutor
 from http.client import HTTPConnection
 
@@ -68,17 +65,13 @@ def test_new_projects_edits_and_deletions_travel(heron, sync, tmp_path):
     assert sync("a") == []
     heron("a", "project", "new", "Street", "--from", STREET_PROJECT)
     heron("b", "project", "new", "Empty")
-    assert sync("a") == []
-    assert sync("b") == [("new", "Street")]
-    assert sync("a") == [("new", "Empty")]
+    assert (sync("a"), sync("b"), sync("a")) == ([], [("new", "Street")], [("new", "Empty")])
     assert files(tmp_path, "a") == files(tmp_path, "b")
     heron("b", "project", "save", "Street", "--from", STREET_PROJECT, "--comment", "again")
-    assert sync("b") == []
-    assert sync("a") == [("updated", "Street")]
+    assert (sync("b"), sync("a")) == ([], [("updated", "Street")])
     assert heron("a", "project", "history", "Street")[1].count("\n") == 2
     heron("a", "project", "delete", "Street")
-    assert sync("a") == []
-    assert sync("b") == [("removed", "Street")]
+    assert (sync("a"), sync("b")) == ([], [("removed", "Street")])
     assert sync("a") == sync("b") == []
     assert list(files(tmp_path, "a")) == list(files(tmp_path, "b")) == ["Empty"]
 
@@ -97,44 +90,16 @@ def test_of_an_edit_and_a_deletion_the_later_counts(heron, sync, tmp_path, order
         assert [one["description"] for one in files(tmp_path, home).values()] == left
 
 
-def test_projects_of_other_applications_stay_where_they_are(heron, sync, server, tmp_path):
-    document = doc(records={})
-    assert post(server, request(document)) == (200, [document])
-    assert sync("a") == []
-    (tmp_path / "a" / "projects" / "x.json").write_text(json.dumps(document))
-    assert sync("a") == []
-    assert json.loads((tmp_path / "a" / "projects" / "x.json").read_text()) == document
-
-
-def test_the_command_serves_until_it_is_stopped(heron, tmp_path):
-    arguments = ["serve", "--dir", str(tmp_path / "kept"), "--port", "0", "--home", str(tmp_path)]
-    environment = os.environ | {"PYTHONPATH": os.pathsep.join(sys.path)}
-    with subprocess.Popen(
-        [sys.executable, "-m", "heron", *arguments], stdout=subprocess.PIPE, env=environment, text=True
-    ) as process:
-        try:
-            url = process.stdout.readline().strip()
-            heron("a", "project", "new", "Street", "--from", STREET_PROJECT)
-            assert heron("a", "sync", url)[0] == 0
-            assert heron("b", "sync", url)[1].startswith("new      Street\n")
-        finally:
-            process.terminate()
-    assert len(list((tmp_path / "kept" / "standalone").iterdir())) == 1
-
-
 # A bad server
 
 
 TYPED = {"Content-type": JSON}
 BAD_ANSWERS = [
-    (200, TYPED, b"\xff{", "not JSON"),
     (200, TYPED, b"[" * 100_000, "nested too deeply"),
     (200, {"Content-type": "text/html"}, b"[]", 'the content type is "text/html"'),
     (200, {"Content-type": f"{JSON}; charset=utf-8"}, b"[]", "the content type is"),
-    (200, TYPED, b"{}", "not a list of projects"),
     (200, TYPED, b'[{"filename": "x.json", "target": "maya"}]', "'maya', not \"standalone\""),
     (200, TYPED, b"", "it is empty"),
-    (500, TYPED, b"[]", "answers 500 Internal Server Error"),
     (503, TYPED, b'{"error": "come later"}', ": come later"),
 ]
 
@@ -143,17 +108,11 @@ def test_an_answer_that_cannot_be_used_changes_nothing(street):
     with running(Scripted(*(answer for *answer, _ in BAD_ANSWERS), None)) as server:
         for *answer, reason in [*BAD_ANSWERS, (None, "no answer from http")]:
             code, output, errors = street("a", "sync", f"http://{server.host}/")
-            assert (code, output, errors.count("\n")) == (1, "", 1), answer
-            assert reason in errors
-            assert "the projects here stay as they are" in errors
-
-
-def test_a_server_that_does_not_answer_is_told(street):
+            assert (code, output, errors.count("\n"), reason in errors) == (1, "", 1, True), answer
     with socket.create_server(("127.0.0.1", 0)) as silent:
         url = f"http://127.0.0.1:{silent.getsockname()[1]}/"
         assert "it stays silent" in street("a", "sync", url, "--timeout", "0.2")[2]
-    code, _, errors = street("a", "sync", url)
-    assert (code, "Connection refused" in errors) == (1, True)
+    assert "Connection refused" in street("a", "sync", url)[2]
 
 
 def test_an_address_that_is_none_is_told(heron):
@@ -167,8 +126,7 @@ def test_certificates_are_looked_at_unless_the_user_says_otherwise(street):
         url = f"https://{server.host}/"
         code, _, errors = street("a", "sync", url)
         assert (code, "certificate is not trusted" in errors) == (1, True)
-        assert street("b", "sync", url, "--insecure")[:2] == (
-            0, "0 projects sent; 0 new, 0 updated, 0 removed, 0 as before\n")  # fmt: skip
+        assert street("b", "sync", url, "--insecure")[0] == 0
 
 
 # A bad client
@@ -195,21 +153,17 @@ def request(*projects):
 
 # Names that lead elsewhere, or on Windows mean another file or a device.
 BAD_TARGETS = ["../up", "maya ", "maya.", "AUX"]
-BAD_FILES = ["../x.json", "a\\b.json", "x.exe", "x.json ", "x.json.", ".json", "x" * 300 + ".json",
-             "\ud800.json", "nul.json", "Com1 .old.json"]  # fmt: skip
+BAD_FILES = ["../x.json", "a\\b.json", "x.json ", ".json", "x" * 300 + ".json", "\ud800.json", "nul.json"]
 
 
 @pytest.mark.parametrize(
     ("body", "options", "status", "reason"),
     [
         (b"{", {}, 400, "not JSON"),
-        ({"projects": []}, {}, 400, '"target"'),
         *(({"target": target, "projects": []}, {}, 400, '"target"') for target in BAD_TARGETS),
         ({"target": "maya", "projects": {}}, {}, 400, '"projects" is not a list'),
-        (request(1), {}, 400, "not an object"),
         *((request(doc(filename=name)), {}, 400, '"filename"') for name in BAD_FILES),
         (request(doc(target="blender")), {}, 400, '"target"'),
-        (request(doc(edit_timestamp="1")), {}, 400, '"edit_timestamp"'),
         (request(doc(edit_timestamp=10**400)), {}, 400, '"edit_timestamp"'),
         (request(doc()), {"path": "/"}, 404, "projects are at /projects"),
         (request(doc()), {"Content-type": "text/plain"}, 415, "content type"),
@@ -222,12 +176,6 @@ def test_a_request_that_is_none_is_refused(server, tmp_path, body, options, stat
     assert (code, reason in answer["error"]) == (status, True)
     assert [path for path in (tmp_path / "server").rglob("*") if path.is_file()] == []
     assert post(server, request()) == (200, [])
-
-
-def test_of_equal_edit_times_the_first_that_came_counts(server):
-    first, same, later = doc(name="first"), doc(name="same"), doc(name="later", edit_timestamp=1.5)
-    for sent, kept in ((first, first), (same, first), (later, later)):
-        assert post(server, request(sent)) == (200, [kept])
 
 
 def test_many_clients_at_once_leave_the_newest_of_each_project(server):
@@ -257,6 +205,3 @@ def test_an_address_that_cannot_be_served_is_told(heron, server, tmp_path):
     for host, port in (("127.0.0.1", server.server_port), ("192.0.2.1", 0), ("127.0.0.1", 99999)):
         code, _, errors = heron("a", "serve", "--dir", tmp_path / "kept", "--host", host, "--port", port)
         assert (code, f"cannot serve at {host} port {port}" in errors) == (2, True)
-    (tmp_path / "file").write_text("")
-    code, _, errors = heron("a", "serve", "--dir", tmp_path / "file")
-    assert (code, "File exists" in errors) == (2, True)

@@ -3,12 +3,11 @@
 import json
 import os
 import sys
-import threading
 from pathlib import Path
 from textwrap import dedent
 
 import pytest
-from commands import STREET, STREET_PROJECT, run_module
+from commands import run_module
 from gltf_files import document, nodes_of, project, rule, write
 from junitparser import JUnitXml
 
@@ -55,7 +54,6 @@ STUDIO = """
 
     class Length(Base):
         class_id, short_name, long_name = "t.length", "Length", "Length of names"
-        category = "Mesh"
 
         @staticmethod
         def parameters():
@@ -144,25 +142,7 @@ def results(output):
     return {one["path"]: {check["id"]: check["left"]["status"] for check in one["checks"]} for one in objects}
 
 
-# The example
-
-
-def test_the_example_shows_every_status_and_a_fix(command, tmp_path):
-    status, output, _ = command("validate", STREET, "--project", STREET_PROJECT, "--fix", "--home", tmp_path)
-    findings = {line.split()[0] for line in output.splitlines() if line.startswith("  ")}
-    assert (status, findings >= {"pass", "info", "fail", "error", "fixed"}) == (1, True)
-
-
 # What is checked
-
-
-def test_a_selection_is_checked_with_all_below_it(validate):
-    assert validate("--enable", "t.length", "--select", "/cars/car_a") == {
-        "/cars/car_a": {"t.length": "pass"},
-        "/cars/car_a/car_a_body": {"t.length": "fail"},
-        "/cars/car_a/car_a_lid": {"t.length": "fail"},
-    }
-    assert len(validate("--enable", "t.length")) == 7
 
 
 def test_without_a_choice_the_settings_choose_or_all_checks_run(validate):
@@ -197,15 +177,6 @@ def test_a_scene_without_matches_or_checks_is_no_success(heron):
         assert (status, "nothing checked" in output) == (1, True)
 
 
-def test_use_is_recorded(heron):
-    heron("validate", "--project", rules(car={"t.scale": {}}))
-    heron("validate", "--enable", "t.scale", "--select", "/cars/Odd")
-    records = json.loads(Path("home/statistics.json").read_text())
-    assert [one["project"] for one in records["validate"]] == ["rules.json", None]
-    assert [one["name"] for one in records["checks"]] == ["Scale"] * 3
-    assert not Path("home/settings.json").exists()
-
-
 # What is wrong, and what becomes of it
 
 
@@ -235,8 +206,7 @@ def test_fixes_reach_the_file_with_save_alone(heron):
     assert run("t.length", "--fix", "--save")[::2] == (1, False)
     scene(TREE, ["car_a", "car_b"])
     status, output, changed = run("t.scale", "--fix")
-    assert (status, changed) == (1, False)
-    assert "2 fixed, left: 7 pass" in output
+    assert (status, changed, "2 fixed, left: 7 pass" in output) == (1, False, True)
     assert "--save would keep the fixes" in output
     status, output, changed = run("t.scale", "--fix", "--save", "--format", "json")
     report = json.loads(output)
@@ -247,14 +217,10 @@ def test_fixes_reach_the_file_with_save_alone(heron):
 def test_a_fix_that_fails_leaves_the_finding_and_its_reason(heron):
     scene({"stubborn": {}, "easy": {}}, ["stubborn", "easy"])
     status, output, _ = heron("validate", "--enable", "t.scale", "--fix", "--save")
-    assert status == 1
-    assert "fixed  Scale  is scaled" in output
-    finding = output[output.index("fail") :].split("\n")
-    assert [line.strip() for line in finding[:3]] == [
-        "fail   Scale  is scaled",
-        f"OSError in {Path('studio/studio.py').resolve()}, line 24: cannot be changed",
-        "the fix did not help",
-    ]
+    assert (status, "fixed  Scale  is scaled" in output) == (1, True)
+    finding = [line.strip() for line in output[output.index("fail   Scale") :].split("\n")]
+    where = f"OSError in {Path('studio/studio.py').resolve()}, line 24"
+    assert finding[1:3] == [f"{where}: cannot be changed", "the fix did not help"]
 
 
 # Where it goes
@@ -268,18 +234,6 @@ def test_a_report_goes_to_a_file_and_a_summary_to_the_terminal(heron):
         assert "car_a_body" in Path(report).read_text()
     assert JUnitXml.fromfile("report.junit").failures == 3
     assert len(list(Path().glob("report*"))) == 4
-
-
-def test_a_progress_bar_shows_on_a_terminal_alone(heron):
-    pty = pytest.importorskip("pty")
-    screen, terminal = pty.openpty()
-    paths = ("--checks", "studio", "--home", "home")
-    arguments = ("validate", "scene.gltf", "--enable", "t.scale", "--format", "json", *paths)
-    result = run_module(*arguments, stderr=terminal, TERM="xterm")
-    os.close(terminal)
-    assert (result.returncode, len(results(result.stdout))) == (0, 7)
-    assert b"7/7" in os.read(screen, 100_000)
-    os.close(screen)
 
 
 def test_a_run_that_is_cancelled_tells_what_was_checked(heron):
@@ -300,14 +254,11 @@ def test_a_run_that_is_cancelled_tells_what_was_checked(heron):
     ("arguments", "reason"),
     [
         (["--enable", "t.scael"], "no check t.scael; did you mean t.scale"),
-        (["--enable", "zzz"], "no check zzz; `heron checks` lists"),
         (["--checks", "missing"], "missing: no such directory"),
         (["--select", "/cars/car_c"], "no object /cars/car_c; did you mean /cars/car_"),
         (["--project", "missing.json"], "missing.json: No such file"),
         (["--project", "rules.json"], 'rule "body": no check t.scales; did you mean t.scale'),
         (["--output", "missing/report.html"], "missing/report.html: no such directory"),
-        (["--output", "."], "a directory"),
-        (["--output", "scene.gltf"], "scene.gltf: the report would replace"),
         (["--project", "rules.json", "--output", "rules.json"], "rules.json: the report would"),
         (["--enable", "t.exits"], "exits.py, line "),
     ],
@@ -318,8 +269,7 @@ def test_bad_input_is_told_on_standard_error_and_changes_no_file(heron, argument
     files = [Path("scene.gltf"), Path(rules(body={"t.scales": {}}))]
     before = [file.read_bytes() for file in files]
     status, output, errors = heron("validate", *arguments)
-    assert (status, output, errors.count("\n")) == (2, "", 1)
-    assert errors.startswith("heron: ")
+    assert (status, output, errors.count("\n"), errors[:7]) == (2, "", 1, "heron: ")
     assert reason in errors
     assert [file.read_bytes() for file in files] == before
 
@@ -353,8 +303,7 @@ def test_checks_lists_what_can_be_enabled(heron):
     status, output, errors = heron("checks", "--format", "json")
     catalogue = json.loads(output)
     known = {check["id"]: check for check in catalogue["checks"]}
-    assert (status, errors, catalogue["denied"], catalogue["warnings"]) == (0, "", [], [])
-    assert (known["t.whole"]["scene_oriented"], known["t.length"]["category"]) == (True, "mesh")
+    assert (status, errors, known["t.whole"]["scene_oriented"]) == (0, "", True)
     most, case = known["t.length"]["parameters"]
     assert (most["name"], most["kind"], most["help"]) == ("most", "IntRange", "How long.")
     assert (most["default"], most["limits"]["units"]) == ({"value": 8}, " letters")
@@ -363,73 +312,30 @@ def test_checks_lists_what_can_be_enabled(heron):
 
 
 FAULTS = {
-    "parameters = None": '"parameters" is None, not an operation',
-    "parameters = staticmethod(lambda: 5)": "parameters() gives of type int",
-    "parameters = staticmethod(lambda: 1 / 0)": "parameters() raises ZeroDivisionError in ",
-    "parameters = staticmethod(lambda: Parameters.Block('no input'))": "making tasks of parameters() raises",
-    "class_id = 5": '"class_id" is of type int, not a text',
     "category = None": '"category" is None, not a text',
+    "parameters = 5": '"parameters" is of type int, not an operation',
     "sort_index = '1'": '"sort_index" is of type str, not a whole number',
-    "could_be_fixed = 1": '"could_be_fixed" is of type int, not True or False',
     "__init__ = lambda self, scene: None": "making an instance raises TypeError",
-    "fix_result = 'none'": '"fix_result" is of type str, not an operation',
 }
 
 
 def test_classes_that_cannot_be_used_are_told_with_the_reason(heron):
-    source = MID
-    for number, line in enumerate(FAULTS):
-        source += f"class Bad{number}(Mid):\n    class_id = 't.bad{number}'\n    {line}\n"
-    Path("studio/bad.py").write_text(source)
+    bad = [f"class Bad{n}(Mid):\n    class_id = 't.bad{n}'\n    {line}\n" for n, line in enumerate(FAULTS)]
+    Path("studio/bad.py").write_text(MID + "".join(bad))
     status, output, _ = heron("checks", "--format", "json")
-    denied = {one["name"]: one["reason"] for one in json.loads(output)["denied"]}
-    assert (status, len(denied)) == (1, len(FAULTS))
-    for number, reason in enumerate(FAULTS.values()):
-        assert denied[f"bad.Bad{number}"].startswith(reason)
-    assert "could_be_fixed" in heron("checks")[1]
-    reason = 't.bad5 cannot be used: "category" is None, not a text'
-    assert reason in heron("validate", "--enable", "t.bad5")[2]
+    denied = json.loads(output)["denied"]
+    assert (status, [one["name"] for one in denied]) == (1, [f"bad.Bad{number}" for number in range(4)])
+    assert all(one["reason"].startswith(reason) for one, reason in zip(denied, FAULTS.values()))
+    assert "sort_index" in heron("checks")[1]
+    reason = 't.bad0 cannot be used: "category" is None, not a text'
+    assert reason in heron("validate", "--enable", "t.bad0")[2]
 
 
 def test_a_module_that_cannot_be_imported_costs_a_warning(heron):
     place = Path("studio/lost.py").resolve()
-    for source, error in (
-        ("import sys; sys.exit(0)", "SystemExit"),
-        ("import nowhere", "ModuleNotFoundError"),
-    ):
-        Path("studio/lost.py").write_text(source)
+    for module, error in (("sys; sys.exit(0)", "SystemExit"), ("nowhere", "ModuleNotFoundError")):
+        Path("studio/lost.py").write_text(f"import {module}")
         status, output, _ = heron("checks")
         assert (status, output.count(f"lost cannot be imported: {error} in {place}, line 1")) == (1, 1)
     status, _, errors = heron("validate", "--enable", "t.scale")
     assert (status, errors.count(f"ModuleNotFoundError in {place}, line 1: No module named")) == (0, 1)
-
-
-LINGERS = """
-from threading import Event, Thread
-
-
-class Lingering(Thread):
-    def __init__(self):
-        self.end = Event()
-        super().__init__(target=self.end.wait, daemon=True)
-
-    def join(self, timeout=None):
-        raise RuntimeError("somebody waits for a thread of a check")
-
-
-class Lingers(Mid):
-    class_id, category = "t.lingers", "object"
-
-    def check(self, path, parameters):
-        Lingering().start()
-"""
-
-
-def test_nobody_waits_for_the_threads_of_a_check(heron):
-    Path("studio/lingers.py").write_text(MID + LINGERS)
-    before = set(threading.enumerate())
-    status, output, errors = heron("validate", "--enable", "t.lingers", "--format", "json")
-    threads = [thread for thread in set(threading.enumerate()) - before if hasattr(thread, "end")]
-    for thread in threads:
-        thread.end.set()
-    assert (status, errors, len(threads)) == (0, "", len(results(output)))

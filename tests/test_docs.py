@@ -27,17 +27,15 @@ PORT = "8080"
 @pytest.fixture
 def example(tmp_path, monkeypatch):
     """An empty directory with a copy of the example, in which the test stands."""
-    shutil.copytree(ROOT / "examples", tmp_path / "examples")
-    for file in (ROOT / "examples").glob("street.*"):
-        shutil.copy(file, tmp_path)
+    for directory in (tmp_path, tmp_path / "examples"):
+        shutil.copytree(ROOT / "examples", directory, dirs_exist_ok=True)
     monkeypatch.chdir(tmp_path)
     return tmp_path
 
 
 @pytest.fixture
 def commands(capsys):
-    commands = Commands(capsys)
-    yield commands
+    yield (commands := Commands(capsys))
     if commands.server:
         commands.server.terminate()
         commands.server.communicate()
@@ -95,8 +93,7 @@ class Commands:
     def run(self, command):
         program, *arguments = shlex.split(self.here(command))
         assert program == "heron"
-        if "--home" not in arguments:
-            arguments += ["--home", "home"]
+        arguments += [] if "--home" in arguments else ["--home", "home"]
         if "&" in arguments:
             return self.serve([argument for argument in arguments if argument != "&"])
         main(arguments)

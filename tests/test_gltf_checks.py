@@ -1,23 +1,19 @@
 """The checks that come with the glTF host: what they catch, pass, fix and select."""
 
 import math
-import os
 import re
 from types import SimpleNamespace
 
 import numpy as np
 import pytest
-from gltf_files import Data, document, glb, grow, put, write
+from gltf_files import CORNERS, SQUARE, Data, document, glb, grow, opened, put
 from hosts import logged
 
 import core
 import heron.checks
 from heron.hosts.gltf import GltfScene
 
-FOLDER = os.path.dirname(heron.checks.__file__)
 STATUS = core.Constants.Check.Result
-CORNERS = [[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0]]
-SQUARE = [0, 1, 2, 0, 2, 3]
 TEXTURED = {"name": "brick", "normalTexture": {"index": 0, "texCoord": 1}}
 
 
@@ -75,28 +71,22 @@ def run(classes, check, scene, path="/thing", **state):
         key = keys.get(type(state[name]))
         state[name] = {key: state[name]} if key else state[name]
     check = classes.get(f"heron.{check}")
-    block = check.parameters()
-    block.load(None)
+    (block := check.parameters()).load(None)
     (task,) = block
     task.load(state)
-    statistics = SimpleNamespace(add=lambda record: None)
-    return core.Check._Queue.Task.Result(path, check, task, statistics, scene)
-
-
-def opened(tmp_path, content, name="scene.gltf"):
-    return GltfScene(write(tmp_path / name, content))
+    return core.Check._Queue.Task.Result(path, check, task, SimpleNamespace(add=lambda record: None), scene)
 
 
 SHEAR = [1, 0, 0, 0, 0.5, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1]
 MIRROR = [-2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 1]
 UNIT = [[0, 0], [1, 0], [1, 1], [0, 1]]
-TINY = [[0, 0, 0], [1e-5, 0, 0], [0, 1e-5, 0]]
 FLAT = {"positions": [*CORNERS[:3], [4, 4, 0]], "order": [0, 1, 2, 3], "mode": 5}
 NOWHERE = {"positions": [*CORNERS[:3], [math.nan] * 3], "bounds": ([0], [0])}
 UNLIT = {"extensions": {"KHR_materials_unlit": {}}}
 TEXTURES = {"textures": [{"source": 0}], "images": [{"uri": "brick.png"}]}
 WEBP = {"textures": [{"extensions": {"EXT_texture_webp": {"source": 0}}}], "images": [{"uri": "data:,x"}]}
 FINNED = {"positions": [*CORNERS, [0.5, 0.5, 1]]}
+FIN = {"positions": [[-0.0, 0, 0], *FINNED["positions"][1:]], "order": [0, 2, 4]}
 SECOND_TILE = [[2, 2], [3, 2], [3, 3], [2, 4]]
 WILD = [[math.nan, 0], [math.inf, 1]]
 TILE = {"selected_attr": "tile"}
@@ -113,59 +103,44 @@ CASES = [
     case("scene.duplicate_names", r'9 objects of the name "x": /x, .*, \.\.\.$', names(*"xxxxxxxxx")),
     case("object.name", 'holds "copy"', names("Thing Copy")),
     case("object.name", "does not match", names("thing 2"), pattern="thing"),
-    case("object.scale", "scale 1, -1, 1 is negative", model(node={"scale": [1, -1, 1]})),
     case("object.scale", "1, 1.5, 1 differs by axis", model(node={"scale": [1, 1.5, 1]})),
     case("object.scale", "flattened", model(node={"scale": [1, 0, 1]})),
     case("object.scale", "-2, 2, 2 is negative", model(node={"matrix": MIRROR})),
     case("object.scale", "shears", model(node={"matrix": SHEAR}), uneven=True),
     case("object.scale", "", model(node={"scale": [2, 2, 2.001]})),
     case("object.scale", "", model(node={"scale": [1, -2, 1]}), negative=True, uneven=True),
-    case("object.scale", "", model(node={"matrix": np.eye(4).ravel().tolist()})),
     case("mesh.indices", "part 2 .* 2 corners of 3 .* number 9", model({}, {"mode": 0, "order": [0, 4, 9]})),
     case("mesh.indices", "4 corners make no whole", model({"order": [0, 1, 2, 3]})),
-    case("mesh.indices", "", model({"mode": 5, "order": [0, 1, 2, 3]})),
-    case("mesh.degenerate_triangles", "1 of 1 triangle w", model({"positions": TINY, "order": [0, 1, 2]})),
     case("mesh.degenerate_triangles", "1 of 2", model(FLAT), area=6e5),
     case("mesh.degenerate_triangles", "", model({"mode": 5, "order": [0, 1, 2, 2, 2, 3, 0]})),
     case("mesh.normals", "3 of 4", model({"normals": [[0, 0, 1], [0, 0, 0], [0, 2, 0], [math.nan] * 3]})),
     case("mesh.normals", "", model({"normals": False}, material=UNLIT)),
-    case("mesh.normals", "", model({"normals": False, "mode": 0})),
     case("mesh.normals", "", model({"normals": [[0, 0, 2]] * 4}), lengths=False),
     case("mesh.bounds", "not told right", model({"bounds": ([0, 0, 0], [1, 2, 0])})),
     case("mesh.bounds", "1 of 4 positions not a number", model(NOWHERE)),
     case("mesh.triangle_budget", "4 triangles, 3 are", model({}, {}), most=3),
     case("mesh.triangle_budget", "0 triangles, at least 1", model({"mode": 1})),
-    case("mesh.triangle_budget", "", model(), most=2, least=2),
-    case("mesh_non_manifold.edges", "1 edge of more", model(FINNED, {**FINNED, "order": [0, 2, 4]})),
-    case("mesh_non_manifold.edges", "", model({}, {**FINNED, "order": [0, 3, 2]}), weld=False),
+    case("mesh_non_manifold.edges", "1 edge of more", model(FINNED, FIN)),
     case("mesh_non_manifold.open_edges", "4 open edges, 3 are allowed", model(), most=3),
     case("mesh_non_manifold.open_edges", "", model({"order": [0, 1, 2, 0, 2, 1]})),
     case("mesh_non_manifold.winding", "1 edge between", model({"order": [0, 1, 2, 0, 3, 2]})),
-    case("mesh_non_manifold.winding", "", model()),
-    case("mapping.missing", "in set 1", model({"uvs": [UNIT]}, material=TEXTURED)),
     case("mapping.missing", "in set 2", model({"uvs": [UNIT, UNIT]}, material={"aTexture": MOVED})),
     case("mapping.missing", "in set 0", model(), always=True),
     case("mapping.missing", "", model({"uvs": [UNIT, UNIT]}, material=TEXTURED)),
     case("mapping.outside", "2 of 4 .* 0, -0.25", model({"uvs": [[*UNIT[:2], [1.5, 1], [0, -0.25]]]})),
     case("mapping.outside", "1 of 4", model({"uvs": [UNIT, SECOND_TILE]}), uv_set=1, area=TILE),
     case("mapping.outside", "3 of 4 .* to 2, 3", model({"uvs": [[*UNIT[:1], *WILD, [2, 3]]]})),
-    case("mapping.outside", "none is a number", model({"uvs": [[[math.nan, 0]] * 4]})),
     case("mapping.outside", "", model({"uvs": [UNIT]})),
-    case("mapping.outside", "", model()),
     case("mapping.collapsed", "1 of 2 triangles", model({"uvs": [[*UNIT[:3], [0.5, 0.5]]]})),
-    case("mapping.collapsed", "", model({"uvs": [UNIT]})),
     case("mapping.collapsed", "", model({"uvs": [[[math.inf, 0], *UNIT[1:]]]})),
     case("material.missing", "part 2: no material", model({}, {"material": None})),
-    case("material.missing", "", model()),
     case("material.name", "^the material .* does not match .*$", model({}, {}), pattern="mat_.*"),
     case("material.name", "part 1 has no name", model(material={"alphaMode": "MASK"})),
     case("material.name", "", model(), pattern="x", allowed=[{"text": "br*"}]),
     case("material.images", r"lTexture: .*missing.*brick\.png", model(material=TEXTURED, **TEXTURES)),
     case("material.images", "names number 0", model(material=TEXTURED)),
-    case("material.images", "has no image", model(material=TEXTURED, textures=[{}])),
     case("material.images", "", model(material=TEXTURED, **WEBP)),
     case("lod.decreasing", "level 2 has 2 triangles, level 1 before it 2", levels([3, 2, 2], [1, 2])),
-    case("lod.decreasing", "level 1", levels([4, 3], [1]), share=0.5),
     case("lod.triangles", "level 1 has 2 triangles, allowed are 0 to 1$", levels([3, 2], [1]), levels=FEW),
 ]
 
@@ -186,8 +161,8 @@ def test_an_object_without_mesh_passes_and_broken_data_are_errors(tmp_path, clas
     for accessor in content["accessors"]:
         accessor["count"] = 1_000
     scene = opened(tmp_path, content)
-    without_data = {"object.name", "object.scale", "scene.duplicate_names"}
-    without_data |= {"mapping.missing", "material.missing", "material.name", "material.images"}
+    without_data = {"object.name", "object.scale", "scene.duplicate_names", "mapping.missing"}
+    without_data |= {"material.missing", "material.name", "material.images"}
     for check in classes:
         name = check.class_id.removeprefix("heron.")
         if not check.scene_oriented:
@@ -285,25 +260,6 @@ def test_repeated_names_are_selected_and_told_apart(tmp_path, classes):
     assert GltfScene(scene.get_current_file()).paths() == before
 
 
-def test_levels_that_are_too_large_are_selected(tmp_path, classes):
-    # The second level is not part of the scene.
-    scene = opened(tmp_path, put(levels([1, 2, 3], [1, 2]), "scenes/0/nodes", [0, 1]))
-    result = run(classes, "lod.decreasing", scene, "/level_0")
-    assert (result.could_be_selected, result.could_be_fixed) == (True, False)
-    result.select_result()
-    assert scene.get_selection() == ["/level_1"]
-
-
-def test_levels_below_their_own_group_count_once(tmp_path, classes):
-    content = put(levels([5, 3], []), "nodes/0/extensions")
-    group = {"name": "group", "children": [0, 1], "extensions": {"MSFT_lod": {"ids": [1]}}}
-    content = {**content, "nodes": [*content["nodes"], group], "scenes": [{"nodes": [2]}]}
-    scene = opened(tmp_path, content)
-    assert run(classes, "lod.decreasing", scene, "/group").status == STATUS.Pass
-    ranges = [{"start": {"value": count}, "stop": {"value": count}} for count in (5, 3)]
-    assert run(classes, "lod.triangles", scene, "/group", levels=ranges).status == STATUS.Pass
-
-
 def test_shared_meshes_count_as_often_as_they_are_drawn(tmp_path, classes):
     scene = opened(tmp_path, put(model(), "nodes/1/mesh", 0))
     assert run(classes, "scene.triangle_budget", scene, "", most=3).status == STATUS.Fail
@@ -325,9 +281,3 @@ def test_a_check_stays_with_the_scene_it_looked_at(tmp_path, classes):
     assert run(classes, "mesh.bounds", second).status == STATUS.Fail
     first.activate()
     assert run(classes, "mesh.bounds", second).status == STATUS.Pass
-
-
-def test_long_lists_of_findings_are_cut_short(tmp_path, classes):
-    scene = opened(tmp_path, model(*[{"normals": False}] * 9))
-    message = run(classes, "mesh.normals", scene).result_message()
-    assert message.split("\n")[5:] == ["part 6 (brick): no normals", "... and 3 more"]

@@ -5,20 +5,13 @@ import gc
 import numpy as np
 import pytest
 import trimesh
-from gltf_files import COMPONENTS, TYPES, Data, document, glb, put, write
+from gltf_files import COMPONENTS, CORNERS, SQUARE, TYPES, Data, document, glb, opened, put, write
 from hypothesis import given
 from hypothesis import strategies as st
 
-from heron.hosts.array_cache import ArrayCache
 from heron.hosts.gltf import GltfError, GltfScene, current_scene
 
-CORNERS = [[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0]]
-SQUARE = [0, 1, 2, 0, 2, 3]
 BIN = 0x004E4942
-
-
-def opened(path, content):
-    return GltfScene(write(path / "scene.gltf", content))
 
 
 def model(path, *parts, data):
@@ -92,39 +85,20 @@ def test_accessors_decode_to_what_was_packed(tmp_path_factory, data):
     np.testing.assert_allclose(values, expected, rtol=1e-6)
 
 
-def sparse(**members):
-    indices = {"bufferView": 1, "componentType": 5123}
-    return {"count": 2, "indices": indices, "values": {"bufferView": 0}, **members}
-
-
 def test_broken_data_are_told_with_their_place(tmp_path):
     for place, value, reason in (
-        ("meshes/0/primitives/0/attributes/POSITION", 9, "number 9 of"),
         ("meshes/0/primitives/0/attributes/POSITION", -1, "is -1"),
         ("meshes/0/primitives/0/attributes/NORMAL", 1, "accessor 1 has 6 values for NORMAL"),
-        ("meshes/0/primitives/0/attributes", ..., '"attributes"'),
         ("meshes/0/primitives/0/mode", 7, "mode 7"),
         ("meshes/0/primitives/0/extensions", {"KHR_draco_mesh_compression": {}}, "compressed"),
-        ("accessors/0/componentType", 5124, "5124"),
-        ("accessors/0/type", "VEC5", '"type"'),
-        ("accessors/0/type", "VEC2", "is not VEC3"),
-        ("accessors/0/count", ..., 'no "count"'),
         ("accessors/0/count", 3, "draws vertex 3; there are 3"),
-        ("accessors/0/count", 5, "ends at byte 60"),
         ("accessors/0/count", 10**400, "beyond all reason"),
         ("accessors/0", {"componentType": 5126, "type": "VEC3", "count": 2**40}, "no data"),
-        ("accessors/0/normalized", True, "normalized"),
-        ("accessors/0/sparse", sparse(count=4, values={"bufferView": 1}), "indices of"),
-        ("accessors/0/sparse", sparse(count=5), "5 of 4"),
-        ("accessors/0/sparse", sparse(indices={"bufferView": 1, "componentType": 5122}), "5122"),
-        ("accessors/1/componentType", 5122, "no vertex numbers"),
         ("bufferViews/0/byteLength", 9_999, "which has 60"),
         ("bufferViews/0/byteStride", 8, "stride is 8"),
         ("buffers/0/byteLength", 100, "has 60 bytes where 100"),
-        ("buffers/0/uri", ..., "no data"),
         ("buffers/0/uri", "data:;base64,äöü=", "cannot be decoded"),
         ("buffers/0/uri", "https://localhost/x.bin", "only files beside"),
-        ("buffers/0/uri", ".", "missing"),
     ):
         scene = opened(tmp_path, put(square()[0], place, value))
         with pytest.raises(GltfError, match=reason) as caught:
@@ -169,25 +143,7 @@ def test_triangles_of_every_mode_and_as_lists(tmp_path):
         assert mesh.triangle_count() == len(triangles)
         solid = [row for row in triangles if len(set(row)) == 3]
         part.list_triangles()
-        assert part.triangles().tolist() == solid, (mode, order)
-        assert part.is_list == (mode in (None, 4) or len(solid) > 0)
-
-
-def test_edges_join_parts_where_vertices_meet(tmp_path):
-    # Two parts with vertices of their own; they share the edge from 0,0 to 0,1, once as -0.
-    data = Data()
-    left = data.add([[0, 0, 0], [0, 1, 0], [-1, 0, 0]])
-    right = data.add([[0, 1, 0], [-0.0, 0, 0], [1, 0, 0], [1, 0, 0]])
-    order = data.add([0, 1, 2, 0, 2, 3], "u1")
-    parts = {"attributes": {"POSITION": left}}, {"attributes": {"POSITION": right}, "indices": order}
-    mesh = model(tmp_path, *parts, data=data)
-    assert sorted(mesh.edges(weld=False).uses) == [1, 1, 1, 1, 1, 1, 1, 2]
-    welded = mesh.edges(weld=True)
-    assert sorted(welded.uses) == [1, 1, 1, 1, 2]
-    (shared,) = np.flatnonzero(welded.uses == 2)
-    assert welded.turns[shared] == 0
-    assert [shared in sides for sides in welded.triangles] == [True, True, False]
-    assert welded.triangles[2].tolist() == [-1, -1, -1]
+        assert part.triangles().tolist() == solid and part.is_list == (mode in (None, 4) or len(solid) > 0)
 
 
 UP = np.array([[0.0, 0.0, 1.0]] * 4)
@@ -197,7 +153,6 @@ def change(scene):
     """Leaves the first triangle, and gives normals."""
     part = first_part(scene)
     part.set_triangles(part.triangles()[:1])
-    assert part.triangles().tolist() == [[0, 1, 2]]
     part.set_normals(UP)
     assert_changed(scene)
 
@@ -231,10 +186,8 @@ def test_new_data_are_saved_and_open_elsewhere(tmp_path, kind):
     scene.save()
     saved = path.read_bytes()
     scene.save()
-    assert path.read_bytes() == saved
+    assert path.read_bytes() == saved and saved.endswith(b"kept" if kind == "glb" else b"")
     assert (tmp_path / "square.bin").read_bytes() == data.bytes
-    if kind == "glb":
-        assert saved.endswith(b"kept")
 
 
 def test_a_glb_without_a_chunk_gets_one_and_one_with_a_uri_keeps_it(tmp_path):
@@ -278,38 +231,18 @@ def test_bounds_are_told_as_they_are_stored(tmp_path):
     assert part.positions().min() == -1
 
 
-def test_the_cache_keeps_within_its_limit_and_forgets_the_oldest():
-    cache, made = ArrayCache(limit=40), []
-    for key in "abacab":
-        value = cache.get(key, lambda key=key: made.append(key) or np.zeros(2))
-    assert made == ["a", "b", "c", "b"]
-    with pytest.raises(ValueError, match="read-only"):
-        value[0] = 1
-    cache.get("large", lambda: (np.zeros(100), np.zeros(1)))
-    assert cache.get("large", list) is cache.get("large", list)
-
-
 def test_a_mesh_is_decoded_once_until_the_document_changes(tmp_path):
     scene = opened(tmp_path, square()[0])
     kept = first_part(scene).areas()
     assert first_part(scene).areas() is kept
-    change(scene)
-    assert first_part(scene).areas().tolist() == [0.5]
     scene.open(write(tmp_path / "other.gltf", square(mode=0)[0]))
     assert len(first_part(scene).areas()) == 0
 
 
-def test_the_current_scene_is_the_last_one_opened_or_activated(tmp_path):
-    path = write(tmp_path / "scene.gltf", square()[0])
-    first, second = GltfScene(path), GltfScene(path)
-    assert current_scene() is second
-    first.activate()
-    assert current_scene() is first
-    second.open(path)
-    assert current_scene() is second
-    # Neither what is current nor a scope that has ended keeps a scene alive.
+def test_neither_what_is_current_nor_an_ended_scope_keeps_a_scene_alive(tmp_path):
+    scene = opened(tmp_path, square()[0])
     with GltfScene.selection_manager() as scope:
-        pass
-    del second
+        assert current_scene() is scene
+    del scene
     gc.collect()
     assert (current_scene(), scope._kept) == (None, [])
