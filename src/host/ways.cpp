@@ -10,16 +10,19 @@ Ways Ways::to_top(const Host& host) {
 
 py::Object Ways::end_of(const py::Object& path) {
   std::vector<py::Object> way;
-  std::optional<py::Object> end;
-  for (py::Object passed = path; !(end = ends_.find(passed));) {
+  py::Object passed = path;
+  std::optional<py::Object> end = ends_.find(passed);
+  while (!end) {
     ends_.set(passed, ends_);
     way.push_back(passed);
     const py::Object parent = host_.parent(passed);
-    if ((end = end_(passed, parent))) break;
+    end = end_(passed, parent);
+    if (end) break;
     passed = parent;
+    end = ends_.find(passed);
   }
   if (end->is(ends_)) py::raise(PyExc_RecursionError, "the host says that an object is its own ancestor");
-  for (const py::Object& passed : way) ends_.set(passed, *end);
+  for (const py::Object& step : way) ends_.set(step, *end);
   return *end;
 }
 

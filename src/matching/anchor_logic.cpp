@@ -1,6 +1,7 @@
 #include "matching/anchor_logic.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "matching/anchor_text.h"
 #include "matching/closeness.h"
@@ -14,7 +15,7 @@ bool stands_in(std::string_view piece, std::string_view text) { return text.find
 /// leaves work for the next one.
 std::string replace_in_turn(std::string expression, std::string_view usage, std::vector<Capture> captures,
                             std::string_view path) {
-  closeness::sort_set(captures, path, [](const Capture& capture) -> const Capture& { return capture; });
+  closeness::sort_set(captures, path, std::identity());
   for (const Capture& capture : captures) {
     if (capture.text.empty() || !path_text::same_scope(capture.scope, path)) continue;
     expression = anchor_text::replace_all(expression, usage, capture.text);

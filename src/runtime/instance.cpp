@@ -89,7 +89,7 @@ void initialise_others(PyObject* self, PyTypeObject* own) {
   if (Py_TYPE(self) == own) return;
   static const Name kOrder("__mro__"), kInit("__init__");
   const std::vector<Object> ours = collect(Object::borrow(reinterpret_cast<PyObject*>(own)).attr(kOrder));
-  const Object last = ours.at(ours.size() - 2);  // the native base where there is one; then comes `object`
+  const Object& last = ours.at(ours.size() - 2);  // the native base where there is one; then comes `object`
   const Object super = Object::borrow(reinterpret_cast<PyObject*>(&PySuper_Type));
   super(last, Object::borrow(self)).attr(kInit)();
 }

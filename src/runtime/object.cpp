@@ -99,7 +99,8 @@ Object Object::attr(const Name& name) const {
 
 Object Object::attr(const Name& name, const Object& otherwise) const {
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copies keep both alive
-  const Object held(*this), fallback(otherwise);
+  const Object held(*this);
+  Object fallback(otherwise);
   PyObject* found = PyObject_GetAttr(held.or_none(), name.get());
   if (found == nullptr) {
     if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) throw Error();
