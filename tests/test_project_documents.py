@@ -198,7 +198,8 @@ def open_slowly(path, mode="r", *options, opened=io.open):
     stream = opened(path, mode, *options)
     if mode == "wb":
         write = stream.write
-        stream.write = lambda data: (write(data[:50]), stream.flush(), print("cut", flush=True), sys.stdin.read())
+        steps = lambda data: (write(data[:50]), stream.flush(), print("cut", flush=True), sys.stdin.read())
+        stream.write = steps
     return stream
 
 project = core._Project.Settings.init(None, sys.argv[1])
