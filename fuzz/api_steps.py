@@ -100,8 +100,8 @@ SPECIAL = "eq hash str repr iter len getitem contains bool call enter exit fspat
 SPECIAL = [f"__{name}__" for name in (SPECIAL + " bytes next format setattr getattribute del").split()]
 
 
-# What the runtime holds to, or, as lengths, makes room for.
-HONEST = ("__init__", "__setattr__", "__getattribute__", "__len__")
+# What the runtime holds to, or makes room for.
+HONEST = ("__init__", "__setattr__", "__getattribute__", "__len__", "__index__")
 
 
 def answer(self, *arguments, **named):
@@ -111,7 +111,8 @@ def answer(self, *arguments, **named):
     return anything()
 
 
-Thing = type("Thing", (), {**dict.fromkeys(SPECIAL[4:-3], answer), "__len__": lambda self: draw.randrange(9)})
+Thing = type("Thing", (), dict.fromkeys(SPECIAL[4:-3], answer))  # has every operation
+Thing.__len__ = Thing.__index__ = lambda self: draw.randrange(9)
 
 
 @functools.cache
