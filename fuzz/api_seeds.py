@@ -16,10 +16,14 @@ Joint, Bucket = Buffer.DataJoint, Buffer.DataBucket
 
 
 def each(*uses):
-    """Calls all; what the runtime can tell of is no fault."""
+    """Calls all; what the runtime can tell of is no fault, but for what it says of misuse of itself."""
     for use in uses:
-        with contextlib.suppress(Exception):
+        try:
             use()
+        except SystemError:
+            raise
+        except Exception:
+            pass
 
 
 class Reacts(str):

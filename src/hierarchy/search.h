@@ -31,7 +31,7 @@ class Result {
  public:
   void init(const py::Object& array_);
   bool is_empty() const { return !array.truth(); }
-  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(array.or_none())); }
+  py::Object iterate() const { return array.iterate(); }
 
   py::Object array = py::List();
 

@@ -8,7 +8,7 @@ namespace heron {
 class ProjectsRequest {
  public:
   void init(const py::Object& target, const py::Object& projects);
-  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(projects.or_none())); }
+  py::Object iterate() const { return projects.iterate(); }
   py::Object text() const;   ///< The body: JSON on one line.
   py::Object bytes() const;  ///< The body, encoded; UnicodeEncodeError for lone surrogates.
 
@@ -26,7 +26,7 @@ class ProjectsResponse {
  public:
   void init(const py::Object& response);
   bool equals(const py::Object& other) const;
-  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(projects.or_none())); }
+  py::Object iterate() const { return projects.iterate(); }
 
   py::Object decode(const py::Object& response);
   py::Object content(const py::Object& response);

@@ -27,7 +27,7 @@ class ProjectSettings {
   void apply(const py::Object& file_data);
 
   bool equals(const py::Object& other) const;
-  py::Object iterate() const { return py::Object::steal(PyObject_GetIter(history.or_none())); }
+  py::Object iterate() const { return history.iterate(); }
 
   py::Object get_directory() const { return directory; }
   py::Object get_filename() const { return filename; }

@@ -36,6 +36,11 @@ void List::replace(Py_ssize_t first, Py_ssize_t end, const Object& with) const {
   checked(PyList_SetSlice(held.get(), first, end, given.get()));
 }
 
+List List::copy() const {
+  const Object held(*this);
+  return List(steal(PyList_GetSlice(held.get(), 0, PY_SSIZE_T_MAX)));
+}
+
 void List::extend(const Object& values) const {
   for (const Object& value : collect(values)) append(value);
 }
@@ -89,6 +94,10 @@ void Dict::clear() const {
   const Object held(*this);
   PyDict_Clear(held.get());
 }
+
+Dict Dict::copy() const { return Dict(Held(*this).apply(PyDict_Copy)); }
+
+List Dict::keys() const { return List(Held(*this).apply(PyDict_Keys)); }
 
 bool Set::contains(const Object& value) const {
   const Object held(*this), sought(value);

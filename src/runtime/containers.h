@@ -25,7 +25,7 @@ class List : public Object {
   void replace(Py_ssize_t first, Py_ssize_t end, const Object& with = {}) const;
   void extend(const Object& values) const;
   void clear() const;  ///< Drops the elements one by one from the end; others see the same list empty.
-  List copy() const { return List(steal(PyList_GetSlice(pointer_, 0, PY_SSIZE_T_MAX))); }
+  List copy() const;
   std::vector<Object> items() const;  ///< The elements as they are now, safe to walk while Python code runs.
 };
 
@@ -43,9 +43,9 @@ class Dict : public Object {
   void remove(const Object& key) const;  ///< KeyError if absent.
   void update(const Dict& other) const;
   void clear() const;
-  Dict copy() const { return Dict(steal(PyDict_Copy(pointer_))); }
+  Dict copy() const;
   std::vector<std::pair<Object, Object>> items() const;
-  List keys() const { return List(steal(PyDict_Keys(pointer_))); }  ///< A new list.
+  List keys() const;  ///< A new list.
   std::vector<Object> values() const;
 };
 

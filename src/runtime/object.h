@@ -28,8 +28,8 @@ class Name {
 /// that an instance whose constructor never ran is as safe as any other.
 ///
 /// This reference may stand in a field that Python code replaces: whoever hands an object to the runtime holds it for
-/// the call. All operations here and of the containers do. `get` is for calls that run no Python code, and for
-/// references in local variables.
+/// the call. All operations here and of the containers do. `get` is for calls that run no Python code and make no
+/// container, for which the collector may run finalisers; and for references in local variables.
 ///
 /// References are counted through functions and not through the inline forms of the headers: those of older
 /// headers make the immortal objects of newer runtimes drift.
